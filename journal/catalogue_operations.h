@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/export.h"
+
+namespace kest {
+
+class CKestExtension;
+class CKestProduct;
+
+/// What two journal steps ask of the manager. Implemented by CKestExtensionManager.
+class KEST_API CatalogueOperations {
+public:
+  virtual ~CatalogueOperations() = default;
+  /// 0, or -1 on failure or cancellation. Parameters as CKestExtensionManager has them.
+  virtual int UninstallExtension(const CKestProduct* product, CKestExtension* extension, bool refresh, bool quiet,
+                                 bool ownJournal, bool remove, bool deleteDisabled, int& restart, bool progress) = 0;
+  virtual int DisableExtension(const CKestProduct* product, CKestExtension* extension, bool progress) = 0;
+  virtual int EnableExtension(const CKestProduct* product, CKestExtension* extension) = 0;
+  virtual void AddExtension(const CKestProduct* product, CKestExtension* extension) = 0;
+  /// Takes over a record that nothing in the catalogue refers to any more; kept until the next operation starts.
+  virtual void KeepReplacedExtension(CKestExtension* extension) = 0;
+};
+
+} // namespace kest

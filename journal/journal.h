@@ -1,0 +1,94 @@
+#pragma once
+
+#include "journal/install_step.h"
+#include "platform/machine.h"
+
+#include <memory>
+
+namespace kest {
+
+/// The journal of the operation in progress: owns its steps, and is the one place that appends, does, releases and
+/// undoes them. While an outermost scope is open every step is also a line of the journal file in this process's private
+/// folder, so that the next start can undo what a dead process left.
+///
+/// Order: Prepare, the line (on the disk before the first Do of a pass), Do. Commit: everything touched is brought to
+/// the disk, then the mark "done", then Release of the steps, then the private folder goes.
+class KEST_API CKestInstallJournal : public CKestTypedVector<CKestExtensionInstallStep*> {
+public:
+  CKestInstallJournal();
+  ~CKestInstallJournal() override; ///< undoes what no scope released
+  CKestInstallJournal(const CKestInstallJournal&) = delete;
+  CKestInstallJournal& operator=(const CKestInstallJournal&) = delete;
+
+  /// Appends the step, owned from now on, and does it. 0, or its failure. Take no reference into the journal across it.
+  int Run(std::unique_ptr<CKestExtensionInstallStep> step);
+  /// A pass: the steps are prepared and their lines written and synced as a whole; then each is run by RunNext in the order
+  /// given here. A step never run is dropped by EndPass.
+  [[nodiscard]] int Plan(std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps);
+  /// Does the next planned step; it enters the journal first. -1 when it fails (RetryLast does it again).
+  int RunNext();
+  /// Does the last step that was run once more (its first backup is kept).
+  int RetryLast();
+  void EndPass();
+
+  /// Whether the last undo left something undone, and what is kept where.
+  struct Leftover {
+    CString path;   ///< what could not be restored
+    CString backup; ///< where its old state is kept; empty when there is none
+  };
+  [[nodiscard]] const std::vector<Leftover>& GetLeftovers() const;
+
+  /// Turns the journal file off (the bench compares); steps still undo in memory.
+  static void SetDurable(bool durable);
+
+private:
+  friend class JournalScope;
+  struct State;
+  std::unique_ptr<State> m_state;
+};
+
+/// Appends a step to a vector that may or may not be a CKestInstallJournal, and does it. The products' way in.
+int AppendAndDo(CKestTypedVector<CKestExtensionInstallStep*>* steps, std::unique_ptr<CKestExtensionInstallStep> step);
+
+/// The steps that one operation appends: undone by the destructor unless committed. Scopes nest. An inner scope that
+/// commits hands its steps to the scope around it (they are released, or undone, with that one), unless it is `final`:
+/// then they are released for good, whatever becomes of the outer operation.
+class KEST_API JournalScope {
+public:
+  enum class Kind { kOrdinary, kFinal };
+  explicit JournalScope(CKestInstallJournal& journal, Kind kind = Kind::kOrdinary);
+  ~JournalScope();
+  JournalScope(const JournalScope&) = delete;
+  JournalScope& operator=(const JournalScope&) = delete;
+
+  /// False when what was done could not be brought to the disk: the scope is still open and will be undone.
+  [[nodiscard]] bool Commit();
+  /// Undoes the scope's own steps from last to first, releases and frees them. True when everything was restored.
+  bool RollBack();
+  /// Whether the scope holds steps.
+  [[nodiscard]] bool HasSteps() const;
+  [[nodiscard]] bool IsOutermost() const;
+
+private:
+  CKestInstallJournal& m_journal;
+  std::size_t m_mark;
+  Kind m_kind;
+  bool m_open = true;
+};
+
+/// What a start found of operations that a dead process left.
+struct RecoveryReport {
+  struct Entry {
+    CString operation; ///< what the journal file says of it, e.g. "install Table Tools"
+    bool finished = false; ///< it had been done: only its clean-up was completed
+    std::vector<CString> restored;
+    std::vector<CKestInstallJournal::Leftover> leftovers; ///< not empty: undo is incomplete, everything needed is kept
+  };
+  std::vector<Entry> entries;
+};
+
+/// Undoes what dead processes left, newest first. Does nothing while another process holds the writer lock. May be
+/// interrupted and run again.
+KEST_API RecoveryReport RecoverInterruptedOperations();
+
+} // namespace kest

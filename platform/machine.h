@@ -1,0 +1,188 @@
+#pragma once
+
+#include "platform/export.h"
+#include "platform/text.h"
+#include "platform/values.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace kest {
+
+/// An open file of a machine. Freeing it without Close() drops what a kReplace file wrote.
+class KEST_API MachineFile {
+public:
+  virtual ~MachineFile() = default;
+  /// Bytes read from the current position, 0 at the end, -1 on failure.
+  [[nodiscard]] virtual std::int64_t Read(char* buffer, std::size_t count) = 0;
+  /// Bytes read at `offset`; the current position is left alone. -1 on failure.
+  [[nodiscard]] virtual std::int64_t ReadAt(std::uint64_t offset, char* buffer, std::size_t count) = 0;
+  /// Writes all of it; false on any failure (disk full included).
+  [[nodiscard]] virtual bool Write(const char* bytes, std::size_t count) = 0;
+  [[nodiscard]] virtual bool GetSize(std::uint64_t& size) = 0;
+  /// Last-write time the file is to have once closed.
+  [[nodiscard]] virtual bool SetDate(const CKestDateTime& date) = 0;
+  /// Brings what was written to the disk.
+  [[nodiscard]] virtual bool Sync() = 0;
+  /// Ends writing; a kReplace file takes its place now. False when any byte may be missing (the old file is intact).
+  [[nodiscard]] virtual bool Close() = 0;
+};
+
+enum class OpenMode {
+  kRead,      ///< an existing plain file
+  kReplace,   ///< written beside, takes the place of the old file (if any) on Close; keeps the old letter case
+  kCreateNew, ///< fails when the name is taken in any letter case; links are not followed
+  kAppend,    ///< created when missing; each Write lands at the end
+};
+
+/// One entry of a folder; the name as stored on disk.
+struct FolderEntry {
+  CString name;
+  bool isFolder = false; ///< a real folder; a link to one is not
+  bool isLink = false;
+};
+
+enum class RegistryRoot { kLocalMachine, kCurrentUser };
+
+struct RegistryValue {
+  CString name;
+  CString data;
+};
+
+/// What went wrong in the last call that answered false, for messages and exit codes; calls that succeed leave it.
+struct MachineError {
+  enum class Kind { kNone, kNotFound, kExists, kAccess, kInUse, kDiskFull, kNotEmpty, kRefused, kOther };
+  Kind kind = Kind::kNone;
+  CString path;   ///< the Windows path that the call was about
+  CString reason; ///< one plain sentence part, e.g. "no space left on device"
+};
+
+/// How a caller got, or did not get, the right to change the machine.
+struct WriterLock {
+  bool held = false;
+  CString holder; ///< who has it instead, e.g. "process 4711 (kest)"; empty when unknown or held by us
+};
+
+/// The PC that the engine works on. Paths are absolute Windows paths; a relative or empty path makes every call fail.
+/// Letter case of existing entries does not matter. A path with a component ".." or one that leaves its drive through
+/// a link is refused. No call throws. One thread.
+class KEST_API Machine {
+public:
+  virtual ~Machine() = default;
+
+  // ---- files ---------------------------------------------------------------------------------------------------
+  /// A plain file (not a folder, not a link to a folder).
+  [[nodiscard]] virtual bool FileExists(const CString& path) = 0;
+  [[nodiscard]] virtual bool GetFileSize(const CString& path, std::uint64_t& size) = 0;
+  /// Null on failure.
+  [[nodiscard]] virtual std::unique_ptr<MachineFile> Open(const CString& path, OpenMode mode) = 0;
+  /// Replaces an existing destination in one move; makes no folders; keeps date and read-only mark; false, and
+  /// nothing touched, when both are one file; a link at the destination is replaced, never followed.
+  [[nodiscard]] virtual bool CopyFile(const CString& from, const CString& to) = 0;
+  /// False when missing or read-only.
+  [[nodiscard]] virtual bool DeleteFile(const CString& path) = 0;
+  /// False when the target exists (in any case), atomically; across volumes copies, then deletes. Date is kept.
+  [[nodiscard]] virtual bool MoveFile(const CString& from, const CString& to) = 0;
+  /// One rename on one volume: `to` is replaced if it exists. False across volumes, with nothing touched.
+  [[nodiscard]] virtual bool ReplaceFile(const CString& from, const CString& to) = 0;
+  /// A second name for a file on the same volume (contents are shared until one of them is replaced). False when `to`
+  /// exists or the volume has no such thing.
+  [[nodiscard]] virtual bool LinkFile(const CString& existing, const CString& to) = 0;
+  /// Out of its folder into the machine's trash, which lies outside every drive.
+  [[nodiscard]] virtual bool MoveFileToTrash(const CString& path) = 0;
+  /// The same for a whole folder, as one entry of the trash named `label`.
+  [[nodiscard]] virtual bool MoveFolderToTrash(const CString& path, const CString& label) = 0;
+  [[nodiscard]] virtual bool IsFileReadOnly(const CString& path) = 0;
+  [[nodiscard]] virtual bool SetFileReadOnly(const CString& path, bool readOnly) = 0;
+  /// The current user may replace the file now: rights, and no program holds it open. Missing: may be created.
+  [[nodiscard]] virtual bool CanUpdateFile(const CString& path) = 0;
+  [[nodiscard]] virtual bool GetFileDateTime(const CString& path, CKestDateTime& date) = 0;
+  [[nodiscard]] virtual bool SetFileDateTime(const CString& path, const CKestDateTime& date) = 0;
+  /// From the version resource (fixed-info block) of an executable.
+  [[nodiscard]] virtual bool GetFileVersion(const CString& path, CKestVersionNumber& version) = 0;
+  /// The path with every existing component spelled as on disk, single backslashes.
+  [[nodiscard]] virtual CString GetStoredPath(const CString& path) = 0;
+
+  // ---- folders -------------------------------------------------------------------------------------------------
+  [[nodiscard]] virtual bool DirectoryExists(const CString& path) = 0;
+  /// Makes missing parents; true for an existing folder; false when a file has the name.
+  [[nodiscard]] virtual bool CreateDirectory(const CString& path) = 0;
+  /// A new folder that only the current user may enter (0700); false when the name is taken.
+  [[nodiscard]] virtual bool CreatePrivateDirectory(const CString& path) = 0;
+  /// An empty folder alone.
+  [[nodiscard]] virtual bool RemoveDirectory(const CString& path) = 0;
+  /// A folder with all it holds; links in it are removed, not followed. For private folders only.
+  [[nodiscard]] virtual bool RemoveTree(const CString& path) = 0;
+  /// Entries without "." and "..", sorted without regard to case. False for a missing folder.
+  [[nodiscard]] virtual bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) = 0;
+
+  // ---- volumes, durability, the right to write -----------------------------------------------------------------------
+  /// Whether a rename can lead from one to the other (judged by the nearest existing folder of each).
+  [[nodiscard]] virtual bool SameVolume(const CString& a, const CString& b) = 0;
+  /// Bytes that the current user may still write on the volume of `path`.
+  [[nodiscard]] virtual bool GetFreeSpace(const CString& path, std::uint64_t& bytes) = 0;
+  /// Brings files and folders to the disk: write-back of all is started first, then each is waited for. A path that
+  /// does not exist is passed over.
+  [[nodiscard]] virtual bool SyncPaths(const std::vector<CString>& paths) = 0;
+  /// Takes the lock of the machine's one writer (freed by the system when the process dies), waiting at most
+  /// `milliseconds`. Taken twice by one process it counts; each success wants one UnlockWriter.
+  virtual WriterLock LockWriter(std::int64_t milliseconds) = 0;
+  virtual void UnlockWriter() = 0;
+  /// Forgets what was learned of folders; called where an operation begins.
+  virtual void ForgetFolders() = 0;
+
+  // ---- known places -------------------------------------------------------------------------------------------------
+  [[nodiscard]] virtual bool GetSystemFolder(CString& path) = 0;
+  [[nodiscard]] virtual bool GetFontsFolder(CString& path) = 0;
+  /// The machine's temporary folder, shared by all processes, without trailing backslash.
+  [[nodiscard]] virtual bool GetTempRoot(CString& path) = 0;
+  [[nodiscard]] virtual bool GetCurrentProcessPath(CString& path) = 0;
+
+  // ---- users, system, processes ------------------------------------------------------------------------------------------
+  virtual void InitMultiUserMembers() = 0;
+  [[nodiscard]] virtual bool IsSupportedMultiUserSystem() = 0;
+  /// Type 2: the user whose configuration is the shared one.
+  [[nodiscard]] virtual bool GetCurrentUserType(int& type) = 0;
+  [[nodiscard]] virtual bool GetSharedAppDataPath(CString& path) = 0;
+  [[nodiscard]] virtual bool GetCurrentUserAppDataPath(CString& path) = 0;
+  [[nodiscard]] virtual bool GetAppDataPathFor(const CString& user, CString& path) = 0;
+  [[nodiscard]] virtual bool GetAllUserAppDataPaths(std::vector<CString>& paths) = 0;
+  /// Owner of a path inside a user's application data; false for any other path.
+  [[nodiscard]] virtual bool ExtractUserName(const CString& path, CString& user) = 0;
+  [[nodiscard]] virtual int GetOperatingSystemVersion() = 0;
+  /// Calls back with the full executable path of each process in turn until the answer is false.
+  virtual void EnumProcs(const std::function<bool(const CString&)>& callback) = 0;
+  /// Starts a program without a shell; the stand-in only records the line.
+  virtual void WinExec(const CString& commandLine) = 0;
+  virtual int GetCodePage() = 0;
+
+  // ---- registry, fonts ---------------------------------------------------------------------------------------------------
+  [[nodiscard]] virtual bool RegistryKeyExists(RegistryRoot root, const CString& key) = 0;
+  [[nodiscard]] virtual bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
+                                                CString& data) = 0;
+  /// Creates the key when missing. True only once the value is on the machine.
+  [[nodiscard]] virtual bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
+                                                 const CString& data) = 0;
+  /// A missing value is no error. A key that this process created and that is then empty goes with its last value.
+  [[nodiscard]] virtual bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) = 0;
+  [[nodiscard]] virtual bool EnumRegistryValues(RegistryRoot root, const CString& key,
+                                                std::vector<RegistryValue>& values) = 0;
+  virtual bool AddFontResource(const CString& path) = 0;
+  virtual bool RemoveFontResource(const CString& path) = 0;
+  virtual void BroadcastFontChange() = 0;
+
+  // ---- clock -------------------------------------------------------------------------------------------------------------
+  [[nodiscard]] virtual CKestDateTime Now() = 0;
+  /// Milliseconds of a clock that never goes back.
+  [[nodiscard]] virtual std::int64_t MonotonicMilliseconds() = 0;
+  /// Lets the host run for a moment (a few milliseconds); never enters the engine again.
+  virtual void AllowBackgroundProcessing() = 0;
+
+  // ---- last failure ---------------------------------------------------------------------------------------------------------
+  [[nodiscard]] virtual MachineError GetLastError() = 0;
+  virtual void ClearLastError() = 0;
+};
+
+} // namespace kest

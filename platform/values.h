@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/text.h"
+
+#include <compare>
+#include <cstdint>
+
+namespace kest {
+
+/// Three 16-bit numbers, as in "3.0.644".
+class KEST_API CKestVersionNumber {
+public:
+  CKestVersionNumber() = default;
+  CKestVersionNumber(std::uint16_t major, std::uint16_t minor, std::uint16_t build);
+  /// Dotted text: missing parts are 0, reading stops at the first foreign character, a part over 65,535 is capped.
+  explicit CKestVersionNumber(std::string_view dotted);
+
+  /// Text that reads back equal: "1.0", "3.0.644" (two parts at least).
+  [[nodiscard]] CString ToText() const;
+  /// major + minor as decimal digits behind the point ("4.02" style is not kept); 0.0 when unset. For bounds tests
+  /// and displays alone: comparing goes through Compare.
+  [[nodiscard]] double ToDouble() const;
+  /// Negative, 0 or positive, number by number.
+  [[nodiscard]] int Compare(const CKestVersionNumber& other) const;
+  [[nodiscard]] int Compare(std::string_view dotted) const;
+  [[nodiscard]] bool IsUnset() const { return m_major == 0 && m_minor == 0 && m_build == 0; }
+  [[nodiscard]] std::uint16_t GetMajor() const { return m_major; }
+  [[nodiscard]] std::uint16_t GetMinor() const { return m_minor; }
+  [[nodiscard]] std::uint16_t GetBuild() const { return m_build; }
+
+private:
+  std::uint16_t m_major = 0;
+  std::uint16_t m_minor = 0;
+  std::uint16_t m_build = 0;
+};
+
+/// A moment: whole seconds since 1970-01-01 00:00 UTC.
+class CKestDateTime {
+public:
+  CKestDateTime() = default;
+  explicit CKestDateTime(std::int64_t seconds) : m_seconds(seconds) {}
+  [[nodiscard]] std::int64_t GetSeconds() const { return m_seconds; }
+  auto operator<=>(const CKestDateTime&) const = default;
+
+private:
+  std::int64_t m_seconds = 0;
+};
+
+/// Counts down on the machine's monotonic clock.
+class KEST_API CKestTimer {
+public:
+  explicit CKestTimer(std::int64_t milliseconds) : m_length(milliseconds) {}
+  void Start();
+  /// True when the time has passed since Start, or Start was never called.
+  [[nodiscard]] bool IsDone() const;
+
+private:
+  std::int64_t m_length;
+  std::int64_t m_end = 0;
+};
+
+} // namespace kest
