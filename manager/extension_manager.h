@@ -1,0 +1,154 @@
+#pragma once
+
+#include "journal/catalogue_operations.h"
+#include "journal/journal.h"
+#include "manager/operation_report.h"
+#include "platform/containers.h"
+#include "platform/export.h"
+#include "platform/extension_manager_ui.h"
+#include "platform/path.h"
+#include "platform/values.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace kest {
+
+class CKestExtension;
+class CKestProduct;
+class HostUi;
+
+/// The engine's public entry: the products of the machine in force, the catalogue of what is installed in each, and the
+/// operations on extensions.
+///
+/// Order of use: construct, Init, Load, then anything. Owns its products and every record in the catalogue; what it
+/// hands out is borrowed unless said otherwise. One thread. No call throws.
+///
+/// An operation that changes the machine takes the right to write first. When another process has it the operation
+/// fails at once (or after the wait set with SetLockWait), changes nothing and shows nothing; GetLastReport says who
+/// has it. A failed or cancelled operation takes back everything it did.
+class KEST_API CKestExtensionManager : public CatalogueOperations {
+public:
+  /// `ui` is borrowed; with null, operations that need a host fail at once and do nothing.
+  explicit CKestExtensionManager(CKestExtensionManagerUI* ui);
+  /// Frees the catalogue's records (each once), then the products.
+  ~CKestExtensionManager() override;
+  CKestExtensionManager(const CKestExtensionManager&) = delete;
+  CKestExtensionManager& operator=(const CKestExtensionManager&) = delete;
+
+  void SetUI(CKestExtensionManagerUI* ui);
+  [[nodiscard]] CKestExtensionManagerUI* GetUI() const;
+
+  // ---- lifecycle
+  /// Takes back what a process that died left behind (see GetRecoveryReport), finds the products, makes the extensions
+  /// folders of those found. Always 0.
+  int Init();
+  /// Reads the installed descriptions of every product into the catalogue, in place of what was there. Always 0.
+  int Load();
+  /// What Init found of interrupted operations.
+  [[nodiscard]] const RecoveryReport& GetRecoveryReport() const;
+  /// How long an operation waits for another process that is changing the machine; 0 at first.
+  void SetLockWait(std::int64_t milliseconds);
+  /// How long a wait for a file in use polls before the user is asked again; 10,000 at first.
+  void SetFileWait(std::int64_t milliseconds);
+
+  // ---- catalogue
+  /// Over the products in the order of their making; the iterator is the caller's, the products are not.
+  [[nodiscard]] CKestTypedIterator<CKestProduct*>* CreateProductIterator() const;
+  [[nodiscard]] CKestTypedIterator<CKestProduct*>* CreateProductReverseIterator() const;
+  /// Appends the product's records to `out`, in catalogue order; nothing for a product without a list.
+  void GetExtensions(const CKestProduct* product, CKestTypedList<CKestExtension*>& out) const;
+  /// Appends the record to the product's list and takes ownership.
+  void AddExtension(const CKestProduct* product, CKestExtension* extension) override;
+  /// Takes every entry of the record out of the product's list; the record is the caller's from now on.
+  void RemoveExtension(const CKestProduct* product, CKestExtension* extension);
+  /// Whether a product that was found has this name, letter case aside.
+  [[nodiscard]] bool IsProductInstalled(const char* name) const;
+  /// The first record, over all products, whose description file is `path`, letter case aside; null when none.
+  [[nodiscard]] CKestExtension* FindByPath(const char* path) const;
+  /// The product's first enabled record of this name and author, letter case aside; null when none.
+  [[nodiscard]] CKestExtension* FindEnabledByNameAndAuthor(const CKestProduct* product, const char* name,
+                                                           const char* author) const;
+  /// The label of an extension type; false, and the label left alone, for an unknown type.
+  [[nodiscard]] bool GetTypeLabel(int type, CString& label) const;
+  /// The text shown for a selected extension: description and access text, line breaks and blanks decoded. Empty for
+  /// null.
+  void GetExtensionDetail(const CKestExtension* extension, CString& out) const;
+
+  /// Comparisons for sorted lists: negative, 0 or positive; 0 when either is null.
+  [[nodiscard]] int CompareName(const CKestExtension* a, const CKestExtension* b) const;
+  [[nodiscard]] int CompareVersion(const CKestExtension* a, const CKestExtension* b) const;
+  [[nodiscard]] int CompareType(const CKestExtension* a, const CKestExtension* b) const;
+  [[nodiscard]] int CompareAuthor(const CKestExtension* a, const CKestExtension* b) const;
+  /// Enabled ones first.
+  [[nodiscard]] int CompareEnabled(const CKestExtension* a, const CKestExtension* b) const;
+
+  /// A product by its name, letter case aside, that has looked for itself; with a folder it is taken to be there. The
+  /// caller's; null for a name without a class.
+  [[nodiscard]] static CKestProduct* CreateProduct(const CString& name, const CString& installFolder);
+
+  // ---- operations
+  enum RestartFlag : int { kRestartProduct = 1, kRestartMachine = 2 };
+
+  /// Installs a package (.kep), or a description beside its files.
+  ///
+  /// `product`: in, the product wanted or null; out, the product chosen. `replaced` (may be null): out, the installed
+  /// extension that was replaced, disabled or found equal; a replaced one may be read until the next operation starts
+  /// and is never the caller's. `quiet`: neither agreement nor closing messages. `enroll`: into the catalogue, as an
+  /// install; else as an enable, and the record is the caller's. `resolveTokens`: ask for folders. `restartFlags`: out.
+  /// `keepProduct`: fail rather than choose another product. `acceptEqual`: null with `replaced` set when the same
+  /// extension is enabled already. `progress`: drive the display.
+  ///
+  /// The new record, or null after a failure or a cancellation: then the machine is as before.
+  CKestExtension* InstallExtension(const CKestProduct** product, const char* path, CKestExtension** replaced,
+                                   bool quiet, bool enroll, bool resolveTokens, int& restartFlags, bool keepProduct,
+                                   bool acceptEqual, bool progress);
+
+  /// Takes an extension out of a product. `refresh`: a running product that needs no restart reloads. `quiet`: no
+  /// closing message. `ownJournal`: finish (or take back) the steps here, else the caller does. `remove`: out of the
+  /// catalogue too (the record is then the caller's). `deleteDisabled`: the copies set aside go too. `restart`: out, 1
+  /// when the running product must restart. 0, or -1: then, with `ownJournal`, everything is as before.
+  int UninstallExtension(const CKestProduct* product, CKestExtension* extension, bool refresh, bool quiet,
+                         bool ownJournal, bool remove, bool deleteDisabled, int& restart, bool progress) override;
+  /// Sets the extension's files aside as a package. 0, -1, or the code of the packaging that failed.
+  int DisableExtension(const CKestProduct* product, CKestExtension* extension, bool progress) override;
+  /// Installs a disabled extension again from its package. 0, or -1.
+  int EnableExtension(const CKestProduct* product, CKestExtension* extension) override;
+
+  /// Builds a package of a description and its files. `repackage`: of an installed extension, from where its files are
+  /// in `product`. `portable`: names must suit the other platform too. 0, or a code: -4 several primary products, the
+  /// load code of a description that does not load, the code of the package, else -1. An old package stays until the
+  /// new one is complete.
+  int CreatePackage(const char* description, const char* package, const CKestProduct* product, bool repackage,
+                    bool progress, bool portable);
+  /// Carries extensions of one product over to another. Always true; GetLastReport has a part for each.
+  bool Import(const CKestProduct* from, const CKestProduct* to, const CKestTypedList<CKestExtension*>& extensions);
+
+  /// Whether an extension in the catalogue other than `except` places a file at `path`.
+  [[nodiscard]] bool IsFileReferenced(const CKestProduct* product, const char* path,
+                                      const CKestExtension* except) const;
+  /// Whether the description or one of the installed files that it lists is newer than `when`.
+  [[nodiscard]] bool ExtensionHasFilesNewerThan(const CKestProduct* product, const char* descriptionPath,
+                                                const CKestDateTime& when) const;
+
+  // ---- for hosts
+  /// Which files an uninstall would delete and which would stay. Empty for null.
+  [[nodiscard]] UninstallPreview PreviewUninstall(const CKestProduct* product, const CKestExtension* extension) const;
+  /// Where the extension's files are installed, for platform-fitting entries of the description, in order; entries
+  /// without a place are left out.
+  [[nodiscard]] std::vector<CString> GetInstalledFiles(const CKestProduct* product,
+                                                       const CKestExtension* extension) const;
+  /// What the last outermost operation did.
+  [[nodiscard]] const OperationReport& GetLastReport() const;
+
+  void KeepReplacedExtension(CKestExtension* extension) override;
+
+  /// Everything behind the operations; for the sources of this folder and their tests.
+  struct State;
+  [[nodiscard]] State& GetState() { return *m_state; }
+
+private:
+  std::unique_ptr<State> m_state;
+};
+
+} // namespace kest

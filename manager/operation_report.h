@@ -1,0 +1,92 @@
+#pragma once
+
+#include "platform/text.h"
+
+#include <vector>
+
+namespace kest {
+
+/// What the last operation did, or why it did nothing. Made for hosts: everything an error message or a summary needs,
+/// without asking the machine again. Paths are Windows paths.
+struct OperationReport {
+  enum class Operation { kNone, kInstall, kUninstall, kDisable, kEnable, kPackage, kImport };
+
+  /// Why an operation failed; a host makes its exit code of it.
+  enum class Failure {
+    kNone,
+    kDeclined,           ///< the user said no, cancelled, or gave up a question
+    kNotFound,           ///< the file, product or extension is not there
+    kUnsupportedProduct, ///< no product here supports the extension
+    kBadPackage,         ///< unreadable, damaged or refused package
+    kBadDescription,     ///< unreadable, incomplete or refused description
+    kInUse,              ///< a file is held open by a program
+    kNoPermission,       ///< the user may not write there
+    kLocked,             ///< another process is changing the machine
+    kDiskFull,
+    kAlreadyThere, ///< the same extension is enabled already
+    kOther,
+  };
+
+  enum class Why { kShared, kFont, kSystemFile, kUserAnswer };
+
+  struct Kept {
+    CString path;
+    Why why = Why::kShared;
+  };
+
+  struct Problem {
+    Failure kind = Failure::kOther;
+    CString path;    ///< what it is about; empty when about no file
+    CString reason;  ///< one sentence part in plain words
+    int message = 0; ///< number of the text the user was shown; 0 when none
+    CString next;    ///< what to do about it, one sentence part; empty when nothing is known
+  };
+
+  /// What lies on the machine beyond what was asked for.
+  struct Leftover {
+    CString path;
+    CString backup; ///< where the old state is kept when `path` could not be restored; else empty
+    CString why;    ///< "backup copy", or "not restored"
+  };
+
+  Operation operation = Operation::kNone;
+  CString extension; ///< name; empty when not known yet
+  CString version;
+  CString author;
+  CString product;
+  CString replaced; ///< name of the extension that was replaced or disabled; empty when none
+
+  std::vector<CString> created;
+  std::vector<CString> changed;
+  std::vector<CString> deleted;
+  std::vector<Kept> kept;
+  std::vector<Problem> problems;
+  std::vector<Leftover> leftovers;
+
+  bool restartProduct = false;
+  bool restartMachine = false;
+
+  Failure failure = Failure::kNone;
+  bool rolledBack = true; ///< after a failure: everything is as it was (see leftovers when not)
+  int undoneSteps = 0;    ///< after a failure: how many steps were taken back
+
+  /// Of an import: one report for each extension, in the order of the list.
+  std::vector<OperationReport> parts;
+
+  [[nodiscard]] bool Succeeded() const { return failure == Failure::kNone; }
+};
+
+/// What an uninstall would do with the files of an extension; made without changing anything.
+struct UninstallPreview {
+  struct Entry {
+    CString path;
+    bool stays = false;
+    OperationReport::Why why = OperationReport::Why::kShared; ///< of a file that stays
+  };
+  std::vector<Entry> files;       ///< files that exist, in the order of the description
+  std::vector<CString> missing;   ///< places where a file of the extension should be and is not
+  std::vector<CString> described; ///< the installed description (and package of a disabled extension)
+  bool restartProduct = false;
+};
+
+} // namespace kest
