@@ -8,7 +8,7 @@ namespace kest {
 
 /// Numbers of the host's texts. Behind each: its arguments (s text, d whole number) and where it is shown.
 enum class Message : int {
-  // labels of the extension types (no arguments)
+  // labels of the extension types stand where they belong by number; none has arguments
   kTypeObject = 4000,
   kTypeTemplate = 4001,
   kTypeCommand = 4002,
@@ -28,7 +28,7 @@ enum class Message : int {
 
   kAgreementPrompt = 4016,        ///< s extension
   kDescriptionNameTaken = 4017,   ///< s new extension, s installed extension, s description file name; joined with 4018
-  kDescriptionNameTakenAsk = 4018, ///< continues 4017, same arguments
+  kDescriptionNameTakenAsk = 4018, ///< continues 4017, same arguments, named by position in both
   kOlderVersion = 4019,           ///< s extension; yes/no
   kNewerVersion = 4020,           ///< s extension; yes/no
   kEqualVersion = 4021,           ///< s extension; yes/no
