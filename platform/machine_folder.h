@@ -2,7 +2,7 @@
 
 #include "platform/machine.h"
 
-#include <map>
+#include <utility>
 
 namespace kest {
 
@@ -54,11 +54,76 @@ public:
   /// Font files that AddFontResource registered since the machine was opened.
   [[nodiscard]] const std::vector<CString>& GetFontResources() const;
 
-  // every operation of Machine (H1: list the overrides here)
+  // ---- Machine
+  [[nodiscard]] bool FileExists(const CString& path) override;
+  [[nodiscard]] bool GetFileSize(const CString& path, std::uint64_t& size) override;
+  [[nodiscard]] std::unique_ptr<MachineFile> Open(const CString& path, OpenMode mode) override;
+  [[nodiscard]] bool CopyFile(const CString& from, const CString& to) override;
+  [[nodiscard]] bool DeleteFile(const CString& path) override;
+  [[nodiscard]] bool MoveFile(const CString& from, const CString& to) override;
+  [[nodiscard]] bool ReplaceFile(const CString& from, const CString& to) override;
+  [[nodiscard]] bool LinkFile(const CString& existing, const CString& to) override;
+  [[nodiscard]] bool MoveFileToTrash(const CString& path) override;
+  [[nodiscard]] bool MoveFolderToTrash(const CString& path, const CString& label) override;
+  [[nodiscard]] bool IsFileReadOnly(const CString& path) override;
+  [[nodiscard]] bool SetFileReadOnly(const CString& path, bool readOnly) override;
+  [[nodiscard]] bool CanUpdateFile(const CString& path) override;
+  [[nodiscard]] bool GetFileDateTime(const CString& path, CKestDateTime& date) override;
+  [[nodiscard]] bool SetFileDateTime(const CString& path, const CKestDateTime& date) override;
+  [[nodiscard]] bool GetFileVersion(const CString& path, CKestVersionNumber& version) override;
+  [[nodiscard]] CString GetStoredPath(const CString& path) override;
+  [[nodiscard]] bool DirectoryExists(const CString& path) override;
+  [[nodiscard]] bool CreateDirectory(const CString& path) override;
+  [[nodiscard]] bool CreatePrivateDirectory(const CString& path) override;
+  [[nodiscard]] bool RemoveDirectory(const CString& path) override;
+  [[nodiscard]] bool RemoveTree(const CString& path) override;
+  [[nodiscard]] bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) override;
+  [[nodiscard]] bool SameVolume(const CString& a, const CString& b) override;
+  [[nodiscard]] bool GetFreeSpace(const CString& path, std::uint64_t& bytes) override;
+  [[nodiscard]] bool SyncPaths(const std::vector<CString>& paths) override;
+  WriterLock LockWriter(std::int64_t milliseconds) override;
+  void UnlockWriter() override;
+  void ForgetFolders() override;
+  [[nodiscard]] bool GetSystemFolder(CString& path) override;
+  [[nodiscard]] bool GetFontsFolder(CString& path) override;
+  [[nodiscard]] bool GetTempRoot(CString& path) override;
+  [[nodiscard]] bool GetCurrentProcessPath(CString& path) override;
+  void InitMultiUserMembers() override;
+  [[nodiscard]] bool IsSupportedMultiUserSystem() override;
+  [[nodiscard]] bool GetCurrentUserType(int& type) override;
+  [[nodiscard]] bool GetSharedAppDataPath(CString& path) override;
+  [[nodiscard]] bool GetCurrentUserAppDataPath(CString& path) override;
+  [[nodiscard]] bool GetAppDataPathFor(const CString& user, CString& path) override;
+  [[nodiscard]] bool GetAllUserAppDataPaths(std::vector<CString>& paths) override;
+  [[nodiscard]] bool ExtractUserName(const CString& path, CString& user) override;
+  [[nodiscard]] int GetOperatingSystemVersion() override;
+  void EnumProcs(const std::function<bool(const CString&)>& callback) override;
+  void WinExec(const CString& commandLine) override;
+  int GetCodePage() override;
+  [[nodiscard]] bool RegistryKeyExists(RegistryRoot root, const CString& key) override;
+  [[nodiscard]] bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
+                                        CString& data) override;
+  [[nodiscard]] bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
+                                         const CString& data) override;
+  [[nodiscard]] bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) override;
+  [[nodiscard]] bool EnumRegistryValues(RegistryRoot root, const CString& key,
+                                        std::vector<RegistryValue>& values) override;
+  bool AddFontResource(const CString& path) override;
+  bool RemoveFontResource(const CString& path) override;
+  void BroadcastFontChange() override;
+  [[nodiscard]] CKestDateTime Now() override;
+  [[nodiscard]] std::int64_t MonotonicMilliseconds() override;
+  void AllowBackgroundProcessing() override;
+  [[nodiscard]] MachineError GetLastError() override;
+  void ClearLastError() override;
+
+  /// How often the names of a folder were read from the disk since the machine was opened; what finding names costs is
+  /// judged by it.
+  [[nodiscard]] std::uint64_t GetFolderReads() const;
 
 private:
-  struct State;
-  std::unique_ptr<State> m_state;
+  class State;
+  std::shared_ptr<State> m_state; ///< shared with the files that it has open
 };
 
 } // namespace kest
