@@ -25,8 +25,10 @@ public:
   /// False when anything written may be missing; then the old file is intact.
   [[nodiscard]] bool Close();
 
-  /// The whole file at once.
-  [[nodiscard]] static bool ReadAll(const CString& path, CString& content);
+  /// The most that ReadAll takes when it is not told otherwise.
+  static constexpr std::uint64_t kMostInMemory = 256ull << 20;
+  /// The whole file at once; false, `content` untouched, when it cannot be read or is longer than `limit` bytes.
+  [[nodiscard]] static bool ReadAll(const CString& path, CString& content, std::uint64_t limit = kMostInMemory);
   /// Written beside and put in place in one move; false leaves the old file as it was.
   [[nodiscard]] static bool WriteAll(const CString& path, std::string_view content);
 

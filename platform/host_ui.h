@@ -20,12 +20,15 @@ public:
   /// Shows a notice that ends with another text after one blank.
   void NoticeWith(Message number, const std::vector<text::Argument>& arguments, Message closing) const;
   /// Shows a notice whose text was joined by the caller; `number` tells the host what it is about.
-  void NoticeText(Message number, const CString& text) const;
+  void NoticeText(Message number, const CString& text, const std::vector<text::Argument>& arguments = {}) const;
   /// Asks; the button pressed, or -1 without a host.
   [[nodiscard]] int Ask(Message number, const std::vector<text::Argument>& arguments, MessageStyle style) const;
   [[nodiscard]] int AskText(Message number, const std::vector<text::Argument>& arguments, const CString& text,
                             MessageStyle style) const;
-  [[nodiscard]] bool ConfirmAgreement(Message number, const CString& prompt, const CString& agreement) const;
+  /// False without a host. The prompt was built by the caller from `number` and `arguments`.
+  [[nodiscard]] bool ConfirmAgreement(Message number, const CString& prompt, const CString& agreement,
+                                      const std::vector<text::Argument>& arguments = {}) const;
+  /// False, `folder` untouched, when the user gives up and without a host.
   [[nodiscard]] bool ChooseFolder(const CString& tokenPrompt, const CString& initialFolder, CString& folder) const;
   void BeginWait() const;
   void EndWait() const;

@@ -70,7 +70,9 @@ struct WriterLock {
 /// a link is refused. No call throws. One thread.
 class KEST_API Machine {
 public:
-  virtual ~Machine() = default;
+  /// A machine that is freed while in force leaves none in force (its temporary folder stays: call
+  /// CKestOS::SetMachine(nullptr) before).
+  virtual ~Machine();
 
   // ---- files ---------------------------------------------------------------------------------------------------
   /// A plain file (not a folder, not a link to a folder).

@@ -29,10 +29,11 @@ public:
   static bool SetFileDateTime(const CString& path, const CKestDateTime& date);
   [[nodiscard]] static bool GetFileVersionNumber(const CString& path, CKestVersionNumber& version);
   /// One private folder (0700) per process below the machine's temporary folder, made at the first call, with a
-  /// trailing backslash. RemoveTempFolder, or the end of the process, removes it unless it was told to keep it.
+  /// trailing backslash. RemoveTempFolder, another machine in force, or the end of the process removes it.
   [[nodiscard]] static bool GetTempPath(CString& path);
   static void RemoveTempFolder();
-  /// The folder stays when the process ends: an unfinished journal in it is still needed.
+  /// The present folder stays (an unfinished journal in it is still needed): RemoveTempFolder then only leaves it
+  /// behind, and the next GetTempPath makes another.
   static void KeepTempFolder();
   /// Creates an empty file with a new name "<prefix>....tmp" in the folder.
   [[nodiscard]] static bool GetTempFileName(const CString& folder, const CString& prefix, CString& path);
@@ -68,11 +69,13 @@ public:
 
   [[nodiscard]] static bool RegistryKeyExists(RegistryRoot root, const CString& key);
   /// False for a value longer than 259 bytes, too.
-  [[nodiscard]] static bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data);
+  [[nodiscard]] static bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
+                                               CString& data);
   [[nodiscard]] static bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                                 const CString& data);
   static bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name);
-  [[nodiscard]] static bool EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values);
+  [[nodiscard]] static bool EnumRegistryValues(RegistryRoot root, const CString& key,
+                                               std::vector<RegistryValue>& values);
   static void AddFontResource(const CString& path);
   static void RemoveFontResource(const CString& path);
   static void BroadcastFontChange();

@@ -3,6 +3,7 @@
 #include "platform/export.h"
 
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -55,9 +56,11 @@ KEST_API void SetCodePage(int codePage);
 using Argument = std::variant<CString, long long>;
 
 /// printf-style formatting of a text that the host supplies: understands %s, %d, %i, %u, %ld, %lu, %%, with widths
-/// and %1$s positions. A specifier without an argument, or of the wrong kind, is left out; surplus arguments are
-/// ignored; nothing is ever read that was not given. Never pass a built message as `format`.
+/// (at most 1,024) and %1$s positions. A specifier without an argument, or of the wrong kind, is left out (its argument
+/// counts as used); a "%" that begins no specifier stays; surplus arguments are ignored; nothing is ever read that was
+/// not given. Never pass a built message as `format`.
 [[nodiscard]] KEST_API CString Format(std::string_view format, std::initializer_list<Argument> arguments);
+[[nodiscard]] KEST_API CString Format(std::string_view format, std::span<const Argument> arguments);
 
 } // namespace text
 
