@@ -48,13 +48,16 @@ public:
   /// As ParseFile, from bytes that are already in memory.
   [[nodiscard]] int ParseLines(std::string_view content, bool severalRoots);
 
+  /// False is a promise that OnPreProcessLine would leave every line of `text` alone and answer 0: the parser then
+  /// skips the calls. `text` is one line, or all of them.
+  [[nodiscard]] virtual bool MayRewrite(std::string_view text) const;
   /// One raw line without its end, before it is parsed; may rewrite it. Non-zero ends the parse with that code. The XML
   /// declaration is not passed.
   virtual int OnPreProcessLine(CString& line);
   virtual void OnElementStart(const char* name, CKestXMLAttributes& attributes);
   virtual void OnElementEnd(const char* name);
-  /// Outside CDATA one call for a whole run between two pieces of markup; inside, one call for a line's text and one for
-  /// each line feed. `length` rules.
+  /// Outside CDATA one call for a whole run between two pieces of markup; inside, one call for a line's text and one
+  /// for each line feed. `length` rules.
   virtual void OnCData(const char* text, int length);
   virtual void OnCDataSectionStart();
   virtual void OnCDataSectionEnd();

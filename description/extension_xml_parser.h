@@ -1,0 +1,59 @@
+#pragma once
+
+#include "description/extension.h"
+#include "platform/containers.h"
+#include "platform/xml_parser.h"
+
+namespace kest {
+
+struct ElementRow;
+
+/// Fills a record from the events of a description. A parser serves one parse. Current objects lie on the record's own
+/// stack, which the constructor empties; whoever lets a parse fail empties it again before the parser goes (Load does).
+class KEST_API CKestExtensionXMLParser : public CKestXMLParser {
+public:
+  /// `record` is borrowed; null: every event is ignored, and only the lines are checked.
+  explicit CKestExtensionXMLParser(CKestExtension* record, DescriptionObserver* observer = nullptr);
+  ~CKestExtensionXMLParser() override;
+  /// Copies flags, record and messages, not the objects that the other has read.
+  CKestExtensionXMLParser(const CKestExtensionXMLParser& other);
+  CKestExtensionXMLParser& operator=(const CKestExtensionXMLParser& other);
+
+  /// A root element was seen.
+  [[nodiscard]] bool FoundExtensionTag() const { return m_foundRoot; }
+  /// What the document says wrongly, in the order of discovery.
+  [[nodiscard]] const CKestTypedList<CKestString>& GetErrorStrings() const { return m_errors; }
+
+  int OnPreProcessLine(CString& line) override;
+  void OnElementStart(const char* name, CKestXMLAttributes& attributes) override;
+  void OnElementEnd(const char* name) override;
+  void OnCData(const char* text, int length) override;
+  void OnCDataSectionStart() override;
+  void OnCDataSectionEnd() override;
+  [[nodiscard]] bool MayRewrite(std::string_view text) const override;
+
+private:
+  void Apply(const ElementRow& row, const char* name, CKestXMLAttributes& attributes);
+  void Place(const ElementRow& row, std::string_view name, std::unique_ptr<CKestXmlObject> object);
+  void ReadAttributes(const ElementRow& row, std::string_view name, CKestXmlObject& object,
+                      CKestXMLAttributes& attributes);
+  void ReportUnknown(std::string_view element, std::string_view attribute);
+  void ReportDropped(std::string_view element, std::string_view belongsIn);
+  void StartText(const ElementRow& row);
+  void Capture(const char* name, CKestXMLAttributes& attributes, bool push);
+  void AppendText(std::string_view text, bool closed);
+
+  bool m_inComment = false;
+  bool m_inDescription = false;
+  bool m_inUIAccess = false;
+  bool m_inCData = false;
+  bool m_inLicense = false;
+  CKestExtension* m_record;
+  bool m_foundRoot = false;
+  CKestTypedList<CKestString> m_errors;
+  DescriptionObserver* m_observer;
+  CKestExtensionFile* m_lastFile = nullptr; ///< borrowed from the record; neighbours often share a destination
+  std::vector<std::unique_ptr<CKestXmlObject>> m_orphans; ///< objects without a parent, kept until the parser goes
+};
+
+} // namespace kest
