@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/xml_object.h"
+
+namespace kest {
+
+/// Takes back the line conversions that the description reader made, in text that the parser does not decode.
+KEST_API void RevertLineConversions(CString& value);
+/// Decodes the five predefined references and numeric ones that stand for one byte, once. A reference that a reader
+/// keeps (another name, a larger number) takes the form in which the reader reports it: byte 1 for its "&".
+KEST_API void DecodeReferences(CString& value);
+/// A copy of a payload object of a description, brought from the description's text level to the value level of a
+/// generic file: references decoded in attributes and text, line conversions taken back in CDATA.
+[[nodiscard]] KEST_API std::unique_ptr<CKestXmlObject> CopyPayload(const CKestXmlObject& payload);
+/// The same, assigned to `target` in place, so that pointers to it stay good.
+KEST_API void AssignPayload(CKestXmlObject& target, const CKestXmlObject& payload);
+
+} // namespace kest
