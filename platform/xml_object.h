@@ -87,6 +87,10 @@ public:
   [[nodiscard]] CKestXmlObject* GetCurrentObject() const;
   void ClearObjectStack();
 
+protected:
+  /// The children themselves, for a derived class that edits many at once.
+  [[nodiscard]] Children& EditChildren();
+
 private:
   struct Body;
   Body& MakeBody();
