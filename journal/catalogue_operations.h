@@ -17,6 +17,11 @@ public:
   virtual int DisableExtension(const CKestProduct* product, CKestExtension* extension, bool progress) = 0;
   virtual int EnableExtension(const CKestProduct* product, CKestExtension* extension) = 0;
   virtual void AddExtension(const CKestProduct* product, CKestExtension* extension) = 0;
+  /// Called when a disable is undone, after the steps that it handed to the operation around it were undone. When the
+  /// extension's description stands at its enabled place again (or the record says already that it is enabled), brings
+  /// the record to that state (enabled, path) and answers true. False: the disable is final on the disk, nothing was
+  /// changed, and the caller enables the extension in the ordinary way.
+  virtual bool RestoreEnabledState(const CKestProduct* product, CKestExtension* extension) = 0;
   /// Takes over a record that nothing in the catalogue refers to any more; kept until the next operation starts.
   virtual void KeepReplacedExtension(CKestExtension* extension) = 0;
 };

@@ -8,8 +8,8 @@
 namespace kest {
 
 /// The journal of the operation in progress: owns its steps, and is the one place that appends, does, releases and
-/// undoes them. While an outermost scope is open every step is also a line of the journal file in this process's private
-/// folder, so that the next start can undo what a dead process left.
+/// undoes them. While a scope is open every step is also a line of the journal file in this process's private folder,
+/// so that the next start can undo what a dead process left.
 ///
 /// Order: Prepare, the line (on the disk before the first Do of a pass), Do. Commit: everything touched is brought to
 /// the disk, then the mark "done", then Release of the steps, then the private folder goes.
@@ -22,16 +22,20 @@ public:
 
   /// Appends the step, owned from now on, and does it. 0, or its failure. Take no reference into the journal across it.
   int Run(std::unique_ptr<CKestExtensionInstallStep> step);
-  /// A pass: the steps are prepared and their lines written and synced as a whole; then each is run by RunNext in the order
-  /// given here. A step never run is dropped by EndPass.
+  /// A pass: the steps are prepared and their lines written and synced as a whole; then each is run by RunNext in the
+  /// order given here. -1 when the lines cannot be brought to the disk: nothing of the pass may be done. A step that
+  /// cannot be prepared fails when its turn comes.
   [[nodiscard]] int Plan(std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps);
-  /// Does the next planned step; it enters the journal first. -1 when it fails (RetryLast does it again).
+  /// Does the next planned step; it enters the journal first. -1 when it fails (RetryLast does it again), and when no
+  /// step is left.
   int RunNext();
   /// Does the last step that was run once more (its first backup is kept).
   int RetryLast();
+  /// Ends the pass that was planned last; a step never run is dropped. A scope that ends ends its passes.
   void EndPass();
 
-  /// Whether the last undo left something undone, and what is kept where.
+  /// Whether the last operation's undo left something undone, and what is kept where. Emptied when the next outermost
+  /// scope opens.
   struct Leftover {
     CString path;   ///< what could not be restored
     CString backup; ///< where its old state is kept; empty when there is none
@@ -47,31 +51,47 @@ private:
   std::unique_ptr<State> m_state;
 };
 
-/// Appends a step to a vector that may or may not be a CKestInstallJournal, and does it. The products' way in.
-int AppendAndDo(CKestTypedVector<CKestExtensionInstallStep*>* steps, std::unique_ptr<CKestExtensionInstallStep> step);
+/// Appends a step to a vector that may or may not be a CKestInstallJournal, and does it. The products' way in. In a
+/// plain vector the caller undoes, releases and frees. -1 without a vector.
+KEST_API int AppendAndDo(CKestTypedVector<CKestExtensionInstallStep*>* steps,
+                         std::unique_ptr<CKestExtensionInstallStep> step);
 
 /// The steps that one operation appends: undone by the destructor unless committed. Scopes nest. An inner scope that
-/// commits hands its steps to the scope around it (they are released, or undone, with that one), unless it is `final`:
-/// then they are released for good, whatever becomes of the outer operation.
+/// commits hands its steps to the scope around it (they are released, or undone, with that one), unless it is `kFinal`:
+/// then they are released for good, whatever becomes of the outer operation. A scope opened while another one is being
+/// undone is final whatever was asked for.
+///
+/// The outermost scope holds the writer lock of the machine (the caller usually has it already and can say who has it
+/// otherwise; without the lock every step fails), forgets what was learned of folders, and at its end removes the
+/// temporary folder of the process. So open it before anything is put there, a package unpacked for instance, and
+/// finish with what lies there before it ends; a TempFolderHold keeps the folder longer.
 class KEST_API JournalScope {
 public:
   enum class Kind { kOrdinary, kFinal };
-  explicit JournalScope(CKestInstallJournal& journal, Kind kind = Kind::kOrdinary);
+  /// `operation` is what a recovery will call it, e.g. "install Table Tools"; of an inner scope it is not used.
+  explicit JournalScope(CKestInstallJournal& journal, Kind kind = Kind::kOrdinary, const CString& operation = {});
   ~JournalScope();
   JournalScope(const JournalScope&) = delete;
   JournalScope& operator=(const JournalScope&) = delete;
 
   /// False when what was done could not be brought to the disk: the scope is still open and will be undone.
   [[nodiscard]] bool Commit();
-  /// Undoes the scope's own steps from last to first, releases and frees them. True when everything was restored.
+  /// Undoes the scope's own steps from last to first, releases and frees them. True when everything was restored; else
+  /// the journal's leftovers say what was not, and what undo needs is kept for the next start.
   bool RollBack();
   /// Whether the scope holds steps.
   [[nodiscard]] bool HasSteps() const;
   [[nodiscard]] bool IsOutermost() const;
+  /// Names the operation once more is known of it (the extension's name). Before the first step.
+  void SetOperation(const CString& operation);
 
 private:
+  void Close();
+
   CKestInstallJournal& m_journal;
   std::size_t m_mark;
+  std::size_t m_passMark;
+  long m_firstNumber;
   Kind m_kind;
   bool m_open = true;
 };
@@ -79,16 +99,16 @@ private:
 /// What a start found of operations that a dead process left.
 struct RecoveryReport {
   struct Entry {
-    CString operation; ///< what the journal file says of it, e.g. "install Table Tools"
+    CString operation;     ///< what the journal file says of it, e.g. "install Table Tools"; empty when unreadable
     bool finished = false; ///< it had been done: only its clean-up was completed
-    std::vector<CString> restored;
+    std::vector<CString> restored;                        ///< what was changed back
     std::vector<CKestInstallJournal::Leftover> leftovers; ///< not empty: undo is incomplete, everything needed is kept
   };
   std::vector<Entry> entries;
 };
 
-/// Undoes what dead processes left, newest first. Does nothing while another process holds the writer lock. May be
-/// interrupted and run again.
+/// Undoes what dead processes left, newest first. Does nothing while another process holds the writer lock, or while an
+/// operation of this process is open. May be interrupted and run again.
 KEST_API RecoveryReport RecoverInterruptedOperations();
 
 } // namespace kest

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/export.h"
+#include "platform/text.h"
+
+#include <utility>
+#include <vector>
+
+namespace kest {
+
+/// A step as a line of the journal file tells it: its kind and its named fields. Values may hold any byte.
+class KEST_API StepRecord {
+public:
+  [[nodiscard]] const CString& GetKind() const { return m_kind; }
+  void SetKind(CString kind) { m_kind = std::move(kind); }
+  /// A field may stand more than once; Get gives the first.
+  void Add(const char* name, CString value) { m_fields.emplace_back(name, std::move(value)); }
+  void AddFlag(const char* name, bool value) { Add(name, value ? "1" : "0"); }
+  /// Empty when the field is missing.
+  [[nodiscard]] CString Get(std::string_view name) const;
+  [[nodiscard]] bool GetFlag(std::string_view name) const { return Get(name) == "1"; }
+  [[nodiscard]] std::vector<CString> GetAll(std::string_view name) const;
+
+  /// "kind TAB name=value TAB ...", values escaped.
+  [[nodiscard]] CString ToText() const;
+  /// False for a text that ToText does not write.
+  [[nodiscard]] static bool FromText(std::string_view text, StepRecord& record);
+
+private:
+  CString m_kind;
+  std::vector<std::pair<CString, CString>> m_fields;
+};
+
+namespace journal_line {
+
+/// Control bytes and "%" as "%XX", so that a text holds neither a tab nor a line end.
+[[nodiscard]] KEST_API CString Escape(std::string_view value);
+[[nodiscard]] KEST_API bool Unescape(std::string_view text, CString& value);
+/// `body` with its check sum and the line end. Any change of one byte is noticed by Unseal.
+[[nodiscard]] KEST_API CString Seal(std::string_view body);
+/// `line` without its line end. False when the check sum does not fit.
+[[nodiscard]] KEST_API bool Unseal(std::string_view line, std::string_view& body);
+/// Splits at tabs.
+[[nodiscard]] KEST_API std::vector<std::string_view> SplitFields(std::string_view body);
+/// Digits alone, at most 9 of them.
+[[nodiscard]] KEST_API bool ParseNumber(std::string_view text, long& value);
+
+} // namespace journal_line
+} // namespace kest
