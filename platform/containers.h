@@ -47,6 +47,13 @@ public:
   auto begin() const { return m_items.begin(); }
   auto end() const { return m_items.end(); }
 
+protected:
+  T PopLast() {
+    T last = std::move(m_items.back());
+    m_items.pop_back();
+    return last;
+  }
+
 private:
   std::vector<T> m_items;
 };
@@ -55,6 +62,8 @@ private:
 template <class T> class CKestTypedVector : public CKestTypedList<T> {
 public:
   virtual ~CKestTypedVector() = default;
+  /// Takes the last item off; call only when there is one.
+  T TakeLast() { return this->PopLast(); }
 };
 
 /// Ordered map.
