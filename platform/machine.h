@@ -21,6 +21,9 @@ public:
   [[nodiscard]] virtual std::int64_t ReadAt(std::uint64_t offset, char* buffer, std::size_t count) = 0;
   /// Writes all of it; false on any failure (disk full included).
   [[nodiscard]] virtual bool Write(const char* bytes, std::size_t count) = 0;
+  /// Writes over bytes that were written before, at `offset`; the current position is left alone. For kReplace and
+  /// kCreateNew files.
+  [[nodiscard]] virtual bool WriteAt(std::uint64_t offset, const char* bytes, std::size_t count) = 0;
   [[nodiscard]] virtual bool GetSize(std::uint64_t& size) = 0;
   /// Last-write time the file is to have once closed.
   [[nodiscard]] virtual bool SetDate(const CKestDateTime& date) = 0;
