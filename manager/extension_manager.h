@@ -141,6 +141,7 @@ public:
   /// What the last outermost operation did.
   [[nodiscard]] const OperationReport& GetLastReport() const;
 
+  bool RestoreEnabledState(const CKestProduct* product, CKestExtension* extension) override;
   void KeepReplacedExtension(CKestExtension* extension) override;
 
   /// Everything behind the operations; for the sources of this folder and their tests.

@@ -1,0 +1,63 @@
+#include "manager/catalogue.h"
+
+#include "description/extension.h"
+
+#include <algorithm>
+#include <memory>
+#include <unordered_set>
+
+namespace kest {
+namespace {
+
+void FreeDistinct(const std::unordered_set<CKestExtension*>& records) {
+  for (CKestExtension* record : records) {
+    std::unique_ptr<CKestExtension>{record}.reset();
+  }
+}
+
+} // namespace
+
+Catalogue::~Catalogue() {
+  std::unordered_set<CKestExtension*> records;
+  for (const auto& [product, list] : m_lists) {
+    records.insert(list.begin(), list.end());
+  }
+  FreeDistinct(records);
+}
+
+void Catalogue::Add(const CKestProduct* product, CKestExtension* extension) {
+  List& list = m_lists[product];
+  const bool fitsGap = m_gap.extension == extension && m_gap.product == product && m_gap.count == list.size();
+  list.insert(fitsGap ? list.begin() + static_cast<std::ptrdiff_t>(m_gap.at) : list.end(), extension);
+  m_gap = Gap{};
+}
+
+void Catalogue::Remove(const CKestProduct* product, const CKestExtension* extension) {
+  const auto found = m_lists.find(product);
+  if (found == m_lists.end()) {
+    return;
+  }
+  List& list = found->second;
+  const auto first = std::find(list.begin(), list.end(), extension);
+  if (first == list.end()) {
+    return;
+  }
+  m_gap = Gap{product, extension, static_cast<std::size_t>(first - list.begin()), 0};
+  std::erase(list, extension);
+  m_gap.count = list.size();
+}
+
+void Catalogue::Replace(const CKestProduct* product, const CKestTypedList<CKestExtension*>& records) {
+  List& list = m_lists[product];
+  const std::unordered_set<CKestExtension*> old(list.begin(), list.end());
+  list.assign(records.begin(), records.end());
+  m_gap = Gap{};
+  FreeDistinct(old);
+}
+
+const Catalogue::List* Catalogue::Find(const CKestProduct* product) const {
+  const auto found = m_lists.find(product);
+  return found == m_lists.end() ? nullptr : &found->second;
+}
+
+} // namespace kest

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/containers.h"
+
+#include <map>
+#include <vector>
+
+namespace kest {
+
+class CKestExtension;
+class CKestProduct;
+
+/// The installed extensions by product: the one owner of their records. A record may be listed twice and is freed once.
+class Catalogue {
+public:
+  using List = std::vector<CKestExtension*>;
+
+  Catalogue() = default;
+  ~Catalogue();
+  Catalogue(const Catalogue&) = delete;
+  Catalogue& operator=(const Catalogue&) = delete;
+
+  /// Takes ownership. A record that was taken out by Remove goes back to where it stood when nothing else came or went.
+  void Add(const CKestProduct* product, CKestExtension* extension);
+  /// Takes every entry of the record out of the product's list; the caller owns it then.
+  void Remove(const CKestProduct* product, const CKestExtension* extension);
+  /// Frees the product's records and takes over those of the list.
+  void Replace(const CKestProduct* product, const CKestTypedList<CKestExtension*>& records);
+  /// Null for a product that was never given a list.
+  [[nodiscard]] const List* Find(const CKestProduct* product) const;
+  [[nodiscard]] const std::map<const CKestProduct*, List>& All() const { return m_lists; }
+
+private:
+  struct Gap {
+    const CKestProduct* product = nullptr;
+    const CKestExtension* extension = nullptr;
+    std::size_t at = 0;
+    std::size_t count = 0;
+  };
+  std::map<const CKestProduct*, List> m_lists;
+  Gap m_gap; ///< where the record removed last had stood
+};
+
+} // namespace kest

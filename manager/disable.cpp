@@ -1,0 +1,184 @@
+#include "description/extension.h"
+#include "journal/private_steps.h"
+#include "manager/operation_scope.h"
+#include "platform/os.h"
+
+namespace kest {
+namespace {
+
+using State = CKestExtensionManager::State;
+using Failure = OperationReport::Failure;
+
+constexpr int kLongestStem = 27;
+
+/// What a disable is about, and what its phases find out for each other.
+struct DisableContext {
+  State& state;
+  const CKestProduct& product;
+  CKestExtension& extension;
+  bool progress;
+  CKestPath aside;     ///< where the description is going to lie
+  CKestPath package{}; ///< beside it
+  bool needsPackage = true;
+  int result = -1; ///< of the phase that failed
+  int restart = 0;
+};
+
+/// A package from an earlier disable will do when nothing installed is newer.
+bool IsPackageUpToDate(const DisableContext& context) {
+  CKestDateTime date;
+  if (!CKestOS::GetFileDateTime(context.package, date)) {
+    return false;
+  }
+  const std::optional<bool> newer = context.state.HasFilesNewerThan(context.product, context.extension.GetPath(), date);
+  return newer.has_value() && !*newer;
+}
+
+/// A name in the folder that neither a description nor a package has.
+bool FindFreeStem(const DisableContext& context, CKestPath& description, CKestPath& package) {
+  const CString folder = context.package.GetFolder();
+  CKestPath stem(context.package.GetFileName());
+  stem.SetExtension("");
+  for (int number = 1; number < 1000; ++number) {
+    CString path = folder + stem.GetText() + (number == 1 ? CString() : std::to_string(number)) + ".kep";
+    if (!CKestOS::DeriveUniqueFileName(path, kLongestStem)) {
+      return false;
+    }
+    package = CKestPath(path);
+    description = package;
+    description.SetExtension("kei");
+    const Presence presence = LookForFile(description);
+    if (presence != Presence::kThere) {
+      return presence == Presence::kMissing;
+    }
+  }
+  return false;
+}
+
+/// Another disabled extension has a description of this name: it moves to a name of its own, with its package.
+bool MakeWay(DisableContext& context) {
+  State& state = context.state;
+  const Presence taken = LookForFile(context.aside);
+  if (taken == Presence::kMissing) {
+    context.needsPackage = !IsPackageUpToDate(context);
+    return true;
+  }
+  CKestPath description;
+  CKestPath package;
+  if (taken == Presence::kUnknown || !FindFreeStem(context, description, package)) {
+    state.FailByMachine(context.aside, "another disabled extension has a description of this name");
+    return false;
+  }
+  CKestExtension* other = state.owner.FindByPath(context.aside.c_str());
+  const Presence packed = LookForFile(context.package);
+  if (packed == Presence::kUnknown || RunStep<CInstallMoveFile>(state.journal, context.aside, description) != 0 ||
+      (packed == Presence::kThere && RunStep<CInstallMoveFile>(state.journal, context.package, package) != 0) ||
+      (other != nullptr && ChangeRecord(state, *other, other->IsEnabled(), description) != 0)) {
+    state.FailByMachine(context.aside, "another disabled extension has this name and cannot be moved");
+    return false;
+  }
+  return true;
+}
+
+bool BuildPackage(DisableContext& context) {
+  if (!context.needsPackage) {
+    return true;
+  }
+  context.result = context.state.owner.CreatePackage(context.extension.GetPath().c_str(), context.package.c_str(),
+                                                     &context.product, true, context.progress, false);
+  return context.result == 0;
+}
+
+/// The description goes aside first: the uninstall then finds nothing of it to delete.
+bool MoveDescription(DisableContext& context) {
+  context.result = -1;
+  if (RunStep<CInstallMoveFile>(context.state.journal, context.extension.GetPath(), context.aside) != 0) {
+    context.state.FailByMachine(context.aside, "the description could not be put aside");
+    return false;
+  }
+  return true;
+}
+
+bool RemoveFiles(DisableContext& context) {
+  context.result = context.state.owner.UninstallExtension(&context.product, &context.extension, false, true, true,
+                                                          false, false, context.restart, false);
+  return context.result == 0;
+}
+
+bool MarkDisabled(DisableContext& context) {
+  return ChangeRecord(context.state, context.extension, false, context.aside) == 0;
+}
+
+using Phase = bool (*)(DisableContext&);
+constexpr Phase kPhases[] = {MakeWay, BuildPackage, MoveDescription, RemoveFiles, MarkDisabled};
+
+bool RunPhases(DisableContext& context) {
+  for (const Phase phase : kPhases) {
+    if (!phase(context)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void TellRestart(DisableContext& context) {
+  if (!context.product.IsRunning()) {
+    return;
+  }
+  if (context.restart != 0) {
+    CString name;
+    context.product.GetName(name);
+    context.state.Ui().Notice(Message::kDisabledRestartProduct, {name});
+  } else {
+    context.product.Refresh();
+  }
+}
+
+} // namespace
+
+int CKestExtensionManager::DisableExtension(const CKestProduct* product, CKestExtension* extension, bool progress) {
+  State& state = *m_state;
+  if (product == nullptr || extension == nullptr) {
+    return -1;
+  }
+  OperationScope operation(state, OperationReport::Operation::kDisable);
+  if (!operation.MayWrite()) {
+    return -1;
+  }
+  if (operation.IsOutermost()) {
+    state.NameInReport(*product, *extension);
+  }
+  StepScope steps(state, "disable " + extension->GetName());
+  DisableContext context{.state = state,
+                         .product = *product,
+                         .extension = *extension,
+                         .progress = progress,
+                         .aside = state.GetDisabledFolder(*product) + CKestPath(extension->GetPath()).GetFileName()};
+  context.package = context.aside;
+  context.package.SetExtension("kep");
+  if (!RunPhases(context) || !steps.Commit()) {
+    state.Fail(Failure::kOther, CString(), "the extension could not be disabled");
+    return context.result != 0 ? context.result : -1;
+  }
+  state.report.restartProduct |= context.restart != 0;
+  TellRestart(context);
+  return 0;
+}
+
+bool CKestExtensionManager::RestoreEnabledState(const CKestProduct* product, CKestExtension* extension) {
+  if (product == nullptr || extension == nullptr) {
+    return false;
+  }
+  if (extension->IsEnabled()) {
+    return true;
+  }
+  const CString path = m_state->GetExtensionsPath(*product, CKestPath(extension->GetPath()).GetFileName());
+  if (LookForFile(path) != Presence::kThere || LookForFile(extension->GetPath()) != Presence::kMissing) {
+    return false;
+  }
+  extension->SetPath(path);
+  extension->SetEnabled(true);
+  return true;
+}
+
+} // namespace kest

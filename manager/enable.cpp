@@ -1,0 +1,70 @@
+#include "description/extension.h"
+#include "journal/delete_steps.h"
+#include "manager/operation_scope.h"
+#include "platform/os.h"
+
+namespace kest {
+namespace {
+
+using State = CKestExtensionManager::State;
+using Failure = OperationReport::Failure;
+
+/// The package stays for a later disable; the description set aside goes, and the catalogue's record becomes enabled.
+bool FinishRecord(State& state, CKestExtension& record, const CKestExtension& installed) {
+  if (RunStep<CInstallDeleteFile>(state.journal, record.GetPath()) != 0 ||
+      ChangeRecord(state, record, true, installed.GetPath()) != 0) {
+    state.FailByMachine(record.GetPath(), "the description set aside could not be deleted");
+    return false;
+  }
+  return true;
+}
+
+void TellRestart(State& state, const CKestProduct& product, int restart) {
+  if ((restart & CKestExtensionManager::kRestartMachine) != 0) {
+    state.Ui().Notice(Message::kEnabledRestartMachine);
+  } else if (product.IsRunning() && (restart & CKestExtensionManager::kRestartProduct) != 0) {
+    CString name;
+    product.GetName(name);
+    state.Ui().Notice(Message::kEnabledRestartProduct, {name});
+  } else if (product.IsRunning()) {
+    product.Refresh();
+  }
+}
+
+} // namespace
+
+int CKestExtensionManager::EnableExtension(const CKestProduct* product, CKestExtension* extension) {
+  State& state = *m_state;
+  if (product == nullptr || extension == nullptr) {
+    return -1;
+  }
+  OperationScope operation(state, OperationReport::Operation::kEnable);
+  if (!operation.MayWrite()) {
+    return -1;
+  }
+  if (operation.IsOutermost()) {
+    state.NameInReport(*product, *extension);
+  }
+  StepScope steps(state, "enable " + extension->GetName());
+  CKestPath package(extension->GetPath());
+  package.SetExtension("kep");
+  CKestExtension* equal = nullptr;
+  int restart = 0;
+  // never registered: the catalogue keeps the record that it has
+  const std::unique_ptr<CKestExtension> installed(
+      InstallExtension(&product, package.c_str(), &equal, true, false, false, restart, true, true, true));
+  if (installed == nullptr) {
+    if (equal != nullptr) {
+      state.Ui().Notice(Message::kEqualEnabled);
+    }
+    state.Fail(Failure::kOther, CString(), "the extension could not be enabled");
+    return -1;
+  }
+  if (!FinishRecord(state, *extension, *installed) || !steps.Commit()) {
+    return -1;
+  }
+  TellRestart(state, *product, restart);
+  return 0;
+}
+
+} // namespace kest

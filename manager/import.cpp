@@ -1,0 +1,133 @@
+#include "description/extension.h"
+#include "journal/copy_steps.h"
+#include "journal/private_folders.h"
+#include "manager/operation_scope.h"
+#include "platform/os.h"
+
+namespace kest {
+namespace {
+
+using State = CKestExtensionManager::State;
+using Failure = OperationReport::Failure;
+
+/// An enabled extension comes over as a package of its installed files.
+int ImportEnabled(State& state, const CKestProduct& from, const CKestProduct& to, const CKestExtension& extension) {
+  CString folder;
+  if (!CKestOS::GetTempPath(folder)) {
+    state.FailByMachine(folder, "no temporary file could be made");
+    return 0;
+  }
+  CKestPath package(folder + CKestPath(extension.GetPath()).GetFileName());
+  package.SetExtension("kep");
+  if (state.owner.CreatePackage(extension.GetPath().c_str(), package.c_str(), &from, true, false, false) != 0) {
+    return 0;
+  }
+  state.report.created.clear();
+  const CKestProduct* target = &to;
+  int restart = 0;
+  const bool installed = state.owner.InstallExtension(&target, package.c_str(), nullptr, true, true, true, restart,
+                                                      true, false, false) != nullptr;
+  CKestOS::DeleteFile(package);
+  return installed ? restart : 0;
+}
+
+/// The same file name below the receiving product's "Disabled" folder is used by an extension there.
+bool IsTaken(const State& state, const CString& path) { return state.owner.FindByPath(path.c_str()) != nullptr; }
+
+/// A disabled extension comes over as what lies aside of it.
+void ImportDisabled(State& state, const CKestProduct& to, const CKestExtension& extension) {
+  CKestPath description(extension.GetPath());
+  CKestPath package = description;
+  package.SetExtension("kep");
+  description.SetExtension("kei");
+  const CString folder = state.GetDisabledFolder(to);
+  const CString target = folder + description.GetFileName();
+  if (IsTaken(state, target)) {
+    state.Fail(Failure::kAlreadyThere, target, "a disabled extension with this file name is there already");
+    return;
+  }
+  StepScope steps(state, "import " + extension.GetName());
+  const CString packageTarget = folder + package.GetFileName();
+  auto record = std::make_unique<CKestExtension>();
+  if (!state.EnsureFolderExists(folder) ||
+      RunStep<CInstallCopyFile>(state.journal, package, packageTarget, false, false) != 0 ||
+      RunStep<CInstallCopyFile>(state.journal, description, target, false, false) != 0 ||
+      record->Load(target.c_str(), nullptr) != CKestExtension::kLoaded || !steps.Commit()) {
+    state.FailByMachine(target, "what is set aside of it could not be copied");
+    return;
+  }
+  state.report.created.push_back(packageTarget);
+  state.report.created.push_back(target);
+  record->SetEnabled(false);
+  state.owner.AddExtension(&to, record.release());
+}
+
+/// One extension, with a report of its own. Restart flags.
+int ImportOne(State& state, const CKestProduct& from, const CKestProduct& to, const CKestExtension& extension) {
+  OperationReport whole = std::move(state.report);
+  state.report = OperationReport{};
+  state.report.operation = OperationReport::Operation::kImport;
+  state.NameInReport(to, extension);
+  int restart = 0;
+  if (extension.IsEnabled()) {
+    restart = ImportEnabled(state, from, to, extension);
+  } else {
+    ImportDisabled(state, to, extension);
+  }
+  whole.rolledBack = whole.rolledBack && state.report.rolledBack;
+  whole.parts.push_back(std::move(state.report));
+  state.report = std::move(whole);
+  return restart;
+}
+
+void TellRestart(State& state, const CKestProduct& to, int restart) {
+  state.report.restartProduct = (restart & CKestExtensionManager::kRestartProduct) != 0;
+  state.report.restartMachine = (restart & CKestExtensionManager::kRestartMachine) != 0;
+  if (state.report.restartMachine) {
+    state.Ui().Notice(Message::kImportRestartMachine);
+  } else if (to.IsRunning() && state.report.restartProduct) {
+    CString name;
+    to.GetName(name);
+    state.Ui().Notice(Message::kImportRestartProduct, {name});
+  } else if (to.IsRunning()) {
+    to.Refresh();
+  }
+}
+
+} // namespace
+
+bool CKestExtensionManager::Import(const CKestProduct* from, const CKestProduct* to,
+                                   const CKestTypedList<CKestExtension*>& extensions) {
+  State& state = *m_state;
+  if (state.ui == nullptr || from == nullptr || to == nullptr) {
+    return true;
+  }
+  OperationScope operation(state, OperationReport::Operation::kImport);
+  if (!operation.MayWrite()) {
+    return true;
+  }
+  to->GetName(state.report.product);
+  const HostUi ui = state.Ui();
+  if (!ui.ConfirmAgreement(Message::kImportAgreement, LoadMessage(Message::kImportAgreement), BuildLegalAgreement())) {
+    state.Fail(Failure::kDeclined, CString(), "the agreement was declined",
+               static_cast<int>(Message::kImportAgreement));
+    return true;
+  }
+  const TempFolderHold hold; // a package is made by one operation and installed by the next
+  ui.BeginProgress(Message::kImporting);
+  ui.SetProgressRange(static_cast<int>(extensions.GetCount()));
+  ui.SetProgressPosition(0);
+  int restart = 0;
+  int position = 0;
+  for (const CKestExtension* extension : extensions) {
+    if (extension != nullptr) {
+      restart |= ImportOne(state, *from, *to, *extension);
+      ui.SetProgressPosition(++position);
+    }
+  }
+  ui.EndProgress();
+  TellRestart(state, *to, restart);
+  return true;
+}
+
+} // namespace kest

@@ -1,0 +1,108 @@
+#include "manager/install.h"
+
+namespace kest {
+namespace install {
+namespace {
+
+constexpr Phase kPhases[] = {
+    OpenFile,         UnpackPackage, ReadDescription, ChooseProduct,    CheckFreeSpace, AskAgreement, ReplaceExisting,
+    RemoveUserCopies, ResolveTokens, CheckFiles,      ConvertExtension, CopyFiles,      ApplyChanges, PlaceDescription,
+};
+
+bool RunPhases(Context& context) {
+  for (const Phase phase : kPhases) {
+    if (!phase(context)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// The one way out: with success the record, else everything as it was.
+CKestExtension* Finish(Context& context, bool done) {
+  const HostUi ui = context.state.Ui();
+  if (done && context.steps.Commit()) {
+    if (context.progress) {
+      ui.EndProgress();
+    }
+    TellRestart(context);
+    CKestExtension* extension = context.extension.release();
+    if (context.enroll) {
+      context.state.owner.AddExtension(context.product, extension);
+    }
+    return extension;
+  }
+  if (context.progress) {
+    ui.EndProgress();
+  }
+  context.state.Fail(OperationReport::Failure::kOther, CString(), "the installation could not be completed");
+  if (context.steps.HasSteps()) {
+    context.replaced = nullptr;
+  }
+  context.steps.RollBack();
+  return nullptr;
+}
+
+} // namespace
+
+void Context::Advance() {
+  if (progress) {
+    state.Ui().SetProgressPosition(++position);
+  }
+}
+
+bool Context::Refuse(OperationReport::Failure kind, Message message, const std::vector<text::Argument>& arguments,
+                     const CString& about, const CString& reason, const CString& next) {
+  state.Fail(kind, about, reason, static_cast<int>(message), next);
+  state.Ui().NoticeWith(message, arguments, Message::kNotInstalled);
+  return false;
+}
+
+bool Context::Declined(Message question, const CString& about) {
+  state.Fail(OperationReport::Failure::kDeclined, about, "it was declined", static_cast<int>(question));
+  return false;
+}
+
+} // namespace install
+
+CKestExtension* CKestExtensionManager::InstallExtension(const CKestProduct** product, const char* path,
+                                                        CKestExtension** replaced, bool quiet, bool enroll,
+                                                        bool resolveTokens, int& restartFlags, bool keepProduct,
+                                                        bool acceptEqual, bool progress) {
+  restartFlags = 0;
+  CKestExtension* ignored = nullptr;
+  CKestExtension*& other = replaced != nullptr ? *replaced : ignored;
+  other = nullptr;
+  State& state = *m_state;
+  if (state.ui == nullptr || product == nullptr) {
+    return nullptr;
+  }
+  OperationScope operation(state, OperationReport::Operation::kInstall);
+  if (!operation.MayWrite()) {
+    return nullptr;
+  }
+  // a disable inside this install builds a package, and an undo may install again
+  const Restored unpackFolder(state.unpackFolder);
+  const Restored descriptionName(state.descriptionName);
+  StepScope steps(state, "install");
+  install::Context context{.state = state,
+                           .steps = steps,
+                           .product = *product,
+                           .path = path != nullptr ? path : "",
+                           .replaced = other,
+                           .quiet = quiet,
+                           .enroll = enroll,
+                           .resolveTokens = resolveTokens,
+                           .restart = restartFlags,
+                           .keepProduct = keepProduct,
+                           .acceptEqual = acceptEqual,
+                           .progress = progress};
+  CKestExtension* extension = install::Finish(context, install::RunPhases(context));
+  if (extension != nullptr) {
+    state.report.restartProduct |= (restartFlags & kRestartProduct) != 0;
+    state.report.restartMachine |= (restartFlags & kRestartMachine) != 0;
+  }
+  return extension;
+}
+
+} // namespace kest

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "description/extension.h"
+#include "manager/operation_scope.h"
+#include "platform/package.h"
+
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace kest::install {
+
+/// What an install was asked, and what its phases find out for each other.
+struct Context {
+  using State = CKestExtensionManager::State;
+  State& state;
+  StepScope& steps;
+
+  // ---- asked
+  const CKestProduct*& product;
+  CString path;
+  CKestExtension*& replaced;
+  bool quiet = false;
+  bool enroll = false;
+  bool resolveTokens = false;
+  int& restart;
+  bool keepProduct = false;
+  bool acceptEqual = false;
+  bool progress = false;
+
+  // ---- found
+  bool fromPackage = false;
+  std::vector<PackageEntry> entries{}; ///< of the package; empty for a bare description
+  CString descriptionPath{};           ///< the one that is read
+  CString destination{};               ///< where it is going to lie
+  CKestDateTime date{};                ///< of the package or description
+  std::unique_ptr<CKestExtension> extension{};
+  int userType = 0;
+  bool overwriteAll = false;
+  std::unordered_set<CString> keep{};            ///< destinations that the user wants left alone
+  std::unordered_set<CString> existing{};        ///< destinations that hold a file
+  std::unordered_map<CString, int> sourceUses{}; ///< steps that use a source, by lower-case path
+  std::unordered_set<CString> writableFolders{}; ///< folders in which a new file may be made
+  int position = 0;
+
+  void Advance();
+  /// Shows a notice that ends with "not installed", and notes the failure.
+  bool Refuse(OperationReport::Failure kind, Message message, const std::vector<text::Argument>& arguments,
+              const CString& path, const CString& reason, const CString& next = CString());
+  /// Notes that the user said no. Always false.
+  bool Declined(Message question, const CString& path = CString());
+};
+
+/// A part of the install; false ends it.
+using Phase = bool (*)(Context&);
+
+// reading: neither changes the machine outside the private folder
+bool OpenFile(Context&);        ///< the file is there; its folder and name
+bool UnpackPackage(Context&);   ///< a package: listed, weighed, unpacked
+bool ReadDescription(Context&); ///< into a new record; the file's date
+bool ChooseProduct(Context&);
+bool CheckFreeSpace(Context&);
+bool AskAgreement(Context&);
+// the first steps: what stands in the way goes
+bool ReplaceExisting(Context&);
+bool RemoveUserCopies(Context&);
+bool ResolveTokens(Context&);
+bool CheckFiles(Context&); ///< every destination is judged, questions are asked, read-only marks go
+bool ConvertExtension(Context&);
+bool CopyFiles(Context&);
+bool ApplyChanges(Context&);
+bool PlaceDescription(Context&);
+/// After the last step was committed.
+void TellRestart(Context&);
+
+} // namespace kest::install

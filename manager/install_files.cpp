@@ -1,0 +1,327 @@
+#include "journal/copy_steps.h"
+#include "journal/folder_steps.h"
+#include "journal/font_step.h"
+#include "journal/private_steps.h"
+#include "manager/install.h"
+#include "platform/os.h"
+
+namespace kest::install {
+namespace {
+
+using Failure = OperationReport::Failure;
+
+bool IsSystemPlace(const CKestExtensionFile& file) { return text::ContainsNoCase(file.GetDestination(), "$system"); }
+bool IsFontPlace(const CKestExtensionFile& file) { return text::ContainsNoCase(file.GetDestination(), "$fonts"); }
+
+/// What the description says must be sound before anything is looked up.
+bool CheckDestination(Context& context, const CKestExtensionFile& file) {
+  const CString& destination = file.GetDestination();
+  if (destination.empty() || destination.front() != '$') {
+    return context.Refuse(Failure::kBadDescription, Message::kDestinationWithoutToken, {file.GetSource()},
+                          file.GetSource(), "its destination begins with no folder token");
+  }
+  if (text::ContainsNoCase(destination, "jsextensions")) {
+    context.restart = CKestExtensionManager::kRestartProduct;
+  }
+  if (destination.find("..") != CString::npos) {
+    return context.Refuse(Failure::kBadDescription, Message::kParentInPath, {file.GetSource()}, file.GetSource(),
+                          "its destination leads out of the folder");
+  }
+  return true;
+}
+
+enum class Answer { kGoOn, kSkip, kEnd };
+
+/// Asks about an existing destination, unless one answer was given for all.
+Answer AskOverwrite(Context& context, const FilePlace& place) {
+  const CString& path = place.destination.GetText();
+  CKestDateTime there;
+  CKestDateTime ours;
+  if (!CKestOS::GetFileDateTime(path, there) || !CKestOS::GetFileDateTime(place.source.GetText(), ours)) {
+    context.state.FailByMachine(path, "its date cannot be read");
+    return Answer::kEnd;
+  }
+  const Message question = there > ours   ? Message::kExistingNewer
+                           : ours > there ? Message::kExistingOlder
+                                          : Message::kExistingEqual;
+  const HostUi ui = context.state.Ui();
+  ui.EndWait();
+  const int button = ui.Ask(question, {path}, kOverwrite);
+  ui.BeginWait();
+  switch (button) {
+  case kNo:
+    context.keep.insert(path);
+    context.state.report.kept.push_back({path, OperationReport::Why::kUserAnswer});
+    return Answer::kSkip;
+  case kCancel:
+    context.Declined(question, path);
+    return Answer::kEnd;
+  case kAll:
+    context.overwriteAll = true;
+    return Answer::kGoOn;
+  default:
+    return Answer::kGoOn;
+  }
+}
+
+bool MayUpdate(Context& context, const CString& path, bool exists) {
+  if (exists) {
+    return CKestOS::CanUpdateFile(path);
+  }
+  // whether a new file may be made is a question about its folder
+  const CString folder = CKestPath(path).GetFolder();
+  if (context.writableFolders.count(folder) != 0) {
+    return true;
+  }
+  if (!CKestOS::CanUpdateFile(path)) {
+    return false;
+  }
+  context.writableFolders.insert(folder);
+  return true;
+}
+
+/// The destination can be written, or the user helps until it can.
+bool FreeDestination(Context& context, const CString& path, bool exists) {
+  CKestExtensionManager::State& state = context.state;
+  if (MayUpdate(context, path, exists)) {
+    return true;
+  }
+  if (CKestOS::IsSupportedMultiUserSystem()) {
+    const Failure kind = FailureOf(CKestOS::GetMachine().GetLastError());
+    return context.Refuse(kind == Failure::kInUse ? kind : Failure::kNoPermission, Message::kFileNotUpdatable, {path},
+                          path, "the current user cannot replace it now");
+  }
+  do {
+    const Failure kind = FailureOf(CKestOS::GetMachine().GetLastError());
+    if (state.HelpUserFreeFile(path, false) != kRetry) {
+      state.Fail(kind == Failure::kNoPermission ? kind : Failure::kInUse, path, "it cannot be replaced now",
+                 static_cast<int>(Message::kFileInUse), "close the program that uses it and try again");
+      return false;
+    }
+    state.WaitUntil([&] { return state.CanDeleteFile(path); });
+  } while (!CKestOS::CanUpdateFile(path));
+  return true;
+}
+
+/// One entry of the check pass.
+Answer CheckFile(Context& context, const Placement::Resolver& resolver, const CKestExtensionFile& file) {
+  if (!CheckDestination(context, file)) {
+    return Answer::kEnd;
+  }
+  const FilePlace place = resolver.Locate(file);
+  const CString& path = place.destination.GetText();
+  if (place.result == FilePlace::kNoToken) {
+    context.state.Fail(Failure::kBadDescription, path, "its destination leads to no folder");
+    return Answer::kEnd;
+  }
+  if (place.result == FilePlace::kUnresolved) {
+    return Answer::kSkip;
+  }
+  if (!path.empty() && path.front() == '$') {
+    context.Refuse(Failure::kBadDescription, Message::kTokenUnresolved, {path}, path, "its folder token is not known");
+    return Answer::kEnd;
+  }
+  if (place.unsafe) {
+    context.Refuse(Failure::kBadDescription, Message::kParentInPath, {file.GetSource()}, path,
+                   "it leads out of its folder");
+    return Answer::kEnd;
+  }
+  if (LookForFile(place.source.GetText()) != Presence::kThere) {
+    context.Refuse(Failure::kBadPackage, Message::kFileMissing, {file.GetSource()}, file.GetSource(),
+                   "the package does not hold it");
+    return Answer::kEnd;
+  }
+  const Presence presence = LookForFile(path);
+  if (presence == Presence::kUnknown) {
+    context.state.FailByMachine(path, "it cannot be looked at");
+    return Answer::kEnd;
+  }
+  const bool exists = presence == Presence::kThere;
+  if (exists) {
+    context.existing.insert(path);
+  }
+  if (exists && !context.overwriteAll) {
+    const Answer answer = AskOverwrite(context, place);
+    if (answer != Answer::kGoOn) {
+      return answer;
+    }
+  }
+  if (exists && CKestOS::IsFileReadOnly(path) && AppendMakeWritable(&context.state.journal, path) != 0) {
+    context.state.FailByMachine(path, "its read-only mark cannot be taken off");
+    return Answer::kEnd;
+  }
+  return IsSystemPlace(file) || FreeDestination(context, path, exists) ? Answer::kGoOn : Answer::kEnd;
+}
+
+/// One planned step of the copy pass: a folder to make, or a file to place.
+struct Planned {
+  CString path;
+  bool isFolder = false;
+  bool existed = false;
+  bool deferred = false;
+};
+
+struct Pass {
+  std::vector<Planned> planned;
+  std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
+};
+
+void CountSources(Context& context) {
+  if (!context.fromPackage) {
+    return;
+  }
+  ++context.sourceUses[text::Lower(context.descriptionPath)];
+  for (const CKestExtensionFile& file : context.extension->GetFiles()) {
+    if (IsPlaced(file)) {
+      CKestPath source(file.GetSource());
+      (void)context.state.placement.LocalizeSource(source);
+      ++context.sourceUses[text::Lower(source.GetText())];
+    }
+  }
+}
+
+void PlanFile(Context& context, const CKestExtensionFile& file, const FilePlace& place, Pass& pass) {
+  const CString& source = place.source.GetText();
+  const CString& path = place.destination.GetText();
+  Planned planned{path, false, context.existing.count(path) != 0, false};
+  if (IsFontPlace(file)) {
+    pass.steps.push_back(std::make_unique<CInstallAddFontResource>(source, path));
+  } else {
+    planned.deferred = IsSystemPlace(file);
+    auto step = std::make_unique<CInstallCopyFile>(source, path, planned.deferred, context.fromPackage);
+    const auto uses = context.sourceUses.find(text::Lower(source));
+    step->SetMayMoveSource(uses != context.sourceUses.end() && uses->second == 1);
+    pass.steps.push_back(std::move(step));
+  }
+  pass.planned.push_back(std::move(planned));
+}
+
+/// Gathers the folders and files of the copy pass, in order.
+bool GatherCopies(Context& context, Pass& pass) {
+  CKestExtensionManager::State& state = context.state;
+  const Placement::Resolver resolver(state.placement, context.product, context.extension.get());
+  std::vector<CString> missing;
+  for (const CKestExtensionFile& file : context.extension->GetFiles()) {
+    if (!IsPlaced(file)) {
+      continue;
+    }
+    const FilePlace place = resolver.Locate(file);
+    const CString& path = place.destination.GetText();
+    if (place.result == FilePlace::kUnresolved) {
+      continue;
+    }
+    if (place.result != FilePlace::kResolved || place.unsafe) {
+      state.Fail(Failure::kBadDescription, path, "its destination leads to no folder");
+      return false;
+    }
+    if (context.keep.count(path) != 0) {
+      continue;
+    }
+    missing.clear();
+    const CString folder = place.destination.GetFolder();
+    if (!state.CollectMissingFolders(folder, missing)) {
+      state.ReportFolderNotCreated(WithoutBackslash(folder));
+      return false;
+    }
+    for (CString& one : missing) {
+      pass.steps.push_back(std::make_unique<CInstallCreateFolder>(one));
+      pass.planned.push_back({std::move(one), true, false, false});
+    }
+    PlanFile(context, file, place, pass);
+  }
+  return true;
+}
+
+/// The step failed: the user helps, and it is tried again, until it is done or given up.
+bool RetryCopy(Context& context, const CString& path) {
+  CKestExtensionManager::State& state = context.state;
+  for (;;) {
+    const MachineError error = CKestOS::GetMachine().GetLastError();
+    if (state.HelpUserFreeFile(path, false) != kRetry) {
+      state.Fail(FailureOf(error), path, error.reason.empty() ? CString("it could not be placed") : error.reason,
+                 static_cast<int>(Message::kFileInUse), "close the program that uses it and try again");
+      return false;
+    }
+    bool done = false;
+    state.WaitUntil([&] { return done = state.journal.RetryLast() == 0; });
+    if (done) {
+      return true;
+    }
+  }
+}
+
+void NotePlaced(Context& context, const Planned& planned) {
+  OperationReport& report = context.state.report;
+  if (planned.isFolder) {
+    report.created.push_back(planned.path);
+    return;
+  }
+  if (planned.deferred) {
+    context.restart |= CKestExtensionManager::kRestartMachine;
+  }
+  (planned.existed ? report.changed : report.created).push_back(planned.path);
+  context.Advance();
+}
+
+bool RunCopies(Context& context, const Pass& pass) {
+  for (const Planned& planned : pass.planned) {
+    if (context.state.journal.RunNext() != 0) {
+      if (planned.isFolder) {
+        context.state.ReportFolderNotCreated(planned.path);
+        return false;
+      }
+      if (!RetryCopy(context, planned.path)) {
+        return false;
+      }
+    }
+    NotePlaced(context, planned);
+  }
+  return true;
+}
+
+} // namespace
+
+bool CheckFiles(Context& context) {
+  const HostUi ui = context.state.Ui();
+  ui.BeginWait();
+  const Placement::Resolver resolver(context.state.placement, context.product, context.extension.get());
+  for (const CKestExtensionFile& file : context.extension->GetFiles()) {
+    if (!IsPlaced(file)) {
+      continue;
+    }
+    switch (CheckFile(context, resolver, file)) {
+    case Answer::kEnd:
+      ui.EndWait();
+      return false;
+    case Answer::kSkip:
+      break;
+    case Answer::kGoOn:
+      context.Advance();
+      break;
+    }
+  }
+  return true;
+}
+
+bool ConvertExtension(Context& context) {
+  context.product->MassageExtension(context.extension.get());
+  return true;
+}
+
+bool CopyFiles(Context& context) {
+  CKestInstallJournal& journal = context.state.journal;
+  CountSources(context);
+  Pass pass;
+  if (!GatherCopies(context, pass)) {
+    return false;
+  }
+  if (journal.Plan(std::move(pass.steps)) != 0) {
+    context.state.FailByMachine(CString(), "the journal could not be written");
+    return false;
+  }
+  const bool done = RunCopies(context, pass);
+  journal.EndPass();
+  return done;
+}
+
+} // namespace kest::install

@@ -1,0 +1,79 @@
+#include "manager/manager_state.h"
+
+#include "description/extension.h"
+#include "platform/os.h"
+
+namespace kest {
+
+using State = CKestExtensionManager::State;
+
+Presence LookForFile(const CString& path) {
+  Machine& machine = CKestOS::GetMachine();
+  machine.ClearLastError();
+  if (machine.FileExists(path)) {
+    return Presence::kThere;
+  }
+  const MachineError::Kind kind = machine.GetLastError().kind;
+  return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ? Presence::kMissing
+                                                                                    : Presence::kUnknown;
+}
+
+OperationReport::Failure FailureOf(const MachineError& error) {
+  using Failure = OperationReport::Failure;
+  switch (error.kind) {
+  case MachineError::Kind::kAccess:
+  case MachineError::Kind::kRefused:
+    return Failure::kNoPermission;
+  case MachineError::Kind::kInUse:
+    return Failure::kInUse;
+  case MachineError::Kind::kDiskFull:
+    return Failure::kDiskFull;
+  default:
+    return Failure::kOther;
+  }
+}
+
+State::State(CKestExtensionManager& manager, CKestExtensionManagerUI* host) : owner(manager), ui(host) {}
+
+State::~State() = default;
+
+CString State::GetDisabledFolder(const CKestProduct& product) const {
+  CString folder;
+  product.GetExtensionsFolder(folder);
+  return WithBackslash(JoinPath({folder, "Disabled"}));
+}
+
+CString State::GetExtensionsPath(const CKestProduct& product, const CString& fileName) const {
+  CString folder;
+  product.GetExtensionsFolder(folder);
+  return WithBackslash(std::move(folder)) + fileName;
+}
+
+void State::NameInReport(const CKestProduct& product, const CKestExtension& extension) {
+  product.GetName(report.product);
+  report.extension = extension.GetName();
+  report.version = extension.GetVersion().ToText();
+  report.author = extension.GetAuthorName();
+}
+
+void State::Fail(OperationReport::Failure kind, const CString& path, const CString& reason, int message,
+                 const CString& next) {
+  if (report.failure == OperationReport::Failure::kNone) {
+    report.failure = kind;
+  }
+  report.problems.push_back({kind, path, reason, message, next});
+}
+
+void State::FailByMachine(const CString& path, const CString& what, int message) {
+  const MachineError error = CKestOS::GetMachine().GetLastError();
+  CString next;
+  if (FailureOf(error) == OperationReport::Failure::kDiskFull) {
+    next = "make room on the disk and try again";
+  } else if (FailureOf(error) == OperationReport::Failure::kInUse) {
+    next = "close the program that uses the file and try again";
+  }
+  const CString reason = error.reason.empty() ? what : what + ": " + error.reason;
+  Fail(FailureOf(error), path.empty() ? error.path : path, reason, message, next);
+}
+
+} // namespace kest

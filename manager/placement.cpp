@@ -1,0 +1,206 @@
+#include "manager/placement.h"
+
+#include "description/extension.h"
+#include "products/product.h"
+
+#include <algorithm>
+
+namespace kest {
+namespace {
+
+constexpr int kMostPasses = 200;
+constexpr std::size_t kLongestDestination = 4096;
+
+bool BeginsWithToken(const CString& destination) { return !destination.empty() && destination.front() == '$'; }
+
+/// A destination as written, as a folder: without the file's own name, without one leading backslash.
+CString ToFolder(CKestPath destination, const CKestPath& source) {
+  if (!destination.IsEmpty()) {
+    destination.LocalizePathSeparators();
+  }
+  CString folder = text::EqualNoCase(destination.GetFileName(), source.GetFileName()) ? destination.GetFolder()
+                                                                                      : destination.GetText();
+  if (folder.size() >= 1 && folder[0] == '\\' && (folder.size() < 2 || folder[1] != '\\')) {
+    folder.erase(0, 1);
+  }
+  if (folder.empty() || text::FindLastBackslash(folder) != folder.size() - 1) {
+    folder += '\\';
+  }
+  return folder;
+}
+
+bool IsAbsolute(const CString& path) { return path.size() > 2 && path[1] == ':' && path[2] == '\\'; }
+
+CString NameFor(const CKestPath& source, const CString& winExtension) {
+  CKestPath name(source.GetFileName());
+  if (!winExtension.empty() && name.GetExtension().empty()) {
+    name.SetExtension(winExtension);
+  }
+  return name.GetText();
+}
+
+} // namespace
+
+bool IsPlaced(const CKestExtensionFile& file) { return file.GetPlatform() == 0 || file.GetPlatform() == 2; }
+
+bool IsPlainPath(const CString& path) {
+  std::size_t begin = 0;
+  while (begin < path.size()) {
+    std::size_t end = text::FindBackslash(path, begin);
+    if (end == CString::npos) {
+      end = path.size();
+    }
+    const std::string_view component = std::string_view(path).substr(begin, end - begin);
+    if (!component.empty() && component.find_first_not_of(". ") == std::string_view::npos) {
+      return false;
+    }
+    begin = end + 1;
+  }
+  return true;
+}
+
+Placement::Placement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder)
+    : m_products(products), m_folderKeywords(folderKeywords), m_unpackFolder(unpackFolder) {}
+
+void Placement::Forget() { m_tokens.clear(); }
+
+int Placement::LocalizeSource(CKestPath& source) const {
+  if (!source.IsEmpty()) {
+    source.LocalizePathSeparators();
+  }
+  source = CKestPath(m_unpackFolder + source.GetText());
+  return 0;
+}
+
+int Placement::LocalizeDestination(CKestPath& destination, const CKestProduct* product, const CKestPath& source,
+                                   const CKestPath& reference, const CKestExtension* extension,
+                                   const CString& winExtension) const {
+  return Resolver(*this, product, extension).Resolve(destination, source, reference, winExtension);
+}
+
+int Placement::LocalizeFiles(CKestPath& source, CKestPath& destination, const CKestProduct* product,
+                             const CKestPath& reference, const CKestExtension* extension,
+                             const CString& winExtension) const {
+  if (LocalizeSource(source) != 0) {
+    return FilePlace::kNoToken;
+  }
+  return LocalizeDestination(destination, product, source, reference, extension, winExtension);
+}
+
+CString Placement::LocalizeFolder(const CString& folder, const CKestProduct* product,
+                                  const CKestExtension* extension) const {
+  CKestPath destination(folder);
+  (void)LocalizeDestination(destination, product, CKestPath(), CKestPath(), extension, CString());
+  return destination.GetText();
+}
+
+const CKestTokenMap& Placement::GetTokens(const CKestProduct& product, const CString& destination) const {
+  auto [found, isNew] = m_tokens.try_emplace(&product);
+  ProductTokens& tokens = found->second;
+  if (isNew) {
+    product.GetConfigurationFolderName(tokens.configurationMark);
+    tokens.configurationMark += '\\';
+  }
+  // a product looks at no more of a destination than whether it leads into the configuration folder
+  std::optional<CKestTokenMap>& map =
+      text::ContainsNoCase(destination, tokens.configurationMark) ? tokens.inside : tokens.outside;
+  if (!map) {
+    map.emplace();
+    product.MapTokens(destination, CString(), *map);
+  }
+  return *map;
+}
+
+Placement::Resolver::Resolver(const Placement& placement, const CKestProduct* product, const CKestExtension* extension)
+    : m_placement(placement), m_product(product), m_extension(extension) {}
+
+FilePlace Placement::Resolver::Locate(const CKestExtensionFile& file) const {
+  FilePlace place;
+  const CString& winExtension = file.GetWinExtension();
+  place.source = CKestPath(file.GetSource());
+  (void)m_placement.LocalizeSource(place.source);
+  place.destination = CKestPath(file.GetDestination());
+  place.result = Resolve(place.destination, place.source, CKestPath(), winExtension);
+  place.unsafe = winExtension.find_first_of("\\/:") != CString::npos || !IsPlainPath(place.source.GetText()) ||
+                 !IsPlainPath(place.destination.GetText()) ||
+                 (place.result == FilePlace::kResolved && !IsAbsolute(place.destination.GetText()));
+  return place;
+}
+
+int Placement::Resolver::Resolve(CKestPath& destination, const CKestPath& source, const CKestPath& reference,
+                                 const CString& winExtension) const {
+  CString folder = ToFolder(std::move(destination), source);
+  if (!BeginsWithToken(folder)) {
+    destination = CKestPath(std::move(folder));
+    return FilePlace::kNoToken;
+  }
+  const CKestProduct* placing = m_product;
+  for (int pass = 0; BeginsWithToken(folder); ++pass) {
+    const std::size_t end = text::FindBackslash(folder);
+    const CString* value = pass < kMostPasses ? FindValue(text::Lower(std::string_view(folder).substr(1, end - 1)),
+                                                          folder, reference, placing)
+                                              : nullptr;
+    if (value == nullptr || value->size() + folder.size() > kLongestDestination) {
+      destination = CKestPath(std::move(folder));
+      return FilePlace::kUnresolved;
+    }
+    folder = WithBackslash(*value) + folder.substr(end + 1);
+  }
+  folder += NameFor(source, winExtension);
+  if (placing != nullptr) {
+    placing->MassageDestination(folder);
+  }
+  destination = CKestPath(std::move(folder));
+  return FilePlace::kResolved;
+}
+
+const CString* Placement::Resolver::FindValue(const CString& token, const CString& destination,
+                                              const CKestPath& reference, const CKestProduct*& placing) const {
+  const auto lookUp = [&token](const CKestTokenMap& map) {
+    const auto found = map.find(token);
+    return found == map.end() ? nullptr : &found->second;
+  };
+  if (const CString* value = lookUp(m_placement.m_folderKeywords)) {
+    return value;
+  }
+  const auto tokensOf = [&](const CKestProduct& product) -> const CKestTokenMap& {
+    if (reference.IsEmpty()) {
+      return m_placement.GetTokens(product, destination);
+    }
+    m_referenceTokens.clear();
+    product.MapTokens(destination, reference.GetText(), m_referenceTokens);
+    return m_referenceTokens;
+  };
+  if (m_product != nullptr) {
+    if (const CString* value = lookUp(tokensOf(*m_product))) {
+      return value;
+    }
+    return FindOwnToken(token);
+  }
+  const auto& products = m_placement.m_products;
+  for (auto product = products.rbegin(); product != products.rend(); ++product) {
+    if ((*product)->IsInstalled()) {
+      if (const CString* value = lookUp(tokensOf(**product))) {
+        placing = product->get();
+        return value;
+      }
+    }
+  }
+  return FindOwnToken(token);
+}
+
+const CString* Placement::Resolver::FindOwnToken(const CString& token) const {
+  if (!m_ownTokens) {
+    m_ownTokens.emplace();
+    CKestTokenMap tokens;
+    if (m_extension != nullptr && m_extension->GetUserDefinedTokens(tokens)) {
+      for (auto& [name, definition] : tokens) {
+        m_ownTokens->try_emplace(text::Lower(name), definition);
+      }
+    }
+  }
+  const auto found = m_ownTokens->find(token);
+  return found == m_ownTokens->end() ? nullptr : &found->second;
+}
+
+} // namespace kest

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "platform/containers.h"
+#include "platform/path.h"
+
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+namespace kest {
+
+class CKestExtension;
+class CKestExtensionFile;
+class CKestProduct;
+
+/// Where one file of an extension comes from and goes to.
+struct FilePlace {
+  enum Result : int { kResolved = 0, kNoToken = -1, kUnresolved = -2 };
+  CKestPath source;
+  CKestPath destination;
+  int result = kUnresolved;
+  /// A path leads upwards or is not absolute, or the file extension is none: never touch such a file.
+  bool unsafe = false;
+};
+
+/// Turns the sources and destinations of descriptions into absolute paths. Remembers the products' token maps until
+/// Forget, because a product's folders change only when it is given new paths.
+class Placement {
+public:
+  using Products = std::vector<std::unique_ptr<CKestProduct>>;
+  /// All borrowed, for the life of the object.
+  Placement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder);
+
+  void Forget();
+
+  /// Below the unpack folder, native separators. Always 0.
+  int LocalizeSource(CKestPath& source) const;
+  /// FilePlace::Result. A null product: the installed products are asked, the youngest first.
+  int LocalizeDestination(CKestPath& destination, const CKestProduct* product, const CKestPath& source,
+                          const CKestPath& reference, const CKestExtension* extension,
+                          const CString& winExtension) const;
+  int LocalizeFiles(CKestPath& source, CKestPath& destination, const CKestProduct* product, const CKestPath& reference,
+                    const CKestExtension* extension, const CString& winExtension) const;
+  /// A folder given with tokens, as an absolute folder with trailing backslash; a text without a token comes back with
+  /// native separators.
+  [[nodiscard]] CString LocalizeFolder(const CString& folder, const CKestProduct* product,
+                                       const CKestExtension* extension) const;
+
+  /// The same for many files of one extension: its own tokens are gathered once.
+  class Resolver {
+  public:
+    Resolver(const Placement& placement, const CKestProduct* product, const CKestExtension* extension);
+    [[nodiscard]] FilePlace Locate(const CKestExtensionFile& file) const;
+    [[nodiscard]] int Resolve(CKestPath& destination, const CKestPath& source, const CKestPath& reference,
+                              const CString& winExtension) const;
+
+  private:
+    [[nodiscard]] const CString* FindValue(const CString& token, const CString& destination, const CKestPath& reference,
+                                           const CKestProduct*& placing) const;
+    [[nodiscard]] const CString* FindOwnToken(const CString& token) const;
+    const Placement& m_placement;
+    const CKestProduct* m_product;
+    const CKestExtension* m_extension;
+    mutable std::optional<std::unordered_map<CString, CString>> m_ownTokens;
+    mutable CKestTokenMap m_referenceTokens;
+  };
+
+private:
+  struct ProductTokens {
+    CString configurationMark; ///< what a destination holds that lies in the configuration folder
+    std::optional<CKestTokenMap> inside;
+    std::optional<CKestTokenMap> outside;
+  };
+  [[nodiscard]] const CKestTokenMap& GetTokens(const CKestProduct& product, const CString& destination) const;
+
+  const Products& m_products;
+  const CKestTokenMap& m_folderKeywords;
+  const CString& m_unpackFolder;
+  mutable std::unordered_map<const CKestProduct*, ProductTokens> m_tokens;
+};
+
+/// Whether the entry is placed on this platform.
+[[nodiscard]] bool IsPlaced(const CKestExtensionFile& file);
+/// Whether no component of the path leads upwards or vanishes (only dots or blanks).
+[[nodiscard]] bool IsPlainPath(const CString& path);
+
+} // namespace kest

@@ -1,0 +1,356 @@
+#include "manager/uninstall.h"
+
+#include "journal/delete_steps.h"
+#include "manager/changes.h"
+#include "platform/os.h"
+
+#include <optional>
+
+namespace kest {
+namespace uninstall {
+namespace {
+
+using Failure = OperationReport::Failure;
+
+// the files of a disabled extension are gone already, and so are its changes
+constexpr Phase kPhases[] = {CheckFiles,     ConvertExtension,   DeleteFiles,
+                             CleanUpFolders, DeleteDescriptions, TakeBackChanges};
+constexpr Phase kPhasesOfDisabled[] = {DeleteDescriptions};
+
+template <std::size_t n> bool RunPhases(Context& context, const Phase (&phases)[n]) {
+  for (const Phase phase : phases) {
+    if (!phase(context)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// The user closes what holds the file, or gives up.
+bool FreeFile(Context& context, const CString& path) {
+  CKestExtensionManager::State& state = context.state;
+  while (!state.CanDeleteFile(path)) {
+    if (state.HelpUserFreeFile(path, false) != kRetry) {
+      state.Fail(Failure::kInUse, path, "it cannot be deleted now", static_cast<int>(Message::kFileInUse),
+                 "close the program that uses it and try again");
+      return false;
+    }
+    state.WaitUntil([&] { return state.CanDeleteFile(path); });
+  }
+  return true;
+}
+
+/// The places of the extension's files that exist, in order; false when the machine cannot tell.
+template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
+  const Placement::Resolver resolver(context.state.placement, &context.product, &context.extension);
+  for (const CKestExtensionFile& file : context.extension.GetFiles()) {
+    if (!IsPlaced(file)) {
+      continue;
+    }
+    const FilePlace place = resolver.Locate(file);
+    if (place.result != FilePlace::kResolved || place.unsafe) {
+      continue;
+    }
+    const CString& path = place.destination.GetText();
+    const Presence presence = LookForFile(path);
+    if (presence == Presence::kUnknown) {
+      context.state.FailByMachine(path, "it cannot be looked at");
+      return false;
+    }
+    if (presence == Presence::kThere && !visit(file, path)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// One more description or package to delete, unless another extension needs it.
+bool PlanDeletion(Context& context, const CString& path,
+                  std::vector<std::unique_ptr<CKestExtensionInstallStep>>& steps) {
+  const Presence presence = LookForFile(path);
+  if (presence == Presence::kUnknown) {
+    context.state.FailByMachine(path, "it cannot be looked at");
+    return false;
+  }
+  if (presence == Presence::kThere) {
+    steps.push_back(std::make_unique<CInstallDeleteFile>(path));
+    context.state.report.deleted.push_back(path);
+  }
+  return true;
+}
+
+bool BelongsToAnother(const Context& context, const CString& path) {
+  for (const auto& [product, list] : context.state.catalogue.All()) {
+    for (const CKestExtension* other : list) {
+      if (other != &context.extension && text::EqualNoCase(other->GetPath(), path)) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+void FinishReport(Context& context) {
+  OperationReport& report = context.state.report;
+  report.restartProduct |= context.restart != 0;
+}
+
+} // namespace
+
+std::optional<OperationReport::Why> WhyKept(const CKestExtensionFile& file, const CString& destination,
+                                            References& references) {
+  using Why = OperationReport::Why;
+  if (file.IsSystemFile()) {
+    return Why::kSystemFile;
+  }
+  if (text::ContainsNoCase(file.GetDestination(), "$fonts")) {
+    return Why::kFont;
+  }
+  if (file.IsShared() && references.Holds(destination)) {
+    return Why::kShared;
+  }
+  return std::nullopt;
+}
+
+void Context::Advance() {
+  if (progress) {
+    state.Ui().SetProgressPosition(++position);
+  }
+}
+
+bool CheckFiles(Context& context) {
+  References references(context.state, &context.product, &context.extension);
+  return ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
+    if (!WhyKept(file, path, references) && !FreeFile(context, path)) {
+      return false;
+    }
+    context.Advance();
+    return true;
+  });
+}
+
+bool ConvertExtension(Context& context) {
+  context.product.MassageExtension(&context.extension);
+  return true;
+}
+
+bool DeleteFiles(Context& context) {
+  CKestExtensionManager::State& state = context.state;
+  References references(state, &context.product, &context.extension);
+  std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
+  std::vector<CString> paths;
+  std::unordered_set<CString> planned;
+  std::unordered_set<CString> folders;
+  const bool known = ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
+    if (const auto why = WhyKept(file, path, references)) {
+      state.report.kept.push_back({path, *why});
+    } else if (planned.insert(text::Lower(path)).second) {
+      steps.push_back(std::make_unique<CInstallDeleteFile>(path));
+      paths.push_back(path);
+      const CString folder = WithoutBackslash(CKestPath(path).GetFolder());
+      if (folders.insert(text::Lower(folder)).second) {
+        context.folders.push_back(folder);
+      }
+    }
+    return true;
+  });
+  if (!known) {
+    return false;
+  }
+  if (state.journal.Plan(std::move(steps)) != 0) {
+    state.FailByMachine(CString(), "the journal could not be written");
+    return false;
+  }
+  for (const CString& path : paths) {
+    if (state.journal.RunNext() != 0) {
+      state.FailByMachine(path, "it could not be deleted");
+      state.journal.EndPass();
+      return false;
+    }
+    state.report.deleted.push_back(path);
+    context.Advance();
+  }
+  state.journal.EndPass();
+  return true;
+}
+
+bool DeleteDescriptions(Context& context) {
+  CKestExtensionManager::State& state = context.state;
+  state.Ui().EndWait();
+  const CString name = CKestPath(context.extension.GetPath()).GetFileName();
+  std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
+  const CString installed = state.GetExtensionsPath(context.product, name);
+  if (!BelongsToAnother(context, installed) && !PlanDeletion(context, installed, steps)) {
+    return false;
+  }
+  if (context.deleteDisabled) {
+    CKestPath aside(state.GetDisabledFolder(context.product) + name);
+    if (!BelongsToAnother(context, aside)) {
+      CKestPath package = aside;
+      package.SetExtension("kep");
+      if (!PlanDeletion(context, aside, steps) || !PlanDeletion(context, package, steps)) {
+        return false;
+      }
+    }
+  }
+  for (auto& step : steps) {
+    if (state.journal.Run(std::move(step)) != 0) {
+      state.FailByMachine(CString(), "the description could not be deleted");
+      return false;
+    }
+  }
+  return true;
+}
+
+bool TakeBackChanges(Context& context) {
+  return ProcessChanges(context.state, context.product, context.extension,
+                        context.remove ? CKestProduct::Uninstall : CKestProduct::Disable);
+}
+
+void TellRestart(Context& context) {
+  const HostUi ui = context.state.Ui();
+  const bool running = context.product.IsRunning();
+  if (running && (context.extension.RequiresRestart() || context.product.RequiresRestart(&context.extension, false))) {
+    context.restart = 1;
+    if (!context.quiet) {
+      CString product;
+      context.product.GetName(product);
+      ui.Notice(Message::kUninstalledRestart, {context.extension.GetName(), product});
+    }
+    return;
+  }
+  if (running && context.refresh) {
+    context.product.Refresh();
+  }
+  if (!context.quiet) {
+    ui.Notice(Message::kUninstalled, {context.extension.GetName()});
+  }
+}
+
+int Run(Context& context) {
+  CKestExtensionManager::State& state = context.state;
+  const HostUi ui = state.Ui();
+  // steps left to a caller that has no journal open would stay for ever
+  const bool own = context.ownJournal || state.depth == 1;
+  std::optional<StepScope> steps;
+  if (own) {
+    steps.emplace(state, "uninstall " + context.extension.GetName(), context.kind);
+  }
+  if (!context.quiet) {
+    CKestProduct::ClearBackedUpFileList();
+  }
+  ui.BeginWait();
+  if (context.progress) {
+    ui.BeginProgress(Message::kUninstalling);
+    ui.SetProgressRange(2 * static_cast<int>(context.extension.GetFiles().GetCount()));
+  }
+  bool done = context.extension.IsEnabled() ? RunPhases(context, kPhases) : RunPhases(context, kPhasesOfDisabled);
+  if (context.progress) {
+    ui.EndProgress();
+  }
+  done = done && (!own || steps->Commit());
+  if (done) {
+    TellRestart(context);
+    if (context.remove) {
+      state.owner.RemoveExtension(&context.product, &context.extension);
+    }
+    FinishReport(context);
+  } else {
+    state.Fail(Failure::kOther, CString(), "the extension could not be uninstalled");
+  }
+  if (context.progress) {
+    ui.EndProgress();
+  }
+  return done ? 0 : -1;
+}
+
+} // namespace uninstall
+
+int CKestExtensionManager::UninstallExtension(const CKestProduct* product, CKestExtension* extension, bool refresh,
+                                              bool quiet, bool ownJournal, bool remove, bool deleteDisabled,
+                                              int& restart, bool progress) {
+  restart = 0;
+  State& state = *m_state;
+  if (state.ui == nullptr || product == nullptr || extension == nullptr) {
+    return -1;
+  }
+  // an uninstall that leaves its steps to its caller is part of the caller's operation, the list of backups included
+  std::optional<OperationScope> operation;
+  if (ownJournal || state.depth == 0) {
+    operation.emplace(state, OperationReport::Operation::kUninstall);
+    if (!operation->MayWrite()) {
+      return -1;
+    }
+  }
+  if (state.depth == 1 && operation) {
+    state.NameInReport(*product, *extension);
+  }
+  uninstall::Context context{.state = state,
+                             .product = *product,
+                             .extension = *extension,
+                             .refresh = refresh,
+                             .quiet = quiet,
+                             .ownJournal = ownJournal,
+                             .remove = remove,
+                             .deleteDisabled = deleteDisabled,
+                             .restart = restart,
+                             .progress = progress};
+  return uninstall::Run(context);
+}
+
+UninstallPreview CKestExtensionManager::PreviewUninstall(const CKestProduct* product,
+                                                         const CKestExtension* extension) const {
+  UninstallPreview preview;
+  if (product == nullptr || extension == nullptr) {
+    return preview;
+  }
+  m_state->placement.Forget();
+  References references(*m_state, product, extension);
+  const Placement::Resolver resolver(m_state->placement, product, extension);
+  for (const CKestExtensionFile& file : extension->GetFiles()) {
+    if (!extension->IsEnabled() || !IsPlaced(file)) {
+      continue;
+    }
+    const FilePlace place = resolver.Locate(file);
+    if (place.result != FilePlace::kResolved || place.unsafe) {
+      continue;
+    }
+    const CString& path = place.destination.GetText();
+    if (!CKestOS::FileExists(path)) {
+      preview.missing.push_back(path);
+      continue;
+    }
+    const auto why = uninstall::WhyKept(file, path, references);
+    preview.files.push_back({path, why.has_value(), why.value_or(OperationReport::Why::kShared)});
+  }
+  preview.described.push_back(extension->GetPath());
+  CKestPath package(extension->GetPath());
+  package.SetExtension("kep");
+  if (!extension->IsEnabled() && CKestOS::FileExists(package)) {
+    preview.described.push_back(package);
+  }
+  // the products only read the record
+  preview.restartProduct =
+      product->IsRunning() &&
+      (extension->RequiresRestart() || product->RequiresRestart(const_cast<CKestExtension*>(extension), false));
+  return preview;
+}
+
+std::vector<CString> CKestExtensionManager::GetInstalledFiles(const CKestProduct* product,
+                                                              const CKestExtension* extension) const {
+  std::vector<CString> paths;
+  if (product == nullptr || extension == nullptr) {
+    return paths;
+  }
+  m_state->placement.Forget();
+  const Placement::Resolver resolver(m_state->placement, product, extension);
+  for (const CKestExtensionFile& file : extension->GetFiles()) {
+    const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
+    if (place.result == FilePlace::kResolved && !place.unsafe) {
+      paths.push_back(place.destination.GetText());
+    }
+  }
+  return paths;
+}
+
+} // namespace kest
