@@ -1,6 +1,8 @@
 #pragma once
 
 #include "platform/containers.h"
+#include "platform/machine.h"
+#include "platform/messages.h"
 #include "platform/path.h"
 #include "platform/values.h"
 
@@ -9,6 +11,19 @@ namespace kest {
 class CKestExtension;
 class CKestExtensionInstallStep;
 class CKestExtensionManagerUI;
+
+/// One thing that went wrong while configuration or help changes were applied or taken back.
+struct ConfigProblem {
+  int code = 0;          ///< CKestConfigChange::ErrorCode, or CKestHelpChange::ErrorCode when `help` is set
+  bool help = false;     ///< it is about a help file
+  bool critical = false; ///< the operation was stopped by it
+  bool declined = false; ///< the user gave up waiting for a file in use
+  CString path;          ///< the file that was to be changed; empty when none was reached
+  CString change;        ///< the change in words, a line for each object; empty when about the file as a whole
+  Message message = Message::kConfigurationFailed; ///< what the user was told, with its arguments
+  std::vector<text::Argument> arguments;
+  MachineError error; ///< what the machine said; kNone when it had no part in it
+};
 
 /// One host product in one version: where it is, what runs, how destinations map to its folders, and how configuration
 /// changes are applied to it. The manager owns its products; everyone else borrows them.
@@ -31,6 +46,9 @@ public:
   [[nodiscard]] virtual bool IsInstalled() const = 0;
   [[nodiscard]] virtual bool IsRunning() const = 0;
   virtual void GetInstallFolder(CString& folder) const = 0;
+  /// The folder of the executable, as SetPaths wants it: the install folder, but for products that answer
+  /// GetInstallFolder with a folder of the user.
+  virtual void GetProgramFolder(CString& folder) const;
   virtual void GetExtensionsFolder(CString& folder) const = 0;
   virtual void GetSharedExtensionsFolder(CString& folder) const;
   [[nodiscard]] virtual bool BelongsTo(const char* path) const = 0;
@@ -72,11 +90,15 @@ public:
   [[nodiscard]] virtual int ProcessHelpChanges(CKestTypedVector<CKestExtensionInstallStep*>* steps,
                                                CKestExtensionManagerUI* ui, const CKestExtension* extension,
                                                OperationType operation) const;
+  /// What the last call of the two found wrong, critical or not, in order; empty after a call without a problem. Good
+  /// until the next call of either.
+  [[nodiscard]] const std::vector<ConfigProblem>& GetConfigProblems() const { return m_configProblems; }
 
-  /// The installed extensions, enabled and disabled: a new list with new records, both the caller's. Null when the product
-  /// is not installed or has none.
+  /// The installed extensions, enabled and disabled: a new list with new records, both the caller's. Null when the
+  /// product is not installed or has none.
   [[nodiscard]] CKestTypedList<CKestExtension*>* GetExtensions() const;
-  /// Loads every description of one folder into the list (new records, the caller's); those that do not load are skipped.
+  /// Loads every description of one folder into the list (new records, the caller's); those that do not load are
+  /// skipped.
   void AddExtensionsFrom(const CKestPath& folder, bool enabled, bool shared,
                          CKestTypedList<CKestExtension*>* list) const;
   [[nodiscard]] bool GetSharedBinPath(CKestPath& path) const;
@@ -84,6 +106,15 @@ public:
   [[nodiscard]] bool GetUserBinPathFor(const CKestString& userName, CKestPath& path) const;
   [[nodiscard]] bool GetAllUserBinPaths(CKestTypedList<CKestString>& paths) const;
 
+  // the same as values
+  [[nodiscard]] CString GetName() const;
+  [[nodiscard]] CString GetConfigurationFolderName() const;
+  [[nodiscard]] CString GetInstallFolder() const;
+  [[nodiscard]] CString GetProgramFolder() const;
+  [[nodiscard]] CString GetExtensionsFolder() const;
+  [[nodiscard]] CString GetExecutableFileName() const;
+
+  /// Forgets which files were backed up: an operation begins.
   static void ClearBackedUpFileList();
   /// The list as it stands, and putting it back: an operation inside another leaves it as it found it.
   [[nodiscard]] static CKestTypedList<CString> GetBackedUpFiles();
@@ -94,6 +125,8 @@ public:
 protected:
   static void AddBackUpFile(const CString& path);
   [[nodiscard]] static bool BackUpFileExists(const CString& path);
+
+  mutable std::vector<ConfigProblem> m_configProblems;
 
 private:
   void BuildBinPath(const CString& root, CKestPath& out) const;
