@@ -58,12 +58,15 @@ public:
   void SetVersion(std::string_view dotted) { m_version = CKestVersionNumber(dotted); }
   void GetDesc(CString& description) const { description = m_description; }
   [[nodiscard]] const CString& GetDesc() const { return m_description; }
+  void AppendDesc(std::string_view text) { m_description += text; }
   void SetDesc(std::string_view description) { m_description = description; }
   void GetUIAccess(CString& text) const { text = m_uiAccess; }
   [[nodiscard]] const CString& GetUIAccess() const { return m_uiAccess; }
+  void AppendUIAccess(std::string_view text) { m_uiAccess += text; }
   void SetUIAccess(std::string_view text) { m_uiAccess = text; }
   void GetLicenseAgreement(CString& text) const { text = m_license; }
   [[nodiscard]] const CString& GetLicenseAgreement() const { return m_license; }
+  void AppendLicenseAgreement(std::string_view text) { m_license += text; }
   void SetLicenseAgreement(std::string_view text) { m_license = text; }
   /// 0 when the keyword is none that the engine knows.
   [[nodiscard]] int GetType() const { return m_type; }

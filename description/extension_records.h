@@ -104,6 +104,7 @@ private:
     CString destination;
     CString actualPath;
     CString winExtension;
+    bool operator==(const Placement&) const = default;
   };
   const Placement& GetPlacement() const;
   Placement& MakePlacement();

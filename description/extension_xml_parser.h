@@ -34,14 +34,18 @@ public:
 
 private:
   void Apply(const ElementRow& row, const char* name, CKestXMLAttributes& attributes);
-  void Place(const ElementRow& row, std::string_view name, std::unique_ptr<CKestXmlObject> object);
-  void ReadAttributes(const ElementRow& row, std::string_view name, CKestXmlObject& object,
+  void MakeObject(const ElementRow& row, const char* name, CKestXMLAttributes& attributes);
+  void Capture(const char* name, CKestXMLAttributes& attributes, bool push);
+  void ReadAttributes(const ElementRow& row, std::string_view element, CKestXmlObject& object,
                       CKestXMLAttributes& attributes);
+  [[nodiscard]] CKestXmlObject* ContainerOf(const ElementRow& row) const;
+  [[nodiscard]] CKestXmlObject* HomeOf(const ElementRow& row) const;
+  void ShareDestination(CKestExtensionFile& file);
+  void StartText(const ElementRow& row);
+  void AppendText(std::string_view text, bool closed);
   void ReportUnknown(std::string_view element, std::string_view attribute);
   void ReportDropped(std::string_view element, std::string_view belongsIn);
-  void StartText(const ElementRow& row);
-  void Capture(const char* name, CKestXMLAttributes& attributes, bool push);
-  void AppendText(std::string_view text, bool closed);
+  void ReportForeign(const ElementRow& row, std::string_view element, const CKestXmlObject* home);
 
   bool m_inComment = false;
   bool m_inDescription = false;

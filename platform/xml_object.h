@@ -8,9 +8,10 @@
 
 namespace kest {
 
-/// A node of an XML tree: tag, attributes, text, ordered children that it owns. Derived classes answer GetTag with their
-/// element name and write themselves. Text in it is either "text level" (descriptions and menu-format files: the file's
-/// own characters, entities still written) or "value level" (generic files: decoded); the reader that made it decides.
+/// A node of an XML tree: tag, attributes, text, ordered children that it owns. Derived classes answer GetTag with
+/// their element name and write themselves. Text in it is either "text level" (descriptions and menu-format files: the
+/// file's own characters, entities still written) or "value level" (generic files: decoded); the reader that made it
+/// decides.
 class KEST_API CKestXmlObject {
 public:
   using Children = std::vector<std::unique_ptr<CKestXmlObject>>;
@@ -27,7 +28,8 @@ public:
   CKestXmlObject& operator=(CKestXmlObject&&) noexcept;
 
   virtual void GetTag(CString& tag) const;
-  /// Appends the object's text at `level` tabs, lines ended by CR LF.
+  /// Appends the object's text at `level` tabs, lines ended by CR LF. Depth is limited to what readers accept: a deeper
+  /// tree gives a text that no reader takes.
   virtual void BuildXml(int level, CString& text) const;
   /// A copy of the object's own class.
   [[nodiscard]] virtual std::unique_ptr<CKestXmlObject> Clone() const;
@@ -69,12 +71,15 @@ public:
   CKestXmlObject* InsertAfter(const CKestXmlObject* anchor, std::unique_ptr<CKestXmlObject> child);
   /// Hands the child back; null when it is no direct child.
   [[nodiscard]] std::unique_ptr<CKestXmlObject> RemoveChild(const CKestXmlObject* child);
+  /// Frees them, however deep the tree is.
   void RemoveAllChildren();
   /// Index of a direct child, or -1.
   [[nodiscard]] int IndexOf(const CKestXmlObject* child) const;
 
   /// First descendant in document order (never the object itself) with the tag, in any case.
   [[nodiscard]] CKestXmlObject* FindTag(std::string_view tag) const;
+  /// Levels of descendants: 0 for an object without children.
+  [[nodiscard]] int GetDepth() const;
   /// First direct child that is a comment with exactly this text.
   [[nodiscard]] class CKestXmlComment* FindComment(std::string_view text) const;
 
@@ -129,6 +134,7 @@ public:
   explicit CKestXmlMisc(std::string_view text) : m_text(text) {}
   using CKestXmlObject::GetTag;
   void GetTag(CString& tag) const override; ///< empty
+  [[nodiscard]] bool HasTag(std::string_view tag, bool caseSensitive = false) const override;
   void BuildXml(int level, CString& text) const override;
   [[nodiscard]] std::unique_ptr<CKestXmlObject> Clone() const override;
   [[nodiscard]] const CString& GetText() const { return m_text; }

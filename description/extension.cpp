@@ -1,0 +1,203 @@
+#include "description/extension.h"
+
+#include "config/config_change.h"
+#include "config/config_sets.h"
+#include "config/help_change.h"
+#include "description/description_observer.h"
+#include "description/extension_xml_parser.h"
+#include "menus/menu_changes.h"
+#include "menus/menu_sets.h"
+
+#include <algorithm>
+
+namespace kest {
+
+namespace {
+
+constexpr std::string_view kRootTag = "kestrel-extension";
+
+constexpr CKestXMLParser::Limits kLimits{16u << 20, 200, 1u << 20};
+
+bool HasParentPath(std::string_view path) { return path.find("..") != std::string_view::npos; }
+
+template <class Set> std::shared_ptr<Set> Share(Set* set) {
+  std::shared_ptr<Set> shared = set->weak_from_this().lock();
+  return shared != nullptr ? shared : std::shared_ptr<Set>(set);
+}
+
+template <class Set> std::vector<Set*> Borrow(const std::vector<std::shared_ptr<Set>>& sets) {
+  std::vector<Set*> borrowed;
+  borrowed.reserve(sets.size());
+  for (const auto& set : sets) {
+    borrowed.push_back(set.get());
+  }
+  return borrowed;
+}
+
+} // namespace
+
+void CKestExtension::GetTag(CString& tag) const { tag = kRootTag; }
+
+bool CKestExtension::HasTag(std::string_view tag, bool caseSensitive) const {
+  return caseSensitive ? tag == kRootTag : text::EqualNoCase(tag, kRootTag);
+}
+
+std::unique_ptr<CKestXmlObject> CKestExtension::Clone() const { return std::make_unique<CKestExtension>(*this); }
+
+// ---- reading
+// -----------------------------------------------------------------------------------------------------------
+
+int CKestExtension::Load(const char* path, CKestTypedList<CKestString>* errors) { return Load(path, errors, nullptr); }
+
+int CKestExtension::Load(const char* path, CKestTypedList<CKestString>* errors, DescriptionObserver* observer) {
+  SetPath(path == nullptr ? "" : path);
+  CKestExtensionXMLParser parser(this, observer);
+  parser.SetLimits(kLimits);
+  return FinishLoad(parser.ParseFile(path, false), parser, errors, observer);
+}
+
+int CKestExtension::LoadText(std::string_view content, CKestTypedList<CKestString>* errors,
+                             DescriptionObserver* observer) {
+  CKestExtensionXMLParser parser(this, observer);
+  parser.SetLimits(kLimits);
+  return FinishLoad(parser.ParseLines(content, false), parser, errors, observer);
+}
+
+int CKestExtension::LoadFragment(std::string_view content) {
+  CKestExtensionXMLParser parser(this);
+  parser.SetLimits(kLimits);
+  const int parsed = parser.Parse(content.data(), static_cast<int>(content.size()), 1);
+  ClearObjectStack();
+  return parsed;
+}
+
+int CKestExtension::FinishLoad(int parsed, CKestExtensionXMLParser& parser, CKestTypedList<CKestString>* errors,
+                               DescriptionObserver* observer) {
+  ClearObjectStack();
+  m_charsetPlatform = parser.GetCharsetPlatform();
+  m_shiftJis = parser.IsShiftJIS();
+  int result = parsed;
+  CString reason = parser.GetErrorText();
+  if (result == kLoaded && !parser.FoundExtensionTag()) {
+    result = kNoRoot;
+    reason = "there is no kestrel-extension element";
+  }
+  if (result == kLoaded) {
+    CleanUpText(m_description);
+    CleanUpText(m_uiAccess);
+    CleanUpText(m_license);
+    SettlePrimaryProduct();
+    if (HasParentPaths()) {
+      result = kParentPath;
+      reason = "a file's source or destination leads out of its folder";
+    }
+  }
+  if (result != kLoaded && observer != nullptr) {
+    observer->OnFailure(parser.GetErrorLine(), reason);
+  }
+  if (errors != nullptr) {
+    for (const CKestString& message : parser.GetErrorStrings()) {
+      errors->Append(message);
+    }
+  }
+  return result;
+}
+
+void CKestExtension::SettlePrimaryProduct() {
+  CKestExtensionProduct* primary = nullptr;
+  for (CKestExtensionProduct& product : m_products) {
+    if (product.IsPrimary() && primary != nullptr) {
+      product.SetPrimary(false);
+      m_multiplePrimary = true;
+    } else if (product.IsPrimary()) {
+      primary = &product;
+    }
+  }
+  if (primary == nullptr && m_products.begin() != m_products.end()) {
+    m_products.begin()->SetPrimary(true);
+  }
+}
+
+// The extension that a file gets on this system becomes part of its path as well.
+bool CKestExtension::HasParentPaths() const {
+  return std::any_of(m_files.begin(), m_files.end(), [](const CKestExtensionFile& file) {
+    return HasParentPath(file.GetSource()) || HasParentPath(file.GetDestination()) ||
+           file.GetWinExtension().find_first_of("\\/:") != CString::npos;
+  });
+}
+
+// ---- products and tokens
+// -----------------------------------------------------------------------------------------------
+
+const CKestExtensionProduct* CKestExtension::GetPrimaryProduct() const {
+  const auto found = std::find_if(m_products.begin(), m_products.end(),
+                                  [](const CKestExtensionProduct& product) { return product.IsPrimary(); });
+  return found == m_products.end() ? nullptr : &*found;
+}
+
+bool CKestExtension::HasUserDefinedTokens() const {
+  return std::any_of(m_tokens.begin(), m_tokens.end(),
+                     [](const CKestExtensionToken& token) { return !token.GetPrompt().empty(); });
+}
+
+bool CKestExtension::GetUserDefinedTokens(CKestTokenMap& tokens) const {
+  tokens.clear();
+  for (const CKestExtensionToken& token : m_tokens) {
+    tokens[token.GetName()] = token.GetDefinition();
+  }
+  return !tokens.empty();
+}
+
+// ---- change sets
+// -------------------------------------------------------------------------------------------------------
+
+void CKestExtension::AddConfigChanges(CKestConfigChanges* changes) {
+  if (changes != nullptr) {
+    m_configChanges.push_back(Share(changes));
+  }
+}
+
+void CKestExtension::AddHelpChanges(CKestHelpChanges* changes) {
+  if (changes != nullptr) {
+    m_helpChanges.push_back(Share(changes));
+  }
+}
+
+CKestTypedIterator<CKestConfigChanges*>* CKestExtension::CreateConfigChangesIterator() const {
+  return new CKestTypedIterator<CKestConfigChanges*>(Borrow(m_configChanges), false);
+}
+
+CKestTypedIterator<CKestHelpChanges*>* CKestExtension::CreateHelpChangesIterator() const {
+  return new CKestTypedIterator<CKestHelpChanges*>(Borrow(m_helpChanges), false);
+}
+
+void CKestExtension::RemoveAllConfigChanges() {
+  m_configChanges.clear();
+  m_helpChanges.clear();
+}
+
+CKestMasterConfigChanges* CKestExtension::GetMasterConfigChanges() const {
+  for (const auto& set : m_configChanges) {
+    if (auto* master = dynamic_cast<CKestMasterConfigChanges*>(set.get())) {
+      return master;
+    }
+  }
+  return nullptr;
+}
+
+bool CKestExtension::HasInsertbarConfigChanges() const {
+  return std::any_of(m_configChanges.begin(), m_configChanges.end(), [](const auto& set) {
+    return dynamic_cast<const CKestInsertbarConfigChanges*>(set.get()) != nullptr;
+  });
+}
+
+bool CKestExtension::HasMenuChanges() const {
+  const auto isMenuChange = [](const auto& child) {
+    return dynamic_cast<const CKestMenuChange*>(child.get()) != nullptr;
+  };
+  return std::any_of(m_configChanges.begin(), m_configChanges.end(), [&](const auto& set) {
+    return std::any_of(set->GetChildren().begin(), set->GetChildren().end(), isMenuChange);
+  });
+}
+
+} // namespace kest
