@@ -22,8 +22,9 @@ struct PackageEntry {
   CKestDateTime date;
 };
 
-/// A package (.kep): a ZIP archive of plain files, the description first. Results: 0, or a code: -3 unreadable, -2
-/// damaged or refused (hostile names, sizes, links), positive: not a package.
+/// A package (.kep): a ZIP archive of plain files, the description first. Results: 0, or a code: -3 unreadable
+/// (missing, no rights, a disk error), -2 damaged or refused (hostile names, sizes, links), 1 not a package at all, 2 a
+/// file or folder could not be written. The package stays open from the first reading call to the end of the object.
 class KEST_API CKestPackage {
 public:
   enum Result : int { kOk = 0, kDamaged = -2, kUnreadable = -3, kNotAPackage = 1, kCannotWrite = 2 };
@@ -63,6 +64,7 @@ public:
 private:
   struct Writer;
   struct Reader;
+  int OpenReader();
   CString m_path;
   CString m_root;
   CString m_problem;
