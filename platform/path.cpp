@@ -6,10 +6,6 @@ namespace kest {
 
 namespace {
 
-bool EndsInBackslash(std::string_view path) {
-  return !path.empty() && text::FindLastBackslash(path) == path.size() - 1;
-}
-
 // Index at which the last component begins.
 std::size_t NameAt(std::string_view path) {
   const std::size_t slash = text::FindLastBackslash(path);
