@@ -133,7 +133,8 @@ bool ReadSpecifier(std::string_view format, std::size_t& at, Specifier& specifie
   } else {
     i = digits;
   }
-  for (; i < format.size() && std::string_view("-+ #0").find(format[i]) != std::string_view::npos; ++i) {
+  // a blank is no flag here: "50% and" is a sentence
+  for (; i < format.size() && std::string_view("-+#0").find(format[i]) != std::string_view::npos; ++i) {
     specifier.leftAligned |= format[i] == '-';
     specifier.zeros |= format[i] == '0';
   }

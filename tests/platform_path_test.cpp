@@ -1,0 +1,110 @@
+#include "platform/path.h"
+
+#include <gtest/gtest.h>
+
+namespace kest {
+namespace {
+
+TEST(Path, CutsAtTheLastBackslash) {
+  struct {
+    const char* path;
+    const char* folder;
+    const char* name;
+    const char* extension;
+    const char* parent;
+  } rows[] = {
+      {"C:\\a\\b.kei", "C:\\a\\", "b.kei", "kei", "C:\\a"},
+      {"C:\\a.b\\c", "C:\\a.b\\", "c", "", "C:\\a.b"}, // the dot is the folder's
+      {"C:\\a\\b\\", "C:\\a\\b\\", "", "", "C:\\a"},
+      {"C:\\a\\b\\\\", "C:\\a\\b\\\\", "", "", "C:\\a"},
+      {"C:\\", "C:\\", "", "", ""},
+      {"C:\\a", "C:\\", "a", "", "C:"},
+      {"name.HTM", "", "name.HTM", "HTM", ""},
+      {"C:\\.x", "C:\\", ".x", "x", "C:"},
+      {"C:\\x.", "C:\\", "x.", "", "C:"},
+      {"", "", "", "", ""},
+  };
+  for (const auto& row : rows) {
+    const CKestPath path(row.path);
+    EXPECT_EQ(path.GetFolder(), row.folder) << row.path;
+    EXPECT_EQ(path.GetFileName(), row.name) << row.path;
+    EXPECT_EQ(path.GetExtension(), row.extension) << row.path;
+    EXPECT_EQ(path.GetParent(), row.parent) << row.path;
+    CString folder;
+    CString name;
+    path.Split(folder, name);
+    EXPECT_EQ(folder + name, row.path);
+  }
+}
+
+TEST(Path, JoinsWithOneBackslash) {
+  EXPECT_EQ(JoinPath({"C:\\", "a"}), "C:\\a");
+  EXPECT_EQ(JoinPath({"C:\\a\\\\", "\\\\b\\", "\\c\\"}), "C:\\a\\b\\c\\");
+  EXPECT_EQ(JoinPath({"C:\\a", ""}), "C:\\a");
+  // an absolute right side does not drop the left one
+  EXPECT_EQ(JoinPath({"C:\\temp", "D:\\x"}), "C:\\temp\\D:\\x");
+  EXPECT_EQ(WithBackslash("C:\\a\\\\"), "C:\\a\\");
+  EXPECT_EQ(WithBackslash(""), "");
+  EXPECT_EQ(WithoutBackslash("C:\\a\\\\"), "C:\\a");
+  EXPECT_EQ(WithoutBackslash("C:\\"), "C:\\");
+}
+
+TEST(Path, ReplacesNameAndExtension) {
+  CKestPath path("C:\\a.b\\c.kep");
+  path.SetExtension("kei");
+  EXPECT_EQ(path.GetText(), "C:\\a.b\\c.kei");
+  path.SetExtension("");
+  path.SetExtension(".x");
+  EXPECT_EQ(path.GetText(), "C:\\a.b\\c.x");
+  path.SetFileName("d");
+  path.SetExtension("e");
+  EXPECT_EQ(path.GetText(), "C:\\a.b\\d.e");
+}
+
+TEST(Path, LocalizesSeparators) {
+  struct {
+    const char* given;
+    const char* localized;
+  } rows[] = {
+      {"Mac HD:Web:x.htm", "Mac HD\\Web\\x.htm"},
+      {"C:\\a/b:c", "C:\\a\\b\\c"},
+      {"C:/a", "C:\\a"},
+      {"C:", "C:"},
+      {"c::x", "c:\\x"},
+      {"C:x", "C\\x"}, // no drive: nothing that separates follows
+      {"1:\\x", "1\\\\x"},
+      {"$tidemark/Configuration", "$tidemark\\Configuration"},
+  };
+  for (const auto& row : rows) {
+    CString path = row.given;
+    CKestPath::LocalizePathSeparators(path);
+    EXPECT_EQ(path, row.localized);
+    CKestPath::LocalizePathSeparators(path);
+    EXPECT_EQ(path, row.localized) << "a second time changes nothing";
+  }
+}
+
+TEST(Path, FindsComponentsThatLeadUpwards) {
+  for (const char* path : {"..", "a\\..", "..\\a", "C:\\a\\..\\b", "a/../b", "a\\.. \\b"}) {
+    EXPECT_TRUE(CKestPath::HasParentComponent(path)) << path;
+  }
+  for (const char* path : {"", "a..b", "..a\\b", "a\\b..", "a\\...\\b", "."}) {
+    EXPECT_FALSE(CKestPath::HasParentComponent(path)) << path;
+  }
+}
+
+TEST(Path, HeedsSecondBytesThatLookLikeBackslashes) {
+  const CString so = "\x83\x5C";
+  text::SetCodePage(932);
+  const CKestPath path("C:\\" + so + "\\" + so + ".htm");
+  EXPECT_EQ(path.GetFileName(), so + ".htm");
+  EXPECT_EQ(path.GetParent(), "C:\\" + so);
+  EXPECT_EQ(WithBackslash("C:\\" + so), "C:\\" + so + "\\");
+  EXPECT_EQ(WithoutBackslash("C:\\" + so), "C:\\" + so);
+  EXPECT_EQ(JoinPath({"C:\\" + so, so}), "C:\\" + so + "\\" + so);
+  EXPECT_FALSE(CKestPath::HasParentComponent(so + "..\\x"));
+  text::SetCodePage(0);
+}
+
+} // namespace
+} // namespace kest
