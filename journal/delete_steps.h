@@ -39,8 +39,8 @@ private:
   CString m_path;
   CString m_backup;
   bool m_prepared = false;
-  bool m_open = false;     ///< the file may be in the private folder
-  bool m_recorded = false; ///< made from a record: only the disk knows whether Do ran
+  bool m_open = false;    ///< the file may be in the private folder
+  bool m_existed = false; ///< the file was there when the step was prepared
 };
 
 /// Leaves a copy of a file beside it before the file is changed.
@@ -61,6 +61,7 @@ public:
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
   void CollectNeeded(CKestTypedList<CKestString>& paths) const override;
   [[nodiscard]] CString GetTarget() const override { return m_file; }
+  [[nodiscard]] const CString& GetCopy() const { return m_copy; }
   [[nodiscard]] CString GetKept() const override { return m_kept; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared; }
 

@@ -33,19 +33,25 @@ KEST_API void Drop(const CString& path);
 /// Name of the folders of the process, e.g. "kest-4711-0a1b2c".
 [[nodiscard]] KEST_API bool GetLeaf(CString& leaf);
 /// Asked with the path of a folder on another volume before it is made; false keeps it from being made.
-KEST_API void SetNote(std::function<bool(const CString&)> note);
+void SetNote(std::function<bool(const CString&)> note);
 /// Whether an operation is open (see Drop).
-KEST_API void SetOperationOpen(bool open);
-/// Sends the deleted files of all folders to the trash (when asked), removes the folders on other volumes, and then,
-/// unless a hold is on it, the process's own. False when something is still there.
-bool RemoveAll(bool trashDeleted, const CString& label);
+void SetOperationOpen(bool open);
+[[nodiscard]] bool IsOperationOpen();
+/// While set, RemoveAll is about to send all deleted files to the trash, so no step sends its own.
+void SetTrashedWhole(bool whole);
+[[nodiscard]] bool IsTrashedWhole();
+/// Sends the deleted files of all folders to the trash (when asked), removes the folders on other volumes, and then the
+/// process's own (of which, while a hold is on it, only the journal's part). What cannot be removed, and with it the
+/// journal, is left to the next start.
+void RemoveAll(bool trashDeleted, const CString& label);
 /// Forgets the folders without touching them: they are kept for the next start.
-KEST_API void Abandon();
+void Abandon();
 [[nodiscard]] KEST_API bool IsHeld();
 
 /// Names that the folders consist of, for the recovery.
 [[nodiscard]] KEST_API bool IsLeafName(std::string_view name);
 inline constexpr const char* kDeletedFolder = "deleted";
+inline constexpr const char* kJournalPrefix = "journal-";
 
 } // namespace private_folders
 

@@ -1,0 +1,71 @@
+#include "journal/file_state.h"
+
+#include "platform/os.h"
+#include "platform/path.h"
+
+namespace kest {
+
+Presence ProbeFolder(const CString& path) {
+  Machine& machine = CKestOS::GetMachine();
+  if (machine.DirectoryExists(path)) {
+    return Presence::kPresent;
+  }
+  const CString parent = CKestPath(path).GetParent();
+  if (parent.empty()) {
+    return Presence::kUnknown; // a drive that is not there tells nothing
+  }
+  const Presence above = ProbeFolder(WithBackslash(parent));
+  if (above != Presence::kPresent) {
+    return above;
+  }
+  return machine.DirectoryExists(path) ? Presence::kPresent : Presence::kAbsent;
+}
+
+Presence ProbeFile(const CString& path) {
+  Machine& machine = CKestOS::GetMachine();
+  if (machine.FileExists(path)) {
+    return Presence::kPresent;
+  }
+  const Presence folder = ProbeFolder(CKestPath(path).GetFolder());
+  if (folder != Presence::kPresent) {
+    return folder;
+  }
+  // asked once more after the folder has answered: one call that failed in passing does not decide
+  return machine.FileExists(path) ? Presence::kPresent : Presence::kAbsent;
+}
+
+bool KeepFile(const CString& path, const CString& name, bool& isCopy) {
+  Machine& machine = CKestOS::GetMachine();
+  isCopy = false;
+  if (machine.LinkFile(path, name)) {
+    return true;
+  }
+  // under another name until it is complete: half a copy must never pass for the old state
+  const CString part = name + ".part";
+  if (!machine.CopyFile(path, part) || !machine.ReplaceFile(part, name)) {
+    return false;
+  }
+  isCopy = true;
+  return true;
+}
+
+Presence PutBack(const CString& kept, const CString& place) {
+  Machine& machine = CKestOS::GetMachine();
+  if (machine.ReplaceFile(kept, place)) {
+    // of two names for one file a rename leaves both: the kept one has to go, or a second undo would act on it again
+    if (machine.FileExists(kept) && !machine.MoveFile(kept, kept + ".done")) {
+      return Presence::kUnknown;
+    }
+    return Presence::kPresent;
+  }
+  return ProbeFile(kept) == Presence::kAbsent ? Presence::kAbsent : Presence::kUnknown;
+}
+
+void AppendFolderOf(CKestTypedList<CKestString>& paths, const CString& path) {
+  CString folder = CKestPath(path).GetFolder();
+  if (!folder.empty()) {
+    paths.Append(std::move(folder));
+  }
+}
+
+} // namespace kest
