@@ -13,8 +13,8 @@ namespace kest::test {
 
 /// One entry of an archive made byte by byte. What is set beside name and content is written as it is, true or not.
 struct ZipItem {
-  std::string name;
-  std::string content;
+  std::string name = {};
+  std::string content = {};
   bool deflated = false;
   std::optional<std::string> packed = {}; ///< packed bytes instead of those made of the content
   std::optional<std::string> localName = {};
