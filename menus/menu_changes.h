@@ -35,14 +35,20 @@ public:
   [[nodiscard]] CString DescribeInWords() const override;
 
 private:
-  struct Target;
+  /// What takes the copies. As a bar it looks for existing items and formats at any depth, as a menu among its own
+  /// children.
+  struct Target {
+    CKestExtensionMenu* holder;
+    bool asBar;
+  };
   using Copy = std::unique_ptr<CKestXmlObject>;
   void SetLocation(int action, std::string_view id);
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestMenusXmlFile* file,
-                       const CKestMenusXmlFile* referenceFile, CString id, int action) const;
+  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestMenusXmlFile* file, CString id, int action) const;
   /// True when the id names something in the file; `result` then says what came of the placement.
   bool PlaceAt(CKestMenusXmlFile* file, std::string_view id, int action, ErrorCode& result) const;
-  ErrorCode PlaceInLastResort(const CKestConfigChanges* changes, CKestMenusXmlFile* file, std::string_view id) const;
+  ErrorCode PlaceBeside(CKestMenusXmlFile* file, CKestExtensionMenuBar* bar, CKestExtensionMenu* menu,
+                        CKestXmlObject* object, int action) const;
+  ErrorCode PlaceInLastResort(const CKestConfigChanges* changes, CKestMenusXmlFile* file) const;
 
   ErrorCode PrependToMenuBar(CKestMenusXmlFile* file, CKestExtensionMenuBar* bar) const;
   ErrorCode AppendToMenuBar(CKestMenusXmlFile* file, CKestExtensionMenuBar* bar) const;
@@ -56,17 +62,17 @@ private:
   ErrorCode InsertAfterObject(CKestMenusXmlFile* file, CKestExtensionMenuBar* bar, CKestExtensionMenu* menu,
                               CKestXmlObject* object) const;
 
-  static bool HandleExistingMenuBarCase(CKestMenusXmlFile* file, const CKestExtensionMenuBar* payload);
-  static bool HandleExistingMenuCase(CKestMenusXmlFile* file, CKestExtensionMenu* target,
-                                     const CKestExtensionMenu* payload);
-  static bool HandleExistingMenuItemCase(CKestMenusXmlFile* file, CKestExtensionMenu* target,
-                                         const CKestExtensionMenuItem* payload);
-  static bool HandleExistingFormatCase(CKestMenusXmlFile* file, CKestExtensionMenu* target,
-                                       const CKestExtensionServerFormat* payload);
+  static bool HandleExistingMenuBarCase(CKestMenusXmlFile* file, const CKestExtensionMenuBar& payload);
+  static bool HandleExistingMenuCase(CKestMenusXmlFile* file, const Target& target, const CKestExtensionMenu& payload);
+  static bool HandleExistingMenuItemCase(CKestMenusXmlFile* file, const Target& target,
+                                         const CKestExtensionMenuItem& payload);
+  static bool HandleExistingFormatCase(CKestMenusXmlFile* file, const Target& target,
+                                       const CKestExtensionServerFormat& payload);
   /// What is to be inserted into the target for a payload object; null when the target had it, or does not take it.
-  static Copy CopyFor(CKestMenusXmlFile* file, CKestExtensionMenu* target, const CKestXmlObject& payload,
-                      unsigned kinds);
-  static Copy CopyBar(CKestMenusXmlFile* file, const CKestXmlObject& payload);
+  /// `menusOnly`: menus and comments alone.
+  static Copy CopyFor(CKestMenusXmlFile* file, const Target& target, const CKestXmlObject& payload, bool menusOnly);
+  /// The same for the top level, which takes bars and comments.
+  static Copy CopyForTop(CKestMenusXmlFile* file, const CKestXmlObject& payload);
 
   CString m_locationId;
   int m_action = kAppendTo;

@@ -61,15 +61,25 @@ protected:
   /// Copies the named fields of `other`.
   void MergeFields(const MenusNode& other, std::span<const Field> fields);
   void CopyField(Field field, CString& out) const { out = GetField(field); }
+  /// The index of the file that the object is part of, once a search has made it; else null.
+  [[nodiscard]] MenusIndex* GetIndex() const;
+  /// Whether no two neighbours among the children are separators.
+  [[nodiscard]] bool IsPairFree() const { return m_pairFree; }
+  /// Removes the child at a position from the children and from the index.
+  std::unique_ptr<CKestXmlObject> Detach(std::size_t at);
+  /// Makes one of each two neighbours that are separators.
+  void JoinSeparators();
 
   bool m_flag = true;     ///< visible, or DOM required
   bool m_dynamic = false; ///< of a shortcut
 
 private:
   friend class CKestMenusXmlFile;
+  friend class CKestMenusXMLParser;
   friend class MenusIndex;
-  CKestXmlObject* Adopt(CKestXmlObject* child);
+  CKestXmlObject* Insert(std::size_t at, std::unique_ptr<CKestXmlObject> child);
   void AdoptAll();
+  void NotePair(std::size_t first);
 
   CKestXmlObject* m_holder = nullptr; ///< a node, or the file when m_topLevel
   MenusNode* m_next = nullptr;        ///< next object in its chain of the index
@@ -78,6 +88,7 @@ private:
   const Kind m_kind;
   bool m_topLevel = false;
   bool m_indexed = false;
+  bool m_pairFree = true;
 };
 
 } // namespace kest

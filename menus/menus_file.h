@@ -50,7 +50,7 @@ public:
   /// The first object of the kind with the id among the direct children of `holder`, or null.
   [[nodiscard]] MenusNode* FindDirectChild(const MenusNode* holder, MenusNode::Kind kind, std::string_view id) const;
   /// The same at any depth below a bar.
-  [[nodiscard]] MenusNode* FindBelow(const CKestExtensionMenuBar* bar, MenusNode::Kind kind, std::string_view id) const;
+  [[nodiscard]] MenusNode* FindBelow(const MenusNode* bar, MenusNode::Kind kind, std::string_view id) const;
 
   // ---- top-level children, as CKestXmlObject has them
   CKestXmlObject* AppendChild(std::unique_ptr<CKestXmlObject> child);
@@ -67,11 +67,12 @@ public:
 
 private:
   friend class MenusNode;
-  friend class CKestExtensionMenuSeparator;
-  CKestXmlObject* Adopt(CKestXmlObject* child);
+  friend class MenusIndex;
+  CKestXmlObject* Insert(std::size_t at, std::unique_ptr<CKestXmlObject> child);
   MenusIndex& Index() const;
 
   CString m_path;
+  std::size_t m_loadedSize = 0;                ///< tells how much room the text needs
   mutable std::unique_ptr<MenusIndex> m_index; ///< made by the first search
 };
 

@@ -12,6 +12,7 @@ public:
   /// `file` is borrowed for the parser's life.
   explicit CKestMenusXMLParser(CKestMenusXmlFile* file) : m_file(file) {}
 
+  [[nodiscard]] bool MayRewrite(std::string_view text) const override;
   int OnPreProcessLine(CString& line) override;
   void OnElementStart(const char* name, CKestXMLAttributes& attributes) override;
   void OnElementEnd(const char* name) override;
@@ -26,10 +27,10 @@ private:
 
   CKestMenusXmlFile* m_file;
   std::vector<MenusNode*> m_stack;
-  std::size_t m_skipped = 0; ///< open elements of a subtree that is dropped
-  CString m_pending;         ///< markup that arrives in pieces
-  std::vector<FieldPack::Entry> m_entries;
-  CString m_values; ///< what m_entries points into
+  std::size_t m_skipped = 0;               ///< open elements of a subtree that is dropped
+  CString m_pending;                       ///< markup that arrives in pieces
+  std::vector<FieldPack::Entry> m_entries; ///< of the element being read
+  CString m_values;                        ///< what m_entries points into
 };
 
 } // namespace kest
