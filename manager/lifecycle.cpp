@@ -1,7 +1,7 @@
 #include "description/extension.h"
 #include "manager/manager_state.h"
 #include "platform/os.h"
-#include "products/factory.h"
+#include "products/product_table.h"
 
 namespace kest {
 namespace {
@@ -89,7 +89,9 @@ CKestProduct* CKestExtensionManager::CreateProduct(const CString& name, const CS
 void State::LoginAs(const CString& user) {
   for (const auto& product : products) {
     if (product->IsInstalled()) {
-      product->SetPaths(product->GetProgramFolder(), user);
+      CString folder;
+      product->GetProgramFolder(folder);
+      product->SetPaths(folder, user);
     }
   }
   placement.Forget();

@@ -1,0 +1,179 @@
+#include "description/extension.h"
+#include "manager/manager_state.h"
+#include "support/kest_fixture.h"
+
+namespace kest::test {
+namespace {
+
+using CatalogueTest = KestFixture;
+
+std::unique_ptr<CKestExtension> Record(const char* name, const char* version, const char* author, int type,
+                                       bool enabled) {
+  auto record = std::make_unique<CKestExtension>();
+  record->SetName(name);
+  record->SetVersion(version);
+  record->SetAuthorName(author);
+  record->SetType(type);
+  record->SetEnabled(enabled);
+  return record;
+}
+
+TEST_F(CatalogueTest, KnowsTheProductsFoundAndTheOthers) {
+  EXPECT_TRUE(manager().IsProductInstalled("tidemark nova"));
+  EXPECT_FALSE(manager().IsProductInstalled("Prism 4"));
+  EXPECT_FALSE(manager().IsProductInstalled(nullptr));
+  const std::unique_ptr<CKestTypedIterator<CKestProduct*>> forward(manager().CreateProductIterator());
+  const std::unique_ptr<CKestTypedIterator<CKestProduct*>> backward(manager().CreateProductReverseIterator());
+  std::vector<std::string> names;
+  std::vector<std::string> reversed;
+  while (forward->HasNext() && backward->HasNext()) {
+    names.push_back(forward->Next()->GetName());
+    reversed.insert(reversed.begin(), backward->Next()->GetName());
+  }
+  EXPECT_EQ(names.size(), 8u);
+  EXPECT_EQ(names, reversed);
+}
+
+TEST_F(CatalogueTest, InitMakesTheExtensionsFoldersOfProductsFoundAlone) {
+  std::filesystem::remove_all(m_pc.HostPath(std::string(kNova) + "Configuration\\Extensions"));
+  m_pc.Reopen();
+  start();
+  EXPECT_TRUE(m_pc.Exists(std::string(kNova) + "Configuration\\Extensions\\Disabled"));
+  EXPECT_FALSE(m_pc.Exists("C:\\Program Files\\Kestrel\\Prism 4"));
+}
+
+TEST_F(CatalogueTest, ARecordListedTwiceIsRemovedOnceForAllAndFreedOnce) {
+  CKestExtension* twice = Record("Twice", "1.0", "A", 1, true).release();
+  manager().AddExtension(nova(), twice);
+  manager().AddExtension(nova(), twice);
+  CKestExtension* once = Record("Once", "1.0", "A", 1, true).release();
+  manager().AddExtension(nova(), once);
+  manager().AddExtension(nova(), once); // freed by the manager, once
+  manager().RemoveExtension(nova(), twice);
+  CKestTypedList<CKestExtension*> records;
+  manager().GetExtensions(nova(), records);
+  EXPECT_EQ(records.GetCount(), 2u);
+  manager().RemoveExtension(four(), twice); // a product without a list
+  std::unique_ptr<CKestExtension>{twice}.reset();
+}
+
+TEST_F(CatalogueTest, LoadReadsEnabledAndDisabledDescriptionsAndReplacesTheOldRecords) {
+  const std::string folder = std::string(kNova) + "Configuration\\Extensions\\";
+  m_pc.Write(folder + "b.kei", package("Beta").text());
+  m_pc.Write(folder + "Disabled\\a.kei", package("Alpha").text());
+  m_pc.Write(folder + "broken.kei", "<kestrel-extension name=");
+  m_pc.Reopen();
+  start();
+  ASSERT_NE(find("Beta"), nullptr);
+  EXPECT_TRUE(find("Beta")->IsEnabled());
+  ASSERT_NE(find("Alpha"), nullptr);
+  EXPECT_FALSE(find("Alpha")->IsEnabled());
+  EXPECT_EQ(catalogue().size(), 2u);
+  EXPECT_EQ(manager().Load(), 0);
+  EXPECT_EQ(catalogue().size(), 2u);
+  EXPECT_EQ(manager().FindByPath((text::Lower(folder) + "B.KEI").c_str()), find("Beta"));
+  EXPECT_EQ(manager().FindByPath("C:\\nowhere.kei"), nullptr);
+  EXPECT_EQ(manager().FindEnabledByNameAndAuthor(nova(), "BETA", "jane doe"), find("Beta"));
+  EXPECT_EQ(manager().FindEnabledByNameAndAuthor(nova(), "Alpha", "Jane Doe"), nullptr) << "it is disabled";
+  EXPECT_EQ(manager().FindEnabledByNameAndAuthor(four(), "Beta", "Jane Doe"), nullptr);
+}
+
+TEST_F(CatalogueTest, ARunningProductWinsAndAmongEqualsTheOneMadeLater) {
+  const auto found = [this](const char* name, const char* version) {
+    return manager().GetState().FindProduct(name, version);
+  };
+  EXPECT_EQ(found("Tidemark", "4"), nova());
+  ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kFour) + "Tidemark.exe", true));
+  EXPECT_EQ(found("Tidemark", "4"), four());
+  EXPECT_EQ(found("Tidemark", "6"), nova());
+  EXPECT_EQ(found("Prism", "4"), nullptr);
+}
+
+TEST_F(CatalogueTest, ComparisonsOrderByTheirColumnAndTakeNull) {
+  const auto a = Record("alpha", "1.9", "Zoe", 1, false);
+  const auto b = Record("Beta", "1.10", "adam", 2, true);
+  EXPECT_LT(manager().CompareName(a.get(), b.get()), 0);
+  EXPECT_LT(manager().CompareVersion(a.get(), b.get()), 0) << "numbers, not digits";
+  EXPECT_GT(manager().CompareAuthor(a.get(), b.get()), 0);
+  EXPECT_LT(manager().CompareType(a.get(), b.get()), 0);
+  EXPECT_EQ(manager().CompareEnabled(a.get(), b.get()), 1);
+  EXPECT_EQ(manager().CompareEnabled(b.get(), a.get()), -1);
+  EXPECT_EQ(manager().CompareEnabled(a.get(), a.get()), 0);
+  const auto unknown = Record("x", "1", "x", 99, true);
+  EXPECT_LT(manager().CompareType(unknown.get(), a.get()), 0) << "an unknown type counts as an empty label";
+  EXPECT_EQ(manager().CompareName(nullptr, a.get()) + manager().CompareVersion(a.get(), nullptr) +
+                manager().CompareType(nullptr, nullptr) + manager().CompareAuthor(nullptr, a.get()) +
+                manager().CompareEnabled(a.get(), nullptr),
+            0);
+}
+
+TEST_F(CatalogueTest, EveryTypeHasALabelAndAnUnknownOneLeavesTheOutputAlone) {
+  std::vector<CString> labels;
+  for (int type = 0; type <= 50; ++type) {
+    CString label;
+    ASSERT_TRUE(manager().GetTypeLabel(type, label)) << type;
+    EXPECT_FALSE(label.empty()) << type;
+    labels.push_back(label);
+  }
+  std::sort(labels.begin(), labels.end());
+  EXPECT_EQ(std::unique(labels.begin(), labels.end()), labels.end()) << "no label stands for two types";
+  CString label = "as it was";
+  EXPECT_FALSE(manager().GetTypeLabel(51, label));
+  EXPECT_EQ(label, "as it was");
+}
+
+TEST_F(CatalogueTest, TheDetailJoinsDescriptionAndAccessAndDecodesBreaksAndBlanks) {
+  const struct {
+    const char* description;
+    const char* access;
+    const char* detail;
+  } rows[] = {
+      {"Counts<BR>words&nbsp;fast", "See the<br>menu&amp;nbsp;bar", "Counts\r\nwords fast\r\n\r\nSee the\r\nmenu bar"},
+      {"", "Only here", "Only here"},
+      {"Only this", "", "Only this"},
+  };
+  for (const auto& row : rows) {
+    CKestExtension record;
+    record.SetDesc(row.description);
+    record.SetUIAccess(row.access);
+    CString detail = "old";
+    manager().GetExtensionDetail(&record, detail);
+    EXPECT_EQ(detail, row.detail);
+  }
+  CString detail = "old";
+  manager().GetExtensionDetail(nullptr, detail);
+  EXPECT_EQ(detail, "");
+}
+
+TEST_F(CatalogueTest, ProductsAreMadeByNameForAFolderOfTheirs) {
+  const std::unique_ptr<CKestProduct> made(CKestExtensionManager::CreateProduct("TIDEMARK NOVA", "D:\\Elsewhere\\"));
+  ASSERT_NE(made, nullptr);
+  CString folder;
+  made->GetInstallFolder(folder);
+  EXPECT_EQ(folder, "D:\\Elsewhere\\");
+  const std::unique_ptr<CKestProduct> found(CKestExtensionManager::CreateProduct("Tidemark Nova", ""));
+  ASSERT_NE(found, nullptr);
+  found->GetInstallFolder(folder);
+  EXPECT_EQ(folder, kNova);
+  EXPECT_EQ(CKestExtensionManager::CreateProduct("Tidemark 3", ""), nullptr);
+}
+
+TEST_F(CatalogueTest, WithoutAHostOperationsFailAndDoNothing) {
+  const CString kep = pack(package("Word Count").file("wc.htm", "$tidemark/Configuration/Commands"));
+  CKestExtension* record = tryInstall(kep);
+  ASSERT_NE(record, nullptr);
+  const MachineSnapshot before = m_pc.Snapshot();
+  manager().SetUI(nullptr);
+  EXPECT_EQ(manager().GetUI(), nullptr);
+  int restart = 7;
+  EXPECT_EQ(tryInstall(kep), nullptr);
+  EXPECT_EQ(manager().UninstallExtension(nova(), record, true, true, true, true, true, restart, false), -1);
+  EXPECT_NE(manager().DisableExtension(nova(), record, false), 0);
+  EXPECT_EQ(manager().EnableExtension(nova(), record), -1);
+  EXPECT_EQ(manager().CreatePackage(record->GetPath().c_str(), "C:\\x.kep", nova(), true, false, false), -1);
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_TRUE(record->IsEnabled());
+}
+
+} // namespace
+} // namespace kest::test

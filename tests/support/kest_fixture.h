@@ -1,0 +1,107 @@
+#pragma once
+
+#include "manager/extension_manager.h"
+#include "products/product.h"
+#include "support/scripted_host.h"
+#include "support/temp_machine.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kest::test {
+
+/// One file of an extension under construction.
+struct BuiltFile {
+  std::string source;
+  std::string destination;
+  std::string content;
+  std::string attributes; ///< further ones, as written
+  std::int64_t date = TempMachine::kDate;
+};
+
+/// An extension as an author writes it: a description with its files.
+class ExtensionBuilder {
+public:
+  explicit ExtensionBuilder(std::string name);
+  ExtensionBuilder& author(std::string name);
+  ExtensionBuilder& version(std::string dotted);
+  ExtensionBuilder& type(std::string keyword);
+  /// Instead of Tidemark; the first one is primary.
+  ExtensionBuilder& product(std::string name, std::string version);
+  ExtensionBuilder& requiresRestart();
+  /// `attributes`: further ones, e.g. `shared="true"`.
+  ExtensionBuilder& file(std::string source, std::string destination, std::string content = "content",
+                         std::string attributes = {});
+  ExtensionBuilder& token(std::string attributes);
+  /// Change elements, as written.
+  ExtensionBuilder& changes(std::string elements);
+  /// "word_count.kei" for "Word Count" unless given.
+  ExtensionBuilder& descriptionNamed(std::string fileName);
+
+  [[nodiscard]] const std::string& name() const { return m_name; }
+  [[nodiscard]] const std::string& descriptionName() const { return m_descriptionName; }
+  [[nodiscard]] std::string text() const;
+  [[nodiscard]] const std::vector<BuiltFile>& files() const { return m_files; }
+
+private:
+  std::string m_name;
+  std::string m_author = "Jane Doe";
+  std::string m_version = "1.0";
+  std::string m_type = "command";
+  std::string m_descriptionName;
+  std::string m_attributes;
+  std::string m_products;
+  std::string m_tokens;
+  std::string m_changes;
+  std::vector<BuiltFile> m_files;
+};
+
+/// A machine with Tidemark Nova and Tidemark 4 on it, a manager over it and a host that answers as scripted. One user,
+/// so that the products keep their configuration in their own folders.
+class KestFixture : public ::testing::Test {
+protected:
+  KestFixture();
+  ~KestFixture() override;
+
+  static constexpr const char* kNova = "C:\\Program Files\\Kestrel\\Tidemark 6\\";
+  static constexpr const char* kFour = "C:\\Program Files\\Kestrel\\Tidemark 4\\";
+
+  /// Puts a program on the machine and into the registry.
+  void putProgram(const std::string& executable, const CKestVersionNumber& version,
+                  const std::string& registryKey) const;
+  /// A new manager over the machine in force; the old one goes.
+  void start();
+  [[nodiscard]] const CKestProduct* product(const char* name) const;
+  [[nodiscard]] const CKestProduct* nova() const { return product("Tidemark Nova"); }
+  [[nodiscard]] const CKestProduct* four() const { return product("Tidemark 4"); }
+
+  [[nodiscard]] static ExtensionBuilder package(const std::string& name) { return ExtensionBuilder(name); }
+  /// Writes description and files into a folder of the machine; returns the description's path.
+  [[nodiscard]] CString lay(const ExtensionBuilder& extension) const;
+  /// Packs it with the engine; returns the package's path.
+  [[nodiscard]] CString pack(const ExtensionBuilder& extension);
+
+  /// Quiet, enrolled, into the product given.
+  [[nodiscard]] CKestExtension* tryInstall(const CString& path, const CKestProduct* into = nullptr);
+  /// The same, and it has to work.
+  CKestExtension* installed(const ExtensionBuilder& extension, const CKestProduct* into = nullptr);
+  [[nodiscard]] int uninstall(CKestExtension* extension, bool deleteDisabled = true);
+  /// The catalogued record of that name; null when there is none, or several.
+  [[nodiscard]] CKestExtension* find(const std::string& name, const CKestProduct* in = nullptr) const;
+  /// "name version state path" of every record, sorted.
+  [[nodiscard]] std::vector<std::string> catalogue() const;
+  [[nodiscard]] const OperationReport& report() const { return manager().GetLastReport(); }
+  [[nodiscard]] CKestExtensionManager& manager() const { return *m_manager; }
+
+  /// What differs between two snapshots, but for what is left on purpose: backup copies beside configuration files.
+  [[nodiscard]] static std::string difference(const MachineSnapshot& before, const MachineSnapshot& after);
+  /// Nothing lies in the machine's temporary folder.
+  [[nodiscard]] bool isTempEmpty() const;
+
+  ScriptedHost m_host;
+  TempMachine m_pc;
+  std::unique_ptr<CKestExtensionManager> m_manager;
+};
+
+} // namespace kest::test
