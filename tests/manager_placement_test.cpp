@@ -91,9 +91,10 @@ TEST_F(PlacementTest, UnsafePlacesAreMarkedHoweverTheyHideTheWayUp) {
     const char* winExtension;
     bool unsafe;
   } rows[] = {
-      {"a.htm", "$tidemark/x", "", false},      {"a.htm", "$tidemark:..:x", "", true}, {"..:a.htm", "$tidemark", "", true},
-      {"a.htm", "$up/x", "", true},             {"a", "$tidemark", "txt\\x", true},    {"a", "$tidemark", "t:x", true},
-      {"a.htm", "$tidemark/. ./x", "", true},   {"a.htm", "$relative", "", true},
+      {"a.htm", "$tidemark/x", "", false},    {"a.htm", "$tidemark:..:x", "", true},
+      {"..:a.htm", "$tidemark", "", true},    {"a.htm", "$up/x", "", true},
+      {"a", "$tidemark", "txt\\x", true},     {"a", "$tidemark", "t:x", true},
+      {"a.htm", "$tidemark/. ./x", "", true}, {"a.htm", "$relative", "", true},
   };
   CKestExtension extension;
   for (const auto& [name, definition] : {std::pair{"up", "C:\\a\\..\\b"}, std::pair{"relative", "somewhere"}}) {
@@ -150,7 +151,9 @@ TEST_F(PlacementTest, ARunningProductKeepsItsScriptExtensions) {
 
 TEST_F(PlacementTest, HelpWithAFileNamesTheProductThatHasIt) {
   const std::string path = std::string(kNova) + "x.dll";
-  m_host.answer(Message::kFileInUseBy, kRetry).answer(Message::kFileInUse, kCancel).answer(Message::kFileInUse, kCancel);
+  m_host.answer(Message::kFileInUseBy, kRetry)
+      .answer(Message::kFileInUse, kCancel)
+      .answer(Message::kFileInUse, kCancel);
   EXPECT_EQ(state().HelpUserFreeFile(path, false), kRetry);
   EXPECT_EQ(state().HelpUserFreeFile("C:\\windows\\x.dll", false), kCancel);
   EXPECT_EQ(state().HelpUserFreeFile(path, true), kCancel);

@@ -1,0 +1,158 @@
+#include "description/extension.h"
+#include "support/kest_fixture.h"
+
+namespace kest::test {
+namespace {
+
+const std::string kConfiguration = std::string("C:\\Program Files\\Kestrel\\Tidemark 6\\") + "Configuration\\";
+
+using UninstallTest = KestFixture;
+using Why = OperationReport::Why;
+
+TEST_F(UninstallTest, TakesAwayWhatTheInstallBrought) {
+  const CString kep = pack(package("Word Count")
+                               .file("wc.htm", "$tidemark/Configuration/Commands")
+                               .file("a.js", "$tidemark/Configuration/Shared/wc/deep")
+                               .file("readme", "$tidemark/Configuration/Shared/wc", "r", "win-extension=\"txt\""));
+  const MachineSnapshot before = m_pc.Snapshot();
+  CKestExtension* record = tryInstall(kep);
+  ASSERT_NE(record, nullptr);
+  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Shared\\wc\\readme.txt"));
+  EXPECT_EQ(uninstall(record), 0);
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_TRUE(catalogue().empty());
+  EXPECT_TRUE(isTempEmpty());
+}
+
+TEST_F(UninstallTest, SharedFontAndSystemFilesStayAndThePreviewSaysWhy) {
+  const char* shared = "shared=\"true\"";
+  CKestExtension* one = installed(package("One")
+                                      .file("common.js", "$tidemark/Configuration/Shared", "c", shared)
+                                      .file("mine.js", "$tidemark/Configuration/Shared", "m", shared)
+                                      .file("fancy.ttf", "$fonts")
+                                      .file("sys.htm", "$tidemark/Configuration", "s", "systemfile=\"true\""));
+  m_host.answer(Message::kExistingEqual, kYes);
+  CKestExtension* two = installed(package("Two").file("common.js", "$tidemark/Configuration/Shared", "c", shared));
+  ASSERT_NE(one, nullptr);
+  ASSERT_NE(two, nullptr);
+  const MachineSnapshot before = m_pc.Snapshot();
+  const UninstallPreview preview = manager().PreviewUninstall(nova(), one);
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  std::map<std::string, std::pair<bool, Why>> expected = {
+      {kConfiguration + "Shared\\common.js", {true, Why::kShared}},
+      {kConfiguration + "Shared\\mine.js", {false, Why::kShared}},
+      {"C:\\windows\\Fonts\\fancy.ttf", {true, Why::kFont}},
+      {kConfiguration + "sys.htm", {true, Why::kSystemFile}},
+  };
+  ASSERT_EQ(preview.files.size(), expected.size());
+  EXPECT_EQ(uninstall(one), 0);
+  for (const auto& entry : preview.files) {
+    EXPECT_EQ(entry.stays, expected[entry.path].first) << entry.path;
+    EXPECT_EQ(entry.why, expected[entry.path].second) << entry.path;
+    EXPECT_EQ(m_pc.Exists(entry.path), entry.stays) << entry.path;
+  }
+  EXPECT_EQ(report().kept.size(), 3u);
+  EXPECT_EQ(uninstall(two), 0);
+  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Shared\\common.js")) << "nobody uses it any more";
+}
+
+TEST_F(UninstallTest, TransientFoldersGoWithTheFolderUnlessAnythingElseLiesThere) {
+  const struct {
+    const char* claim;
+    std::vector<std::string> extra;
+    bool goes;
+  } rows[] = {
+      {"notes of both levels", {"_notes\\a.kno", "_notes\\deeper\\b.KNO"}, true},
+      {"a foreign file among the notes", {"_notes\\a.kno", "_notes\\z.txt"}, false},
+      {"a foreign file beside the notes", {"_notes\\a.kno", "mine.txt"}, false},
+      {"a foreign folder", {"_notes\\a.kno", "other\\a.kno"}, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.claim);
+    const std::string folder = kConfiguration + "Shared\\wc\\";
+    CKestExtension* record = installed(package("Notes").file("a.js", "$tidemark/Configuration/Shared/wc"));
+    for (const std::string& path : row.extra) {
+      m_pc.Write(folder + path, "note");
+    }
+    m_pc.Reopen();
+    start();
+    record = find("Notes");
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(uninstall(record), 0);
+    EXPECT_FALSE(m_pc.Exists(folder + "a.js"));
+    EXPECT_EQ(m_pc.Exists(kConfiguration + "Shared"), !row.goes);
+    std::filesystem::remove_all(m_pc.HostPath(kConfiguration + "Shared"));
+    m_pc.Reopen();
+    start();
+  }
+}
+
+TEST_F(UninstallTest, AFileThatTheRunningProductHoldsCancelsOrIsWaitedFor) {
+  CKestExtension* record = installed(package("Script").file("x.dll", "$tidemark/Configuration/JSExtensions"));
+  ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", true));
+  const MachineSnapshot before = m_pc.Snapshot();
+  m_host.answer(Message::kFileInUseBy, kRetry).answer(Message::kFileInUseBy, kCancel);
+  EXPECT_EQ(uninstall(record), -1);
+  EXPECT_EQ(report().failure, OperationReport::Failure::kInUse);
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_EQ(find("Script"), record);
+  m_host.answer(Message::kFileInUseBy, kRetry,
+                [this] { ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", false)); });
+  EXPECT_EQ(uninstall(record), 0);
+}
+
+TEST_F(UninstallTest, TheClosingMessageAndFlagFollowTheRunningProduct) {
+  const auto closing = [this](bool running) {
+    CKestExtension* record = installed(package("Plain").file("p.htm", "$tidemark/Configuration/Commands"));
+    EXPECT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", running));
+    m_host.clear();
+    int restart = 7;
+    EXPECT_EQ(manager().UninstallExtension(nova(), record, true, false, true, true, true, restart, true), 0);
+    std::unique_ptr<CKestExtension>{record}.reset();
+    EXPECT_EQ(restart, running ? 1 : 0);
+    return m_host.noticeNumbers();
+  };
+  EXPECT_EQ(closing(false), std::vector<int>{4035});
+  EXPECT_EQ(closing(true), std::vector<int>{4034});
+  EXPECT_FALSE(m_host.isProgressOpen());
+  EXPECT_FALSE(m_host.isWaiting());
+}
+
+TEST_F(UninstallTest, ADisabledOneLosesItsCopiesAloneAndTouchesNoOthersFiles) {
+  const char* place = "$tidemark/Configuration/Commands";
+  CKestExtension* old = installed(package("Tool").descriptionNamed("one.kei").file("tool.htm", place, "old"));
+  ASSERT_EQ(manager().DisableExtension(nova(), old, false), 0);
+  CKestExtension* newer =
+      installed(package("Tool").version("2.0").descriptionNamed("two.kei").file("tool.htm", place, "new"));
+  ASSERT_NE(newer, nullptr);
+  EXPECT_EQ(uninstall(old), 0);
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "new");
+  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\one.kei"));
+  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\one.kep"));
+  EXPECT_EQ(catalogue().size(), 1u);
+}
+
+TEST_F(UninstallTest, TheCopiesOfAnotherExtensionWithTheSameFileNameStay) {
+  const char* place = "$tidemark/Configuration/Commands";
+  CKestExtension* other = installed(package("Other").descriptionNamed("same.kei").file("o.htm", place));
+  ASSERT_EQ(manager().DisableExtension(nova(), other, false), 0);
+  CKestExtension* record = installed(package("Mine").descriptionNamed("same.kei").file("m.htm", place));
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(uninstall(record), 0);
+  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\same.kei"));
+  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\same.kep"));
+  EXPECT_EQ(manager().EnableExtension(nova(), other), 0);
+  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Commands\\o.htm"));
+}
+
+TEST_F(UninstallTest, AnUninstallThatLeavesItsStepsToNobodyFinishesThem) {
+  CKestExtension* record = installed(package("Plain").file("p.htm", "$tidemark/Configuration/Commands"));
+  int restart = 0;
+  EXPECT_EQ(manager().UninstallExtension(nova(), record, false, true, false, true, true, restart, false), 0);
+  std::unique_ptr<CKestExtension>{record}.reset();
+  m_manager.reset(); // would take back what nobody finished
+  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Commands\\p.htm"));
+}
+
+} // namespace
+} // namespace kest::test
