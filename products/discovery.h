@@ -5,6 +5,18 @@
 
 namespace kest {
 
+/// A four-character code as one number, first character highest.
+[[nodiscard]] constexpr int SignatureOf(const char (&code)[5]) {
+  int value = 0;
+  for (int i = 0; i < 4; ++i) {
+    value = value * 256 + code[i];
+  }
+  return value;
+}
+
+/// Whether `path` begins with the text of `folder`, which is not empty; any letter case.
+[[nodiscard]] bool LiesBelow(const char* path, const CString& folder);
+
 /// A program found on the machine.
 struct FoundProgram {
   CString path; ///< of the executable

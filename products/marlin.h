@@ -85,8 +85,8 @@ public:
   [[nodiscard]] virtual bool GetCurrentUserPath(CString& out, ConfigPathType type) const;
   /// The configuration folder of that kind, then the folder that the host's text `resourceId` names.
   virtual void GetConfigurationPath(CString& out, unsigned int resourceId, bool create, ConfigPathType type) const;
-  /// The configuration folder of that kind, with trailing backslash; made when `create` is set. For kUser the folders
-  /// above it are made in any case.
+  /// The configuration folder of that kind, with trailing backslash; empty when the machine cannot tell it. Made when
+  /// `create` is set. For kUser the folders above it are made in any case.
   virtual void GetConfigurationPath(CString& out, bool create, ConfigPathType type) const;
   using CKestProduct::GetProgramFolder;
 };

@@ -87,7 +87,8 @@ protected:
 private:
   friend class ConfigRun;
 
-  [[nodiscard]] bool FindInRegistry(FoundProgram& found) const;
+  [[nodiscard]] bool FindProgram(FoundProgram& found);
+  [[nodiscard]] bool FindInRegistry(FoundProgram& found);
   void SetUserFolders(const CString& userName);
 
   const WebEditorConstants& m_constants;
