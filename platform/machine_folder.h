@@ -121,8 +121,11 @@ public:
   /// judged by it.
   [[nodiscard]] std::uint64_t GetFolderReads() const;
 
+  class State; ///< of the implementation alone
+
 private:
-  class State;
+  [[nodiscard]] CString ToWindowsPath(const CString& hostPath);
+
   std::shared_ptr<State> m_state; ///< shared with the files that it has open
 };
 
