@@ -237,6 +237,8 @@ const CKestXmlObject::Children& CKestXmlObject::GetChildren() const {
   return m_body != nullptr ? m_body->children : kNoChildren;
 }
 
+CKestXmlObject::Children& CKestXmlObject::EditChildren() { return MakeBody().children; }
+
 bool CKestXmlObject::HasChildren() const { return !GetChildren().empty(); }
 
 int CKestXmlObject::GetChildCount() const { return static_cast<int>(GetChildren().size()); }
