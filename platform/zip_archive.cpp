@@ -234,8 +234,12 @@ bool AddEntry(zip_t* archive, EntrySource& source) {
   if (zipSource == nullptr) {
     return false;
   }
-  const zip_int64_t added =
+  zip_int64_t added =
       zip_file_add(archive, name.c_str(), zipSource, IsUtf8(name) ? ZIP_FL_ENC_UTF_8 : ZIP_FL_ENC_CP437);
+  if (added < 0) {
+    // libzip takes some broken UTF-8 for whole and then admits no other mark
+    added = zip_file_add(archive, name.c_str(), zipSource, ZIP_FL_ENC_GUESS);
+  }
   if (added < 0) {
     zip_source_free(zipSource);
     return false;

@@ -36,6 +36,8 @@ struct ZipEnd {
   std::optional<std::uint16_t> count = {};
   std::optional<std::uint32_t> size = {};
   std::optional<std::uint32_t> offset = {};
+  bool large = false; ///< with the end record of more than 65,535 entries
+  std::optional<std::uint64_t> largeCount = {};
   std::string comment = {};
 };
 
@@ -108,7 +110,23 @@ inline std::string BuildZip(const std::vector<ZipItem>& items, const ZipEnd& end
     out += localName + item.extra + packed;
   }
   const std::size_t directoryAt = out.size();
-  out += directory + "PK\x05\x06";
+  out += directory;
+  if (end.large) {
+    const std::size_t recordAt = out.size();
+    out += "PK\x06\x06";
+    PutLittle(out, 44, 8);
+    PutLittle(out, 45 | 45 << 16, 4); // versions
+    PutLittle(out, 0, 8);             // disks
+    PutLittle(out, end.largeCount.value_or(items.size()), 8);
+    PutLittle(out, end.largeCount.value_or(items.size()), 8);
+    PutLittle(out, directory.size(), 8);
+    PutLittle(out, directoryAt, 8);
+    out += "PK\x06\x07";
+    PutLittle(out, 0, 4);
+    PutLittle(out, recordAt, 8);
+    PutLittle(out, 1, 4);
+  }
+  out += "PK\x05\x06";
   PutLittle(out, 0, 4);
   PutLittle(out, end.count.value_or(static_cast<std::uint16_t>(items.size())), 2);
   PutLittle(out, end.count.value_or(static_cast<std::uint16_t>(items.size())), 2);

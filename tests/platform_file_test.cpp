@@ -1,0 +1,107 @@
+#include "platform/file.h"
+#include "platform/os.h"
+#include "support/temp_machine.h"
+
+#include <gtest/gtest.h>
+
+namespace kest {
+namespace {
+
+class File : public test::TempMachineTest {
+protected:
+  std::vector<CString> Find(const CString& pattern) {
+    std::vector<CString> names;
+    CKestFileFinder finder;
+    for (bool more = finder.FindFirst(pattern); more; more = finder.FindNext()) {
+      names.push_back(finder.GetFileName());
+    }
+    return names;
+  }
+};
+
+using Names = std::vector<CString>;
+
+TEST_F(File, KeepsEveryByte) {
+  CString bytes;
+  for (int i = 0; i < 200000; ++i) { // more than one buffer
+    bytes.push_back(static_cast<char>(i * 7 % 256));
+  }
+  CKestFile file;
+  ASSERT_TRUE(file.OpenForWrite("C:\\all.bin"));
+  EXPECT_EQ(file.Write(bytes.data(), 70000), 70000);
+  EXPECT_TRUE(file.WriteLine(std::string_view(bytes).substr(70000)));
+  ASSERT_TRUE(file.Close());
+  CString back;
+  ASSERT_TRUE(CKestFile::ReadAll("C:\\ALL.BIN", back));
+  EXPECT_TRUE(back == bytes);
+  ASSERT_TRUE(file.OpenForRead("C:\\all.bin"));
+  CString pieces;
+  char buffer[1023];
+  while (const int got = file.Read(buffer, sizeof buffer)) {
+    pieces.append(buffer, static_cast<std::size_t>(got));
+  }
+  EXPECT_TRUE(pieces == bytes);
+}
+
+TEST_F(File, OldFileStaysUntilTheNewOneIsClosed) {
+  m_pc.Write("C:\\Menus.xml", "old");
+  const auto before = m_pc.Snapshot();
+  {
+    CKestFile file;
+    ASSERT_TRUE(file.OpenForWrite("C:\\menus.xml"));
+    ASSERT_TRUE(file.WriteLine("new"));
+    EXPECT_EQ(m_pc.Read("C:\\Menus.xml"), "old");
+  } // not closed: dropped
+  EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot()), "");
+  ASSERT_TRUE(CKestFile::WriteAll("C:\\menus.xml", "new"));
+  EXPECT_EQ(m_pc.Read("C:\\Menus.xml"), "new");
+}
+
+TEST_F(File, ReadingHasABound) {
+  m_pc.Write("C:\\x", "12345");
+  CString content = "as before";
+  EXPECT_FALSE(CKestFile::ReadAll("C:\\x", content, 4));
+  EXPECT_FALSE(CKestFile::ReadAll("C:\\missing", content));
+  EXPECT_FALSE(CKestFile::ReadAll("C:\\windows", content));
+  EXPECT_FALSE(CKestFile::ReadAll("x", content));
+  EXPECT_EQ(content, "as before");
+  EXPECT_TRUE(CKestFile::ReadAll("C:\\x", content, 5));
+  EXPECT_EQ(content, "12345");
+}
+
+TEST_F(File, FinderMatchesAndSortsWithoutCase) {
+  for (const char* name : {"b.kei", "A.KEI", "c.keix", "readme", "d.kei.bak", "e.kep"}) {
+    m_pc.Write(CString("C:\\e\\") + name, "");
+  }
+  m_pc.MakeFolder("C:\\e\\Folder.kei");
+  EXPECT_EQ(Find("C:\\e\\*.kei"), (Names{"A.KEI", "b.kei", "Folder.kei"}));
+  EXPECT_EQ(Find("C:\\e\\*.*"), (Names{"A.KEI", "b.kei", "c.keix", "d.kei.bak", "e.kep", "Folder.kei", "readme"}));
+  EXPECT_EQ(Find("C:\\e\\?.ke?"), (Names{"A.KEI", "b.kei", "e.kep"}));
+  EXPECT_EQ(Find("C:\\e\\a.kei"), Names{"A.KEI"});
+  EXPECT_EQ(Find("C:\\e\\missing"), Names{});
+  EXPECT_EQ(Find("C:\\missing\\*.*"), Names{});
+  EXPECT_EQ(Find("*.*"), Names{});
+}
+
+TEST_F(File, FinderReadsItsFolderOnceAndKnowsLinks) {
+  m_pc.Write("C:\\e\\1", "");
+  m_pc.Write("C:\\e\\2", "");
+  m_pc.MakeFolder("C:\\e\\f");
+  std::filesystem::create_directory_symlink("f", m_pc.HostPath("C:\\e\\link"));
+  CKestFileFinder finder;
+  ASSERT_TRUE(finder.FindFirst("C:\\e\\*.*"));
+  int count = 0;
+  int folders = 0;
+  do {
+    ++count;
+    folders += finder.IsFolder() ? 1 : 0;
+    if (!finder.IsFolder() && finder.GetFileName() != "link") {
+      EXPECT_TRUE(CKestOS::DeleteFile("C:\\e\\" + finder.GetFileName()));
+    }
+  } while (finder.FindNext());
+  EXPECT_EQ(count, 4);
+  EXPECT_EQ(folders, 1);
+}
+
+} // namespace
+} // namespace kest
