@@ -348,7 +348,7 @@ int MachineFolder::State::ReadRootFile(const char* name, CString& content) const
   return ReadWhole(file.Get(), content) ? 0 : errno;
 }
 
-int MachineFolder::State::WriteRootFile(const char* name, std::string_view content) {
+int MachineFolder::State::WriteRootFile(const char* name, std::string_view content, bool sync) {
   struct stat old {};
   const bool hasOld = fstatat(root.Get(), name, &old, 0) == 0;
   HostTarget target{std::make_shared<HostDescriptor>(dup(root.Get())), rootIdentity, name, name,
@@ -358,14 +358,14 @@ int MachineFolder::State::WriteRootFile(const char* name, std::string_view conte
   if (code == 0 && hasOld && fchmod(file.Get(), old.st_mode & 0777) != 0) {
     code = errno;
   }
-  if (code == 0 && (!WriteWhole(file.Get(), content) || fsync(file.Get()) != 0)) {
+  if (code == 0 && (!WriteWhole(file.Get(), content) || (sync && fsync(file.Get()) != 0))) {
     code = errno;
   }
   if (code == 0) {
     code = file.Place(target, true);
   }
   file.Drop(target);
-  return code == 0 && fsync(root.Get()) != 0 ? errno : code;
+  return code == 0 && sync && fsync(root.Get()) != 0 ? errno : code;
 }
 
 MachineIni& MachineFolder::State::GetIni() {
@@ -381,7 +381,7 @@ MachineIni& MachineFolder::State::GetIni() {
 }
 
 bool MachineFolder::State::SaveIni() {
-  const int code = root.IsOpen() ? WriteRootFile("machine.ini", m_ini.GetText()) : ENOENT;
+  const int code = root.IsOpen() ? WriteRootFile("machine.ini", m_ini.GetText(), false) : ENOENT;
   m_iniLoaded = false;
   return code == 0 || Fail(code, hostFolder + "/machine.ini");
 }
@@ -427,7 +427,7 @@ bool MachineFolder::State::SaveRegistry(RegistryRoot which) {
     const int code = unlinkat(root.Get(), registry.fileName, 0) == 0 || errno == ENOENT ? 0 : errno;
     return code == 0 || Fail(code, path);
   }
-  const int code = WriteRootFile(registry.fileName, registry.file.GetText());
+  const int code = WriteRootFile(registry.fileName, registry.file.GetText(), true);
   return code == 0 || Fail(code, path);
 }
 

@@ -101,7 +101,7 @@ private:
   [[nodiscard]] bool TryDeepest(const WindowsPath& path, FoundFolder& found, std::size_t& count, MachineError& why);
   [[nodiscard]] Mark MarkOf(const char* name) const;
   [[nodiscard]] int ReadRootFile(const char* name, CString& content) const;
-  [[nodiscard]] int WriteRootFile(const char* name, std::string_view content);
+  [[nodiscard]] int WriteRootFile(const char* name, std::string_view content, bool sync);
 
   FolderCache m_folders;
   std::vector<std::unique_ptr<FolderMount>> m_mounts;

@@ -89,6 +89,7 @@ static MachineIni& IniToChange(MachineFolder::State& state) {
   MachineIni& ini = state.GetIni();
   if (ini.GetText().empty()) {
     ini.SetText(MachineIni::GetTemplate());
+    (void)state.GetTrash(); // there from the start, so that no operation has to make it
   }
   return ini;
 }
