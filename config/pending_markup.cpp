@@ -6,7 +6,10 @@ std::unique_ptr<CKestXmlMisc> CollectMarkup(CString& pending, std::string_view p
   const std::string_view text = text::Trimmed(piece);
   if (text.empty() || text == "<?xml  version='1.0'  encoding='iso-8859-1'  ?>")
     return nullptr;
-  pending.append(text).append(" ");
+  // the mark that ends a document type comes alone and stands without a blank
+  if (!pending.empty() && text != ">")
+    pending += ' ';
+  pending += text;
   if (text.back() != '>')
     return nullptr;
   auto misc = std::make_unique<CKestXmlMisc>(pending);

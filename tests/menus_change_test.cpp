@@ -1,0 +1,389 @@
+#include "menus/menu_sets.h"
+#include "support/menus_builder.h"
+
+#include "platform/xml_parser.h"
+
+#include <gtest/gtest.h>
+
+namespace kest::test {
+namespace {
+
+using Action = CKestConfigChange::Action;
+using Code = CKestConfigChange::ErrorCode;
+
+constexpr const char* kFile = "<shortcutlist id=\"L\"><shortcut id=\"k\" /></shortcutlist>"
+                              "<menubar id=\"B\">"
+                              "<menu id=\"M\"><menuitem id=\"a\" /><separator /><menuitem id=\"z\" />"
+                              "<menu id=\"S\"><menuitem id=\"s\" /></menu></menu>"
+                              "<menu id=\"TMMenu_File_SaveAll\"><menuitem id=\"q\" /></menu></menubar>"
+                              "<formats id=\"F\"><format id=\"f\" /></formats>"
+                              "<menu id=\"T\"><menuitem id=\"t\" /></menu>";
+constexpr const char* kOutline = "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)";
+
+void Load(CKestMenusXmlFile& file, const char* content = kFile) { ASSERT_EQ(file.LoadContent(content), 0); }
+
+void SetLocation(CKestMenuChangeInsert& change, int action, const char* id) {
+  if (action == Action::kInsertBefore)
+    change.SetInsertBefore(id);
+  else if (action == Action::kInsertAfter)
+    change.SetInsertAfter(id);
+  else if (action == Action::kPrependTo)
+    change.SetPrependTo(id);
+  else
+    change.SetAppendTo(id);
+}
+
+struct Row {
+  int action;
+  const char* location;
+  const char* payload;
+  Code code;
+  const char* outline;
+  bool undone = true; ///< whether the undo gives the file back
+  bool skip = false;
+};
+
+void CheckRow(const Row& row, const CKestConfigChanges& set) {
+  SCOPED_TRACE(std::string(row.location) + " " + std::to_string(row.action) + " " + row.payload);
+  CKestMenusXmlFile file;
+  Load(file);
+  CKestMenuChangeInsert change;
+  SetLocation(change, row.action, row.location);
+  change.SetSkipSeparator(row.skip);
+  AddPayload(change, row.payload);
+  EXPECT_EQ(change.MakeChange(&set, &file, nullptr), row.code);
+  EXPECT_EQ(Outline(file), row.outline);
+  CString text;
+  EXPECT_TRUE(file.BuildContent(text));
+  CKestMenusXmlFile again;
+  ASSERT_EQ(again.LoadContent(text), 0);
+  EXPECT_EQ(Outline(again), row.outline);
+  // the undo finds what another process wrote
+  EXPECT_EQ(change.UndoChange(&set, &again, nullptr), Code::kSuccess);
+  if (row.undone) {
+    EXPECT_EQ(Outline(again), kOutline);
+  }
+}
+
+TEST(MenuInsert, GoesWhereTheLocationSays) {
+  const Row rows[] = {
+      // beside and into a menu
+      {Action::kInsertBefore, "M", "menu x,menu y", Code::kSuccess,
+       "L(k) B(x(),y(),M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kInsertAfter, "m", "menu x,menu y,item i", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s)),x(),y(),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kPrependTo, "M", "item x,menu y,comment c", Code::kSuccess,
+       "L(k) B(M(x,y(),!c,a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kAppendTo, "M", "item x,format y,bar no", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s),x,y),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kInsertBefore, "S", "item x,separator y", Code::kSuccess,
+       "L(k) B(M(a,-,z,x,-[y],S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      // beside an item and a format
+      {Action::kInsertBefore, "z", "item x,item y", Code::kSuccess,
+       "L(k) B(M(a,-,x,y,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kInsertAfter, "a", "item x,item y", Code::kSuccess,
+       "L(k) B(M(a,x,y,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kInsertAfter, "a", "item x,item y", Code::kSuccess,
+       "L(k) B(M(a,-,x,y,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)", true, true},
+      {Action::kInsertAfter, "z", "item x", Code::kSuccess, "L(k) B(M(a,-,z,x,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)",
+       true, true},
+      {Action::kInsertAfter, "f", "format x,separator s,format y", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f,x,-[s],y) T(t)", false},
+      {Action::kPrependTo, "a", "item x", Code::kMenuNotChanged, kOutline},
+      {Action::kAppendTo, "f", "item x", Code::kMenuNotChanged, kOutline},
+      // bars and the top level
+      {Action::kInsertBefore, "B", "bar x,bar y,item no", Code::kSuccess,
+       "L(k) x() y() B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kInsertAfter, "B", "bar x,bar y", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) x() y() F(f) T(t)"},
+      {Action::kPrependTo, "b", "menu x,item y", Code::kSuccess,
+       "L(k) B(x(),y,M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kAppendTo, "F", "format x", Code::kSuccess, "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f,x) T(t)"},
+      {Action::kAppendTo, "", "bar x,comment c,bar y,item no", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t) y() !c x()"},
+      {Action::kAppendTo, "T", "item x", Code::kSuccess, "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t,x)",
+       false}, // found in bars alone
+      {Action::kInsertAfter, "T", "menu x", Code::kSuccess, kOutline},
+      // a location that stands for another
+      {Action::kAppendTo, "TMMenu_File_SaveAllFrames", "item x", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q,x)) F(f) T(t)"},
+      // nothing takes it: there is no Help menu
+      {Action::kAppendTo, "none", "item x", Code::kMenuNotChanged, kOutline},
+      {Action::kInsertBefore, "TMMenu_Window_Templates", "item x", Code::kMenuNotChanged, kOutline},
+      // separators that join the host's, or have no place
+      {Action::kInsertAfter, "a", "separator x", Code::kSuccess,
+       "L(k) B(M(a,-[x+standard],z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kAppendTo, "S", "separator x", Code::kSuccess, kOutline},
+      {Action::kAppendTo, "S", "separator x,item i", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s,-[x],i)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {Action::kAppendTo, "S", "comment a--b-", Code::kSuccess,
+       "L(k) B(M(a,-,z,S(s,!a- -b-)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+  };
+  const CKestMasterConfigChanges set;
+  for (const Row& row : rows)
+    CheckRow(row, set);
+}
+
+TEST(MenuInsert, AMissingLocationIsUpToTheSet) {
+  CheckRow({Action::kInsertBefore, "none", "item x", Code::kSuccess,
+            "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q),x) F(f) T(t)"},
+           CKestServerBehaviorChanges());
+  CheckRow({Action::kInsertBefore, "none", "item x", Code::kMenuNotChanged, kOutline}, CKestServerFormatChanges());
+  CheckRow({Action::kAppendTo, "none", "item x", Code::kMenuNotChanged, kOutline}, CKestDataSourceChanges());
+}
+
+TEST(MenuInsert, TheLastResortMenuIsMadeOnceAndReused) {
+  const struct {
+    const char* file;
+    const char* once;
+    const char* twice;
+  } rows[] = {
+      {"<menubar id=\"B\"><menu id=\"M\"/><menu id=\"TMMenu_Help\"/></menubar>",
+       "B(M(),TMMenu_Commands(-,TMMenu_Commands_Misc(x)),TMMenu_Help())",
+       "B(M(),TMMenu_Commands(-,TMMenu_Commands_Misc(x,y)),TMMenu_Help())"},
+      {"<menubar id=\"B\"><menu id=\"TMMenu_Commands\"><menuitem id=\"TMMenu_Commands_GetMoreCommands\"/><menuitem "
+       "id=\"o\"/></menu></menubar>",
+       "B(TMMenu_Commands(TMMenu_Commands_GetMoreCommands,-,TMMenu_Commands_Misc(x),o))",
+       "B(TMMenu_Commands(TMMenu_Commands_GetMoreCommands,-,TMMenu_Commands_Misc(x,y),o))"},
+      {"<menubar id=\"B\"><menu id=\"TMMenu_Commands\"><menu id=\"d\"><menuitem "
+       "id=\"TMMenu_Commands_GetMoreCommands\"/></menu><menuitem id=\"o\"/></menu></menubar>",
+       "B(TMMenu_Commands(d(TMMenu_Commands_GetMoreCommands),o,-,TMMenu_Commands_Misc(x)))",
+       "B(TMMenu_Commands(d(TMMenu_Commands_GetMoreCommands),o,-,TMMenu_Commands_Misc(x,y)))"},
+  };
+  for (const auto& row : rows) {
+    CKestMenusXmlFile file;
+    Load(file, row.file);
+    const CKestMasterConfigChanges set;
+    for (const char* id : {"x", "y"}) {
+      CKestMenuChangeInsert change;
+      change.SetInsertBefore("none");
+      AddPayload(change, std::string("item ") + id);
+      EXPECT_EQ(change.MakeChange(&set, &file, nullptr), Code::kPlacedInLastResortMenu);
+      EXPECT_EQ(Outline(file), id[0] == 'x' ? row.once : row.twice);
+    }
+  }
+}
+
+TEST(MenuInsert, WhatTheTargetHasTakesTheAttributes) {
+  const CKestMasterConfigChanges set;
+  const auto insert = [&](CKestMenusXmlFile& file, const char* location, std::unique_ptr<CKestXmlObject> payload) {
+    CKestMenuChangeInsert change;
+    change.SetAppendTo(location);
+    change.AppendChild(std::move(payload));
+    EXPECT_EQ(change.MakeChange(&set, &file, nullptr), Code::kSuccess);
+    return change.UndoChange(&set, &file, nullptr);
+  };
+  const auto item = [](const char* id, const char* name) {
+    auto made = std::make_unique<CKestExtensionMenuItem>();
+    made->SetID(id);
+    made->SetName(name);
+    made->SetDOMRequired(false);
+    return made;
+  };
+  CKestMenusXmlFile file;
+  Load(file);
+  CKestMenuChangeInsert change;
+  change.SetAppendTo("M");
+  change.AppendChild(item("A", "renamed"));
+  ASSERT_EQ(change.MakeChange(&set, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(Outline(file), "L(k) B(M(A,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)");
+  EXPECT_EQ(file.FindMenuItem("a", nullptr, nullptr)->GetName(), "renamed");
+  EXPECT_FALSE(file.FindMenuItem("a", nullptr, nullptr)->IsDOMRequired());
+  // the same id elsewhere does not count for a menu, but does below a bar
+  EXPECT_EQ(insert(file, "TMMenu_File_SaveAll", item("z", "copy")), Code::kSuccess);
+  EXPECT_EQ(insert(file, "B", item("s", "below")), Code::kSuccess);
+  // the undo of a merge takes the host's object out, and the menu that it leaves empty
+  EXPECT_EQ(Outline(file), "L(k) B(M(A),TMMenu_File_SaveAll(q,z)) F(f) T(t)");
+}
+
+TEST(MenuInsert, TwoInsertsEqualOneAndAnEmptyIdIsAlwaysNew) {
+  const CKestMasterConfigChanges set;
+  CKestMenusXmlFile file;
+  Load(file);
+  CKestMenuChangeInsert change;
+  change.SetInsertAfter("a");
+  AddPayload(change, "menu x,item y,format w");
+  for (int i = 0; i < 2; ++i)
+    ASSERT_EQ(change.MakeChange(&set, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(Outline(file), "L(k) B(M(a,x(),y,w,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)");
+  CKestMenuChangeInsert nameless;
+  nameless.SetAppendTo("S");
+  nameless.AppendChild(std::make_unique<CKestExtensionMenuItem>());
+  for (int i = 0; i < 2; ++i)
+    ASSERT_EQ(nameless.MakeChange(&set, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(file.FindMenu("S", nullptr, nullptr)->GetChildCount(), 3);
+  ASSERT_EQ(nameless.UndoChange(&set, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(file.FindMenu("S", nullptr, nullptr)->GetChildCount(), 3);
+}
+
+TEST(MenuInsert, UndoPrunesWhatItEmptiesUpwards) {
+  const CKestMasterConfigChanges set;
+  CKestMenusXmlFile file;
+  Load(file, "<menubar id=\"B\"><menu id=\"M\"><!-- note --><menu id=\"S\"><menuitem id=\"x\"/></menu></menu></menubar>"
+             "<menubar id=\"C\"><menu id=\"D\"/></menubar>");
+  CKestMenuChangeInsert change;
+  change.SetAppendTo("S");
+  AddPayload(change, "item x");
+  EXPECT_EQ(change.UndoChange(&set, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(Outline(file), "C(D())");
+}
+
+TEST(MenuInsert, AnotherClassOfFileIsRefused) {
+  CKestXmlFile file;
+  CKestMenuChangeInsert insert;
+  AddPayload(insert, "item x");
+  EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kMenuNotChanged);
+  EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+  CKestMenuChangeRemove remove;
+  remove.SetMenuID("x");
+  EXPECT_EQ(remove.MakeChange(nullptr, nullptr, nullptr), Code::kSuccess);
+  CKestShortcutChangeInsert shortcut;
+  EXPECT_EQ(shortcut.MakeChange(nullptr, &file, nullptr), Code::kMenuNotChanged);
+}
+
+TEST(MenuRemove, TakesTheFirstObjectOfTheId) {
+  const struct {
+    const char* id;
+    const char* outline;
+  } rows[] = {
+      {"b", "L(k) F(f) T(t)"},
+      {"M", "L(k) B(TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {"a", "L(k) B(M(z,S(s)),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {"s", "L(k) B(M(a,-,z,S()),TMMenu_File_SaveAll(q)) F(f) T(t)"},
+      {"f", "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F() T(t)"},
+      {"T", "L(k) B(M(a,-,z,S(s)),TMMenu_File_SaveAll(q)) F(f)"},
+      {"k", kOutline},
+      {"none", kOutline},
+      {"", kOutline},
+  };
+  for (const auto& row : rows) {
+    CKestMenusXmlFile file;
+    Load(file);
+    CKestMenuChangeRemove change;
+    change.SetMenuID(row.id);
+    EXPECT_EQ(change.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Outline(file), row.outline) << row.id;
+  }
+}
+
+TEST(Shortcuts, InsertMergeAndUndo) {
+  const struct {
+    const char* list;
+    const char* payload;
+    Code code;
+    const char* outline;
+    const char* undone;
+  } rows[] = {
+      {"", "list x,shortcut no,comment c,list y", Code::kSuccess, "L(k) M(j) y() !c x()", "L(k) M(j)"},
+      {"", "list l", Code::kSuccess, "l(k) M(j)", "M(j)"},
+      {"l", "shortcut x,comment c,shortcut y,list no", Code::kSuccess, "L(k,x,!c,y) M(j)", "L(k) M(j)"},
+      {"L", "shortcut K", Code::kSuccess, "L(K) M(j)", "M(j)"},
+      {"L", "shortcut j", Code::kSuccess, "L(k,j) M(j)", "L(k) M(j)"},
+      {"L", "comment c", Code::kSuccess, "L(k,!c) M(j)", "L(k) M(j)"},
+      {"none", "shortcut x", Code::kShortcutListMissing, "L(k) M(j)", "L(k) M(j)"},
+  };
+  for (const auto& row : rows) {
+    CKestMenusXmlFile file;
+    Load(file, "<shortcutlist id=\"L\"><shortcut id=\"k\" /></shortcutlist>"
+               "<shortcutlist id=\"M\"><shortcut id=\"j\" /></shortcutlist>");
+    CKestShortcutChangeInsert change;
+    change.SetListID(row.list);
+    AddPayload(change, row.payload);
+    EXPECT_EQ(change.MakeChange(nullptr, &file, nullptr), row.code);
+    EXPECT_EQ(Outline(file), row.outline);
+    EXPECT_EQ(change.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Outline(file), row.undone) << row.payload;
+  }
+}
+
+TEST(Shortcuts, RemovalTakesAListOrAShortcut) {
+  for (const auto& [id, outline] :
+       {std::pair{"l", "M(j,k)"}, {"J", "L(k) M(k)"}, {"k", "L() M(j,k)"}, {"", "L(k) M(j,k)"}}) {
+    CKestMenusXmlFile file;
+    Load(file, "<shortcutlist id=\"L\"><shortcut id=\"k\" /></shortcutlist>"
+               "<shortcutlist id=\"M\"><shortcut id=\"j\" /><shortcut id=\"k\" /></shortcutlist>");
+    CKestShortcutChangeRemove change;
+    change.SetID(id);
+    EXPECT_EQ(change.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Outline(file), outline) << id;
+  }
+}
+
+TEST(MenuChanges, ADescriptionOfThemReadsBack) {
+  CKestMasterConfigChanges set;
+  auto insert = std::make_unique<CKestMenuChangeInsert>();
+  insert->SetInsertAfter("TMMenu_Commands_SortTable");
+  insert->SetSkipSeparator(true);
+  auto item = std::make_unique<CKestExtensionMenuItem>();
+  item->SetName("_Table &Tools");
+  item->SetDynamic("true");
+  item->SetID("x");
+  insert->AppendChild(std::move(item));
+  insert->AppendChild(std::make_unique<CKestXmlComment>("c"));
+  EXPECT_EQ(insert->DescribeInWords(), "item \"Table Tools\" after \"TMMenu_Commands_SortTable\"\n"
+                                       "comment after \"TMMenu_Commands_SortTable\"");
+  set.AppendChild(std::move(insert));
+  auto shortcut = std::make_unique<CKestShortcutChangeInsert>();
+  shortcut->SetListID("TMMainWindow");
+  auto key = std::make_unique<CKestExtensionShortcut>();
+  key->SetKey("Ctrl+Shift+T");
+  shortcut->AppendChild(std::move(key));
+  EXPECT_EQ(shortcut->DescribeInWords(), "shortcut Ctrl+Shift+T in list \"TMMainWindow\"");
+  set.AppendChild(std::move(shortcut));
+  auto remove = std::make_unique<CKestMenuChangeRemove>();
+  remove->SetMenuID("gone");
+  set.AppendChild(std::move(remove));
+  CString text;
+  set.BuildInnerXml(1, text);
+  EXPECT_EQ(text, "\t<menu-insert insertAfter=\"TMMenu_Commands_SortTable\" skipSeparator=\"true\">\r\n"
+                  "\t\t<menuitem dynamic=\"true\" name=\"_Table _Tools\" id=\"x\" />\r\n"
+                  "\t\t<comment>c</comment>\r\n"
+                  "\t</menu-insert>\r\n"
+                  "\t<shortcut-insert listid=\"TMMainWindow\">\r\n"
+                  "\t\t<shortcut key=\"Ctrl+Shift+T\" id=\"\" />\r\n"
+                  "\t</shortcut-insert>\r\n"
+                  "\t<menu-remove id=\"gone\" />\r\n");
+  CKestServerBehaviorChanges server;
+  server.SetServerModelFolder("ASP.NET_VB");
+  CString path;
+  server.GetPath(path);
+  EXPECT_EQ(path, "ServerBehaviors\\ASP.NET_VB\\ServerBehaviors.xml");
+  text.clear();
+  server.BuildXml(1, text);
+  EXPECT_EQ(text, "\t<server-behavior-changes servermodelfolder=\"ASP.NET_VB\">\r\n\t</server-behavior-changes>\r\n");
+  EXPECT_TRUE(server.HasSafePath());
+  server.SetServerModelFolder("x/../..");
+  EXPECT_FALSE(server.HasSafePath());
+}
+
+// ---- growth
+
+/// Objects looked at by `changes` single inserts and their undo in a file of `items` items in one menu.
+std::size_t StepsFor(std::size_t items, std::size_t changes) {
+  std::string content = "<menubar id=\"B\"><menu id=\"M\">";
+  for (std::size_t i = 0; i < items; ++i)
+    content += "<menuitem id=\"i" + std::to_string(i) + "\" />\n";
+  content += "</menu></menubar>";
+  CKestMenusXmlFile file;
+  EXPECT_EQ(file.LoadContent(content), 0);
+  for (const bool undo : {false, true}) {
+    for (std::size_t i = 0; i < changes; ++i) {
+      CKestMenuChangeInsert change;
+      change.SetInsertAfter("i" + std::to_string(i * 7 % items));
+      AddPayload(change, "item x" + std::to_string(i) + ",separator s" + std::to_string(i));
+      EXPECT_EQ(undo ? change.UndoChange(nullptr, &file, nullptr) : change.MakeChange(nullptr, &file, nullptr),
+                Code::kSuccess);
+    }
+  }
+  return file.GetSearchSteps();
+}
+
+TEST(MenuInsert, TheCostOfSearchesGrowsWithTheWork) {
+  const std::size_t base = StepsFor(2000, 200);
+  EXPECT_LT(StepsFor(8000, 200), base * 5) << "linear in the file";
+  EXPECT_LT(StepsFor(2000, 800), base * 5) << "linear in the changes";
+  EXPECT_GT(base, 200u);
+}
+
+} // namespace
+} // namespace kest::test

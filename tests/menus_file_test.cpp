@@ -1,0 +1,322 @@
+#include "menus/line_repairs.h"
+#include "menus/menus_file.h"
+#include "support/menus_builder.h"
+#include "support/temp_machine.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace kest::test {
+namespace {
+
+std::string Text(const CKestMenusXmlFile& file) {
+  CString text;
+  (void)file.BuildContent(text);
+  return text;
+}
+
+std::string LoadAndWrite(const std::string& content) {
+  CKestMenusXmlFile file;
+  EXPECT_EQ(file.LoadContent(content), 0) << content;
+  return Text(file);
+}
+
+std::string InMenu(const std::string& line) {
+  return "\r\n<menubar id=\"b\">\r\n\t<menu id=\"m\">\r\n\t\t" + line + "\r\n\t</menu>\r\n</menubar>\r\n";
+}
+
+TEST(MenusFile, AFileInTheProductsFormIsWrittenBackByteForByte) {
+  const std::string sample = ConfigSample("Menus.xml");
+  EXPECT_EQ(LoadAndWrite(sample), sample);
+}
+
+TEST(MenusFile, BrokenLinesAreRepairedAndStayAsTheyAreThen) {
+  const std::string once = LoadAndWrite(ConfigSample("BrokenMenus.xml"));
+  EXPECT_EQ(LoadAndWrite(once), once);
+  CKestMenusXmlFile file;
+  ASSERT_EQ(file.LoadContent(once), 0);
+  EXPECT_EQ(Outline(file),
+            "TMMainWindow(TMMenu_MainSite_Window(TMMenu_MainSite_Window),TMMenu_Insert_FormObject(TMMenu_EditId,"
+            "TMMenu_NewDynamic,TMMenu_Tabs,TMMenu_SaveClose,TMMenu_Carte,TMMenu_Plus),TMMenu_Insert_Frames(),"
+            "TMMenu_Insert_Media(),TMMenu_Insert_Head(),TMMenu_Insert_Characters())");
+  const auto* page = file.FindMenuItem("TMMenu_NewDynamic", nullptr, nullptr);
+  ASSERT_NE(page, nullptr);
+  EXPECT_EQ(page->GetName(), "New dynamic page");
+  EXPECT_EQ(page->GetDynamic(), "true");
+  EXPECT_EQ(file.FindMenuItem("TMMenu_Tabs", nullptr, nullptr)->GetDynamic(), "true");
+  EXPECT_EQ(file.FindMenuItem("TMMenu_SaveClose", nullptr, nullptr)->GetName(), "Save && Close");
+  EXPECT_EQ(file.FindMenuItem("TMMenu_Plus", nullptr, nullptr)->GetCommand(), "a+<b");
+}
+
+TEST(MenusFile, OneLineComesOutAs) {
+  const struct {
+    const char* in;
+    const char* out;
+  } rows[] = {
+      {"<menuitem name=\"A &amp; B\" id=\"i\" />", "<menuitem name=\"A &amp; B\" id=\"i\" />"},
+      {"<menuitem name=\"A && B &C\" id=\"i\" />", "<menuitem name=\"A && B _C\" id=\"i\" />"},
+      {"<menuitem id=\"i\" dynamic command=\"a && b\" />", "<menuitem dynamic command=\"a && b\" id=\"i\" />"},
+      {"<menuitem id=\"i\" unknown=\"x\" domRequired=\"No\" />", "<menuitem domRequired=\"false\" id=\"i\" />"},
+      {"<MENUITEM ID=\"i\" Key=\"F1\" />", "<menuitem key=\"F1\" id=\"i\" />"},
+      {"<format id=\"f\" zeta=\"1\" alpha=\"2\" />", "<format title=\"\" zeta=\"1\" alpha=\"2\" id=\"f\" />"},
+      {"<separator references=\"a,,b,\" id=\"s\" app=\"x\" />", "<separator id=\"s\" app=\"x\" references=\"a,b\" />"},
+      {"<separator references=\"a,a\" />", "<separator references=\"a\" />"},
+      {"<!--  a <% b & c &amp; dynamic d -->", "<!-- a <% b & c &amp; dynamic d -->"},
+      {"<menuitem id=\"i\"><menuitem id=\"j\" /></menuitem>", "<menuitem id=\"i\" />\r\n\t\t<menuitem id=\"j\" />"},
+      {"<menuitem id=\"i\" /><x><menu id=\"y\"/><!-- z --></x>", "<menuitem id=\"i\" />"},
+      {"<shortcut id=\"k\" /><menuitem id=\"i\" />", "<menuitem id=\"i\" />"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(LoadAndWrite(InMenu(row.in)), InMenu(row.out)) << row.in;
+}
+
+TEST(MenusFile, AnUnknownElementIsTransparentAtTheTopAlone) {
+  CKestMenusXmlFile file;
+  ASSERT_EQ(file.LoadContent("<root><menuitem id=\"lost\"/><menubar id=\"b\"><menu id=\"m\"/></menubar></root>"), 0);
+  EXPECT_EQ(Outline(file), "b(m())");
+}
+
+TEST(MenusFile, ALineIsCalledCleanOnlyWhenNoRepairWouldChangeIt) {
+  for (const std::string& sample : {ConfigSample("BrokenMenus.xml"), ConfigSample("Menus.xml")}) {
+    std::istringstream in(sample);
+    std::string line;
+    while (std::getline(in, line)) {
+      // every part of every line, so that a repair's text stands at either end of what is judged
+      for (std::size_t cut = 0; cut < line.size(); ++cut) {
+        for (std::string part : {line.substr(cut), line.substr(0, cut)}) {
+          const bool suspect = MayNeedRepair(part);
+          const std::string before = part;
+          RepairMenuLine(part);
+          EXPECT_TRUE(suspect || part == before) << before;
+        }
+      }
+    }
+  }
+}
+
+// ---- searches
+
+/// The searches as a walk in file order, to compare with.
+struct Walk {
+  const CKestMenusXmlFile& file;
+  static const CKestExtensionMenu* AsMenu(const CKestXmlObject* object) {
+    return dynamic_cast<const CKestExtensionMenu*>(object);
+  }
+  const MenusNode* Menu(std::string_view id) const {
+    for (const auto& child : file.GetChildren()) {
+      if (const auto* bar = dynamic_cast<const CKestExtensionMenuBar*>(child.get())) {
+        if (const auto* found = bar->FindMenu(id, nullptr))
+          return found;
+      } else if (const auto* menu = AsMenu(child.get())) {
+        if (text::EqualNoCase(menu->GetID(), id))
+          return menu;
+        if (const auto* found = menu->FindMenu(id, nullptr))
+          return found;
+      }
+    }
+    return nullptr;
+  }
+  template <class Search> const CKestXmlObject* InBars(Search search) const {
+    for (const auto& child : file.GetChildren()) {
+      if (const auto* bar = dynamic_cast<const CKestExtensionMenuBar*>(child.get())) {
+        if (const CKestXmlObject* found = search(*bar))
+          return found;
+      }
+    }
+    return nullptr;
+  }
+};
+
+TEST(MenusFile, SearchesFindWhatAWalkFindsAfterAnyEdits) {
+  std::mt19937 random(7);
+  const auto upTo = [&](std::size_t n) { return static_cast<std::size_t>(random() % n); };
+  const auto someId = [&] {
+    static const char* const kIds[] = {"a", "A", "b", "c", "d", "e", "f", "g"};
+    return std::string(kIds[upTo(8)]);
+  };
+  for (int round = 0; round < 40; ++round) {
+    CKestMenusXmlFile file;
+    std::vector<CKestExtensionMenu*> holders;
+    for (int i = 0; i < 2; ++i)
+      holders.push_back(static_cast<CKestExtensionMenu*>(file.AppendChild(std::make_unique<CKestExtensionMenuBar>())));
+    holders.push_back(static_cast<CKestExtensionMenu*>(file.InsertFirst(std::make_unique<CKestExtensionMenu>())));
+    for (int step = 0; step < 60; ++step) {
+      CKestExtensionMenu* holder = holders[upTo(holders.size())];
+      std::unique_ptr<MenusNode> node;
+      const std::size_t kind = upTo(5);
+      if (kind == 0)
+        node = std::make_unique<CKestExtensionMenu>();
+      else if (kind == 1)
+        node = std::make_unique<CKestExtensionServerFormat>();
+      else if (kind == 2)
+        node = std::make_unique<CKestExtensionMenuSeparator>();
+      else
+        node = std::make_unique<CKestExtensionMenuItem>();
+      node->SetField(MenusNode::Field::kId, someId());
+      if (kind == 2)
+        static_cast<CKestExtensionMenuSeparator&>(*node).AddReference(someId());
+      const std::size_t where = upTo(4);
+      const auto& children = holder->GetChildren();
+      if (where == 3 && !children.empty()) {
+        // the holders that go with what is removed are looked for anew
+        auto gone = holder->RemoveChild(children[upTo(children.size())].get());
+        std::erase_if(holders,
+                      [&](CKestExtensionMenu* menu) { return menu == gone.get() || (menu->GetFile() == nullptr); });
+      } else {
+        auto* menu = dynamic_cast<CKestExtensionMenu*>(node.get());
+        if (where == 0 || children.empty())
+          holder->AppendChild(std::move(node));
+        else if (where == 1)
+          holder->InsertFirst(std::move(node));
+        else
+          holder->InsertBefore(children[upTo(children.size())].get(), std::move(node));
+        if (menu)
+          holders.push_back(menu);
+      }
+      if (step % 7 == 3)
+        holder->RemoveExtraSeparators();
+      const Walk walk{file};
+      const std::string id = someId();
+      CKestExtensionMenuBar* bar = nullptr;
+      CKestExtensionMenu* parent = nullptr;
+      EXPECT_EQ(file.FindMenu(id, nullptr, nullptr), walk.Menu(id)) << Outline(file);
+      const auto* item = file.FindMenuItem(id, &bar, &parent);
+      EXPECT_EQ(item, walk.InBars([&](const auto& in) { return in.FindMenuItem(id, nullptr); })) << Outline(file);
+      if (item) {
+        CKestExtensionMenu* expected = nullptr;
+        EXPECT_EQ(bar->FindMenuItem(id, &expected), item);
+        EXPECT_EQ(parent, expected);
+      }
+      EXPECT_EQ(file.FindFormat(id, nullptr, nullptr),
+                walk.InBars([&](const auto& in) { return in.FindFormat(id, nullptr); }));
+      EXPECT_EQ(file.FindSeparator(id, nullptr, nullptr), walk.InBars([&](const auto& in) {
+        return in.FindSeparator(id, nullptr);
+      })) << Outline(file);
+    }
+  }
+}
+
+TEST(MenusFile, SearchOutputsTellWhereTheMatchStands) {
+  CKestMenusXmlFile file;
+  ASSERT_EQ(file.LoadContent(ConfigSample("Menus.xml")), 0);
+  CKestExtensionMenuBar* bar = nullptr;
+  CKestExtensionMenu* parent = nullptr;
+  ASSERT_NE(file.FindMenu("tmmenu_file", &bar, &parent), nullptr);
+  EXPECT_EQ(bar->GetID(), "TMMainWindowBar");
+  EXPECT_EQ(parent, nullptr);
+  ASSERT_NE(file.FindMenu("TMMenu_File_Export", &bar, &parent), nullptr);
+  EXPECT_EQ(parent->GetID(), "TMMenu_File");
+  ASSERT_NE(file.FindMenu("TMContext", &bar, &parent), nullptr);
+  EXPECT_EQ(bar, nullptr);
+  EXPECT_EQ(file.FindMenuItem("TMContext_Cut", &bar, &parent), nullptr) << "items are looked for in bars alone";
+  EXPECT_EQ(parent, nullptr);
+  EXPECT_EQ(file.FindMenu("", &bar, &parent), nullptr);
+  CKestExtensionShortcutList* list = nullptr;
+  ASSERT_NE(file.FindShortcut("TMSHORTCUT_REFRESH", &list), nullptr);
+  EXPECT_EQ(list->GetID(), "TMSiteWindow");
+  ASSERT_NE(file.FindComment("window shortcuts", &list), nullptr);
+  EXPECT_EQ(list->GetID(), "TMMainWindow");
+  EXPECT_EQ(file.FindComment("Window Shortcuts", &list), nullptr) << "texts compare exactly";
+  ASSERT_NE(file.FindComment("Menus of the sample editor", &bar, &parent), nullptr);
+  EXPECT_EQ(bar, nullptr);
+  ASSERT_NE(file.FindFormat("TMFormat_Currency", &bar, &parent), nullptr);
+  EXPECT_EQ(bar->GetID(), "TMFormats");
+}
+
+// ---- separators
+
+TEST(MenusFile, ExtraSeparatorsGo) {
+  const struct {
+    const char* children; ///< "-" a separator, "-x" one with a reference, else an item
+    const char* left;
+  } rows[] = {
+      {"-,i,-,-,j,-,-", "m(i,-[standard],j)"},
+      {"-", "m()"},
+      {"i,-", "m(i)"},
+      {"i,-a,-b,j", "m(i,-[a+b],j)"},
+      {"i,-a,-,j", "m(i,-[a+standard],j)"},
+      {"i,-a,-a,-a,j", "m(i,-[a],j)"},
+      {"-,-,i", "m(-,i)"},
+      {"i,j", "m(i,j)"},
+  };
+  for (const auto& row : rows) {
+    CKestExtensionMenu menu;
+    menu.SetID("m");
+    std::istringstream in(row.children);
+    std::string word;
+    while (std::getline(in, word, ',')) {
+      if (word[0] != '-') {
+        AddPayload(menu, "item " + word);
+        continue;
+      }
+      auto separator = std::make_unique<CKestExtensionMenuSeparator>();
+      if (word.size() > 1)
+        separator->AddReference(word.substr(1));
+      menu.AppendChild(std::move(separator));
+    }
+    menu.RemoveExtraSeparators();
+    EXPECT_EQ(Outline(menu), row.left) << row.children;
+  }
+}
+
+// ---- files that are not what they should be
+
+/// Loads; what loads is written, and what is written must load and be written alike.
+void CheckStaysReadable(const std::string& content) {
+  CKestMenusXmlFile file;
+  if (file.LoadContent(content) != 0)
+    return;
+  CString text;
+  const bool certain = file.BuildContent(text);
+  CKestMenusXmlFile again;
+  const int code = again.LoadContent(text);
+  ASSERT_TRUE(code == 0 || !certain) << content;
+  if (code == 0) {
+    CString twice;
+    (void)again.BuildContent(twice);
+    ASSERT_EQ(twice, text);
+  }
+}
+
+TEST(MenusFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
+  for (const char* name : {"Menus.xml", "BrokenMenus.xml"}) {
+    const std::string sample = ConfigSample(name);
+    for (std::size_t cut = 0; cut < sample.size(); ++cut)
+      CheckStaysReadable(sample.substr(0, cut));
+    for (std::size_t at = 0; at < sample.size(); ++at) {
+      for (const char c : {'<', '>', '"', '\'', '&', ' ', '-', '\n', '+'}) {
+        std::string changed = sample;
+        changed[at] = c;
+        CheckStaysReadable(changed);
+      }
+    }
+  }
+}
+
+using MenusFileOnDisk = TempMachineTest;
+
+TEST_F(MenusFileOnDisk, AFileThatWouldNotLoadIsNotReplaced) {
+  const char* path = "C:\\menus.xml";
+  m_pc.Write(path, "<menubar id=\"b\"><menu id='a \"quoted\" id' /></menubar>");
+  CKestMenusXmlFile file;
+  ASSERT_EQ(file.Load(path, nullptr), 0);
+  EXPECT_EQ(file.Save(path), -1);
+  EXPECT_EQ(m_pc.Read(path), "<menubar id=\"b\"><menu id='a \"quoted\" id' /></menubar>");
+  CKestMenusXmlFile missing;
+  EXPECT_EQ(missing.Load("C:\\none.xml", nullptr), -1);
+}
+
+TEST_F(MenusFileOnDisk, AReadOnlyFileIsSaved) {
+  const char* path = "C:\\menus.xml";
+  m_pc.Write(path, ConfigSample("Menus.xml"));
+  m_pc.SetReadOnly(path, true);
+  CKestMenusXmlFile file;
+  ASSERT_EQ(file.Load(path, nullptr), 0);
+  file.FindMenuBar("TMFormats")->SetName("Formats");
+  EXPECT_EQ(file.Save(path), 0);
+  EXPECT_NE(m_pc.Read(path).find("<formats name=\"Formats\" id=\"TMFormats\">"), std::string::npos);
+}
+
+} // namespace
+} // namespace kest::test
