@@ -1,0 +1,127 @@
+#include "description/extension.h"
+#include "support/kest_fixture.h"
+
+namespace kest::test {
+namespace {
+
+const std::string kConfiguration = std::string("C:\\Program Files\\Kestrel\\Tidemark 6\\") + "Configuration\\";
+const std::string kDisabled = kConfiguration + "Extensions\\Disabled\\";
+
+class EnableTest : public KestFixture {
+protected:
+  static ExtensionBuilder tool() {
+    return package("Tool")
+        .file("tool.htm", "$tidemark/Configuration/Commands", "tool")
+        .file("tool.js", "$tidemark/Configuration/Shared/tool", "code")
+        .changes("<extensions-changes><extension-insert extension=\"SHTML\" description=\"HTML Documents\" />"
+                 "</extensions-changes>\n");
+  }
+  [[nodiscard]] int disable(CKestExtension* record) { return manager().DisableExtension(nova(), record, false); }
+  [[nodiscard]] int enable(CKestExtension* record) { return manager().EnableExtension(nova(), record); }
+};
+
+TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
+  const CString kep = pack(tool());
+  const MachineSnapshot before = m_pc.Snapshot();
+  CKestExtension* record = tryInstall(kep);
+  ASSERT_NE(record, nullptr);
+  const CString path = record->GetPath();
+  const std::string list = m_pc.Read(kConfiguration + "Extensions.txt");
+
+  ASSERT_EQ(disable(record), 0);
+  EXPECT_FALSE(record->IsEnabled());
+  EXPECT_EQ(record->GetPath(), kDisabled + "tool.kei");
+  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Shared"));
+  EXPECT_TRUE(m_pc.Exists(kDisabled + "tool.kep"));
+  EXPECT_NE(m_pc.Read(kConfiguration + "Extensions.txt"), list);
+  const MachineSnapshot disabled = m_pc.Snapshot();
+
+  ASSERT_EQ(enable(record), 0);
+  EXPECT_TRUE(record->IsEnabled());
+  EXPECT_EQ(record->GetPath(), path);
+  EXPECT_EQ(find("Tool"), record) << "the catalogue keeps its record";
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "tool");
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Extensions.txt"), list);
+  EXPECT_FALSE(m_pc.Exists(kDisabled + "tool.kei"));
+  const MachineSnapshot enabled = m_pc.Snapshot();
+
+  ASSERT_EQ(disable(record), 0);
+  EXPECT_EQ(difference(disabled, m_pc.Snapshot()), "") << "the package of the first disable serves again";
+  ASSERT_EQ(enable(record), 0);
+  EXPECT_EQ(difference(enabled, m_pc.Snapshot()), "");
+  EXPECT_EQ(uninstall(record), 0);
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+}
+
+TEST_F(EnableTest, AChangedFileMakesANewPackage) {
+  CKestExtension* record = installed(tool());
+  ASSERT_EQ(disable(record), 0);
+  ASSERT_EQ(enable(record), 0);
+  m_pc.Write(kConfiguration + "Commands\\tool.htm", "changed by the user", 4000000000);
+  ASSERT_EQ(disable(record), 0);
+  ASSERT_EQ(enable(record), 0);
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "changed by the user");
+}
+
+TEST_F(EnableTest, ANameTakenAmongTheDisabledIsLeftToItsOwnerUnderANewName) {
+  CKestExtension* first = installed(package("First").descriptionNamed("same.kei").file("f.htm", "$tidemark"));
+  ASSERT_EQ(disable(first), 0);
+  CKestExtension* second = installed(package("Second").descriptionNamed("same.kei").file("s.htm", "$tidemark"));
+  ASSERT_EQ(disable(second), 0);
+  EXPECT_EQ(second->GetPath(), kDisabled + "same.kei");
+  EXPECT_NE(first->GetPath(), second->GetPath());
+  EXPECT_TRUE(m_pc.Exists(first->GetPath()));
+  CKestPath package(first->GetPath());
+  package.SetExtension("kep");
+  EXPECT_TRUE(m_pc.Exists(package.GetText()));
+  EXPECT_EQ(enable(first), 0);
+  EXPECT_TRUE(m_pc.Exists(std::string(kNova) + "f.htm"));
+  EXPECT_FALSE(m_pc.Exists(std::string(kNova) + "s.htm"));
+  EXPECT_EQ(enable(second), 0);
+}
+
+TEST_F(EnableTest, EnablingWhileAnEqualOneIsEnabledChangesNothing) {
+  CKestExtension* old = installed(tool());
+  ASSERT_EQ(disable(old), 0);
+  ASSERT_NE(installed(tool().descriptionNamed("tool_too.kei")), nullptr);
+  const MachineSnapshot before = m_pc.Snapshot();
+  m_host.clear();
+  EXPECT_EQ(enable(old), -1);
+  EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{4133});
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_FALSE(old->IsEnabled());
+}
+
+TEST_F(EnableTest, AMissingFileKeepsAnExtensionFromBeingDisabled) {
+  CKestExtension* record = installed(tool());
+  std::filesystem::remove(m_pc.HostPath(kConfiguration + "Shared\\tool\\tool.js"));
+  m_pc.Reopen();
+  const MachineSnapshot before = m_pc.Snapshot();
+  start();
+  record = find("Tool");
+  m_host.clear();
+  EXPECT_NE(disable(record), 0);
+  EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{4024});
+  EXPECT_TRUE(record->IsEnabled());
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+}
+
+TEST_F(EnableTest, TheUserIsToldWhatARunningProductNeeds) {
+  CKestExtension* record = installed(tool().requiresRestart());
+  ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", true));
+  ASSERT_EQ(disable(record), 0);
+  ASSERT_EQ(enable(record), 0);
+  EXPECT_EQ(m_host.noticeNumbers(), (std::vector<int>{4124, 4123}));
+}
+
+TEST_F(EnableTest, NullIsRefused) {
+  EXPECT_EQ(disable(nullptr), -1);
+  EXPECT_EQ(enable(nullptr), -1);
+  EXPECT_EQ(manager().DisableExtension(nullptr, nullptr, false), -1);
+  int restart = 3;
+  EXPECT_EQ(manager().UninstallExtension(nullptr, nullptr, true, true, true, true, true, restart, false), -1);
+  EXPECT_TRUE(m_host.notices().empty());
+}
+
+} // namespace
+} // namespace kest::test

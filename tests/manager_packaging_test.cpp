@@ -1,0 +1,157 @@
+#include "description/extension.h"
+#include "platform/package.h"
+#include "support/kest_fixture.h"
+
+namespace kest::test {
+namespace {
+
+const CString kTarget = "C:\\Work\\out.kep";
+
+class PackagingTest : public KestFixture {
+protected:
+  int create(const CString& description, bool repackage = false, bool progress = false, bool portable = false) {
+    return manager().CreatePackage(description.c_str(), kTarget.c_str(), repackage ? nova() : nullptr, repackage,
+                                   progress, portable);
+  }
+  static std::vector<CString> names() {
+    std::vector<CString> found;
+    EXPECT_EQ(CKestPackage(kTarget.c_str()).UnPackFileNames(found), 0);
+    return found;
+  }
+};
+
+TEST_F(PackagingTest, HoldsTheDescriptionFirstThenTheFilesBelowIt) {
+  ASSERT_EQ(create(lay(package("Empty"))), 0);
+  EXPECT_EQ(names(), std::vector<CString>{"empty.kei"});
+  const ExtensionBuilder two = package("Two").file("a.htm", "$tidemark").file("sub/b.js", "$tidemark", "b");
+  ASSERT_EQ(create(lay(two)), 0) << "an old package is replaced";
+  EXPECT_EQ(names(), (std::vector<CString>{"two.kei", "a.htm", "sub\\b.js"}));
+  EXPECT_TRUE(isTempEmpty());
+  EXPECT_TRUE(m_host.positions().empty());
+  EXPECT_EQ(report().created.size() + report().changed.size(), 1u);
+}
+
+TEST_F(PackagingTest, ProgressIsShownForMoreThanTwoFiles) {
+  ExtensionBuilder many = package("Many").file("a.htm", "$tidemark").file("b.htm", "$tidemark");
+  ASSERT_EQ(create(lay(many), false, true), 0);
+  EXPECT_TRUE(m_host.positions().empty());
+  ASSERT_EQ(create(lay(many.file("c.htm", "$tidemark")), false, true), 0);
+  EXPECT_EQ(m_host.positions(), (std::vector<int>{1, 2, 3, 4}));
+  EXPECT_EQ(m_host.range(), 4);
+  EXPECT_FALSE(m_host.isProgressOpen());
+}
+
+TEST_F(PackagingTest, WhatCannotBePackedIsRefusedAndAnOldPackageStays) {
+  const std::string longName(32, 'x');
+  const struct {
+    const char* claim;
+    std::function<ExtensionBuilder()> build;
+    bool portable;
+    int message;
+    int code;
+    const char* removed; ///< a file that is not there after all
+  } rows[] = {
+      {"a description's name for other platforms",
+       [&] { return package("Long").descriptionNamed(longName.substr(4) + ".kei"); }, true, 4131, -1, ""},
+      {"a file's name", [&] { return package("Long").file(longName + ".htm", "$tidemark"); }, false, 4131, -1, ""},
+      {"several primary products",
+       [] { return package("X").product("Tidemark\" primary=\"true", "4").product("Prism\" primary=\"true", "4"); },
+       true, 4132, -4, ""},
+      {"missing items", [] { return package("X").author("").version("0.0").type(""); }, false, 4072, -1, ""},
+      {"a file without extension", [] { return package("X").file("readme", "$tidemark"); }, true, 4135, -1, ""},
+      {"a missing file", [] { return package("X").file("a.htm", "$tidemark"); }, false, 4024, -1, "a.htm"},
+      {"a way up", [] { return package("X").file("../a.htm", "$tidemark"); }, false, 4172, -5, ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.claim);
+    m_pc.Write(kTarget, "an old package");
+    const ExtensionBuilder extension = row.build();
+    const CString description = lay(extension);
+    if (*row.removed != '\0') {
+      std::filesystem::remove(m_pc.HostPath("C:\\Work\\X\\" + std::string(row.removed)));
+    }
+    m_pc.Reopen();
+    m_host.clear();
+    EXPECT_EQ(create(description, false, false, row.portable), row.code);
+    EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{row.message});
+    EXPECT_EQ(m_pc.Read(kTarget), "an old package");
+    EXPECT_TRUE(isTempEmpty());
+    EXPECT_FALSE(report().Succeeded());
+  }
+}
+
+TEST_F(PackagingTest, RepackagingTakesTheInstalledFilesAndLeavesOutTheOtherPlatforms) {
+  CKestExtension* record =
+      installed(package("Mixed")
+                    .file("a.htm", "$tidemark/Configuration/Commands", "a")
+                    .file("readme", "$tidemark/Configuration/Commands", "r", "win-extension=\"txt\"")
+                    .file("m.htm", "$tidemark/Configuration/Commands", "m", "platform=\"mac\""));
+  ASSERT_NE(record, nullptr);
+  ASSERT_EQ(create(record->GetPath(), true), 0);
+  EXPECT_EQ(names(), (std::vector<CString>{"mixed.kei", "a.htm", "readme"}));
+}
+
+class ImportTest : public KestFixture {
+protected:
+  bool import(std::vector<CKestExtension*> records) {
+    CKestTypedList<CKestExtension*> list;
+    for (CKestExtension* record : records) {
+      list.Append(record);
+    }
+    return manager().Import(four(), nova(), list);
+  }
+};
+
+TEST_F(ImportTest, CarriesEnabledAndDisabledOnesOverAndNamesWhatStayed) {
+  const char* place = "$tidemark/Configuration/Commands";
+  CKestExtension* one = installed(package("One").file("one.htm", place, "1"), four());
+  CKestExtension* off = installed(package("Off").file("off.htm", place, "2"), four());
+  ASSERT_EQ(manager().DisableExtension(four(), off, false), 0);
+  CKestExtension* broken = installed(package("Broken").file("broken.htm", place), four());
+  std::filesystem::remove(m_pc.HostPath(std::string(kFour) + "Configuration\\Commands\\broken.htm"));
+  m_pc.Reopen();
+  m_host.clear();
+  m_host.accept();
+  EXPECT_TRUE(import({one, nullptr, off, broken}));
+  ASSERT_NE(find("One"), nullptr);
+  EXPECT_EQ(m_pc.Read(std::string(kNova) + "Configuration\\Commands\\one.htm"), "1");
+  ASSERT_NE(find("Off"), nullptr);
+  EXPECT_FALSE(find("Off")->IsEnabled());
+  EXPECT_EQ(find("Broken"), nullptr);
+  ASSERT_EQ(report().parts.size(), 3u);
+  EXPECT_TRUE(report().parts[0].Succeeded());
+  EXPECT_TRUE(report().parts[1].Succeeded());
+  EXPECT_EQ(report().parts[2].extension, "Broken");
+  EXPECT_FALSE(report().parts[2].Succeeded());
+  EXPECT_TRUE(isTempEmpty());
+  EXPECT_FALSE(m_host.isProgressOpen());
+  EXPECT_EQ(manager().EnableExtension(nova(), find("Off")), 0) << "what came over works";
+  EXPECT_EQ(m_pc.Read(std::string(kNova) + "Configuration\\Commands\\off.htm"), "2");
+}
+
+TEST_F(ImportTest, DecliningTheAgreementImportsNothing) {
+  CKestExtension* one = installed(package("One").file("one.htm", "$tidemark"), four());
+  const MachineSnapshot before = m_pc.Snapshot();
+  m_host.accept(false);
+  EXPECT_TRUE(import({one}));
+  EXPECT_EQ(report().failure, OperationReport::Failure::kDeclined);
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_EQ(find("One"), nullptr);
+}
+
+TEST_F(ImportTest, ADisabledOneWhoseFileNameIsTakenIsLeftOut) {
+  const char* place = "$tidemark/Configuration/Commands";
+  CKestExtension* theirs = installed(package("Theirs").descriptionNamed("same.kei").file("t.htm", place));
+  ASSERT_EQ(manager().DisableExtension(nova(), theirs, false), 0);
+  CKestExtension* ours = installed(package("Ours").descriptionNamed("same.kei").file("o.htm", place), four());
+  ASSERT_EQ(manager().DisableExtension(four(), ours, false), 0);
+  const MachineSnapshot before = m_pc.Snapshot();
+  m_host.accept();
+  EXPECT_TRUE(import({ours}));
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  ASSERT_EQ(report().parts.size(), 1u);
+  EXPECT_EQ(report().parts[0].failure, OperationReport::Failure::kAlreadyThere);
+}
+
+} // namespace
+} // namespace kest::test
