@@ -1,0 +1,300 @@
+#include "description/description_observer.h"
+#include "description/extension_types.h"
+#include "description/extension_xml_parser.h"
+#include "support/description_text.h"
+#include "support/temp_machine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace kest {
+namespace {
+
+using test::Description;
+using test::Record;
+using test::RecordOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<CString> MessagesOf(std::string_view inner) {
+  CKestExtension record;
+  CKestTypedList<CKestString> messages;
+  EXPECT_EQ(record.LoadText(Description(inner), &messages), 0);
+  return {messages.begin(), messages.end()};
+}
+
+int CodeOf(std::string_view text) {
+  CKestExtension record;
+  return record.LoadText(text, nullptr);
+}
+
+TEST(DescriptionReader, ReadsTheSample) {
+  const CKestExtension record = Record(test::SampleDescription());
+  EXPECT_EQ(record.GetName(), "Reader's Workbench");
+  EXPECT_EQ(record.GetVersion().ToText(), "2.4.17");
+  EXPECT_EQ(record.GetID(), "org.example.workbench");
+  EXPECT_EQ(record.GetType(), 19);
+  EXPECT_EQ(record.GetTypeLabel(), "Suite");
+  EXPECT_TRUE(record.RequiresRestart());
+  EXPECT_EQ(record.GetAuthorName(), "Ines &amp; Tom Okafor");
+  EXPECT_EQ(record.GetDesc(), "Counts words, sorts tables and keeps<br>a list of&nbsp;favourites.<br>It's free.");
+  EXPECT_EQ(record.GetUIAccess(), "Choose Commands > Workbench.");
+  EXPECT_EQ(record.GetLicenseAgreement(), "Use it as you like.<br>\tNo warranty.");
+  EXPECT_TRUE(record.IsEnabled());
+  EXPECT_FALSE(record.IsShared() || record.IsShiftJIS() || record.HasMultiplePrimaryProducts());
+
+  std::vector<std::string> products;
+  for (const CKestExtensionProduct& product : record.GetProducts()) {
+    products.push_back(product.GetName() + "|" + product.GetVersion() + (product.IsPrimary() ? "|primary" : "") +
+                       (product.IsRequired() ? "|required" : ""));
+  }
+  EXPECT_THAT(products, ElementsAre("Tidemark|6|primary|required", "Tidemark|4|required", "Prism|"));
+  EXPECT_EQ(record.GetPrimaryProduct(), &*record.GetProducts().begin());
+
+  std::vector<std::string> files;
+  for (const CKestExtensionFile& file : record.GetFiles()) {
+    files.push_back(file.GetSource() + ">" + file.GetDestination() + "|" + std::to_string(file.GetPlatform()) +
+                    (file.IsShared() ? "|shared" : "") + (file.IsSystemFile() ? "|system" : "") + "|" +
+                    file.GetActualPath() + "|" + file.GetWinExtension());
+  }
+  EXPECT_THAT(files,
+              ElementsAre("commands/count words.htm>$tidemark/configuration/commands|0||",
+                          "commands/count words.js>$tidemark/configuration/commands|0||",
+                          "snippets/box.csn>$snippets|2|shared||",
+                          "lib/reader.dll>$system|1|system|C:\\old\\reader.dll|", "readme>$tidemark/help|0||txt"));
+  CKestTokenMap tokens;
+  EXPECT_TRUE(record.HasUserDefinedTokens());
+  EXPECT_TRUE(record.GetUserDefinedTokens(tokens));
+  EXPECT_THAT(tokens, ElementsAre(testing::Pair("helper", "$tidemark/configuration/shared"),
+                                  testing::Pair("snippets", "C:\\Snippets")));
+}
+
+TEST(DescriptionReader, KnowsTypesByTheWholeKeywordInAnyCase) {
+  for (const auto& [keyword, type] : std::vector<std::pair<const char*, int>>{{"command", 1},
+                                                                              {"COMMAND", 1},
+                                                                              {"Property Inspector", 9},
+                                                                              {"3rd party tags", 13},
+                                                                              {"marlin  panel", 0},
+                                                                              {"commands", 0},
+                                                                              {"", 0},
+                                                                              {"zzz", 0},
+                                                                              {"content", 50},
+                                                                              {"Marlin buttonStyle", 21}}) {
+    EXPECT_EQ(ExtensionTypeOf(keyword), type) << keyword;
+  }
+}
+
+TEST(DescriptionReader, SettlesOnePrimaryProduct) {
+  const CKestExtension two = RecordOf("<products><product name=\"A\"/><product name=\"B\" primary=\"Yes\"/><product "
+                                      "name=\"C\" primary=\"1\"/></products>");
+  EXPECT_TRUE(two.HasMultiplePrimaryProducts());
+  EXPECT_EQ(two.GetPrimaryProduct()->GetName(), "B");
+  const CKestExtension none =
+      RecordOf("<products><product name=\"A\"/><product name=\"B\" primary=\"no\"/></products>");
+  EXPECT_FALSE(none.HasMultiplePrimaryProducts());
+  EXPECT_EQ(none.GetPrimaryProduct()->GetName(), "A");
+  EXPECT_EQ(RecordOf("").GetPrimaryProduct(), nullptr);
+}
+
+TEST(DescriptionReader, GivesACodeForWhatIsNoDescription) {
+  EXPECT_EQ(CodeOf("<other/>"), CKestExtension::kNoRoot);
+  EXPECT_EQ(CodeOf("<other><Kestrel-Package/></other>"), 0);
+  EXPECT_EQ(CodeOf("<kestrel-extension name=\"x\" / >"), CKestExtension::kBrokenTag);
+  EXPECT_GT(CodeOf("<kestrel-extension>"), 0);
+  EXPECT_GT(CodeOf(""), 0);
+  EXPECT_GT(CodeOf("<kestrel-extension name='x'/>"), 0) << "apostrophes are text";
+  EXPECT_GT(CodeOf("<kestrel-extension/><kestrel-extension/>"), 0);
+  for (const char* file : {"source=\"a/../b\"", "destination=\"$system/..\"", "source=\"x\" win-extension=\"../y\"",
+                           "source=\"x\" win-extension=\"a:b\""}) {
+    EXPECT_EQ(CodeOf(Description("<files><file " + std::string(file) + "/></files>")), CKestExtension::kParentPath)
+        << file;
+  }
+}
+
+TEST(DescriptionReader, KeepsWhatCameBeforeAFailure) {
+  CKestExtension record;
+  CKestTypedList<CKestString> messages;
+  EXPECT_EQ(record.LoadText("<kestrel-extension name=\"Half\" odd=\"1\">\n<files>\n<file source=\"a\"/>\n<x / >\n",
+                            &messages),
+            CKestExtension::kBrokenTag);
+  EXPECT_EQ(record.GetName(), "Half");
+  EXPECT_EQ(record.GetFiles().GetCount(), 1U);
+  EXPECT_EQ(record.GetCurrentObject(), nullptr);
+  EXPECT_EQ(messages.GetCount(), 1U);
+}
+
+TEST(DescriptionReader, ReportsAttributesThatAnElementDoesNotKnow) {
+  EXPECT_THAT(MessagesOf("<author name=\"A\" mail=\"m\"/><files x=\"1\"><file SOURCE=\"s\" Size=\"2\"/></files>"
+                         "<description lang=\"en\">d</description>"),
+              ElementsAre("Unknown attribute: mail.", "Unknown attribute: x.", "Unknown attribute: Size."));
+  EXPECT_THAT(MessagesOf("<file odd=\"1\"/><menuitem odd=\"1\"/><unknown odd=\"1\"/>"), IsEmpty())
+      << "dropped as a whole";
+}
+
+TEST(DescriptionReader, DropsWhatStandsInTheWrongPlace) {
+  const CKestExtension record =
+      RecordOf("<token name=\"t\"/><products><file source=\"f\"/></products><product name=\"p\"/>"
+               "<files><token name=\"t\"/><kept/></files>");
+  EXPECT_FALSE(record.HasTokens());
+  EXPECT_EQ(record.GetProducts().GetChildCount(), 0);
+  EXPECT_EQ(record.GetFiles().GetCount(), 0U);
+  EXPECT_EQ(record.GetFiles().GetChildCount(), 1) << "an unknown element becomes part of what it stands in";
+}
+
+TEST(DescriptionReader, ElementsThatOpenNothingCloseNothing) {
+  const CKestExtension record = RecordOf("<FILES><file source=\"a\"><author name=\"Deep\"></author></file>"
+                                         "<ui-access>u</ui-access><file source=\"b\"/></FILES>"
+                                         "<Files><file source=\"c\"></file></Files><description>d</description>");
+  EXPECT_EQ(record.GetFiles().GetCount(), 3U);
+  EXPECT_EQ(record.GetAuthorName(), "Deep");
+  EXPECT_EQ(record.GetUIAccess(), "u");
+  EXPECT_EQ(record.GetDesc(), "d");
+}
+
+TEST(DescriptionReader, ReadsTextsInAndOutsideOfCData) {
+  const auto desc = [](std::string_view text) {
+    return RecordOf("<description>" + std::string(text) + "</description>").GetDesc();
+  };
+  EXPECT_EQ(desc("Tom &amp; Jerry"), "Tom & Jerry");
+  EXPECT_EQ(desc("fish & chips"), "fish & chips");
+  EXPECT_EQ(desc("<![CDATA[fish & chips <% x %>]]>"), "fish & chips &lt;% x %&gt;");
+  EXPECT_EQ(desc("<![CDATA[ one\n\t\ttwo  three\n\nfour<BR>\n five]]>"), "one<br>two three<br>four<br>five");
+  EXPECT_EQ(desc("a<b>c</b>d"), "acd");
+  EXPECT_EQ(desc("C++ and <![CDATA[1+<2]]>"), "C++ and1+<2");
+  EXPECT_EQ(desc("it's \x83\x5C \xE9"), "it's \x83\x5C \xE9");
+  const std::string large(400'000, 'x');
+  EXPECT_EQ(desc(large), large);
+  EXPECT_EQ(RecordOf("<ui-access>a<description>b</description></ui-access>").GetUIAccess(), "a");
+}
+
+TEST(DescriptionReader, CleansUpTextsThatComeByOtherWays) {
+  const auto clean = [](CString text) {
+    CKestExtension::CleanUpText(text);
+    return text;
+  };
+  EXPECT_EQ(clean(" a\r\nb "), "a<br><br>b");
+  EXPECT_EQ(clean("a\r\n\r\nb"), "a<br><br>b");
+  EXPECT_EQ(clean("a\r\rb\n\nc"), "a<br>b<br>c");
+  EXPECT_EQ(clean("a<br>\r\nb"), "a<br>b");
+  EXPECT_EQ(clean("a    b"), "a  b") << "one pass";
+  EXPECT_EQ(clean("&amp;apos; &amp;amp;"), "' &amp;");
+}
+
+TEST(DescriptionReader, ConvertsLinesAndBack) {
+  for (const auto& [line, converted] :
+       std::vector<std::pair<CString, CString>>{{"a & b &amp; 'c'", "a &amp; b &amp;amp; &apos;c&apos;"},
+                                                {"<%x%><%>", "&lt;%x%&gt;&lt;%&gt;"},
+                                                {"C+<b>+>+<%", "C+&lt;b>+&gt;+&lt;%"},
+                                                {"1 % 2 + 3 <b> %", "1 % 2 + 3 <b> %"}}) {
+    CString text = line;
+    EXPECT_EQ(CKestExtension::NeedsNoConversion(text), line == converted);
+    CKestExtension::ConvertBadXml(text);
+    EXPECT_EQ(text, converted);
+    CKestExtension::RevertBadXml(text);
+    EXPECT_EQ(text, line);
+  }
+}
+
+TEST(DescriptionReader, TakesAnyEncodingAndKeepsItsBytes) {
+  const std::string sjis = "\x83\x5C\x83\x74";
+  const CKestExtension record = Record(
+      "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"iso-x-sjis\" ?>\r\n\r\n<kestrel-extension name=\"" + sjis + "\"/>");
+  EXPECT_EQ(record.GetName(), sjis);
+  EXPECT_TRUE(record.IsShiftJIS());
+  EXPECT_FALSE(Record(Description("")).IsShiftJIS());
+}
+
+TEST(DescriptionReader, FragmentsAreTakenAsTheyAre) {
+  CKestExtension record;
+  EXPECT_EQ(record.LoadFragment("<kestrel-package><description>1 &lt; 2</description></kestrel-package>"), 0);
+  EXPECT_EQ(record.GetDesc(), "1 < 2");
+  EXPECT_GT(record.LoadFragment("<kestrel-package><files>"), 0);
+  EXPECT_EQ(record.GetCurrentObject(), nullptr);
+}
+
+class Listener : public DescriptionObserver {
+public:
+  std::vector<std::string> heard;
+  void OnUnknownAttribute(int line, std::string_view element, std::string_view attribute) override {
+    heard.push_back(std::to_string(line) + " unknown " + std::string(element) + "/" + std::string(attribute));
+  }
+  void OnDropped(int line, std::string_view element, std::string_view belongsIn) override {
+    heard.push_back(std::to_string(line) + " dropped " + std::string(element) + " in " + std::string(belongsIn));
+  }
+  void OnForeignChange(int line, std::string_view element, std::string_view set) override {
+    heard.push_back(std::to_string(line) + " foreign " + std::string(element) + " in " + std::string(set));
+  }
+  void OnFailure(int line, std::string_view) override { heard.push_back(std::to_string(line) + " failure"); }
+};
+
+TEST(DescriptionReader, TellsAnObserverWhatHasNoEffectAndWhere) {
+  Listener listener;
+  CKestExtension record;
+  EXPECT_GT(record.LoadText("<?xml version=\"1.0\"?>\n<kestrel-extension>\n<author age=\"9\"/>\n<file source=\"x\"/>\n"
+                            "<odd/>\n<configuration-changes><comment>c</comment>\n<other/></configuration-changes>\n"
+                            "<menu-insert>\n<shortcut/></menu-insert></oops>",
+                            nullptr, &listener),
+            0);
+  EXPECT_THAT(listener.heard,
+              ElementsAre("3 unknown author/age", "4 dropped file in files", "5 dropped odd in ",
+                          "6 foreign comment in configuration-changes", "7 foreign other in configuration-changes",
+                          "8 dropped menu-insert in configuration-changes", "9 dropped shortcut in shortcut-insert",
+                          "9 failure"));
+}
+
+TEST(DescriptionReader, HoldsItsLimits) {
+  std::string deep;
+  for (int i = 0; i < 250; ++i) {
+    deep += "<x>";
+  }
+  EXPECT_GT(CodeOf(deep), 0);
+  EXPECT_GT(CodeOf(Description("<author name=\"" + std::string((1u << 20) + 1, 'n') + "\"/>")), 0);
+  EXPECT_GT(CodeOf(Description(std::string(16u << 20, ' '))), 0);
+  EXPECT_GT(CodeOf("<!DOCTYPE x [<!ENTITY e \"y\">]>" + Description("")), 0);
+  std::string attributes = "<author";
+  for (int i = 0; i < 100'000; ++i) {
+    attributes += " a" + std::to_string(i) + "=\"\"";
+  }
+  EXPECT_EQ(MessagesOf(attributes + "/>").size(), 100'000U);
+  EXPECT_EQ(RecordOf("<files>" + attributes.replace(1, 6, "other ") + "/></files>")
+                .GetFiles()
+                .GetChildren()
+                .front()
+                ->GetAttributes()
+                .size(),
+            100'000U);
+}
+
+// Cut or changed anywhere, a description gives a code or a record.
+TEST(DescriptionReader, SurvivesEveryPrefixAndOneByteChangesOfTheSample) {
+  const std::string sample = test::SampleDescription();
+  int good = 0;
+  for (std::size_t length = 0; length < sample.size(); ++length) {
+    good += CodeOf(std::string_view(sample).substr(0, length)) == 0;
+  }
+  EXPECT_EQ(good, 1) << "only the last line end may be missing";
+  const std::string bytes("<>&\"'/ +%\0\x80\xFF-]x", 15);
+  for (std::size_t at = 0; at < sample.size(); at += 2) {
+    std::string changed = sample;
+    changed[at] = bytes[at % bytes.size()];
+    CKestExtension record;
+    good += record.LoadText(changed, nullptr) == 0;
+    EXPECT_EQ(record.GetCurrentObject(), nullptr);
+  }
+  EXPECT_GT(good, 100);
+}
+
+using DescriptionFile = test::TempMachineTest;
+
+TEST_F(DescriptionFile, LoadKeepsThePath) {
+  m_pc.Write("C:\\Program Files\\x.kei", Description(""));
+  CKestExtension record;
+  EXPECT_EQ(record.Load("C:\\Program Files\\x.kei", nullptr), 0);
+  EXPECT_EQ(record.GetPath(), "C:\\Program Files\\x.kei");
+  CKestExtension missing;
+  EXPECT_EQ(missing.Load("C:\\none.kei", nullptr), -1);
+  EXPECT_EQ(missing.GetPath(), "C:\\none.kei");
+}
+
+} // namespace
+} // namespace kest
