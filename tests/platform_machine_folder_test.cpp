@@ -1,0 +1,573 @@
+#include "platform/machine_folder.h"
+#include "platform/version_resource.h"
+#include "support/temp_machine.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kest {
+namespace {
+
+namespace fs = std::filesystem;
+using Kind = MachineError::Kind;
+
+class MachineFolderTest : public test::TempMachineTest {
+protected:
+  MachineFolder& pc() { return m_pc.Get(); }
+  [[nodiscard]] bool Put(const CString& path, OpenMode mode, std::string_view content) {
+    const auto file = pc().Open(path, mode);
+    return file && file->Write(content.data(), content.size()) && file->Close();
+  }
+  [[nodiscard]] std::string FailureOf(bool result, Kind kind, const CString& path) {
+    const MachineError error = pc().GetLastError();
+    if (result || error.kind != kind || error.path != path || error.reason.empty()) {
+      return (result ? "succeeded " : "") + std::to_string(static_cast<int>(error.kind)) + " " + error.path + ": " +
+             error.reason;
+    }
+    return {};
+  }
+  [[nodiscard]] std::string Outside(const char* name) const { return (m_pc.GetOutside() / name).string(); }
+  void WriteOutside(const char* name, std::string_view content) const {
+    const int fd = open(Outside(name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    EXPECT_EQ(write(fd, content.data(), content.size()), static_cast<ssize_t>(content.size()));
+    close(fd);
+  }
+};
+
+TEST_F(MachineFolderTest, OnlyPathsThatCannotMeanAnotherFileAreTaken) {
+  m_pc.Write(R"(C:\a\b.txt)", "x");
+  for (const CString path : {"", "a", R"(a\b.txt)", R"(\a\b.txt)", "C:", R"(C:a\b.txt)", R"(C:\a\..\a\b.txt)",
+                             R"(C:\.\a\b.txt)", "C:/a/b.txt", R"(C:\a/b.txt)", R"(C:\a\b.txt:stream)", R"(D:\a\b.txt)",
+                             R"(\\server\a\b.txt)", R"(\\?\C:\a\b.txt)", "C:\\a\\b.txt\n", R"(C:\a\b.txt\)"}) {
+    CKestDateTime date(7);
+    EXPECT_FALSE(pc().FileExists(path)) << path;
+    EXPECT_FALSE(pc().Open(path, OpenMode::kReplace)) << path;
+    EXPECT_FALSE(pc().CopyFile(R"(C:\a\b.txt)", path)) << path;
+    EXPECT_FALSE(pc().GetFileDateTime(path, date)) << path;
+    EXPECT_EQ(date.GetSeconds(), 7) << path;
+  }
+  EXPECT_FALSE(pc().FileExists(CString("C:\\a\\b.txt\0x", 12)));
+  EXPECT_FALSE(pc().CreateDirectory(R"(C:\a\..\..\evil)"));
+  EXPECT_FALSE(fs::exists(m_pc.GetRoot() / "evil"));
+  EXPECT_TRUE(pc().FileExists(R"(c:\\A\\\B.TXT)"));
+  EXPECT_TRUE(pc().DirectoryExists(R"(C:\)"));
+  EXPECT_TRUE(pc().DirectoryExists(R"(C:\A\\)"));
+  EXPECT_EQ(pc().GetStoredPath(R"(c:\\A\\B.TXT)"), R"(C:\a\b.txt)");
+  EXPECT_EQ(pc().GetStoredPath(R"(C:\A\New\X.txt)"), R"(C:\a\New\X.txt)");
+  EXPECT_FALSE(pc().DirectoryExists("C:\\" + CString(100000, 'a')));
+}
+
+TEST_F(MachineFolderTest, OfTwoNamesThatDifferInCaseTheExactOneIsMeant) {
+  m_pc.Write(R"(C:\twins\Readme.txt)", "upper");
+  m_pc.Write(R"(C:\twins\readme.txt)", "lower");
+  ASSERT_TRUE(Put(R"(C:\TWINS\readme.txt)", OpenMode::kReplace, "changed"));
+  EXPECT_EQ(m_pc.Read(R"(C:\twins\Readme.txt)"), "upper");
+  EXPECT_EQ(m_pc.Read(R"(C:\twins\readme.txt)"), "changed");
+  EXPECT_TRUE(pc().FileExists(R"(C:\twins\README.TXT)"));
+  EXPECT_FALSE(Put(R"(C:\twins\README.TXT)", OpenMode::kCreateNew, "third"));
+  // with one of them gone, the other answers to every spelling
+  ASSERT_TRUE(pc().DeleteFile(R"(C:\twins\Readme.txt)"));
+  EXPECT_EQ(pc().GetStoredPath(R"(C:\twins\README.TXT)"), R"(C:\twins\readme.txt)");
+  EXPECT_TRUE(Put(R"(C:\twins\README.TXT)", OpenMode::kReplace, "kept"));
+  EXPECT_EQ(m_pc.Read(R"(C:\twins\readme.txt)"), "kept");
+  EXPECT_EQ(FailureOf(pc().MoveFile(R"(C:\twins\README.TXT)", R"(C:\twins\x\y)"), Kind::kNotFound, R"(C:\twins\x\y)"),
+            "");
+  ASSERT_TRUE(pc().MoveFile(R"(C:\twins\readme.txt)", R"(C:\twins\ReadMe.txt)")); // its own name in another case
+  EXPECT_TRUE(m_pc.Exists(R"(C:\twins\ReadMe.txt)"));
+}
+
+TEST_F(MachineFolderTest, SecondByteOfAShiftJisCharacterIsNoSeparator) {
+  ASSERT_TRUE(pc().SetCodePageNumber(932));
+  const CString name = "\x95\x5C.txt"; // its second byte is a backslash
+  ASSERT_TRUE(pc().CreateDirectory("C:\\\x83\x5C"));
+  ASSERT_TRUE(Put("C:\\\x83\x5C\\" + name, OpenMode::kCreateNew, "x"));
+  EXPECT_TRUE(fs::exists(m_pc.GetRoot() / "drive_c" / "\x83\x5C" / name));
+  EXPECT_TRUE(pc().FileExists("C:\\\x83\x5C\\\x95\x5C.TXT"));
+  EXPECT_FALSE(pc().FileExists("C:\\\x83\x7C\\" + name)); // another character, not the same one in lower case
+  m_pc.Reopen();
+  EXPECT_EQ(pc().GetCodePage(), 932);
+  EXPECT_TRUE(pc().FileExists("C:\\\x83\x5C\\" + name));
+}
+
+TEST_F(MachineFolderTest, LinksLeadNowhereOutsideTheDrive) {
+  WriteOutside("secret", "outside");
+  m_pc.Write(R"(C:\in\real\f.txt)", "inside");
+  fs::create_directory_symlink(m_pc.GetOutside(), m_pc.HostPath(R"(C:\out)"));
+  fs::create_directory_symlink("in/real", m_pc.HostPath(R"(C:\near)"));
+  fs::create_symlink(m_pc.GetOutside() / "secret", m_pc.HostPath(R"(C:\in\link.txt)"));
+  EXPECT_TRUE(pc().FileExists(R"(C:\Near\F.TXT)"));
+  EXPECT_FALSE(pc().FileExists(R"(C:\out\secret)"));
+  EXPECT_FALSE(pc().DirectoryExists(R"(C:\out)"));
+  EXPECT_EQ(FailureOf(Put(R"(C:\out\new)", OpenMode::kCreateNew, "x"), Kind::kRefused, R"(C:\out\new)"), "");
+  EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\out\new\x)"), Kind::kRefused, R"(C:\out\new\x)"), "");
+  EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\out)"), Kind::kRefused, R"(C:\out)"), "");
+  EXPECT_EQ(pc().ToHostPath(R"(C:\out\secret)"), "");
+  EXPECT_FALSE(pc().Open(R"(C:\in\link.txt)", OpenMode::kRead));
+  EXPECT_FALSE(pc().Open(R"(C:\in\link.txt)", OpenMode::kAppend));
+  // the name is taken, though; what is put there takes the place of the link
+  EXPECT_TRUE(pc().FileExists(R"(C:\in\link.txt)"));
+  ASSERT_TRUE(pc().CopyFile(R"(C:\in\real\f.txt)", R"(C:\in\link.txt)"));
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(m_pc.HostPath(R"(C:\in\link.txt)"))));
+  EXPECT_EQ(m_pc.Read(R"(C:\in\link.txt)"), "inside");
+  // removing a tree removes the links in it and nothing that they lead to
+  fs::create_directory_symlink(m_pc.GetOutside(), m_pc.HostPath(R"(C:\in\deep)"));
+  EXPECT_FALSE(pc().RemoveTree(R"(C:\out)"));
+  ASSERT_TRUE(pc().RemoveTree(R"(C:\in)"));
+  EXPECT_FALSE(m_pc.Exists(R"(C:\in)"));
+  EXPECT_EQ(fs::file_size(m_pc.GetOutside() / "secret"), 7U);
+}
+
+TEST_F(MachineFolderTest, AFolderExchangedForALinkBetweenTwoCallsIsNoWayOut) {
+  m_pc.Write(R"(C:\app\config\a.txt)", "a");
+  ASSERT_TRUE(pc().FileExists(R"(C:\app\config\a.txt)"));
+  fs::rename(m_pc.HostPath(R"(C:\app)"), m_pc.HostPath(R"(C:\moved)"));
+  fs::create_directory(m_pc.GetOutside() / "config");
+  fs::create_directory_symlink(m_pc.GetOutside(), m_pc.HostPath(R"(C:\app)"));
+  EXPECT_FALSE(Put(R"(C:\app\config\b.txt)", OpenMode::kCreateNew, "b"));
+  EXPECT_FALSE(pc().DeleteFile(R"(C:\app\config\a.txt)"));
+  EXPECT_FALSE(pc().CreateDirectory(R"(C:\app\config\new)"));
+  EXPECT_TRUE(fs::is_empty(m_pc.GetOutside() / "config"));
+  // exchanged for another real folder, the new one is meant
+  fs::remove(m_pc.HostPath(R"(C:\app)"));
+  m_pc.MakeFolder(R"(C:\app\config)");
+  ASSERT_TRUE(Put(R"(C:\app\config\b.txt)", OpenMode::kCreateNew, "b"));
+  EXPECT_TRUE(m_pc.Exists(R"(C:\app\config\b.txt)"));
+  EXPECT_FALSE(m_pc.Exists(R"(C:\moved\config\b.txt)"));
+}
+
+TEST_F(MachineFolderTest, CopiesAndMovesKeepDateAndMark) {
+  m_pc.Write(R"(C:\s\a.txt)", "new", 1000000001);
+  m_pc.SetReadOnly(R"(C:\s\a.txt)", true);
+  m_pc.Write(R"(C:\s\old.txt)", "old");
+  ASSERT_TRUE(pc().CopyFile(R"(C:\s\a.txt)", R"(C:\s\OLD.txt)"));
+  EXPECT_EQ(m_pc.Read(R"(C:\s\old.txt)"), "new");
+  EXPECT_EQ(m_pc.GetDate(R"(C:\s\old.txt)"), 1000000001);
+  EXPECT_TRUE(pc().IsFileReadOnly(R"(C:\s\old.txt)"));
+  EXPECT_FALSE(m_pc.Exists(R"(C:\s\OLD.txt)"));
+  // a read-only file is in nobody's way by accident
+  EXPECT_EQ(FailureOf(pc().DeleteFile(R"(C:\s\old.txt)"), Kind::kAccess, R"(C:\s\old.txt)"), "");
+  EXPECT_EQ(FailureOf(Put(R"(C:\s\old.txt)", OpenMode::kReplace, "x"), Kind::kAccess, R"(C:\s\old.txt)"), "");
+  m_pc.Write(R"(C:\s\b.txt)", "b", 1000000002);
+  EXPECT_EQ(FailureOf(pc().CopyFile(R"(C:\s\b.txt)", R"(C:\s\old.txt)"), Kind::kAccess, R"(C:\s\old.txt)"), "");
+  EXPECT_EQ(FailureOf(pc().MoveFile(R"(C:\s\b.txt)", R"(C:\s\OLD.TXT)"), Kind::kExists, R"(C:\s\OLD.TXT)"), "");
+  EXPECT_EQ(FailureOf(pc().CopyFile(R"(C:\s\b.txt)", R"(C:\S\B.TXT)"), Kind::kRefused, R"(C:\S\B.TXT)"), "");
+  EXPECT_EQ(FailureOf(pc().CopyFile(R"(C:\s)", R"(C:\t)"), Kind::kRefused, R"(C:\s)"), "");
+  EXPECT_FALSE(pc().CopyFile(R"(C:\s\b.txt)", R"(C:\s)"));
+  ASSERT_TRUE(pc().SetFileReadOnly(R"(C:\s\old.txt)", false));
+  EXPECT_EQ(fs::status(m_pc.HostPath(R"(C:\s\old.txt)")).permissions() & fs::perms::owner_write,
+            fs::perms::owner_write);
+  ASSERT_TRUE(pc().ReplaceFile(R"(C:\s\b.txt)", R"(C:\s\old.txt)"));
+  EXPECT_EQ(m_pc.GetDate(R"(C:\s\old.txt)"), 1000000002);
+  EXPECT_FALSE(m_pc.Exists(R"(C:\s\b.txt)"));
+}
+
+TEST_F(MachineFolderTest, MovesToAnotherVolumeKeepTheFileWhole) {
+  const fs::path shm = fs::path("/dev/shm") / ("kest-test-" + std::to_string(getpid()));
+  std::error_code error;
+  if (!fs::create_directory(shm, error)) {
+    GTEST_SKIP() << "no second volume here";
+  }
+  fs::create_directories(m_pc.GetRoot() / "dosdevices");
+  fs::create_directory_symlink(shm, m_pc.GetRoot() / "dosdevices" / "d:");
+  m_pc.Reopen();
+  m_pc.Write(R"(C:\a.txt)", CString(300000, 'a'), 1000000003);
+  EXPECT_FALSE(pc().SameVolume(R"(C:\a.txt)", R"(D:\x\y\z)"));
+  EXPECT_FALSE(pc().ReplaceFile(R"(C:\a.txt)", R"(D:\a.txt)"));
+  EXPECT_TRUE(m_pc.Exists(R"(C:\a.txt)"));
+  ASSERT_TRUE(pc().MoveFile(R"(C:\a.txt)", R"(D:\A.txt)"));
+  EXPECT_FALSE(m_pc.Exists(R"(C:\a.txt)"));
+  EXPECT_EQ(fs::file_size(shm / "A.txt"), 300000U);
+  CKestDateTime date;
+  ASSERT_TRUE(pc().GetFileDateTime(R"(d:\a.txt)", date));
+  EXPECT_EQ(date.GetSeconds(), 1000000003);
+  m_pc.Write(R"(C:\b.txt)", "b");
+  EXPECT_EQ(FailureOf(pc().MoveFile(R"(C:\b.txt)", R"(D:\a.TXT)"), Kind::kExists, R"(D:\a.TXT)"), "");
+  EXPECT_TRUE(pc().SyncPaths({R"(C:\b.txt)", R"(D:\a.txt)", R"(D:\gone\file)", R"(E:\x)"}));
+  fs::remove_all(shm);
+}
+
+TEST_F(MachineFolderTest, AFileAppearsWholeOrNotAtAll) {
+  m_pc.Write(R"(C:\f\Old.txt)", "old");
+  const auto before = m_pc.Snapshot();
+  {
+    const auto dropped = pc().Open(R"(C:\f\old.txt)", OpenMode::kReplace);
+    ASSERT_TRUE(dropped && dropped->Write("half", 4));
+    EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot()), "");
+  }
+  EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot()), "");
+  const auto file = pc().Open(R"(C:\f\OLD.TXT)", OpenMode::kReplace);
+  ASSERT_TRUE(file && file->Write("1234567", 7) && file->WriteAt(2, "xx", 2) && file->Write("8", 1));
+  ASSERT_TRUE(file->SetDate(CKestDateTime(1000000005)) && file->Sync());
+  char buffer[4];
+  EXPECT_EQ(file->ReadAt(1, buffer, 4), 4);
+  EXPECT_EQ(std::string(buffer, 4), "2xx5");
+  EXPECT_EQ(m_pc.Read(R"(C:\f\Old.txt)"), "old");
+  ASSERT_TRUE(file->Close());
+  EXPECT_EQ(m_pc.Read(R"(C:\f\Old.txt)"), "12xx5678");
+  EXPECT_EQ(m_pc.GetDate(R"(C:\f\Old.txt)"), 1000000005);
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_pc.HostPath(R"(C:\f)")), fs::directory_iterator()), 1);
+  ASSERT_TRUE(Put(R"(C:\f\log)", OpenMode::kAppend, "a"));
+  ASSERT_TRUE(Put(R"(C:\f\LOG)", OpenMode::kAppend, "b"));
+  EXPECT_EQ(m_pc.Read(R"(C:\f\log)"), "ab");
+}
+
+TEST_F(MachineFolderTest, ASecondNameSurvivesWhatHappensToTheFirst) {
+  m_pc.Write(R"(C:\l\a.txt)", "first", 1000000006);
+  ASSERT_TRUE(pc().LinkFile(R"(C:\l\a.txt)", R"(C:\windows\temp\backup)"));
+  EXPECT_FALSE(pc().LinkFile(R"(C:\l\a.txt)", R"(C:\windows\temp\BACKUP)"));
+  // nothing has replaced the first: putting the second back leaves the file and takes the second away
+  ASSERT_TRUE(pc().ReplaceFile(R"(C:\windows\temp\backup)", R"(C:\l\A.txt)"));
+  EXPECT_FALSE(m_pc.Exists(R"(C:\windows\temp\backup)"));
+  EXPECT_EQ(m_pc.Read(R"(C:\l\a.txt)"), "first");
+  ASSERT_TRUE(pc().LinkFile(R"(C:\l\a.txt)", R"(C:\windows\temp\backup)"));
+  ASSERT_TRUE(Put(R"(C:\l\a.txt)", OpenMode::kReplace, "second"));
+  EXPECT_EQ(m_pc.Read(R"(C:\windows\temp\backup)"), "first");
+  ASSERT_TRUE(pc().ReplaceFile(R"(C:\windows\temp\backup)", R"(C:\l\a.txt)"));
+  EXPECT_EQ(m_pc.Read(R"(C:\l\a.txt)"), "first");
+  EXPECT_EQ(m_pc.GetDate(R"(C:\l\a.txt)"), 1000000006);
+}
+
+TEST_F(MachineFolderTest, WhatCanBeUpdatedIsToldByMarkLockAndProcess) {
+  m_pc.Write(R"(C:\u\a.txt)", "a");
+  EXPECT_TRUE(pc().CanUpdateFile(R"(C:\u\A.txt)"));
+  EXPECT_TRUE(pc().CanUpdateFile(R"(C:\u\new.txt)"));
+  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\nowhere\new.txt)"), Kind::kNotFound, R"(C:\nowhere\new.txt)"), "");
+  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u)"), Kind::kExists, R"(C:\u)"), "");
+  const int held = open(m_pc.HostPath(R"(C:\u\a.txt)").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(held, LOCK_EX), 0);
+  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u\a.txt)"), Kind::kInUse, R"(C:\u\a.txt)"), "");
+  close(held);
+  EXPECT_TRUE(pc().CanUpdateFile(R"(C:\u\a.txt)"));
+  m_pc.SetReadOnly(R"(C:\u\a.txt)", true);
+  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u\a.txt)"), Kind::kAccess, R"(C:\u\a.txt)"), "");
+  m_pc.SetReadOnly(R"(C:\u\a.txt)", false);
+  ASSERT_TRUE(pc().SetProcessRunning(R"(C:\U\A.TXT)", true));
+  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u\a.txt)"), Kind::kInUse, R"(C:\u\a.txt)"), "");
+  fs::permissions(m_pc.HostPath(R"(C:\u)"), fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u\new.txt)"), Kind::kAccess, R"(C:\u\new.txt)"), "");
+  EXPECT_EQ(FailureOf(Put(R"(C:\u\new.txt)", OpenMode::kCreateNew, "x"), Kind::kAccess, R"(C:\u\new.txt)"), "");
+}
+
+TEST_F(MachineFolderTest, FoldersAreMadeWithParentsAndRemovedOnlyEmpty) {
+  ASSERT_TRUE(pc().CreateDirectory(R"(C:\Program Files\A\B\)"));
+  EXPECT_TRUE(pc().CreateDirectory(R"(C:\PROGRAM FILES\a\b\C)"));
+  EXPECT_TRUE(m_pc.Exists(R"(C:\Program Files\A\B\C)"));
+  m_pc.Write(R"(C:\Program Files\A\file)", "x");
+  EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\Program Files\A\FILE)"), Kind::kExists, R"(C:\Program Files\A\FILE)"),
+            "");
+  EXPECT_FALSE(pc().CreateDirectory(R"(C:\Program Files\A\file\sub)"));
+  EXPECT_EQ(FailureOf(pc().RemoveDirectory(R"(C:\Program Files\A)"), Kind::kNotEmpty, R"(C:\Program Files\A)"), "");
+  EXPECT_TRUE(pc().RemoveDirectory(R"(C:\program files\a\b\c\)"));
+  EXPECT_FALSE(pc().RemoveDirectory(R"(C:\)"));
+  ASSERT_TRUE(pc().CreatePrivateDirectory(R"(C:\windows\temp\kest-1)"));
+  EXPECT_FALSE(pc().CreatePrivateDirectory(R"(C:\windows\temp\KEST-1)"));
+  struct stat info {};
+  ASSERT_EQ(stat(m_pc.HostPath(R"(C:\windows\temp\kest-1)").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0700U);
+  fs::create_symlink("file", m_pc.HostPath(R"(C:\Program Files\A\link)"));
+  std::vector<FolderEntry> entries;
+  ASSERT_TRUE(pc().ListFolder(R"(C:\program files\A)", entries));
+  ASSERT_EQ(entries.size(), 3U);
+  EXPECT_TRUE(entries[0].name == "B" && entries[0].isFolder && !entries[0].isLink);
+  EXPECT_TRUE(entries[1].name == "file" && !entries[1].isFolder);
+  EXPECT_TRUE(entries[2].name == "link" && entries[2].isLink && !entries[2].isFolder);
+  EXPECT_FALSE(pc().ListFolder(R"(C:\nowhere)", entries));
+}
+
+TEST_F(MachineFolderTest, ATreeOfAnyDepthGoes) {
+  ASSERT_TRUE(pc().CreatePrivateDirectory(R"(C:\windows\temp\deep)"));
+  int at = open(m_pc.HostPath(R"(C:\windows\temp\deep)").c_str(), O_RDONLY | O_DIRECTORY);
+  for (int i = 0; i < 3000; ++i) { // deeper than a process may have files open, or a path be long
+    ASSERT_EQ(mkdirat(at, "sub", 0755), 0);
+    const int next = openat(at, "sub", O_RDONLY | O_DIRECTORY);
+    close(openat(at, "file", O_CREAT | O_WRONLY, 0400));
+    close(at);
+    at = next;
+    ASSERT_GE(at, 0);
+  }
+  close(at);
+  ASSERT_TRUE(pc().RemoveTree(R"(C:\windows\temp\deep)")) << pc().GetLastError().reason;
+  EXPECT_FALSE(m_pc.Exists(R"(C:\windows\temp\deep)"));
+}
+
+TEST_F(MachineFolderTest, TheTrashTakesEverySameName) {
+  for (const char* content : {"one", "two", "three"}) {
+    m_pc.Write(R"(C:\t\File.txt)", content);
+    ASSERT_TRUE(pc().MoveFileToTrash(R"(C:\t\FILE.txt)"));
+    EXPECT_FALSE(m_pc.Exists(R"(C:\t\File.txt)"));
+  }
+  m_pc.Write(R"(C:\t\sub\x)", "x");
+  EXPECT_FALSE(pc().MoveFileToTrash(R"(C:\t\sub)"));
+  EXPECT_FALSE(pc().MoveFolderToTrash(R"(C:\t)", "../up"));
+  ASSERT_TRUE(pc().MoveFolderToTrash(R"(C:\T)", "Uninstalled things"));
+  EXPECT_FALSE(m_pc.Exists(R"(C:\t)"));
+  EXPECT_TRUE(fs::exists(m_pc.GetRoot() / "trash" / "Uninstalled things" / "sub" / "x"));
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_pc.GetRoot() / "trash"), fs::directory_iterator()), 4);
+}
+
+TEST_F(MachineFolderTest, TwentyThousandFilesInOneFolderReadItOnce) {
+  m_pc.MakeFolder(R"(C:\Many)");
+  const std::uint64_t before = pc().GetFolderReads();
+  for (int i = 0; i < 20000; ++i) { // by turns in two spellings of the folder
+    const CString path = (i % 2 == 0 ? R"(C:\many\File)" : R"(C:\MANY\File)") + std::to_string(i);
+    ASSERT_TRUE(pc().Open(path, OpenMode::kCreateNew));
+  }
+  EXPECT_LE(pc().GetFolderReads() - before, 3U); // each folder on the way once
+  for (int i = 0; i < 20000; ++i) {
+    ASSERT_TRUE(pc().FileExists(R"(C:\Many\FILE)" + std::to_string(i)));
+  }
+  for (int i = 0; i < 20000; i += 2) {
+    ASSERT_TRUE(pc().DeleteFile(R"(C:\Many\file)" + std::to_string(i)));
+    ASSERT_TRUE(pc().MoveFile(R"(C:\Many\file)" + std::to_string(i + 1), R"(C:\Many\moved)" + std::to_string(i)));
+  }
+  EXPECT_LE(pc().GetFolderReads() - before, 3U);
+  // what another program does is seen all the same
+  m_pc.Write(R"(C:\Many\Stranger)", "x");
+  EXPECT_TRUE(pc().FileExists(R"(C:\Many\STRANGER)"));
+  ASSERT_TRUE(pc().Open(R"(C:\Many\mine)", OpenMode::kCreateNew));
+  EXPECT_FALSE(pc().FileExists(R"(C:\Many\FILE2)"));
+  EXPECT_LE(pc().GetFolderReads() - before, 6U);
+}
+
+TEST_F(MachineFolderTest, ThousandsOfFoldersNeedNoMoreDescriptorsThanAProcessHas) {
+  for (int i = 0; i < 3000; ++i) {
+    ASSERT_TRUE(pc().CreateDirectory(R"(C:\folders\f)" + std::to_string(i))) << i << pc().GetLastError().reason;
+    ASSERT_TRUE(pc().DirectoryExists(R"(C:\folders\f)" + std::to_string(i)));
+  }
+  EXPECT_TRUE(pc().FileExists(R"(C:\folders\F7\x)") || pc().DirectoryExists(R"(C:\folders\F7)"));
+}
+
+TEST_F(MachineFolderTest, FoldersOfTheUserAreReachedAndNothingBesideThem) {
+  WriteOutside("pack.kep", "package");
+  fs::create_directories(m_pc.GetOutside() / "open" / "sub");
+  fs::create_directories(m_pc.GetOutside() / "open\\er");
+  const CString open = pc().AddHostFolder(Outside("open"), false);
+  ASSERT_FALSE(open.empty());
+  EXPECT_TRUE(pc().DirectoryExists(open + R"(\SUB)"));
+  EXPECT_EQ(pc().ToHostPath(open + R"(\SUB)"), Outside("open/sub"));
+  EXPECT_EQ(FailureOf(Put(open + R"(\x)", OpenMode::kCreateNew, "x"), Kind::kRefused, open + R"(\x)"), "");
+  EXPECT_FALSE(pc().CreateDirectory(open + R"(\new)"));
+  EXPECT_FALSE(pc().RemoveTree(open + R"(\sub)"));
+  const CString above = open.substr(0, open.rfind('\\'));
+  EXPECT_FALSE(pc().FileExists(above + R"(\pack.kep)"));
+  EXPECT_FALSE(pc().DirectoryExists(above));
+  EXPECT_EQ(pc().AddHostFolder(Outside("open"), true), open); // the same folder again, now to be written
+  EXPECT_TRUE(Put(open + R"(\x)", OpenMode::kCreateNew, "x"));
+  const CString odd = pc().AddHostFolder(Outside("open\\er"), true); // no Windows path spells it
+  EXPECT_EQ(odd.size(), 3U);
+  EXPECT_TRUE(Put(odd + "y", OpenMode::kCreateNew, "y"));
+  EXPECT_TRUE(fs::exists(m_pc.GetOutside() / "open\\er" / "y"));
+  EXPECT_EQ(pc().AddHostFolder(Outside("missing"), false), "");
+  EXPECT_EQ(pc().GetDrives().size(), 1U);
+}
+
+TEST_F(MachineFolderTest, OneWriterAtATimeAndADeadOneHoldsNothing) {
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    MachineFolder other(m_pc.GetRoot().string());
+    const bool held = other.LockWriter(0).held && other.LockWriter(0).held;
+    other.UnlockWriter(); // still held once
+    (void)!write(ready[1], held ? "y" : "n", 1);
+    pause();
+    _exit(0);
+  }
+  char answer = 0;
+  ASSERT_EQ(read(ready[0], &answer, 1), 1);
+  EXPECT_EQ(answer, 'y');
+  const WriterLock refused = pc().LockWriter(30);
+  EXPECT_FALSE(refused.held);
+  EXPECT_TRUE(refused.holder.starts_with("process " + std::to_string(child))) << refused.holder;
+  EXPECT_EQ(pc().GetLastError().kind, Kind::kInUse);
+  kill(child, SIGKILL);
+  EXPECT_TRUE(pc().LockWriter(5000).held); // before anybody has asked how the other ended
+  waitpid(child, nullptr, 0);
+  EXPECT_TRUE(pc().LockWriter(0).held);
+  pc().UnlockWriter();
+  MachineFolder second(m_pc.GetRoot().string());
+  EXPECT_FALSE(second.LockWriter(0).held);
+  pc().UnlockWriter();
+  EXPECT_TRUE(second.LockWriter(0).held);
+  close(ready[0]);
+  close(ready[1]);
+}
+
+TEST_F(MachineFolderTest, TheStateOfThePcIsKeptInAFileThatPeopleEdit) {
+  const fs::path ini = m_pc.GetRoot() / "machine.ini";
+  m_pc.Get().ClearLastError();
+  ASSERT_TRUE(pc().SetUsers({{"Anna", 2}, {"Bob", 1}}, "Bob"));
+  ASSERT_TRUE(pc().SetProcessRunning(R"(C:\Program Files\x=y.exe)", true));
+  {
+    const int fd = open(ini.c_str(), O_WRONLY | O_APPEND);
+    constexpr std::string_view kByHand = "; mine\n[Extra]\nodd line\n[users]\n  Carl=5\n";
+    ASSERT_EQ(write(fd, kByHand.data(), kByHand.size()), static_cast<ssize_t>(kByHand.size()));
+    close(fd);
+  }
+  EXPECT_EQ(pc().GetUsers().size(), 3U); // seen without opening the machine again
+  ASSERT_TRUE(pc().SetCurrentUser("carl"));
+  m_pc.Reopen();
+  int type = 0;
+  CString path;
+  EXPECT_TRUE(pc().GetCurrentUserType(type));
+  EXPECT_EQ(type, 5);
+  EXPECT_TRUE(pc().GetCurrentUserAppDataPath(path));
+  EXPECT_EQ(path, R"(C:\users\Carl\AppData\Roaming)");
+  EXPECT_EQ(pc().GetRunningProcesses(), std::vector<CString>{R"(C:\Program Files\x=y.exe)"});
+  CString user;
+  EXPECT_TRUE(pc().ExtractUserName(R"(c:\USERS\anna\appdata\roaming\Kestrel\x)", user));
+  EXPECT_EQ(user, "Anna");
+  EXPECT_FALSE(pc().ExtractUserName(R"(C:\users\anna\AppData\RoamingX\y)", user));
+  EXPECT_FALSE(pc().GetAppDataPathFor("nobody", path));
+  for (const CString name : {"", "a=b", "..", "a\\b", "[x", " x", "Anna"}) {
+    EXPECT_FALSE(pc().SetUsers({{"Anna", 1}, {name, 1}}, "Anna")) << name;
+  }
+  EXPECT_FALSE(pc().SetUsers({{"Anna", 1}}, "Bob"));
+  EXPECT_FALSE(pc().SetProcessRunning("relative.exe", true));
+  std::string text(4096, '\0');
+  const int fd = open(ini.c_str(), O_RDONLY);
+  text.resize(static_cast<std::size_t>(read(fd, text.data(), text.size())));
+  close(fd);
+  EXPECT_NE(text.find("; mine\n[Extra]\nodd line\n"), std::string::npos);
+}
+
+TEST_F(MachineFolderTest, ProgramsOfARealPrefixCountAsRunning) {
+  m_pc.Write(R"(C:\Program Files\App\App.exe)", "x");
+  struct stat info {};
+  ASSERT_EQ(stat(m_pc.GetRoot().c_str(), &info), 0);
+  char server[128];
+  std::snprintf(server, sizeof server, "/tmp/.wine-%u/server-%llx-%llx", getuid(),
+                static_cast<unsigned long long>(info.st_dev), static_cast<unsigned long long>(info.st_ino));
+  const bool madeParent = fs::create_directories(server);
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t child = fork(); // holds the lock that the prefix's server holds, then is a program of the prefix
+  if (child == 0) {
+    const int lockFile = open((std::string(server) + "/lock").c_str(), O_RDWR | O_CREAT, 0600);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    (void)!write(ready[1], fcntl(lockFile, F_SETLK, &lock) == 0 ? "y" : "n", 1);
+    const std::string prefix = "WINEPREFIX=" + m_pc.GetRoot().string();
+    const char* const arguments[] = {R"(c:\program files\app\APP.EXE)", "60", nullptr};
+    const char* const environment[] = {prefix.c_str(), nullptr};
+    fcntl(ready[1], F_SETFD, FD_CLOEXEC);
+    execve("/bin/sleep", const_cast<char* const*>(arguments), const_cast<char* const*>(environment));
+    _exit(1);
+  }
+  close(ready[1]);
+  char answer = 0;
+  ASSERT_EQ(read(ready[0], &answer, 1), 1);
+  EXPECT_EQ(answer, 'y');
+  EXPECT_EQ(read(ready[0], &answer, 1), 0); // the program is running
+  close(ready[0]);
+  std::vector<CString> seen;
+  pc().EnumProcs([&](const CString& path) {
+    seen.push_back(path);
+    return true;
+  });
+  EXPECT_EQ(seen, std::vector<CString>{R"(C:\Program Files\App\App.exe)"});
+  const CString key = R"(Software\Microsoft)";
+  const auto before = m_pc.Snapshot();
+  EXPECT_FALSE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, key, "a", "b"));
+  EXPECT_EQ(pc().GetLastError().kind, Kind::kInUse);
+  EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot()), "");
+  CString data;
+  EXPECT_FALSE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, key, "a", data));
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  EXPECT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, key, "a", "b"));
+  fs::remove_all(server);
+  if (madeParent) {
+    std::error_code error;
+    fs::remove(fs::path(server).parent_path(), error);
+  }
+}
+
+TEST_F(MachineFolderTest, RegistryValuesComeAndGoWithoutATrace) {
+  const CString runOnce = R"(software\microsoft\windows\currentversion\runonce)";
+  const auto before = m_pc.Snapshot();
+  CString data = "untouched";
+  EXPECT_FALSE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", data));
+  EXPECT_EQ(data, "untouched");
+  const CString line = R"(C:\replace.exe "C:\windows\system32\a.dll" "C:\windows\system32\rpl1.tmp")";
+  ASSERT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", line));
+  MachineFolder other(m_pc.GetRoot().string());
+  ASSERT_TRUE(other.ReadRegistryString(RegistryRoot::kCurrentUser,
+                                       R"(\Software\\Microsoft\Windows\CurrentVersion\RunOnce)", "RPL1.TMP", data));
+  EXPECT_EQ(data, line);
+  EXPECT_TRUE(other.RegistryKeyExists(RegistryRoot::kCurrentUser, R"(Software\Microsoft)"));
+  ASSERT_TRUE(other.WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", "x"));
+  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
+  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
+  ASSERT_TRUE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", data));
+  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp"));
+  const auto isDated = [](const std::string& path) { return path == "user.reg"; }; // written anew: its date differs
+  EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot(), isDated), "");
+  EXPECT_EQ(before.entries.at("user.reg").hash, m_pc.Snapshot().entries.at("user.reg").hash);
+  // a registry that was not there is not there again
+  fs::remove(m_pc.GetRoot() / "user.reg");
+  ASSERT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", line));
+  EXPECT_TRUE(fs::exists(m_pc.GetRoot() / "user.reg"));
+  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
+  EXPECT_FALSE(fs::exists(m_pc.GetRoot() / "user.reg"));
+}
+
+TEST_F(MachineFolderTest, AFolderThatIsNoMachineFailsEveryCall) {
+  MachineFolder none((m_pc.GetOutside() / "missing").string());
+  EXPECT_FALSE(none.IsUsable());
+  EXPECT_FALSE(none.CreateDirectory(R"(C:\x)"));
+  EXPECT_FALSE(none.LockWriter(0).held);
+  EXPECT_FALSE(none.SetMultiUser(true));
+  EXPECT_FALSE(none.WriteRegistryString(RegistryRoot::kCurrentUser, "a", "b", "c"));
+  EXPECT_FALSE(none.MoveFileToTrash(R"(C:\x)"));
+  EXPECT_EQ(none.GetStoredPath(R"(C:\x)"), "");
+  EXPECT_FALSE(fs::exists(m_pc.GetOutside() / "missing"));
+}
+
+TEST_F(MachineFolderTest, VersionsDatesSizesAndSpaceAreReadFromTheDisk) {
+  m_pc.Write(R"(C:\x\App.exe)", MakeVersionedExecutable(CKestVersionNumber(6, 0, 2004)));
+  m_pc.Write(R"(C:\x\none.exe)", "MZ");
+  CKestVersionNumber version;
+  ASSERT_TRUE(pc().GetFileVersion(R"(C:\X\APP.EXE)", version));
+  EXPECT_EQ(version.Compare(CKestVersionNumber(6, 0, 2004)), 0);
+  EXPECT_FALSE(pc().GetFileVersion(R"(C:\x\none.exe)", version));
+  EXPECT_FALSE(pc().GetFileVersion(R"(C:\x)", version));
+  for (const std::int64_t seconds : {-1LL, 0LL, 1LL, 4102444801LL}) {
+    CKestDateTime date;
+    ASSERT_TRUE(pc().SetFileDateTime(R"(C:\x\app.exe)", CKestDateTime(seconds)));
+    ASSERT_TRUE(pc().GetFileDateTime(R"(C:\x\app.exe)", date));
+    EXPECT_EQ(date.GetSeconds(), seconds);
+  }
+  std::uint64_t size = 0;
+  ASSERT_TRUE(pc().GetFileSize(R"(C:\x\app.exe)", size));
+  EXPECT_EQ(size, 1024U);
+  EXPECT_TRUE(pc().GetFreeSpace(R"(C:\x\not\there\yet)", size));
+  EXPECT_GT(size, 1024U);
+  EXPECT_TRUE(pc().SameVolume(R"(C:\)", R"(C:\windows\temp\new)"));
+  ASSERT_EQ(mkfifo(m_pc.HostPath(R"(C:\x\pipe)").c_str(), 0644), 0);
+  EXPECT_FALSE(pc().FileExists(R"(C:\x\pipe)"));
+  EXPECT_FALSE(pc().Open(R"(C:\x\pipe)", OpenMode::kRead)); // and does not wait for somebody to write
+  EXPECT_FALSE(pc().Open(R"(C:\x\pipe)", OpenMode::kAppend));
+}
+
+TEST_F(MachineFolderTest, SyncTakesFilesFoldersAndWhatIsGoneInAnyNumber) {
+  std::vector<CString> paths = {R"(C:\s)", R"(C:\s\gone)", R"(C:\gone\deeper\still)"};
+  for (int i = 0; i < 300; ++i) {
+    paths.push_back(R"(C:\s\f)" + std::to_string(i));
+    m_pc.Write(paths.back(), "x");
+    if (i % 150 == 0) {
+      EXPECT_TRUE(pc().SyncPaths(paths)) << pc().GetLastError().reason;
+    }
+  }
+  EXPECT_TRUE(pc().SyncPaths(paths)) << pc().GetLastError().reason;
+  EXPECT_FALSE(pc().SyncPaths({"relative"}));
+}
+
+} // namespace
+} // namespace kest
