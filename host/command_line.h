@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/command_table.h"
+
+#include <string>
+#include <vector>
+
+namespace kest::host {
+
+/// What became of reading the command line.
+struct CommandLine {
+  const CommandSpec* command = nullptr; ///< null: `problem` says why, or one of the two below is set
+  Options options;
+  std::string problem;
+  bool wantsVersion = false;
+  bool wantsHelp = false;
+};
+
+/// Reads the arguments (without the program's name) by the command table. Common flags may stand anywhere.
+[[nodiscard]] CommandLine ReadCommandLine(const std::vector<std::string>& arguments);
+
+} // namespace kest::host

@@ -1,0 +1,147 @@
+#include "host/command_table.h"
+
+#include "host/commands.h"
+
+#include <iterator>
+#include <utility>
+
+namespace kest::host {
+namespace {
+
+constexpr FlagSpec kCommonFlags[] = {
+    {"--machine", 'm', "DIR", nullptr, &Options::machine,
+     "the machine folder to work on (else KEST_MACHINE, else your own)"},
+    {"--yes", 'y', nullptr, nullptr, &Options::yes, "yes to ordinary questions; never accepts an agreement"},
+    {"--no-input", 0, nullptr, nullptr, &Options::noInput, "ask nothing, as if there were no terminal"},
+    {"--accept-agreement", 0, nullptr, nullptr, &Options::acceptAgreement, "accept the agreement without showing it"},
+    {"--on-existing", 0, "WHAT", "overwrite|keep|cancel", &Options::onExisting, "what to do about files that exist"},
+    {"--allow-downgrade", 0, nullptr, nullptr, &Options::allowDowngrade, "replace a newer version by an older one"},
+    {"--reinstall", 0, nullptr, nullptr, &Options::reinstall, "install an equal version again"},
+    {"--on-clash", 0, "WHAT", "disable", &Options::onClash,
+     "disable another extension that has the same description file name"},
+    {"--per-user", 0, "WHAT", "remove", &Options::perUser, "remove copies that other users have of their own"},
+    {"--wait", 0, "SEC", nullptr, &Options::wait, "wait so long for files in use and for another kest"},
+    {"--quiet", 'q', nullptr, nullptr, &Options::quiet, "say nothing but errors"},
+    {"--verbose", 'v', nullptr, nullptr, &Options::verbose, "say which files were touched"},
+    {"--log", 0, "FILE", nullptr, &Options::log, "append all notices and messages to FILE"},
+    {"--json", 0, nullptr, nullptr, &Options::json, "one JSON document on the standard output"},
+    {"--color", 0, "WHEN", "auto|always|never", &Options::color, "colours (NO_COLOR and TERM=dumb are heeded)"},
+    {"--progress", 0, "WHEN", "auto|always|never", &Options::progress, "the progress display"},
+};
+
+constexpr FlagSpec kProductFlag = {"--product", 'p', "PRODUCT", nullptr, &Options::product, "the product to work on"};
+
+constexpr FlagSpec kMachineNewFlags[] = {
+    {"--product", 'p', "NAME", nullptr, &Options::products, "a product to put on it (all eight when none is named)"},
+    {"--multi-user", 0, nullptr, nullptr, &Options::multiUser, "users have configurations of their own"},
+    {"--user", 0, "NAME[:TYPE]", nullptr, &Options::users,
+     "a user, with the type 2 for the one whose settings all share"},
+    {"--current", 0, "NAME", nullptr, &Options::currentUser, "the user who works there (else the first)"},
+    {"--code-page", 0, "N", nullptr, &Options::codePage, "the code page of its texts (932: Japanese)"},
+};
+constexpr FlagSpec kProductsFlags[] = {
+    {"--all", 0, nullptr, nullptr, &Options::all, "also those that were looked for and not found"},
+};
+constexpr FlagSpec kListFlags[] = {
+    kProductFlag,
+    {"--sort", 0, "KEY", "name|version|type|author|state", &Options::sort, "what to sort by"},
+    {"--reverse", 0, nullptr, nullptr, &Options::reverse, "the other way round"},
+    {"--state", 0, "STATE", "enabled|disabled", &Options::state, "only those in this state"},
+};
+constexpr FlagSpec kInfoFlags[] = {
+    kProductFlag,
+    {"--files", 0, nullptr, nullptr, &Options::files, "its files and where they go"},
+    {"--changes", 0, nullptr, nullptr, &Options::changes, "what it changes in configuration files"},
+};
+constexpr FlagSpec kInstallFlags[] = {
+    kProductFlag,
+    {"--set", 0, "TOKEN=DIR", nullptr, &Options::tokens, "the folder of a token that the extension asks for"},
+};
+constexpr FlagSpec kExtensionFlags[] = {kProductFlag};
+constexpr FlagSpec kPackFlags[] = {
+    {"--output", 'o', "OUT.kep", nullptr, &Options::output, "the package to write (else beside the description)"},
+    {"--portable", 0, nullptr, nullptr, &Options::portable, "names must suit the other platform too"},
+    {"--force", 0, nullptr, nullptr, &Options::force, "replace a package that exists"},
+};
+constexpr FlagSpec kImportFlags[] = {
+    {"--from", 0, "PRODUCT", nullptr, &Options::from, "where the extensions are"},
+    {"--to", 0, "PRODUCT", nullptr, &Options::to, "where they are to go"},
+};
+
+#define FLAGS(table) table, std::size(table)
+#define NO_FLAGS nullptr, 0
+
+constexpr CommandSpec kCommands[] = {
+    {"machine new", "DIR", 1, 1, Completes::kFolders, FLAGS(kMachineNewFlags), "make a sample machine folder",
+     "DIR must not exist or be empty. Users default to one, \"user\", of type 1.", "machine", RunMachineNew},
+    {"machine show", "[DIR]", 0, 1, Completes::kFolders, NO_FLAGS, "show users, products, drives and running programs",
+     "", "machine", RunMachineShow},
+    {"machine start", "NAME", 1, 1, Completes::kProductNames, NO_FLAGS, "make a product count as running", "",
+     "machine", RunMachineStart},
+    {"machine stop", "NAME", 1, 1, Completes::kProductNames, NO_FLAGS, "make a product count as not running", "",
+     "machine", RunMachineStop},
+    {"machine user", "NAME", 1, 1, Completes::kNothing, NO_FLAGS, "make NAME the current user", "", "machine",
+     RunMachineUser},
+    {"machine logon", "", 0, 0, Completes::kNothing, NO_FLAGS, "do what the next log-on would do",
+     "Carries out the run-once replacements of system files and removes them from the registry.", "logon",
+     RunMachineLogon},
+    {"products", "", 0, 0, Completes::kNothing, FLAGS(kProductsFlags), "list the products that were found", "",
+     "products", RunProducts},
+    {"list", "", 0, 0, Completes::kNothing, FLAGS(kListFlags), "list the installed extensions", "", "list", RunList},
+    {"info", "EXT|FILE", 1, 1, Completes::kExtensions, FLAGS(kInfoFlags),
+     "show an installed extension, a package or a description",
+     "EXT is a name, name@version, author/name, or the file name of the description.", "info", RunInfo},
+    {"install", "FILE...", 1, -1, Completes::kFiles, FLAGS(kInstallFlags), "install packages or descriptions",
+     "Each file is an operation of its own: one that fails takes back what it did, and the next is tried.", "result",
+     RunInstall},
+    {"uninstall", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kExtensionFlags), "remove extensions",
+     "Says before it asks what goes, what stays, and why.", "result", RunUninstall},
+    {"disable", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kExtensionFlags),
+     "set extensions aside, to be enabled later", "", "result", RunDisable},
+    {"enable", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kExtensionFlags), "bring disabled extensions back", "",
+     "result", RunEnable},
+    {"pack", "FILE.kei", 1, 1, Completes::kFiles, FLAGS(kPackFlags), "build a package from a description and its files",
+     "Prints what went in. The same input gives the same bytes.", "pack", RunPack},
+    {"import", "[EXT...]", 0, -1, Completes::kExtensions, FLAGS(kImportFlags),
+     "carry extensions of one product over to another", "All extensions of the first product when none is named.",
+     "results", RunImport},
+    {"validate", "FILE...", 1, -1, Completes::kFiles, NO_FLAGS, "check descriptions and packages",
+     "Exit code 8 when something is wrong.", "check", RunValidate},
+    {"recover", "", 0, 0, Completes::kNothing, NO_FLAGS, "take back what an interrupted operation left", "", "recover",
+     RunRecover},
+    {"help", "[COMMAND]", 0, 2, Completes::kCommands, NO_FLAGS, "show help", "", nullptr, RunHelp},
+    {"completion", "bash|zsh|fish", 1, 1, Completes::kShells, NO_FLAGS, "print a completion script for a shell",
+     "For bash: source <(kest completion bash)", nullptr, RunCompletion},
+};
+
+constexpr std::pair<int, const char*> kExitCodes[] = {
+    {0, "done, or nothing to do"},
+    {1, "failed, and everything was undone"},
+    {2, "the command line makes no sense"},
+    {3, "declined, or an answer was missing"},
+    {4, "a file, extension, product or machine was not found"},
+    {5, "no product here supports the extension"},
+    {6, "bad package or description"},
+    {7, "in use, locked, no permission, or disk full"},
+    {8, "problems found"},
+    {9, "failed, and the undo is incomplete"},
+    {10, "several were given, and some failed"},
+    {130, "interrupted, and everything was undone"},
+};
+
+} // namespace
+
+std::span<const CommandSpec> GetCommands() { return kCommands; }
+std::span<const FlagSpec> GetCommonFlags() { return kCommonFlags; }
+std::span<const std::pair<int, const char*>> GetExitCodes() { return kExitCodes; }
+
+const CommandSpec* FindCommand(std::string_view name) {
+  for (const CommandSpec& command : kCommands) {
+    if (name == command.name) {
+      return &command;
+    }
+  }
+  return nullptr;
+}
+
+} // namespace kest::host

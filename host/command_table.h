@@ -1,0 +1,54 @@
+#pragma once
+
+#include "host/options.h"
+
+#include <span>
+#include <string_view>
+#include <variant>
+
+namespace kest::host {
+
+class Session;
+
+/// Where a flag's value goes.
+using FlagTarget =
+    std::variant<bool Options::*, int Options::*, std::string Options::*, std::vector<std::string> Options::*>;
+
+struct FlagSpec {
+  const char* name;    ///< "--machine"
+  char letter;         ///< 'm', or 0
+  const char* value;   ///< what the help calls it; null for a switch
+  const char* choices; ///< "a|b|c" when nothing else is taken; else null
+  FlagTarget target;
+  const char* help;
+};
+
+/// What may stand in place of an argument, for the completion scripts.
+enum class Completes { kNothing, kFiles, kFolders, kExtensions, kProductNames, kCommands, kShells };
+
+struct CommandSpec {
+  const char* name;      ///< "list", "machine new"
+  const char* arguments; ///< as the help shows them: "FILE...", "[DIR]", "" for none
+  int least;             ///< fewest arguments
+  int most;              ///< most arguments; -1: any number
+  Completes completes;
+  const FlagSpec* flags; ///< null when it has none of its own
+  std::size_t flagCount;
+  const char* summary;
+  const char* text;   ///< the rest of its help; may be empty
+  const char* schema; ///< of its JSON document; null when it prints none
+  int (*run)(Session&);
+
+  [[nodiscard]] std::span<const FlagSpec> GetFlags() const { return {flags, flagCount}; }
+};
+
+/// The one table of commands: parsing, help, completion and the tests are made from it.
+[[nodiscard]] std::span<const CommandSpec> GetCommands();
+/// Flags that every command takes.
+[[nodiscard]] std::span<const FlagSpec> GetCommonFlags();
+/// By its full name; null when there is none.
+[[nodiscard]] const CommandSpec* FindCommand(std::string_view name);
+/// What the named exit codes mean, for the help: "0  done, or nothing to do", ...
+[[nodiscard]] std::span<const std::pair<int, const char*>> GetExitCodes();
+
+} // namespace kest::host

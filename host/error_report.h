@@ -1,0 +1,38 @@
+#pragma once
+
+#include "host/exit_code.h"
+#include "host/json_output.h"
+
+#include <string>
+#include <vector>
+
+namespace kest {
+struct OperationReport;
+}
+
+namespace kest::host {
+
+class Terminal;
+struct Outcome;
+
+/// What a user is told when something went wrong.
+struct ErrorReport {
+  std::string what; ///< what happened, one line
+  std::string why;
+  std::string changed = "nothing";
+  std::vector<std::string> left; ///< what lies there all the same
+  std::string next;              ///< what to do; empty: nothing is known
+  int message = 0;               ///< number of the engine's text; 0: none
+};
+
+/// On the standard error; never left out.
+void PrintError(Terminal& terminal, const ErrorReport& error);
+[[nodiscard]] Json ErrorJson(const ErrorReport& error);
+
+/// The exit code of an engine operation, from what the engine says and from what became of its questions.
+[[nodiscard]] ExitCode ExitCodeOf(const OperationReport& report, const Outcome& outcome);
+/// The four parts of a failed operation. `verb` is what did not happen: "installed".
+[[nodiscard]] ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcome,
+                                          const std::string& subject, const std::string& verb);
+
+} // namespace kest::host

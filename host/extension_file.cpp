@@ -1,0 +1,76 @@
+#include "host/extension_file.h"
+
+#include "host/session.h"
+#include "host/text_width.h"
+#include "platform/file.h"
+#include "platform/os.h"
+#include "platform/xml_parser.h"
+
+namespace kest::host {
+namespace {
+
+constexpr std::uint64_t kMostDescriptionBytes = 16u << 20;
+
+void ReadPackage(ExtensionFile& file) {
+  CKestPackage package(file.path.c_str());
+  file.code = package.GetEntries(file.entries);
+  if (file.code != 0) {
+    file.problem = Shown(package.GetProblem());
+    return;
+  }
+  for (const PackageEntry& entry : file.entries) {
+    if (text::EqualNoCase(CKestPath(entry.name).GetExtension(), "kei")) {
+      file.descriptionName = entry.name;
+      file.code = package.UnPackToMemory(entry.name, kMostDescriptionBytes, file.text);
+      file.problem = Shown(package.GetProblem());
+      return;
+    }
+  }
+  file.code = CKestPackage::kNotAPackage;
+  file.problem = "it holds no description";
+}
+
+} // namespace
+
+ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile, DescriptionObserver* observer) {
+  ExtensionFile file;
+  file.path = session.ReachFile(hostFile, false);
+  file.isPackage = text::EqualNoCase(CKestPath(file.path).GetExtension(), "kep");
+  file.exists = !file.path.empty() && CKestOS::FileExists(file.path);
+  if (!file.exists) {
+    return file;
+  }
+  if (file.isPackage) {
+    ReadPackage(file);
+  } else if (!CKestFile::ReadAll(file.path, file.text, kMostDescriptionBytes)) {
+    file.code = CKestXMLParser::kUnreadable;
+    file.problem = "it cannot be read, or is longer than 16 MiB";
+  }
+  if (file.code == 0) {
+    file.record = std::make_unique<CKestExtension>();
+    file.code = file.record->LoadText(file.text, &file.messages, observer);
+    file.record->SetPath(file.isPackage ? file.descriptionName : file.path);
+  }
+  return file;
+}
+
+std::string DescribeLoadCode(int code) {
+  switch (code) {
+  case CKestExtension::kLoaded:
+    return "it is in order";
+  case CKestXMLParser::kUnreadable:
+    return "the file cannot be read";
+  case CKestExtension::kNoRoot:
+    return "there is no \"kestrel-extension\" element";
+  case CKestExtension::kBrokenTag:
+    return "a tag ends with \"/ >\"; write \"/>\" without a blank";
+  case CKestExtension::kParentPath:
+    return "a file's source or destination holds \"..\"";
+  case CKestXMLParser::kRefused:
+    return "the XML holds something that is not allowed, or is too long or too deep";
+  default:
+    return "the XML is not well-formed";
+  }
+}
+
+} // namespace kest::host

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "description/extension.h"
+#include "platform/package.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kest::host {
+
+class Session;
+
+/// A package or a description that the user named, read without changing anything.
+struct ExtensionFile {
+  CString path; ///< Windows path; empty when its folder is not there
+  bool isPackage = false;
+  bool exists = false;
+  std::unique_ptr<CKestExtension> record; ///< null when it could not be read at all
+  int code = 0;                           ///< of the load; CKestPackage's when `record` is null
+  std::string problem;                    ///< why the package could not be read
+  std::string descriptionName;            ///< entry of a package
+  CString text;                           ///< the description's bytes
+  std::vector<PackageEntry> entries;      ///< of a package
+  CKestTypedList<CKestString> messages;   ///< of the load
+};
+
+/// Reads the file; `observer` (may be null) hears what the description says in vain.
+[[nodiscard]] ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile,
+                                              DescriptionObserver* observer = nullptr);
+/// What the load code of a description means, in words.
+[[nodiscard]] std::string DescribeLoadCode(int code);
+
+} // namespace kest::host

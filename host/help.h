@@ -1,0 +1,16 @@
+#pragma once
+
+#include "host/command_table.h"
+
+#include <string>
+
+namespace kest::host {
+
+/// The overview, made from the table.
+[[nodiscard]] std::string HelpText();
+/// The help of one command.
+[[nodiscard]] std::string HelpText(const CommandSpec& command);
+/// A completion script for bash, zsh or fish; empty for any other shell.
+[[nodiscard]] std::string CompletionScript(const std::string& shell);
+
+} // namespace kest::host

@@ -1,0 +1,109 @@
+#include "host/commands.h"
+
+#include "description/extension.h"
+#include "host/operation.h"
+#include "host/selector.h"
+#include "host/session.h"
+#include "host/text_width.h"
+#include "products/product.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace kest::host {
+namespace {
+
+// The extensions named, or all; false after an error.
+bool Choose(Session& session, const CKestProduct* from, std::vector<Installed>& chosen, int& exit) {
+  const std::vector<Installed> all = CollectInstalled(session, from);
+  if (session.options.arguments.empty()) {
+    chosen = all;
+    return true;
+  }
+  for (const std::string& word : session.options.arguments) {
+    const Installed one = Select(session, all, word, exit);
+    if (!one.extension) {
+      return false;
+    }
+    const bool twice = std::any_of(chosen.begin(), chosen.end(),
+                                   [&](const Installed& other) { return other.extension == one.extension; });
+    if (!twice) {
+      chosen.push_back(one);
+    }
+  }
+  return true;
+}
+
+int Summarize(Session& session, const CKestProduct& to) {
+  const OperationReport& report = session.GetManager().GetLastReport();
+  const Outcome& outcome = session.GetUi().GetOutcome();
+  int failed = 0;
+  for (const OperationReport& part : report.parts) {
+    const ExitCode exit = part.Succeeded() ? kDone : ExitCodeOf(part, {});
+    session.document["results"].push_back(ResultJson(session, "import", part, exit));
+    session.document["results"].back()["messages"] = Json::array();
+    failed += !part.Succeeded();
+    const std::string quoted = fmt::format("\"{}\" {}", ShownText(part.extension), Shown(part.version));
+    session.terminal.Notice(
+        part.Succeeded() ? fmt::format("Imported {}.", quoted)
+                         : fmt::format("Left out {}: {}", quoted, DescribeFailure(part, {}, quoted, "imported").why));
+  }
+  session.document["restart"] = RestartWord(report);
+  if (outcome.Stopped() || (report.parts.empty() && !report.Succeeded())) {
+    const ExitCode exit = ExitCodeOf(report, outcome);
+    return session.Fail(exit == kDone ? kDeclinedOrUnanswered : exit,
+                        DescribeFailure(report, outcome, "nothing", "imported"));
+  }
+  session.terminal.Notice(fmt::format("{} of {} extensions imported into {}.",
+                                      report.parts.size() - static_cast<std::size_t>(failed), report.parts.size(),
+                                      NameOf(to)));
+  SayWhatHappened(session, report);
+  return failed == 0 ? kDone : kSomeFailed;
+}
+
+} // namespace
+
+int RunImport(Session& session) {
+  int exit = kDone;
+  const Options& options = session.options;
+  if (options.from.empty() || options.to.empty()) {
+    return session.Fail(kUsage, {"import needs two products",
+                                 "--from or --to is missing",
+                                 "nothing",
+                                 {},
+                                 "as in: kest import --from \"Tidemark 4\" --to \"Tidemark Nova\"",
+                                 0});
+  }
+  if (!session.OpenEngine(exit)) {
+    return exit;
+  }
+  const CKestProduct* from = session.FindProduct(options.from, exit);
+  const CKestProduct* to = from ? session.FindProduct(options.to, exit) : nullptr;
+  if (!to) {
+    return exit;
+  }
+  if (from == to) {
+    return session.Fail(kUsage, {"import needs two products", "--from and --to are the same", "nothing", {}, "", 0});
+  }
+  std::vector<Installed> chosen;
+  if (!Choose(session, from, chosen, exit)) {
+    return exit;
+  }
+  if (chosen.empty()) {
+    session.terminal.Notice(NameOf(*from) + " has no extensions: nothing to do.");
+    return kDone;
+  }
+  session.terminal.Notice(fmt::format("Import {} extension{} of {} into {} on {}, user {}", chosen.size(),
+                                      chosen.size() == 1 ? "" : "s", NameOf(*from), NameOf(*to),
+                                      session.GetMachineName(), session.GetUserName()));
+  CKestTypedList<CKestExtension*> extensions;
+  for (const Installed& one : chosen) {
+    extensions.Append(one.extension);
+  }
+  session.GetUi().Begin();
+  session.GetManager().Import(from, to, extensions);
+  return Summarize(session, *to);
+}
+
+} // namespace kest::host

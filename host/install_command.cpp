@@ -1,0 +1,166 @@
+#include "host/commands.h"
+
+#include "description/extension.h"
+#include "host/extension_file.h"
+#include "host/operation.h"
+#include "host/selector.h"
+#include "host/session.h"
+#include "host/text_width.h"
+#include "products/product.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace kest::host {
+namespace {
+
+// TOKEN=DIR of --set, by token name; DIR as the user typed it.
+bool ReadTokens(Session& session, std::map<std::string, std::string>& tokens, int& exit) {
+  for (const std::string& given : session.options.tokens) {
+    const std::size_t equals = given.find('=');
+    const std::string folder = equals == std::string::npos ? "" : session.ReadFolder(given.substr(equals + 1));
+    if (equals == 0 || folder.empty()) {
+      exit = session.Fail(kUsage, {"--set " + ForTerminal(given) + " makes no sense",
+                                   "it takes TOKEN=DIR, with a Windows path or a folder inside the machine folder",
+                                   "nothing",
+                                   {},
+                                   "as in: --set templates=C:\\Sites\\Templates",
+                                   0});
+      return false;
+    }
+    tokens[text::Lower(given.substr(0, equals))] = folder;
+  }
+  return true;
+}
+
+void TellTokens(Session& session, const CKestExtension& record, const std::map<std::string, std::string>& given) {
+  std::map<std::string, ConsoleUi::Token> byPrompt;
+  for (const auto& child : record.GetTokens().GetChildren()) {
+    if (const auto* token = dynamic_cast<const CKestExtensionToken*>(child.get());
+        token && !token->GetPrompt().empty()) {
+      const auto found = given.find(text::Lower(PlainText(token->GetName())));
+      byPrompt[token->GetPrompt()] = {ShownText(token->GetName()), found == given.end() ? "" : found->second};
+    }
+  }
+  session.GetUi().SetTokens(std::move(byPrompt));
+}
+
+// The product that the engine will take: a running one before others, a later one before an earlier.
+const CKestProduct* Predict(Session& session, const CKestExtension& record) {
+  const CKestExtensionProduct* primary = record.GetPrimaryProduct();
+  const CKestProduct* fitting = nullptr;
+  for (const CKestProduct* product : session.GetProducts()) {
+    if (primary && product->IsInstalled() &&
+        product->Supports(primary->GetName().c_str(), primary->GetVersion().c_str()) &&
+        (!fitting || product->IsRunning() || !fitting->IsRunning())) {
+      fitting = product;
+    }
+  }
+  return fitting;
+}
+
+int FailUnread(Session& session, const ExtensionFile& file, const std::string& name) {
+  if (!file.exists) {
+    return session.Fail(kNotFoundHere,
+                        {fmt::format("{} was not installed", name), "there is no such file", "nothing", {}, "", 0});
+  }
+  const std::string why = file.isPackage && !file.record ? "the package cannot be used: " + file.problem
+                          : !file.problem.empty()        ? file.problem
+                                                         : DescribeLoadCode(file.code);
+  return session.Fail(kBadInput,
+                      {fmt::format("{} was not installed", name), why, "nothing", {}, "see: kest validate " + name, 0});
+}
+
+void SayTarget(Session& session, const CKestExtension& record, const CKestProduct* product) {
+  CString label;
+  static_cast<void>(session.GetManager().GetTypeLabel(record.GetType(), label));
+  session.terminal.Notice(fmt::format("Install {} ({}, {}) into {} on {}, user {}",
+                                      session.terminal.Paint(Style::kStrong, Quote(record)), Shown(label),
+                                      ShownText(record.GetAuthorName()), product ? NameOf(*product) : "a product",
+                                      session.GetMachineName(), session.GetUserName()));
+}
+
+int Finish(Session& session, const CKestExtension& record, const CKestProduct* product) {
+  const OperationReport& report = session.GetManager().GetLastReport();
+  const Outcome& outcome = session.GetUi().GetOutcome();
+  ExitCode exit = ExitCodeOf(report, outcome);
+  session.document = ResultJson(session, "install", report, exit);
+  if (session.document["extension"].is_null()) {
+    session.document["extension"] = {{"name", PlainText(record.GetName())},
+                                     {"author", PlainText(record.GetAuthorName())},
+                                     {"version", record.GetVersion().ToText()}};
+  }
+  if (!report.Succeeded() && exit == kDone) {
+    session.terminal.Notice(
+        fmt::format("{} is installed already: nothing to do. Install it again with --reinstall.", Quote(record)));
+    return kDone;
+  }
+  if (exit != kDone) {
+    return session.Fail(exit, DescribeFailure(report, outcome, Quote(record), "installed"));
+  }
+  session.terminal.ClearProgress();
+  const auto keptByUser = std::count_if(report.kept.begin(), report.kept.end(), [](const OperationReport::Kept& kept) {
+    return kept.why == OperationReport::Why::kUserAnswer;
+  });
+  std::string line = fmt::format("Installed {} in {}.", Quote(record), product ? NameOf(*product) : "");
+  if (keptByUser) {
+    line += fmt::format(" {} file{} kept as {}.", keptByUser, keptByUser == 1 ? "" : "s",
+                        keptByUser == 1 ? "it was" : "they were");
+  }
+  if (product && product->IsRunning() && !report.restartProduct && !report.restartMachine) {
+    line += " " + NameOf(*product) + " is running and has reloaded it.";
+  }
+  session.terminal.Notice(line);
+  SayWhatHappened(session, report);
+  session.terminal.Notice(fmt::format("Remove it with: kest uninstall \"{}\"", ShownText(record.GetName())));
+  return kDone;
+}
+
+int InstallOne(Session& session, const std::string& word, const CKestProduct* wanted,
+               const std::map<std::string, std::string>& tokens) {
+  const std::string name = ForTerminal(word);
+  ExtensionFile file = ReadExtensionFile(session, word);
+  if (!file.exists || !file.record || file.code != 0) {
+    return FailUnread(session, file, name);
+  }
+  const CKestExtension& record = *file.record;
+  const CKestExtensionProduct* primary = record.GetPrimaryProduct();
+  if (wanted && primary && !wanted->Supports(primary->GetName().c_str(), primary->GetVersion().c_str())) {
+    return session.Fail(kNoProductSupports, {fmt::format("{} was not installed in {}", Quote(record), NameOf(*wanted)),
+                                             fmt::format("it is for {} {}", ShownText(primary->GetName()),
+                                                         ShownText(primary->GetVersion())),
+                                             "nothing",
+                                             {},
+                                             "see what it is for: kest info " + name,
+                                             0});
+  }
+  const CKestProduct* product = wanted ? wanted : Predict(session, record);
+  SayTarget(session, record, product);
+  TellTokens(session, record, tokens);
+  session.GetUi().SetEntries(std::move(file.entries));
+  session.GetUi().Begin();
+  CKestExtension* replaced = nullptr;
+  int restart = 0;
+  CKestExtension* installed = session.GetManager().InstallExtension(&product, file.path.c_str(), &replaced, false, true,
+                                                                    true, restart, wanted != nullptr, false, true);
+  return Finish(session, installed ? *installed : record, product);
+}
+
+} // namespace
+
+int RunInstall(Session& session) {
+  int exit = kDone;
+  std::map<std::string, std::string> tokens;
+  if (!session.OpenEngine(exit) || !ReadTokens(session, tokens, exit)) {
+    return exit;
+  }
+  const CKestProduct* wanted = nullptr;
+  if (!session.options.product.empty() && !(wanted = session.FindProduct(session.options.product, exit))) {
+    return exit;
+  }
+  return RunEach(session, session.options.arguments,
+                 [&](const std::string& word) { return InstallOne(session, word, wanted, tokens); });
+}
+
+} // namespace kest::host

@@ -1,0 +1,62 @@
+#include "host/json_output.h"
+
+#include "description/extension.h"
+#include "host/text_width.h"
+#include "manager/extension_manager.h"
+#include "platform/machine_folder.h"
+#include "products/product.h"
+
+namespace kest::host {
+
+Json MakeDocument(const char* name, bool ok) {
+  Json document;
+  document["schema"] = std::string("kest.") + name + "/1";
+  document["ok"] = ok;
+  return document;
+}
+
+Json PathJson(MachineFolder* machine, const CString& windowsPath) {
+  if (windowsPath.empty()) {
+    return nullptr;
+  }
+  Json json;
+  json["windows"] = ToUtf8(windowsPath);
+  const CString host = machine ? machine->ToHostPath(windowsPath) : CString();
+  json["host"] = host.empty() ? Json(nullptr) : Json(ToUtf8(host));
+  return json;
+}
+
+Json TypeJson(const CKestExtensionManager& manager, const CKestExtension& extension) {
+  CString label;
+  static_cast<void>(manager.GetTypeLabel(extension.GetType(), label));
+  Json json;
+  json["id"] = extension.GetType();
+  json["keyword"] = ToUtf8(extension.GetTypeLabel());
+  json["label"] = ToUtf8(label);
+  return json;
+}
+
+Json ExtensionJson(const CKestExtensionManager& manager, MachineFolder* machine, const CKestProduct* product,
+                   const CKestExtension& extension) {
+  Json json;
+  CString name;
+  if (product) {
+    product->GetName(name);
+  }
+  json["product"] = product ? Json(ToUtf8(name)) : Json(nullptr);
+  json["name"] = PlainText(extension.GetName());
+  json["author"] = PlainText(extension.GetAuthorName());
+  json["version"] = extension.GetVersion().ToText();
+  json["type"] = TypeJson(manager, extension);
+  json["state"] = !product ? Json(nullptr) : Json(extension.IsEnabled() ? "enabled" : "disabled");
+  json["scope"] = !product ? Json(nullptr) : Json(extension.IsShared() ? "shared" : "user");
+  json["description"] = PathJson(machine, extension.GetPath());
+  json["files"] = extension.GetFiles().GetChildCount();
+  return json;
+}
+
+std::string Printed(const Json& document) {
+  return document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace kest::host

@@ -1,0 +1,105 @@
+#include "host/commands.h"
+
+#include "host/session.h"
+#include "host/text_width.h"
+#include "platform/os.h"
+
+#include <fmt/format.h>
+
+namespace kest::host {
+namespace {
+
+constexpr const char* kRunOnce = "software\\microsoft\\windows\\currentversion\\runonce";
+
+struct Replacement {
+  CString value; ///< name in the registry
+  CString destination;
+  CString pending;
+};
+
+// PROGRAM "destination" "pending", as an install leaves it for the next log-on. False for any other command line.
+bool ReadReplacement(const RegistryValue& value, Replacement& out) {
+  std::vector<CString> quoted;
+  std::size_t end = value.data.find('"');
+  if (!text::ContainsNoCase(value.data.substr(0, end), "replace.exe")) {
+    return false;
+  }
+  while (end != CString::npos) {
+    const std::size_t close = value.data.find('"', end + 1);
+    if (close == CString::npos) {
+      return false;
+    }
+    quoted.push_back(value.data.substr(end + 1, close - end - 1));
+    end = value.data.find('"', close + 1);
+  }
+  if (quoted.size() != 2) {
+    return false;
+  }
+  out = {value.name, quoted[0], quoted[1]};
+  return true;
+}
+
+bool CarryOut(const Replacement& replacement) {
+  Machine& machine = CKestOS::GetMachine();
+  if (!machine.FileExists(replacement.pending)) {
+    return false;
+  }
+  if (machine.FileExists(replacement.destination) && machine.IsFileReadOnly(replacement.destination) &&
+      !machine.SetFileReadOnly(replacement.destination, false)) {
+    return false;
+  }
+  return machine.ReplaceFile(replacement.pending, replacement.destination);
+}
+
+} // namespace
+
+int RunMachineLogon(Session& session) {
+  int exit = kDone;
+  if (!session.OpenMachine(exit)) {
+    return exit;
+  }
+  Machine& machine = session.GetMachine();
+  const WriterLock lock = machine.LockWriter(std::int64_t{std::max(session.options.wait, 0)} * 1000);
+  if (!lock.held) {
+    return session.Fail(kInUseOrLocked, {"the log-on was not done",
+                                         "the machine is being changed by " + Shown(lock.holder),
+                                         "nothing",
+                                         {},
+                                         "try again, or wait with --wait SEC",
+                                         0});
+  }
+  std::vector<RegistryValue> values;
+  static_cast<void>(machine.EnumRegistryValues(RegistryRoot::kCurrentUser, kRunOnce, values));
+  int failed = 0;
+  int done = 0;
+  std::string why;
+  for (const RegistryValue& value : values) {
+    Replacement replacement;
+    if (!ReadReplacement(value, replacement)) {
+      continue;
+    }
+    const bool carried =
+        CarryOut(replacement) && machine.DeleteRegistryValue(RegistryRoot::kCurrentUser, kRunOnce, replacement.value);
+    (carried ? done : failed) += 1;
+    why = carried ? why : Shown(replacement.destination) + " could not be replaced";
+    session.document["replacements"].push_back(
+        {{"destination", PathJson(&session.GetMachine(), replacement.destination)},
+         {"pending", ToUtf8(replacement.pending)},
+         {"done", carried}});
+    session.terminal.Notice((carried ? "Replaced " : "Not replaced: ") + Shown(replacement.destination));
+  }
+  machine.UnlockWriter();
+  if (failed > 0) {
+    return session.Fail(kFailed, {"the log-on is not complete",
+                                  why,
+                                  fmt::format("{} of {} files", done, done + failed),
+                                  {},
+                                  "try again: kest machine logon",
+                                  0});
+  }
+  session.terminal.Notice(done == 0 ? "Nothing was waiting for the next log-on."
+                                    : fmt::format("{} file{} replaced.", done, done == 1 ? "" : "s"));
+  return kDone;
+}
+
+} // namespace kest::host

@@ -1,0 +1,3 @@
+#include "host/program.h"
+
+int main(int count, char** arguments) { return kest::host::RunProgram(count, arguments); }

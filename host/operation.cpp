@@ -1,0 +1,169 @@
+#include "host/operation.h"
+
+#include "host/session.h"
+#include "host/text_width.h"
+#include "platform/messages.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace kest::host {
+namespace {
+
+// Closing notices of the engine: the host says the same in its own words.
+constexpr Message kClosing[] = {
+    Message::kInstalled,
+    Message::kInstalledRestartProduct,
+    Message::kUninstalledRestart,
+    Message::kUninstalled,
+    Message::kRestartMachine,
+    Message::kEnabledRestartMachine,
+    Message::kEnabledRestartProduct,
+    Message::kDisabledRestartProduct,
+    Message::kImportRestartMachine,
+    Message::kImportRestartProduct,
+};
+
+bool IsClosing(int number) {
+  return std::any_of(std::begin(kClosing), std::end(kClosing),
+                     [number](Message message) { return static_cast<int>(message) == number; });
+}
+
+const char* WordOf(OperationReport::Why why) {
+  switch (why) {
+  case OperationReport::Why::kShared:
+    return "another extension uses it";
+  case OperationReport::Why::kFont:
+    return "font";
+  case OperationReport::Why::kSystemFile:
+    return "system file";
+  case OperationReport::Why::kUserAnswer:
+    break;
+  }
+  return "kept as you answered";
+}
+
+Json MessagesJson(const Outcome& outcome) {
+  Json list = Json::array();
+  for (const ShownMessage& message : outcome.messages) {
+    Json json;
+    json["number"] = message.number;
+    json["style"] = message.style;
+    json["text"] = message.text;
+    json["answer"] = message.answer.empty() ? Json(nullptr) : Json(message.answer);
+    list.push_back(std::move(json));
+  }
+  return list;
+}
+
+} // namespace
+
+const char* RestartWord(const OperationReport& report) {
+  return report.restartMachine ? "machine" : report.restartProduct ? "product" : "none";
+}
+
+Json ResultJson(Session& session, const char* operation, const OperationReport& report, ExitCode exit) {
+  MachineFolder* machine = session.FindMachine();
+  Json json = MakeDocument("result", exit == kDone);
+  json["exit"] = static_cast<int>(exit);
+  json["operation"] = operation;
+  json["extension"] = nullptr;
+  if (!report.extension.empty()) {
+    json["extension"] = {{"name", PlainText(report.extension)},
+                         {"author", PlainText(report.author)},
+                         {"version", ToUtf8(report.version)}};
+  }
+  json["product"] = report.product.empty() ? Json(nullptr) : Json(ToUtf8(report.product));
+  json["replaced"] = report.replaced.empty() ? Json(nullptr) : Json(PlainText(report.replaced));
+  json["restart"] = RestartWord(report);
+  json["messages"] = MessagesJson(session.GetUi().GetOutcome());
+  json["changed"] = Json::array();
+  for (const auto& [list, what] :
+       {std::pair{&report.created, "created"}, {&report.changed, "changed"}, {&report.deleted, "deleted"}}) {
+    for (const CString& path : *list) {
+      Json entry = PathJson(machine, path);
+      entry["what"] = what;
+      json["changed"].push_back(std::move(entry));
+    }
+  }
+  json["kept"] = Json::array();
+  for (const OperationReport::Kept& kept : report.kept) {
+    Json entry = PathJson(machine, kept.path);
+    entry["why"] = WordOf(kept.why);
+    json["kept"].push_back(std::move(entry));
+  }
+  json["rolled_back"] = !report.Succeeded() && report.rolledBack;
+  json["left"] = Json::array();
+  for (const OperationReport::Leftover& left : report.leftovers) {
+    json["left"].push_back({{"path", PathJson(machine, left.path)}, {"why", ToUtf8(left.why)}});
+  }
+  return json;
+}
+
+void SayWhatHappened(Session& session, const OperationReport& report) {
+  Terminal& terminal = session.terminal;
+  for (const ShownMessage& message : session.GetUi().GetOutcome().messages) {
+    if (message.style == kNotice && !IsClosing(message.number)) {
+      terminal.Notice(terminal.Paint(Style::kWarning, "warning:") + " " + message.text);
+    }
+  }
+  for (const OperationReport::Kept& kept : report.kept) {
+    terminal.Notice(fmt::format("Kept {} ({}).", Shown(kept.path), WordOf(kept.why)));
+  }
+  if (session.options.verbose) {
+    for (const auto& [list, what] :
+         {std::pair{&report.created, "created"}, {&report.changed, "changed"}, {&report.deleted, "deleted"}}) {
+      for (const CString& path : *list) {
+        terminal.Notice(fmt::format("{:<8} {}", what, Shown(path)));
+      }
+    }
+  }
+  for (const OperationReport::Leftover& left : report.leftovers) {
+    terminal.Notice(fmt::format("Left {} ({}).", Shown(left.path), Shown(left.why)));
+  }
+  if (report.restartMachine) {
+    terminal.Notice("Restart the computer to finish.");
+  } else if (report.restartProduct) {
+    terminal.Notice(fmt::format("Restart {} to finish.", Shown(report.product)));
+  }
+}
+
+int RunEach(Session& session, const std::vector<std::string>& words,
+            const std::function<int(const std::string&)>& one) {
+  if (words.size() == 1) {
+    return one(words.front());
+  }
+  Json all = MakeDocument("results", true);
+  all["exit"] = 0;
+  all["results"] = Json::array();
+  int failed = 0;
+  int exit = kDone;
+  for (const std::string& word : words) {
+    session.document = EmptyDocument(*session.command);
+    session.ForgetError();
+    const int code = one(word);
+    Json& document = session.document;
+    document["ok"] = code == kDone;
+    if (document.contains("exit")) {
+      document["exit"] = code;
+    }
+    if (session.GetError()) {
+      document["error"] = ErrorJson(*session.GetError());
+    }
+    all["results"].push_back(std::move(document));
+    failed += code != kDone;
+    if (code == kInterrupted) {
+      exit = kInterrupted;
+      break;
+    }
+  }
+  session.ForgetError();
+  session.document = std::move(all);
+  const std::size_t done = session.document["results"].size() - static_cast<std::size_t>(failed);
+  session.terminal.Notice(
+      fmt::format("{} of {} done{}.", done, words.size(), failed ? fmt::format(", {} failed", failed) : ""));
+  return exit != kDone ? exit : failed ? kSomeFailed : kDone;
+}
+
+} // namespace kest::host

@@ -1,0 +1,78 @@
+#include "host/program.h"
+
+#include "host/command_line.h"
+#include "host/help.h"
+#include "host/session.h"
+
+#include <fmt/format.h>
+
+#ifndef KEST_VERSION
+#define KEST_VERSION "0.0.0"
+#endif
+
+namespace kest::host {
+namespace {
+
+// Puts result and error into the document, keeping the order of its keys.
+void Complete(Session& session, int exit) {
+  Json& document = session.document;
+  document["ok"] = exit == kDone;
+  if (document.contains("exit") || exit != kDone) {
+    document["exit"] = exit;
+  }
+  if (session.GetError()) {
+    document["error"] = ErrorJson(*session.GetError());
+  }
+}
+
+int ReportUsage(Session& session, const std::string& problem) {
+  session.document = MakeDocument("error", false);
+  return session.Fail(kUsage, {problem, "", "nothing", {}, "see: kest help", 0});
+}
+
+int Dispatch(Session& session, const CommandLine& line) {
+  if (!session.terminal.Configure(line.options)) {
+    session.document = MakeDocument("error", false);
+    return session.Fail(
+        kNotFoundHere,
+        {"the log cannot be written: " + line.options.log, "", "nothing", {}, "name another with --log FILE", 0});
+  }
+  if (line.wantsVersion) {
+    if (line.options.json) {
+      session.document = MakeDocument("version", true);
+      session.document["version"] = KEST_VERSION;
+    } else {
+      session.terminal.Data("kest " KEST_VERSION "\n");
+    }
+    return kDone;
+  }
+  if (line.wantsHelp) {
+    session.terminal.Data(line.command ? HelpText(*line.command) : HelpText());
+    return kDone;
+  }
+  if (!line.command) {
+    return ReportUsage(session, line.problem);
+  }
+  session.command = line.command;
+  if (line.command->schema) {
+    session.document = EmptyDocument(*line.command);
+  }
+  return line.command->run(session);
+}
+
+} // namespace
+
+int RunProgram(int count, const char* const* arguments) {
+  Session session;
+  const CommandLine line = ReadCommandLine(std::vector<std::string>(arguments + 1, arguments + count));
+  session.options = line.options;
+  const int exit = Dispatch(session, line);
+  if (line.options.json && !session.document.is_null()) {
+    Complete(session, exit);
+    session.terminal.Data(Printed(session.document));
+  }
+  session.terminal.Flush();
+  return exit;
+}
+
+} // namespace kest::host

@@ -1,0 +1,167 @@
+#include "host/commands.h"
+
+#include "description/extension.h"
+#include "host/operation.h"
+#include "host/selector.h"
+#include "host/session.h"
+#include "host/text_width.h"
+#include "products/product.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <optional>
+
+namespace kest::host {
+namespace {
+
+const char* WhyItStays(OperationReport::Why why) {
+  switch (why) {
+  case OperationReport::Why::kShared:
+    return "another extension uses it";
+  case OperationReport::Why::kFont:
+    return "a font";
+  case OperationReport::Why::kSystemFile:
+    return "a system file";
+  case OperationReport::Why::kUserAnswer:
+    break;
+  }
+  return "kept";
+}
+
+// Names the target first: extension, product, machine, user.
+void SayTarget(Session& session, const char* verb, const Installed& one) {
+  session.terminal.Notice(fmt::format("{} {} in {} on {}, user {}", verb,
+                                      session.terminal.Paint(Style::kStrong, Quote(*one.extension)),
+                                      NameOf(*one.product), session.GetMachineName(), session.GetUserName()));
+}
+
+void SayPreview(Session& session, const UninstallPreview& preview) {
+  std::size_t goes = 0;
+  std::size_t stays = 0;
+  for (const UninstallPreview::Entry& entry : preview.files) {
+    (entry.stays ? stays : goes) += 1;
+  }
+  session.terminal.Notice(fmt::format("  {} file{} will go, {} will stay.", goes, goes == 1 ? "" : "s", stays));
+  for (const UninstallPreview::Entry& entry : preview.files) {
+    if (entry.stays) {
+      session.terminal.Notice(fmt::format("  stays  {} ({})", Shown(entry.path), WhyItStays(entry.why)));
+    } else {
+      session.terminal.Notice(fmt::format("  goes   {}", Shown(entry.path)));
+    }
+  }
+  for (const CString& path : preview.missing) {
+    session.terminal.Notice(fmt::format("  gone   {} (missing already)", Shown(path)));
+  }
+  if (preview.restartProduct) {
+    session.terminal.Notice("  The product must be restarted afterwards.");
+  }
+}
+
+struct Verbs {
+  const char* operation; ///< of the JSON
+  const char* command;   ///< "Disable"
+  const char* done;      ///< "disabled"
+};
+
+int Finish(Session& session, const Installed& one, const std::string& quoted, const Verbs& verbs) {
+  const OperationReport& report = session.GetManager().GetLastReport();
+  const Outcome& outcome = session.GetUi().GetOutcome();
+  const ExitCode exit = ExitCodeOf(report, outcome);
+  session.document = ResultJson(session, verbs.operation, report, exit);
+  if (session.document["product"].is_null()) {
+    session.document["product"] = NameOf(*one.product);
+  }
+  if (!report.Succeeded() && exit == kDone) {
+    session.terminal.Notice(fmt::format("The same extension is enabled already: {} stays as it is.", quoted));
+    return kDone;
+  }
+  if (exit != kDone) {
+    return session.Fail(exit, DescribeFailure(report, outcome, quoted, verbs.done));
+  }
+  std::string done = verbs.done;
+  done[0] = static_cast<char>(done[0] - 'a' + 'A');
+  session.terminal.Notice(fmt::format("{} {} in {}.", done, quoted, NameOf(*one.product)));
+  SayWhatHappened(session, report);
+  return kDone;
+}
+
+int UninstallOne(Session& session, const Installed& one) {
+  const std::string quoted = Quote(*one.extension);
+  ConsoleUi& ui = session.GetUi();
+  ui.Begin();
+  SayTarget(session, "Uninstall", one);
+  SayPreview(session, session.GetManager().PreviewUninstall(one.product, one.extension));
+  if (!ui.Confirm(fmt::format("Uninstall {}?", quoted), false, session.options.yes, "--yes")) {
+    OperationReport declined;
+    declined.failure = OperationReport::Failure::kDeclined;
+    declined.extension = one.extension->GetName();
+    declined.version = one.extension->GetVersion().ToText();
+    declined.author = one.extension->GetAuthorName();
+    declined.product = NameOf(*one.product);
+    const ExitCode exit = ExitCodeOf(declined, ui.GetOutcome());
+    session.document = ResultJson(session, "uninstall", declined, exit);
+    return session.Fail(exit, DescribeFailure(declined, ui.GetOutcome(), quoted, "uninstalled"));
+  }
+  int restart = 0;
+  const bool disabled = !one.extension->IsEnabled();
+  const int result = session.GetManager().UninstallExtension(one.product, one.extension, true, false, true, true,
+                                                             disabled, restart, true);
+  // The record left the catalogue with a success and is ours then.
+  const std::unique_ptr<CKestExtension> gone(result == 0 ? one.extension : nullptr);
+  return Finish(session, one, quoted, {"uninstall", "Uninstall", "uninstalled"});
+}
+
+int SetState(Session& session, const Installed& one, bool enable) {
+  const Verbs verbs = enable ? Verbs{"enable", "Enable", "enabled"} : Verbs{"disable", "Disable", "disabled"};
+  const std::string quoted = Quote(*one.extension);
+  if (one.extension->IsEnabled() == enable) {
+    session.terminal.Notice(fmt::format("{} is {} already: nothing to do.", quoted, verbs.done));
+    session.document["extension"] = {{"name", PlainText(one.extension->GetName())},
+                                     {"author", PlainText(one.extension->GetAuthorName())},
+                                     {"version", one.extension->GetVersion().ToText()}};
+    session.document["product"] = NameOf(*one.product);
+    return kDone;
+  }
+  session.GetUi().Begin();
+  SayTarget(session, verbs.command, one);
+  if (enable) {
+    session.GetManager().EnableExtension(one.product, one.extension);
+  } else {
+    session.GetManager().DisableExtension(one.product, one.extension, true);
+  }
+  return Finish(session, one, quoted, verbs);
+}
+
+int RunOnExtensions(Session& session, int preferEnabled, const std::function<int(const Installed&)>& work) {
+  int exit = kDone;
+  if (!session.OpenEngine(exit)) {
+    return exit;
+  }
+  const CKestProduct* only = nullptr;
+  if (!session.options.product.empty() && !(only = session.FindProduct(session.options.product, exit))) {
+    return exit;
+  }
+  return RunEach(session, session.options.arguments, [&](const std::string& word) {
+    // Collected anew for each word: the one before may have changed the catalogue.
+    int code = kDone;
+    const Installed one = Select(session, CollectInstalled(session, only), word, code, preferEnabled);
+    return one.extension ? work(one) : code;
+  });
+}
+
+} // namespace
+
+int RunUninstall(Session& session) {
+  return RunOnExtensions(session, -1, [&](const Installed& one) { return UninstallOne(session, one); });
+}
+
+int RunDisable(Session& session) {
+  return RunOnExtensions(session, 1, [&](const Installed& one) { return SetState(session, one, false); });
+}
+
+int RunEnable(Session& session) {
+  return RunOnExtensions(session, 0, [&](const Installed& one) { return SetState(session, one, true); });
+}
+
+} // namespace kest::host

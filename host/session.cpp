@@ -1,0 +1,257 @@
+#include "host/session.h"
+
+#include "host/sample_machine.h"
+#include "host/text_width.h"
+#include "platform/os.h"
+#include "products/product.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace kest::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+std::string DefaultMachine() {
+  const std::string data = Environment("XDG_DATA_HOME");
+  if (!data.empty() && data.front() == '/') {
+    return data + "/kest/pc";
+  }
+  const std::string home = Environment("HOME");
+  return home.empty() ? "" : home + "/.local/share/kest/pc";
+}
+
+std::string Absolute(const std::string& path) {
+  std::error_code error;
+  const fs::path absolute = fs::absolute(path, error);
+  std::string text = error ? path : absolute.lexically_normal().string();
+  while (text.size() > 1 && text.back() == '/') {
+    text.pop_back();
+  }
+  return text;
+}
+
+// "~/pc" for what lies in the user's home.
+std::string Short(const std::string& path) {
+  const std::string home = Environment("HOME");
+  const bool inside = home.size() > 1 && path.size() > home.size() && path.compare(0, home.size(), home) == 0 &&
+                      path[home.size()] == '/';
+  return ForTerminal(inside ? "~" + path.substr(home.size()) : path);
+}
+
+} // namespace
+
+Session::Session() = default;
+
+Session::~Session() {
+  m_manager.reset();
+  CKestOS::SetMachine(nullptr);
+}
+
+int Session::Fail(ExitCode exit, const ErrorReport& error) {
+  PrintError(terminal, error);
+  m_error = error;
+  return exit;
+}
+
+bool Session::OpenMachineAt(const std::string& hostFolder, int& exit) {
+  auto machine = std::make_unique<MachineFolder>(hostFolder);
+  m_machineName = Short(hostFolder);
+  if (document.contains("machine")) {
+    document["machine"] = ToUtf8(hostFolder);
+  }
+  if (!machine->IsUsable()) {
+    exit = Fail(kNotFoundHere, {fmt::format("there is no machine at {}", m_machineName),
+                                "the folder does not exist, or has no drive_c in it",
+                                "nothing",
+                                {},
+                                "make one: kest machine new " + m_machineName,
+                                0});
+    return false;
+  }
+  m_machine = std::move(machine);
+  CKestOS::SetMachine(m_machine.get());
+  return true;
+}
+
+bool Session::OpenMachine(int& exit) {
+  std::string folder = options.machine.empty() ? Environment("KEST_MACHINE") : options.machine;
+  if (!folder.empty()) {
+    return OpenMachineAt(Absolute(folder), exit);
+  }
+  folder = DefaultMachine();
+  if (folder.empty()) {
+    exit = Fail(kNotFoundHere, {"there is no machine to work on",
+                                "neither HOME nor XDG_DATA_HOME is set",
+                                "nothing",
+                                {},
+                                "name one with --machine DIR",
+                                0});
+    return false;
+  }
+  std::error_code error;
+  if (!fs::exists(folder, error)) {
+    SampleMachine sample;
+    sample.folder = folder;
+    std::string why;
+    if (!MakeSampleMachine(sample, why)) {
+      exit = Fail(kFailed, {"your machine could not be made at " + Short(folder),
+                            why,
+                            "nothing",
+                            {},
+                            "name another with --machine DIR",
+                            0});
+      return false;
+    }
+    terminal.Notice("Made your own sample machine at " + Short(folder) + ", with all sample products.");
+  }
+  return OpenMachineAt(folder, exit);
+}
+
+bool Session::OpenEngine(int& exit, bool load) {
+  if (!OpenMachine(exit)) {
+    return false;
+  }
+  m_ui = std::make_unique<ConsoleUi>(terminal, options);
+  m_ui->SetFolderReader([this](const std::string& typed) { return ReadFolder(typed); });
+  m_manager = std::make_unique<CKestExtensionManager>(m_ui.get());
+  if (options.wait >= 0) {
+    m_manager->SetLockWait(std::int64_t{options.wait} * 1000);
+    m_manager->SetFileWait(std::min<std::int64_t>(10000, std::int64_t{options.wait} * 1000));
+  }
+  m_manager->Init();
+  for (const RecoveryReport::Entry& entry : m_manager->GetRecoveryReport().entries) {
+    if (command && std::string_view(command->name) == "recover") {
+      break;
+    }
+    terminal.Say(terminal.Paint(Style::kWarning, "notice:") +
+                 fmt::format(" an operation had been interrupted ({}); {}", Shown(entry.operation),
+                             !entry.leftovers.empty() ? "taking it back is incomplete, see: kest recover"
+                             : entry.finished         ? "its clean-up was completed"
+                                                      : "it was taken back"));
+  }
+  if (load) {
+    m_manager->Load();
+  }
+  return true;
+}
+
+std::string Session::GetUserName() { return Shown(m_machine->GetCurrentUser()); }
+
+std::vector<CKestProduct*> Session::GetProducts() const {
+  std::vector<CKestProduct*> products;
+  const std::unique_ptr<CKestTypedIterator<CKestProduct*>> walk(m_manager->CreateProductIterator());
+  while (walk->HasNext()) {
+    products.push_back(walk->Next());
+  }
+  return products;
+}
+
+const CKestProduct* Session::FindProduct(const std::string& name, int& exit) {
+  std::string found;
+  for (const CKestProduct* product : GetProducts()) {
+    if (!product->IsInstalled()) {
+      continue;
+    }
+    if (text::EqualNoCase(NameOf(*product), name)) {
+      return product;
+    }
+    found += (found.empty() ? "" : ", ") + NameOf(*product);
+  }
+  exit = Fail(kNotFoundHere, {fmt::format("there is no product \"{}\" on {}", ForTerminal(name), m_machineName),
+                              found.empty() ? "no product was found there" : "these were found: " + found,
+                              "nothing",
+                              {},
+                              "see: kest products --all",
+                              0});
+  return nullptr;
+}
+
+CString Session::ReachFile(const std::string& hostFile, bool writable) {
+  const fs::path path(Absolute(hostFile));
+  const CString folder = m_machine->AddHostFolder(path.parent_path().string(), writable);
+  if (folder.empty() || path.filename().empty()) {
+    return {};
+  }
+  CKestPath windows(folder);
+  windows.Append(path.filename().string());
+  return windows;
+}
+
+CString Session::ReadFolder(const std::string& typed) {
+  const bool windows = typed.size() >= 3 && std::isalpha(static_cast<unsigned char>(typed[0])) && typed[1] == ':' &&
+                       (typed[2] == '\\' || typed[2] == '/');
+  if (windows) {
+    CString path = typed;
+    text::ReplaceAll(path, "/", "\\");
+    return CKestPath::HasParentComponent(path) ? CString() : path;
+  }
+  const std::string wanted = Absolute(typed);
+  for (const auto& [letter, folder] : m_machine->GetDrives()) {
+    std::error_code error;
+    const std::string root = fs::weakly_canonical(folder, error).string();
+    const std::string inside = fs::weakly_canonical(wanted, error).string();
+    if (!error && (inside == root || inside.compare(0, root.size() + 1, root + "/") == 0)) {
+      CString path = CString(1, letter) + ":" + inside.substr(root.size());
+      text::ReplaceAll(path, "/", "\\");
+      return path.size() == 2 ? path + "\\" : path;
+    }
+  }
+  return {};
+}
+
+std::string NameOf(const CKestProduct& product) {
+  CString name;
+  product.GetName(name);
+  return Shown(name);
+}
+
+Json EmptyDocument(const CommandSpec& command) {
+  const std::string schema = command.schema;
+  Json document = MakeDocument(command.schema, true);
+  if (schema == "result") {
+    document["exit"] = 0;
+    document["operation"] = command.name;
+    for (const char* key : {"extension", "product", "replaced"}) {
+      document[key] = nullptr;
+    }
+    document["restart"] = "none";
+    for (const char* key : {"messages", "changed", "kept"}) {
+      document[key] = Json::array();
+    }
+    document["rolled_back"] = true;
+    document["left"] = Json::array();
+    return document;
+  }
+  if (schema == "check") {
+    document["file"] = nullptr;
+    document["code"] = nullptr;
+    document["problems"] = Json::array();
+    return document;
+  }
+  document["machine"] = nullptr;
+  constexpr std::pair<std::string_view, const char*> kLists[] = {
+      {"products", "products"}, {"list", "extensions"},    {"pack", "entries"},
+      {"results", "results"},   {"logon", "replacements"}, {"recover", "operations"},
+  };
+  for (const auto& [name, list] : kLists) {
+    if (schema == name) {
+      document[list] = Json::array();
+    }
+  }
+  if (schema == "info") {
+    document.erase("machine");
+    document["extension"] = nullptr;
+  }
+  return document;
+}
+
+} // namespace kest::host

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "host/command_table.h"
+#include "host/console_ui.h"
+#include "host/error_report.h"
+#include "host/json_output.h"
+#include "host/options.h"
+#include "host/terminal.h"
+#include "manager/extension_manager.h"
+#include "platform/machine_folder.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kest::host {
+
+/// One run of the program: what was asked for, the terminal, the machine and the engine.
+class Session {
+public:
+  Session();
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  Options options;
+  const CommandSpec* command = nullptr;
+  Terminal terminal;
+  /// What --json prints; commands fill it. "ok" and "exit" are set at the end.
+  Json document;
+
+  /// Opens the machine that the options, the environment or the user's data directory name (there it is made when it
+  /// is missing). False: the error has been reported, and `exit` is the code.
+  [[nodiscard]] bool OpenMachine(int& exit);
+  /// Opens the folder given as the machine.
+  [[nodiscard]] bool OpenMachineAt(const std::string& hostFolder, int& exit);
+  /// OpenMachine, then the engine with its products; with `load` its catalogue too. Says what was recovered.
+  [[nodiscard]] bool OpenEngine(int& exit, bool load = true);
+
+  [[nodiscard]] MachineFolder& GetMachine() { return *m_machine; }
+  [[nodiscard]] MachineFolder* FindMachine() { return m_machine.get(); }
+  [[nodiscard]] CKestExtensionManager& GetManager() { return *m_manager; }
+  [[nodiscard]] ConsoleUi& GetUi() { return *m_ui; }
+  /// The machine as notices name it.
+  [[nodiscard]] const std::string& GetMachineName() const { return m_machineName; }
+  [[nodiscard]] std::string GetUserName();
+
+  /// The products in the order of the engine; borrowed.
+  [[nodiscard]] std::vector<CKestProduct*> GetProducts() const;
+  /// A product that was found, by name without regard to case. Null: reported, `exit` set.
+  [[nodiscard]] const CKestProduct* FindProduct(const std::string& name, int& exit);
+
+  /// Reports an error on the terminal and in the document; returns the code.
+  int Fail(ExitCode exit, const ErrorReport& error);
+  [[nodiscard]] const std::optional<ErrorReport>& GetError() const { return m_error; }
+  /// Before the next of several operations.
+  void ForgetError() { m_error.reset(); }
+
+  /// A Windows path for a file that the user named, whose folder becomes reachable. Empty: its folder is not there.
+  [[nodiscard]] CString ReachFile(const std::string& hostFile, bool writable);
+  /// A Windows path for a folder that the user typed, as such a path or as a host path inside the machine.
+  [[nodiscard]] CString ReadFolder(const std::string& typed);
+
+private:
+  std::unique_ptr<MachineFolder> m_machine;
+  std::unique_ptr<ConsoleUi> m_ui;
+  std::unique_ptr<CKestExtensionManager> m_manager;
+  std::string m_machineName;
+  std::optional<ErrorReport> m_error;
+};
+
+/// The name of a product, for a user to read.
+[[nodiscard]] std::string NameOf(const CKestProduct& product);
+/// What a command's JSON document holds before anything is known.
+[[nodiscard]] Json EmptyDocument(const CommandSpec& command);
+
+} // namespace kest::host

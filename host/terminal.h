@@ -1,0 +1,71 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kest::host {
+
+struct Options;
+
+enum class Style { kPlain, kError, kWarning, kStrong, kFaint };
+
+/// The terminal, or what stands in its place: data goes to the standard output, everything else to the standard error;
+/// the standard input is read only where CanAsk says so.
+class Terminal {
+public:
+  Terminal();
+  ~Terminal();
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  /// Takes over --color, --progress, --quiet, --no-input and --log. False when the log cannot be opened.
+  [[nodiscard]] bool Configure(const Options& options);
+
+  /// Whether a question can be put: input and error output are a terminal and --no-input was not given.
+  [[nodiscard]] bool CanAsk() const { return m_canAsk; }
+  /// Columns that a table may take; 0 when it must never be cut.
+  [[nodiscard]] int GetTableWidth() const;
+  /// Columns and lines of the terminal on which questions are asked.
+  [[nodiscard]] int GetWidth() const;
+  [[nodiscard]] int GetHeight() const;
+
+  /// Data. Kept until Flush, so that nothing is written in pieces.
+  void Data(std::string_view text) { m_data += text; }
+  /// False when the reader went away; that is no failure of the command.
+  bool Flush();
+  /// A line for the user that --quiet leaves out.
+  void Notice(std::string_view line);
+  /// A line that nothing leaves out: errors, and what belongs to a question.
+  void Say(std::string_view line);
+  /// The text in a style where the standard error (or, for data, the standard output) shows colours.
+  [[nodiscard]] std::string Paint(Style style, std::string_view text) const;
+  [[nodiscard]] std::string PaintData(Style style, std::string_view text) const;
+  /// Into the log alone.
+  void Log(std::string_view line);
+
+  enum class Answer { kLine, kEnd, kInterrupted };
+  /// Shows the prompt and reads one line, without its end. Call only where CanAsk.
+  Answer Ask(std::string_view prompt, std::string& line);
+  /// Whether Ctrl-C was pressed since the start.
+  [[nodiscard]] static bool WasInterrupted();
+
+  [[nodiscard]] bool ShowsProgress() const { return m_progress; }
+  void DrawProgress(std::string_view caption, int position, int range);
+  void ClearProgress();
+
+private:
+  void WriteError(std::string_view text);
+
+  std::string m_data;
+  std::string m_typed; ///< bytes read behind the last line
+  int m_log = -1;
+  bool m_canAsk = false;
+  bool m_quiet = false;
+  bool m_progress = false;
+  bool m_colorError = false;
+  bool m_colorData = false;
+  bool m_outIsTerminal = false;
+  std::string m_drawn; ///< the progress line that stands on the terminal now
+};
+
+} // namespace kest::host
