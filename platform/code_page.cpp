@@ -147,14 +147,21 @@ std::u16string FromUtf8(std::string_view bytes) {
 std::u16string FromShiftJis(std::string_view bytes) {
   std::u16string out;
   Converter converter("UTF-16LE", "CP932");
+  Converter back("CP932", "UTF-16LE");
   for (std::size_t at = 0; at < bytes.size();) {
     const auto byte = static_cast<unsigned char>(bytes[at]);
     const std::size_t length = IsLeadByteOf(932, bytes[at]) && at + 1 < bytes.size() ? 2 : 1;
     std::string units;
+    std::string again;
+    // Some characters stand in the code page twice; the spelling that would come back as the other one counts as
+    // stray bytes.
+    const bool isCharacter = byte >= 0x80 && converter.IsOpen() && back.IsOpen() &&
+                             converter.Convert(bytes.substr(at, length), units) && units.size() == 2 &&
+                             back.Convert(units, again) && again == bytes.substr(at, length);
     if (byte < 0x80) {
       out.push_back(byte);
       ++at;
-    } else if (converter.IsOpen() && converter.Convert(bytes.substr(at, length), units) && units.size() == 2) {
+    } else if (isCharacter) {
       out.push_back(
           static_cast<char16_t>(static_cast<unsigned char>(units[0]) | (static_cast<unsigned char>(units[1]) << 8)));
       at += length;

@@ -54,7 +54,8 @@ struct RegistryValue {
   CString data;
 };
 
-/// What went wrong in the last call that answered false, for messages and exit codes; calls that succeed leave it.
+/// What went wrong in the last call that answered false, for messages and exit codes. Calls that succeed leave it, and
+/// so do the plain questions: FileExists, DirectoryExists, IsFileReadOnly, SameVolume, RegistryKeyExists.
 struct MachineError {
   enum class Kind { kNone, kNotFound, kExists, kAccess, kInUse, kDiskFull, kNotEmpty, kRefused, kOther };
   Kind kind = Kind::kNone;
@@ -78,7 +79,8 @@ public:
   virtual ~Machine();
 
   // ---- files ---------------------------------------------------------------------------------------------------
-  /// A plain file (not a folder, not a link to a folder).
+  /// A plain file (not a folder, not a link to a folder). A link that leads out of its drive, or nowhere, counts: its
+  /// name is taken, and what is put there replaces it; opening it fails.
   [[nodiscard]] virtual bool FileExists(const CString& path) = 0;
   [[nodiscard]] virtual bool GetFileSize(const CString& path, std::uint64_t& size) = 0;
   /// Null on failure.
@@ -102,6 +104,7 @@ public:
   [[nodiscard]] virtual bool IsFileReadOnly(const CString& path) = 0;
   [[nodiscard]] virtual bool SetFileReadOnly(const CString& path, bool readOnly) = 0;
   /// The current user may replace the file now: rights, and no program holds it open. Missing: may be created.
+  /// On the stand-in a file is held open by whoever has a lock on it (flock), runs it, or is listed as its process.
   [[nodiscard]] virtual bool CanUpdateFile(const CString& path) = 0;
   [[nodiscard]] virtual bool GetFileDateTime(const CString& path, CKestDateTime& date) = 0;
   [[nodiscard]] virtual bool SetFileDateTime(const CString& path, const CKestDateTime& date) = 0;
@@ -123,7 +126,8 @@ public:
   /// Entries without "." and "..", sorted without regard to case. False for a missing folder.
   [[nodiscard]] virtual bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) = 0;
 
-  // ---- volumes, durability, the right to write -----------------------------------------------------------------------
+  // ---- volumes, durability, the right to write
+  // -----------------------------------------------------------------------
   /// Whether a rename can lead from one to the other (judged by the nearest existing folder of each).
   [[nodiscard]] virtual bool SameVolume(const CString& a, const CString& b) = 0;
   /// Bytes that the current user may still write on the volume of `path`.
@@ -145,7 +149,8 @@ public:
   [[nodiscard]] virtual bool GetTempRoot(CString& path) = 0;
   [[nodiscard]] virtual bool GetCurrentProcessPath(CString& path) = 0;
 
-  // ---- users, system, processes ------------------------------------------------------------------------------------------
+  // ---- users, system, processes
+  // ------------------------------------------------------------------------------------------
   virtual void InitMultiUserMembers() = 0;
   [[nodiscard]] virtual bool IsSupportedMultiUserSystem() = 0;
   /// Type 2: the user whose configuration is the shared one.
@@ -163,14 +168,16 @@ public:
   virtual void WinExec(const CString& commandLine) = 0;
   virtual int GetCodePage() = 0;
 
-  // ---- registry, fonts ---------------------------------------------------------------------------------------------------
+  // ---- registry, fonts
+  // ---------------------------------------------------------------------------------------------------
   [[nodiscard]] virtual bool RegistryKeyExists(RegistryRoot root, const CString& key) = 0;
   [[nodiscard]] virtual bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                                 CString& data) = 0;
   /// Creates the key when missing. True only once the value is on the machine.
   [[nodiscard]] virtual bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                                  const CString& data) = 0;
-  /// A missing value is no error. A key that this process created and that is then empty goes with its last value.
+  /// A missing value is no error. A key that WriteRegistryString made (in this process or another) and that is then
+  /// empty goes with its last value.
   [[nodiscard]] virtual bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) = 0;
   [[nodiscard]] virtual bool EnumRegistryValues(RegistryRoot root, const CString& key,
                                                 std::vector<RegistryValue>& values) = 0;
@@ -178,14 +185,16 @@ public:
   virtual bool RemoveFontResource(const CString& path) = 0;
   virtual void BroadcastFontChange() = 0;
 
-  // ---- clock -------------------------------------------------------------------------------------------------------------
+  // ---- clock
+  // -------------------------------------------------------------------------------------------------------------
   [[nodiscard]] virtual CKestDateTime Now() = 0;
   /// Milliseconds of a clock that never goes back.
   [[nodiscard]] virtual std::int64_t MonotonicMilliseconds() = 0;
   /// Lets the host run for a moment (a few milliseconds); never enters the engine again.
   virtual void AllowBackgroundProcessing() = 0;
 
-  // ---- last failure ---------------------------------------------------------------------------------------------------------
+  // ---- last failure
+  // ---------------------------------------------------------------------------------------------------------
   [[nodiscard]] virtual MachineError GetLastError() = 0;
   virtual void ClearLastError() = 0;
 };

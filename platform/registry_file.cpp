@@ -30,6 +30,12 @@ CString Collapse(const CString& key) {
   return out;
 }
 
+/// Whether a line can go on with the bytes of the one before. A cut-off value swallows none that is one of its own.
+bool GoesOn(std::string_view line) {
+  return !line.empty() && (line[0] == ' ' || line[0] == '\t' || (line[0] >= '0' && line[0] <= '9') ||
+                           (text::ToLower(line[0]) >= 'a' && text::ToLower(line[0]) <= 'f'));
+}
+
 bool IsBlank(std::string_view line) { return text::Trimmed(line).empty(); }
 
 CString NewFile(const CString& root) {
@@ -57,12 +63,11 @@ void RegistryFile::Index() {
   m_isIndexed = true;
   m_sections.clear();
   std::vector<Range>* open = nullptr;
-  bool continues = false;
   for (std::size_t at = 0; at < m_text.size();) {
     const Line line = LineAt(at);
     const std::string_view written = std::string_view(m_text).substr(line.begin, line.end - line.begin);
     std::size_t inside = 1;
-    const bool isHeader = !continues && written.starts_with("[");
+    const bool isHeader = written.starts_with("[");
     const auto name = isHeader ? UnescapeRegistryText(written, inside, ']') : std::nullopt;
     if (isHeader) {
       open = nullptr; // what follows a damaged header belongs to no key
@@ -80,8 +85,6 @@ void RegistryFile::Index() {
     } else if (open != nullptr) {
       open->back().end = line.end;
     }
-    const std::string_view trimmed = text::Trimmed(written);
-    continues = !trimmed.empty() && trimmed.back() == '\\' && (continues || trimmed.find("=hex") != CString::npos);
     at = line.end;
   }
 }
@@ -117,7 +120,7 @@ std::optional<RegistryFile::Value> RegistryFile::ReadValue(const Line& line) con
   if (written.substr(at).starts_with("hex")) {
     // bytes go on in the next line behind a backslash
     while (text::Trimmed(all.substr(line.begin, value.line.end - line.begin)).ends_with('\\') &&
-           value.line.end < m_text.size()) {
+           value.line.end < m_text.size() && GoesOn(all.substr(value.line.end))) {
       value.line.end = LineAt(value.line.end).end;
     }
   }
