@@ -150,9 +150,10 @@ int CInstallCopyFile::Undo() {
   }
   Machine& machine = CKestOS::GetMachine();
   if (!m_backup.empty()) {
+    // no longer kept means restored already; the file may be gone again since by the undo of a step before this one
     const Presence put = PutBack(m_backup, m_destination);
     m_restored = put == Presence::kPresent;
-    if (put == Presence::kUnknown || (put == Presence::kAbsent && ProbeFile(m_destination) != Presence::kPresent)) {
+    if (put == Presence::kUnknown) {
       return -1;
     }
   } else if (machine.MoveFile(m_destination, m_stage)) {

@@ -24,7 +24,6 @@ int CInstallDeleteFile::Prepare() {
     return -1;
   }
   m_backup = folder + private_folders::NextDeletedName(CKestPath(m_path).GetFileName());
-  m_existed = CKestOS::GetMachine().FileExists(m_path);
   m_prepared = true;
   return 0;
 }
@@ -53,11 +52,8 @@ int CInstallDeleteFile::Undo() {
   if (ProbeFile(m_backup) != Presence::kAbsent) {
     return -1;
   }
-  // Not kept, so it was never taken, or is back already. A file that was there and is neither here nor there is lost,
-  // and that must not pass in silence.
-  if (m_existed && ProbeFile(m_path) != Presence::kPresent) {
-    return -1;
-  }
+  // not kept: it was never taken, or is back already (and may be gone again since, by the undo of a step before this
+  // one)
   m_open = false;
   return 0;
 }
@@ -77,7 +73,6 @@ bool CInstallDeleteFile::Describe(StepRecord& record) const {
   record.SetKind(kKind);
   record.Add("path", m_path);
   record.Add("kept", m_backup);
-  record.AddFlag("existed", m_existed);
   return true;
 }
 
@@ -91,7 +86,6 @@ std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteFile::FromRecord(const 
   std::unique_ptr<CInstallDeleteFile> step(new CInstallDeleteFile);
   step->m_path = record.Get("path");
   step->m_backup = record.Get("kept");
-  step->m_existed = record.GetFlag("existed");
   step->m_prepared = true;
   step->m_open = true;
   if (!RecordJudge::IsPlain(step->m_path) || !judge.IsPrivate(step->m_backup)) {
@@ -157,7 +151,7 @@ int CInstallBackupFile::Undo() {
     break;
   }
   const Presence file = PutBack(m_kept, m_file);
-  if (file == Presence::kUnknown || (file == Presence::kAbsent && ProbeFile(m_file) != Presence::kPresent)) {
+  if (file == Presence::kUnknown) {
     return -1;
   }
   m_restored = file == Presence::kPresent;

@@ -39,8 +39,7 @@ private:
   CString m_path;
   CString m_backup;
   bool m_prepared = false;
-  bool m_open = false;    ///< the file may be in the private folder
-  bool m_existed = false; ///< the file was there when the step was prepared
+  bool m_open = false; ///< the file may be in the private folder
 };
 
 /// Leaves a copy of a file beside it before the file is changed.

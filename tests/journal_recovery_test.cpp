@@ -1,0 +1,363 @@
+#include "journal_script.h"
+
+#include "journal/journal_file.h"
+#include "journal/private_folders.h"
+
+#include <fstream>
+
+namespace kest::test {
+namespace {
+
+using Mode = CountingMachine::Mode;
+
+struct Reference {
+  MachineState before;
+  MachineState after;
+};
+
+const Reference& GetReference() {
+  static const Reference reference = [] {
+    TempMachine pc;
+    FillMachine(pc);
+    Reference made;
+    made.before = StateOf(pc);
+    CKestInstallJournal journal;
+    EXPECT_TRUE(RunScript(journal));
+    made.after = StateOf(pc);
+    return made;
+  }();
+  return reference;
+}
+
+std::string Mixed(TempMachine& pc) {
+  const MachineState state = StateOf(pc);
+  if (state == GetReference().before || state == GetReference().after) {
+    return {};
+  }
+  return "against before:\n" + GetReference().before.Difference(state) + "against after:\n" +
+         GetReference().after.Difference(state);
+}
+
+std::filesystem::path FindJournal(const TempMachine& pc) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(pc.HostPath("C:\\windows\\temp"))) {
+    if (entry.path().filename().string().starts_with(private_folders::kJournalPrefix)) {
+      return entry.path();
+    }
+  }
+  return {};
+}
+
+TEST(JournalRecovery, AnUndisturbedOperationLeavesItsWorkAndNothingElse) {
+  const Reference& reference = GetReference();
+  EXPECT_NE(reference.before, reference.after);
+  for (const auto& [path, entry] : reference.after.files.entries) {
+    EXPECT_EQ(path.find("kest-"), std::string::npos) << path;
+  }
+}
+
+class FailingCalls : public ::testing::TestWithParam<Mode> {};
+
+TEST_P(FailingCalls, EveryCallThatFailsLeavesTheMachineAsBeforeOrDone) {
+  int undone = 0;
+  for (int n = 1;; ++n) {
+    TempMachine pc;
+    FillMachine(pc);
+    CountingMachine machine(pc.Get(), GetParam(), n);
+    CKestOS::SetMachine(&machine);
+    bool done = false;
+    bool leftovers = false;
+    {
+      CKestInstallJournal journal;
+      done = RunScript(journal);
+      leftovers = !journal.GetLeftovers().empty();
+    }
+    const bool fired = machine.GetCalls() >= n;
+    CKestOS::SetMachine(nullptr);
+    CKestOS::SetMachine(&pc.Get());
+    if (GetParam() == Mode::kFailOnce) {
+      // the way back is open, so nothing has to wait for the next start
+      EXPECT_FALSE(leftovers) << "call " << n;
+      ASSERT_EQ((done ? GetReference().after : GetReference().before).Difference(StateOf(pc)), "") << "call " << n;
+    } else {
+      static_cast<void>(RecoverInterruptedOperations());
+      ASSERT_EQ(Mixed(pc), "") << "call " << n;
+      if (done) {
+        ASSERT_EQ(GetReference().after.Difference(StateOf(pc)), "") << "told done at call " << n;
+      }
+    }
+    if (!fired) {
+      EXPECT_TRUE(done);
+      break;
+    }
+    undone += done ? 0 : 1;
+  }
+  EXPECT_GT(undone, 50);
+}
+
+INSTANTIATE_TEST_SUITE_P(OnceAndFromThere, FailingCalls, ::testing::Values(Mode::kFailOnce, Mode::kFailFromThere));
+
+void Operate() {
+  CKestInstallJournal journal;
+  static_cast<void>(RunScript(journal));
+}
+
+void Recover() { static_cast<void>(RecoverInterruptedOperations()); }
+
+TEST(JournalRecovery, AKillAtAnyChangingCallIsUndoneByTheNextStart) {
+  int before = 0;
+  int after = 0;
+  for (int n = 1;; ++n) {
+    TempMachine pc;
+    FillMachine(pc);
+    CKestOS::SetMachine(nullptr);
+    const bool survived = SurvivesInChild(pc, n, Operate);
+    pc.Reopen();
+    const RecoveryReport report = RecoverInterruptedOperations();
+    for (const RecoveryReport::Entry& entry : report.entries) {
+      EXPECT_TRUE(entry.leftovers.empty()) << "kill " << n;
+      EXPECT_EQ(entry.operation, "install Everything");
+    }
+    ASSERT_EQ(Mixed(pc), "") << "kill " << n;
+    (StateOf(pc) == GetReference().before ? before : after) += 1;
+    EXPECT_TRUE(RecoverInterruptedOperations().entries.empty()) << "kill " << n;
+    ASSERT_EQ(Mixed(pc), "") << "second recovery after kill " << n;
+    if (survived) {
+      break;
+    }
+  }
+  EXPECT_GT(before, 30);
+  EXPECT_GT(after, 1);
+}
+
+TEST(JournalRecovery, ARecoveryMayItselfBeKilledAtAnyCall) {
+  for (int n = 9;; n += 19) {
+    bool everSurvived = false;
+    for (int m = 1;; ++m) {
+      TempMachine pc;
+      FillMachine(pc);
+      CKestOS::SetMachine(nullptr);
+      everSurvived = SurvivesInChild(pc, n, Operate);
+      if (everSurvived) {
+        break;
+      }
+      const bool recovered = SurvivesInChild(pc, m, Recover);
+      pc.Reopen();
+      Recover();
+      ASSERT_EQ(Mixed(pc), "") << "kill " << n << ", recovery killed at " << m;
+      if (recovered) {
+        break;
+      }
+    }
+    if (everSurvived) {
+      break;
+    }
+  }
+}
+
+TEST(JournalRecovery, ARecoveryWhoseCallsFailIsFinishedByTheNext) {
+  for (const Mode mode : {Mode::kFailOnce, Mode::kFailFromThere}) {
+    for (int n = 1;; n += 3) {
+      TempMachine pc;
+      FillMachine(pc);
+      CKestOS::SetMachine(nullptr);
+      ASSERT_FALSE(SurvivesInChild(pc, 60, Operate));
+      pc.Reopen();
+      CountingMachine machine(pc.Get(), mode, n);
+      CKestOS::SetMachine(&machine);
+      Recover();
+      const bool fired = machine.GetCalls() >= n;
+      CKestOS::SetMachine(nullptr);
+      CKestOS::SetMachine(&pc.Get());
+      Recover();
+      ASSERT_EQ(Mixed(pc), "") << "call " << n;
+      if (!fired) {
+        break;
+      }
+    }
+  }
+}
+
+// The journal of an operation killed when all was done but the mark, with the machine beside it.
+class DamagedJournal : public ::testing::Test {
+protected:
+  void Kill() {
+    m_pc = std::make_unique<TempMachine>();
+    FillMachine(*m_pc);
+    CKestOS::SetMachine(nullptr);
+    ASSERT_FALSE(SurvivesInChild(*m_pc, m_killAt, Operate));
+    m_pc->Reopen();
+    m_journal = FindJournal(*m_pc);
+    ASSERT_FALSE(m_journal.empty());
+    std::ifstream in(m_journal, std::ios::binary);
+    m_text.assign(std::istreambuf_iterator<char>(in), {});
+  }
+  void WriteJournal(const std::string& text) const {
+    std::ofstream(m_journal, std::ios::binary | std::ios::trunc) << text;
+  }
+
+  static constexpr int m_killAt = 70;
+  std::unique_ptr<TempMachine> m_pc;
+  std::filesystem::path m_journal;
+  std::string m_text;
+};
+
+TEST_F(DamagedJournal, ATornLastLineIsNoError) {
+  Kill();
+  WriteJournal(m_text + "S\t99\t99\tdelete\tpath=C:\\app\\repl");
+  const RecoveryReport report = RecoverInterruptedOperations();
+  ASSERT_EQ(report.entries.size(), 1u);
+  EXPECT_TRUE(report.entries[0].leftovers.empty());
+  EXPECT_EQ(GetReference().before.Difference(StateOf(*m_pc)), "");
+}
+
+TEST_F(DamagedJournal, ALostLineInTheMiddleIsReportedAndEverythingKept) {
+  Kill();
+  const std::size_t at = m_text.find("make-writable");
+  ASSERT_NE(at, std::string::npos);
+  m_text[at] = 'M';
+  WriteJournal(m_text);
+  const RecoveryReport report = RecoverInterruptedOperations();
+  ASSERT_EQ(report.entries.size(), 1u);
+  EXPECT_EQ(report.entries[0].leftovers.size(), 1u);
+  EXPECT_TRUE(std::filesystem::exists(m_journal));
+  EXPECT_EQ(m_pc->Read("C:\\app\\Marked.txt"), "old marked bytes");
+}
+
+TEST_F(DamagedJournal, AForeignFileIsReportedAndNothingIsTouched) {
+  for (const std::string& text : {std::string("some text\n"), journal_line::Seal("kest-journal\t2\t1\t5\tlater")}) {
+    Kill();
+    WriteJournal(text);
+    const MachineState before = StateOf(*m_pc);
+    const RecoveryReport report = RecoverInterruptedOperations();
+    ASSERT_EQ(report.entries.size(), 1u);
+    EXPECT_EQ(report.entries[0].leftovers.size(), 1u);
+    EXPECT_EQ(before.Difference(StateOf(*m_pc)), "");
+  }
+}
+
+// A step's line may name any path. What an undo of it would move out of a private folder must lie in one.
+TEST_F(DamagedJournal, ALineThatLeadsOutsideThePrivateFolderIsNotActedOn) {
+  const char* const lines[] = {
+      "delete\tpath=C:\\app\\evil.txt\tkept=C:\\app\\replaced.txt",
+      "delete\tpath=C:\\app\\evil.txt\tkept=C:\\windows\\temp\\x\\..\\..\\..\\app\\replaced.txt",
+      "copy\tto=C:\\app\\replaced.txt\tstage=C:\\app\\none",
+      "copy\tto=replaced.txt\tstage=C:\\windows\\temp\\none",
+      "new-file\tpath=C:\\app\\replaced.txt\taside=C:\\app\\aside",
+      "font\tto=C:\\app\\replaced.txt\tstage=C:\\app\\none",
+      "backup\tfile=C:\\app\\evil.txt\tcopy=C:\\app\\b\tstage=C:\\app\\none\tkept=C:\\app\\replaced.txt",
+      "move\tfrom=C:\\app\\evil.txt:stream\tto=C:\\app\\replaced.txt",
+      "wipe\tpath=C:\\app\\replaced.txt",
+  };
+  for (const char* line : lines) {
+    Kill();
+    WriteJournal(journal_line::Seal("kest-journal\t1\t1\t5\tplanted") +
+                 journal_line::Seal("S\t0\t0\t" + CString(line)));
+    const MachineState before = StateOf(*m_pc);
+    const RecoveryReport report = RecoverInterruptedOperations();
+    ASSERT_EQ(report.entries.size(), 1u) << line;
+    EXPECT_EQ(report.entries[0].leftovers.size(), 1u) << line;
+    EXPECT_EQ(before.Difference(StateOf(*m_pc)), "") << line;
+  }
+}
+
+TEST_F(DamagedJournal, EveryPrefixIsAJournalOfFewerSteps) {
+  Kill();
+  std::size_t steps = 0;
+  for (std::size_t length = 0; length <= m_text.size(); ++length) {
+    const JournalContent content = ParseJournal(std::string_view(m_text).substr(0, length));
+    EXPECT_FALSE(content.damaged) << length;
+    EXPECT_NE(content.status, JournalContent::Status::kForeign) << length;
+    EXPECT_GE(content.steps.size(), steps);
+    steps = content.steps.size();
+  }
+  EXPECT_GE(steps, 15u);
+}
+
+TEST_F(DamagedJournal, AChangedByteCostsItsLineAtMost) {
+  Kill();
+  const JournalContent whole = ParseJournal(m_text);
+  const std::size_t headerEnd = m_text.find('\n');
+  for (std::size_t at = 0; at < m_text.size(); ++at) {
+    std::string text = m_text;
+    text[at] = static_cast<char>(text[at] ^ 0x15);
+    const JournalContent content = ParseJournal(text);
+    if (at <= headerEnd) {
+      EXPECT_EQ(content.status, JournalContent::Status::kForeign) << at;
+      continue;
+    }
+    EXPECT_GE(content.steps.size() + 2, whole.steps.size()) << at;
+    for (const auto& [number, record] : content.steps) {
+      ASSERT_TRUE(whole.steps.contains(number) && whole.steps.at(number) == record) << "byte " << at;
+    }
+  }
+}
+
+TEST(JournalRecovery, WhatAKilledUnpackLeftIsRemoved) {
+  TempMachine pc;
+  const MachineState before = StateOf(pc);
+  pc.Write("C:\\windows\\temp\\kest-17-abc\\sub\\unpacked.txt", "x");
+  pc.Write("C:\\windows\\temp\\kest-notours\\file.txt", "x");
+  EXPECT_TRUE(RecoverInterruptedOperations().entries.empty());
+  EXPECT_FALSE(pc.Exists("C:\\windows\\temp\\kest-17-abc"));
+  EXPECT_TRUE(pc.Exists("C:\\windows\\temp\\kest-notours\\file.txt"));
+}
+
+TEST(JournalRecovery, APackageCannotPlantAJournal) {
+  TempMachine pc;
+  pc.Write("C:\\app\\kept.txt", "kept");
+  pc.Write(
+      "C:\\windows\\temp\\kest-17-abc\\journal-1.tmp",
+      journal_line::Seal("kest-journal\t1\t1\t5\tplanted") +
+          journal_line::Seal("S\t0\t0\tnew-file\tpath=C:\\app\\kept.txt\taside=C:\\windows\\temp\\kest-17-abc\\x"));
+  EXPECT_TRUE(RecoverInterruptedOperations().entries.empty());
+  EXPECT_EQ(pc.Read("C:\\app\\kept.txt"), "kept");
+}
+
+// Steps that were undone may meet an undo once more when the power took the marks.
+TEST(JournalRecovery, AnUndoWhoseUnsyncedMarksWereLostIsRepeatedWithoutHarm) {
+  for (int m = 1;; ++m) {
+    TempMachine pc;
+    FillMachine(pc);
+    CKestOS::SetMachine(nullptr);
+    ASSERT_FALSE(SurvivesInChild(pc, 80, Operate));
+    const bool recovered = SurvivesInChild(pc, m, Recover);
+    pc.Reopen();
+    if (const std::filesystem::path path = FindJournal(pc); !path.empty()) {
+      std::ifstream in(path, std::ios::binary);
+      std::string kept;
+      std::string line;
+      std::vector<std::string> unsynced;
+      while (std::getline(in, line)) {
+        // a mark is on the disk only when a later sync took it along: of the last stretch of marks nothing may be there
+        unsynced.push_back(line + "\n");
+      }
+      std::size_t end = unsynced.size();
+      while (end > 0 && unsynced[end - 1].starts_with("U\t")) {
+        --end;
+      }
+      // the synced ones are those up to the last of a step that the disk does not tell of
+      for (std::size_t i = unsynced.size(); i-- > end;) {
+        const std::string number = unsynced[i].substr(2, unsynced[i].find('\t', 2) - 2);
+        for (const std::string& other : unsynced) {
+          if (other.starts_with("S\t" + number + "\t") &&
+              (other.find("\tmove\t") != std::string::npos || other.find("\tnew-file\t") != std::string::npos ||
+               other.find("\tmake-writable\t") != std::string::npos)) {
+            end = std::max(end, i + 1);
+          }
+        }
+      }
+      for (std::size_t i = 0; i < end; ++i) {
+        kept += unsynced[i];
+      }
+      std::ofstream(path, std::ios::binary | std::ios::trunc) << kept;
+    }
+    Recover();
+    ASSERT_EQ(Mixed(pc), "") << "recovery killed at " << m;
+    if (recovered) {
+      break;
+    }
+  }
+}
+
+} // namespace
+} // namespace kest::test

@@ -1,0 +1,259 @@
+#include "journal_script.h"
+
+#include "journal/private_folders.h"
+
+#include <gmock/gmock.h>
+
+namespace kest::test {
+namespace {
+
+class JournalScopeTest : public TempMachineTest {
+protected:
+  void SetUp() override {
+    m_pc.Write("C:\\src\\a.txt", "new a", 100);
+    m_pc.Write("C:\\src\\b.txt", "new b", 200);
+    m_pc.Write("C:\\app\\a.txt", "old a", 300);
+    m_before = StateOf(m_pc);
+  }
+
+  int Copy(const char* name) {
+    return m_journal.Run(
+        std::make_unique<CInstallCopyFile>(CString("C:\\src\\") + name, CString("C:\\app\\") + name, false, false));
+  }
+  [[nodiscard]] std::string Difference() { return m_before.Difference(StateOf(m_pc)); }
+
+  CKestInstallJournal m_journal;
+  MachineState m_before;
+};
+
+TEST_F(JournalScopeTest, AScopeThatIsNotCommittedUndoesItsSteps) {
+  {
+    JournalScope scope(m_journal);
+    EXPECT_EQ(Copy("a.txt"), 0);
+    EXPECT_EQ(Copy("b.txt"), 0);
+    EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
+    EXPECT_TRUE(scope.HasSteps());
+  }
+  EXPECT_EQ(Difference(), "");
+  EXPECT_TRUE(m_journal.IsEmpty());
+}
+
+TEST_F(JournalScopeTest, ACommittedInnerOperationIsUndoneWithTheOuterOne) {
+  JournalScope outer(m_journal);
+  EXPECT_EQ(Copy("a.txt"), 0);
+  {
+    JournalScope inner(m_journal);
+    EXPECT_FALSE(inner.IsOutermost());
+    EXPECT_EQ(Copy("b.txt"), 0);
+    EXPECT_TRUE(inner.Commit());
+  }
+  EXPECT_EQ(m_journal.GetCount(), 2u);
+  EXPECT_TRUE(outer.RollBack());
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalScopeTest, AnInnerFailureLeavesTheStepsOfTheOuterOperation) {
+  JournalScope outer(m_journal);
+  EXPECT_EQ(Copy("a.txt"), 0);
+  {
+    JournalScope inner(m_journal);
+    EXPECT_EQ(Copy("b.txt"), 0);
+  }
+  EXPECT_FALSE(m_pc.Exists("C:\\app\\b.txt"));
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
+  EXPECT_TRUE(outer.Commit());
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
+}
+
+TEST_F(JournalScopeTest, AFinalInnerOperationStaysWhateverBecomesOfTheOuterOne) {
+  m_pc.Write("C:\\app\\copy.txt", "somebody's copy");
+  {
+    JournalScope outer(m_journal);
+    EXPECT_EQ(Copy("a.txt"), 0);
+    {
+      JournalScope inner(m_journal, JournalScope::Kind::kFinal);
+      EXPECT_EQ(m_journal.Run(std::make_unique<CInstallDeleteFile>("C:\\app\\copy.txt")), 0);
+      EXPECT_TRUE(inner.Commit());
+    }
+    EXPECT_EQ(m_journal.GetCount(), 1u);
+  }
+  EXPECT_FALSE(m_pc.Exists("C:\\app\\copy.txt"));
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "old a");
+}
+
+TEST_F(JournalScopeTest, AFinalInnerOperationStaysWhenTheProcessDiesLater) {
+  m_pc.Write("C:\\app\\copy.txt", "somebody's copy");
+  CKestOS::SetMachine(nullptr);
+  for (int n = 1;; ++n) {
+    const bool survived = SurvivesInChild(m_pc, n, [] {
+      CKestInstallJournal journal;
+      JournalScope outer(journal);
+      static_cast<void>(
+          journal.Run(std::make_unique<CInstallCopyFile>("C:\\src\\a.txt", "C:\\app\\a.txt", false, false)));
+      JournalScope inner(journal, JournalScope::Kind::kFinal);
+      static_cast<void>(journal.Run(std::make_unique<CInstallDeleteFile>("C:\\app\\copy.txt")));
+      if (inner.Commit()) {
+        kill(getpid(), SIGKILL);
+      }
+    });
+    EXPECT_FALSE(survived);
+    m_pc.Reopen();
+    EXPECT_LE(RecoverInterruptedOperations().entries.size(), 1u);
+    EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "old a");
+    if (!m_pc.Exists("C:\\app\\copy.txt")) {
+      EXPECT_GT(n, 5);
+      break;
+    }
+    ASSERT_LT(n, 200);
+  }
+}
+
+// Enabling an extension again while an operation is undone is an operation of its own, in the middle of the undo.
+TEST_F(JournalScopeTest, AnOperationStartedByAnUndoIsNotUndoneItself) {
+  {
+    JournalScope outer(m_journal);
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallRestoreState>([this] {
+      JournalScope inner(m_journal);
+      EXPECT_EQ(Copy("b.txt"), 0);
+      EXPECT_TRUE(inner.Commit());
+    })),
+              0);
+    EXPECT_EQ(Copy("a.txt"), 0);
+  }
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "old a");
+  EXPECT_EQ(m_pc.Read("C:\\app\\b.txt"), "new b");
+  EXPECT_TRUE(m_journal.IsEmpty());
+}
+
+TEST_F(JournalScopeTest, AFailedStepCanBeTriedAgainAndKeepsItsFirstBackup) {
+  JournalScope scope(m_journal);
+  m_pc.MakeFolder("C:\\app\\b.txt");
+  EXPECT_EQ(Copy("b.txt"), -1); // a folder is in the way
+  EXPECT_EQ(m_journal.RetryLast(), -1);
+  std::filesystem::remove(m_pc.HostPath("C:\\app\\b.txt"));
+  EXPECT_EQ(m_journal.RetryLast(), 0);
+  EXPECT_EQ(m_journal.GetCount(), 1u);
+  EXPECT_TRUE(scope.Commit());
+  EXPECT_EQ(m_pc.Read("C:\\app\\b.txt"), "new b");
+}
+
+TEST_F(JournalScopeTest, APlannedStepThatIsNeverRunLeavesNothing) {
+  JournalScope scope(m_journal);
+  std::vector<std::unique_ptr<CKestExtensionInstallStep>> pass;
+  pass.push_back(std::make_unique<CInstallCopyFile>("C:\\src\\a.txt", "C:\\app\\a.txt", false, false));
+  pass.push_back(std::make_unique<CInstallCopyFile>("C:\\src\\b.txt", "C:\\app\\b.txt", false, false));
+  ASSERT_EQ(m_journal.Plan(std::move(pass)), 0);
+  EXPECT_EQ(m_journal.RunNext(), 0);
+  EXPECT_TRUE(scope.Commit());
+  EXPECT_EQ(m_journal.RunNext(), -1);
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
+  EXPECT_FALSE(m_pc.Exists("C:\\app\\b.txt"));
+}
+
+TEST_F(JournalScopeTest, WithoutTheWriterLockNothingIsChanged) {
+  MachineFolder other(m_pc.GetRoot().string());
+  const WriterLock lock = other.LockWriter(0);
+  ASSERT_TRUE(lock.held);
+  {
+    JournalScope scope(m_journal);
+    EXPECT_EQ(Copy("a.txt"), -1);
+    EXPECT_EQ(Copy("b.txt"), -1);
+  }
+  EXPECT_TRUE(RecoverInterruptedOperations().entries.empty());
+  other.UnlockWriter();
+  EXPECT_EQ(Difference(), "");
+}
+
+// Refuses what leads to one path, as a file held by another program does.
+class RefusingMachine : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+  bool refusing = false;
+
+protected:
+  bool Allow(const Call& call) override { return !refusing || !call.changes || CString(call.name) == "Write"; }
+};
+
+TEST_F(JournalScopeTest, AFailedUndoKeepsWhatItNeedsForTheNextStart) {
+  RefusingMachine machine(m_pc.Get());
+  CKestOS::SetMachine(&machine);
+  {
+    JournalScope scope(m_journal);
+    EXPECT_EQ(Copy("a.txt"), 0);
+    EXPECT_EQ(Copy("b.txt"), 0);
+    machine.refusing = true;
+    EXPECT_FALSE(scope.RollBack());
+    machine.refusing = false;
+  }
+  ASSERT_EQ(m_journal.GetLeftovers().size(), 2u);
+  EXPECT_EQ(m_journal.GetLeftovers()[1].path, "C:\\app\\a.txt");
+  const CString backup = m_journal.GetLeftovers()[1].backup;
+  EXPECT_EQ(m_pc.Read(backup), "old a");
+  {
+    JournalScope next(m_journal); // another operation meanwhile leaves it alone
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallCreateFolder>("C:\\other")), 0);
+    EXPECT_TRUE(next.Commit());
+  }
+  EXPECT_EQ(m_pc.Read(backup), "old a");
+  const RecoveryReport report = RecoverInterruptedOperations();
+  ASSERT_EQ(report.entries.size(), 1u);
+  EXPECT_THAT(report.entries[0].restored, ::testing::ElementsAre("C:\\app\\b.txt", "C:\\app\\a.txt"));
+  std::filesystem::remove(m_pc.HostPath("C:\\other"));
+  EXPECT_EQ(Difference(), "");
+  CKestOS::SetMachine(&m_pc.Get());
+}
+
+TEST_F(JournalScopeTest, DeletedFilesOfAnOperationAreOneEntryOfTheTrash) {
+  m_pc.Write("C:\\app\\one\\same.txt", "1");
+  m_pc.Write("C:\\app\\two\\same.txt", "2");
+  {
+    JournalScope scope(m_journal, JournalScope::Kind::kOrdinary, "uninstall Twins");
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallDeleteFile>("C:\\app\\one\\same.txt")), 0);
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallDeleteFile>("C:\\app\\two\\same.txt")), 0);
+    EXPECT_TRUE(scope.Commit());
+  }
+  std::set<std::string> contents;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(m_pc.GetRoot() / "trash")) {
+    if (entry.is_regular_file() && entry.file_size() == 1) {
+      EXPECT_NE(entry.path().string().find("uninstall Twins"), std::string::npos);
+      contents.insert(entry.path().filename().string());
+    }
+  }
+  EXPECT_EQ(contents.size(), 2u);
+}
+
+TEST_F(JournalScopeTest, AHeldTemporaryFolderOutlivesTheOperation) {
+  CString folder;
+  {
+    const TempFolderHold hold;
+    ASSERT_TRUE(CKestOS::GetTempPath(folder));
+    ASSERT_TRUE(CKestFile::WriteAll(folder + "made.kep", "package"));
+    {
+      JournalScope scope(m_journal);
+      EXPECT_EQ(Copy("b.txt"), 0);
+      EXPECT_TRUE(scope.Commit());
+    }
+    EXPECT_EQ(m_pc.Read(folder + "made.kep"), "package");
+    JournalScope scope(m_journal);
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallPlaceFile>(folder + "made.kep", "C:\\app\\made.kep")), 0);
+    EXPECT_TRUE(scope.Commit());
+  }
+  EXPECT_FALSE(m_pc.Exists(folder));
+  EXPECT_EQ(m_pc.Read("C:\\app\\made.kep"), "package");
+}
+
+TEST_F(JournalScopeTest, APlainVectorRunsStepsWithoutAFile) {
+  CKestTypedVector<CKestExtensionInstallStep*> plain;
+  EXPECT_EQ(AppendAndDo(&plain, std::make_unique<CInstallCopyFile>("C:\\src\\a.txt", "C:\\app\\a.txt", false, false)),
+            0);
+  EXPECT_EQ(AppendAndDo(nullptr, std::make_unique<CInstallCreateFolder>("C:\\x")), -1);
+  const std::unique_ptr<CKestExtensionInstallStep> step(plain.TakeLast());
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
+  EXPECT_EQ(step->Undo(), 0);
+  step->Release();
+  CKestOS::RemoveTempFolder();
+  EXPECT_EQ(Difference(), "");
+}
+
+} // namespace
+} // namespace kest::test

@@ -1,0 +1,227 @@
+#pragma once
+
+#include "journal/install_steps.h"
+#include "journal/journal.h"
+
+#include "platform/file.h"
+#include "platform/forwarding_machine.h"
+#include "platform/os.h"
+#include "platform/path.h"
+
+#include "support/temp_machine.h"
+
+#include <csignal>
+#include <functional>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kest::test {
+
+inline constexpr const char* kRunOnce = "software\\microsoft\\windows\\currentversion\\runonce";
+inline constexpr const char* kFontList = "software\\microsoft\\windows NT\\currentversion\\Fonts";
+
+/// What an operation must leave alone or change as a whole: everything on the drives, and the two lists of the
+/// registry.
+struct MachineState {
+  MachineSnapshot files;
+  std::map<std::string, std::string> values;
+
+  bool operator==(const MachineState& other) const { return Difference(other).empty(); }
+  [[nodiscard]] std::string Difference(const MachineState& later) const {
+    std::string text = DescribeDifference(files, later.files, [](const std::string& path) {
+      return path.starts_with("trash") || path.ends_with(".reg") || path == "machine.ini";
+    });
+    for (const auto& [name, data] : values) {
+      const auto found = later.values.find(name);
+      if (found == later.values.end() || found->second != data) {
+        text += "value gone or changed: " + name + "\n";
+      }
+    }
+    for (const auto& [name, data] : later.values) {
+      if (!values.contains(name)) {
+        text += "value new: " + name + "\n";
+      }
+    }
+    return text;
+  }
+};
+
+/// The name of a pending file is derived from the process's private folder; for comparing it is one name.
+inline std::string WithoutRandomPart(std::string path) {
+  const std::size_t at = path.find("/rpl");
+  return at == std::string::npos ? path : path.substr(0, at) + "/rpl.tmp";
+}
+
+inline MachineState StateOf(TempMachine& pc) {
+  MachineState state;
+  for (auto& [path, entry] : pc.Snapshot().entries) {
+    state.files.entries.emplace(WithoutRandomPart(path), entry);
+  }
+  for (const char* key : {kRunOnce, kFontList}) {
+    std::vector<RegistryValue> values;
+    static_cast<void>(pc.Get().EnumRegistryValues(RegistryRoot::kCurrentUser, key, values));
+    for (const RegistryValue& value : values) {
+      const bool pending = value.name.starts_with("rpl");
+      state.values[std::string(key) + ":" + (pending ? "rpl" : value.name)] = pending ? "swap" : value.data;
+    }
+  }
+  return state;
+}
+
+/// A machine with something for each kind of step.
+inline void FillMachine(TempMachine& pc) {
+  pc.Write("C:\\src\\font.ttf", "a font", 5000);
+  pc.Write("C:\\src\\system.dll", "new dll", 5100);
+  pc.Write("C:\\src\\plain.txt", "copied", 5200);
+  pc.Write("C:\\windows\\system32\\system.dll", "old dll", 5300);
+  pc.Write("C:\\app\\replaced.txt", "old bytes", 1000);
+  pc.Write("C:\\app\\Marked.txt", "old marked bytes", 1100);
+  pc.SetReadOnly("C:\\app\\Marked.txt", true);
+  pc.Write("C:\\app\\Going Away.TXT", "deleted", 1200);
+  pc.Write("C:\\app\\leaving\\inner.txt", "deleted with its folder", 1300);
+  pc.SetReadOnly("C:\\app\\leaving\\inner.txt", true);
+  pc.Write("C:\\app\\Menus.xml", "<menus/>", 1400);
+  pc.Write("C:\\app\\Menus.xbk", "an earlier copy", 1500);
+  pc.Write("C:\\app\\toolbars.xml", "<toolbars/>", 1600);
+  pc.Write("C:\\app\\a.kei", "description", 1700);
+  pc.MakeFolder("C:\\app\\Disabled");
+  Machine& machine = pc.Get();
+  EXPECT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnce, "other", "keep.exe"));
+  EXPECT_TRUE(
+      machine.WriteRegistryString(RegistryRoot::kCurrentUser, kFontList, "stale", "C:\\windows\\Fonts\\font.ttf"));
+}
+
+/// Writes what a package holds, straight into the temporary folder.
+inline bool Unpack(const CString& name, const CString& content, CString& path) {
+  CString folder;
+  if (!CKestOS::GetTempPath(folder)) {
+    return false;
+  }
+  path = folder + name;
+  return CKestFile::WriteAll(path, content) && CKestOS::SetFileDateTime(path, CKestDateTime(9000));
+}
+
+inline std::unique_ptr<CInstallCopyFile> MovedCopy(const CString& source, const CString& destination) {
+  auto step = std::make_unique<CInstallCopyFile>(source, destination, false, true);
+  step->SetMayMoveSource(true);
+  return step;
+}
+
+/// A save, with a date of its own so that two runs can be compared.
+inline bool Save(const CString& path, const CString& content) {
+  return CKestFile::WriteAll(path, content) && CKestOS::SetFileDateTime(path, CKestDateTime(9100));
+}
+
+/// An operation with every kind of step, one inner operation that is handed over and one that is final. True when it
+/// was committed; else it was undone as far as that was possible.
+inline bool RunScript(CKestInstallJournal& journal) {
+  JournalScope scope(journal, JournalScope::Kind::kOrdinary, "install Everything");
+  CString first;
+  CString second;
+  CString finished;
+  if (!Unpack("one.txt", "new bytes", first) || !Unpack("two.txt", "new marked bytes", second) ||
+      !Unpack("made.kep", "a package", finished) || AppendMakeWritable(&journal, "C:\\app\\marked.txt") != 0) {
+    return false;
+  }
+  std::vector<std::unique_ptr<CKestExtensionInstallStep>> pass;
+  pass.push_back(std::make_unique<CInstallCreateFolder>("C:\\app\\new"));
+  pass.push_back(std::make_unique<CInstallCreateFolder>("C:\\app\\new\\deep\\"));
+  pass.push_back(MovedCopy(first, "C:\\app\\Replaced.txt"));
+  pass.push_back(MovedCopy(second, "C:\\app\\marked.txt"));
+  pass.push_back(
+      std::make_unique<CInstallCopyFile>("C:\\src\\plain.txt", "C:\\app\\new\\deep\\plain.txt", false, false));
+  pass.push_back(
+      std::make_unique<CInstallCopyFile>("C:\\src\\font.ttf", "C:\\app\\new\\deep\\plain.txt", false, false));
+  pass.push_back(std::make_unique<CInstallAddFontResource>("C:\\src\\font.ttf", "C:\\windows\\Fonts\\font.ttf"));
+  pass.push_back(
+      std::make_unique<CInstallCopyFile>("C:\\src\\system.dll", "C:\\windows\\system32\\system.dll", true, false));
+  const std::size_t count = pass.size();
+  if (journal.Plan(std::move(pass)) != 0) {
+    return false;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (journal.RunNext() != 0) {
+      return false;
+    }
+  }
+  journal.EndPass();
+  {
+    JournalScope inner(journal);
+    for (const char* path : {"C:\\app\\going away.txt", "C:\\app\\leaving\\inner.txt"}) {
+      if (journal.Run(std::make_unique<CInstallDeleteFile>(path)) != 0) {
+        return false;
+      }
+    }
+    if (journal.Run(std::make_unique<CInstallDeleteFolder>("C:\\app\\LEAVING")) != 0 ||
+        journal.Run(std::make_unique<CInstallMoveFile>("C:\\app\\a.kei", "C:\\app\\Disabled\\a.kei")) != 0 ||
+        journal.Run(std::make_unique<CInstallPlaceFile>(finished, "C:\\app\\Disabled\\a.kep")) != 0 ||
+        !inner.Commit()) {
+      return false;
+    }
+  }
+  for (const char* name : {"Menus", "toolbars"}) {
+    const CString file = CString("C:\\app\\") + name + ".xml";
+    const CString copy = CString("C:\\app\\") + name + ".xbk";
+    if (journal.Run(std::make_unique<CInstallBackupFile>(file, copy)) != 0 || !Save(file, "<changed/>")) {
+      return false;
+    }
+  }
+  if (AppendNewFile(&journal, "C:\\app\\fresh.xml") != 0 || !Save("C:\\app\\fresh.xml", "<fresh/>")) {
+    return false;
+  }
+  return scope.Commit();
+}
+
+/// Fails, or kills the process at, a call counted from 1.
+class CountingMachine : public ForwardingMachine {
+public:
+  enum class Mode { kCount, kFailOnce, kFailFromThere, kKill };
+  CountingMachine(Machine& next, Mode mode, int at) : ForwardingMachine(next), m_mode(mode), m_at(at) {}
+  [[nodiscard]] int GetCalls() const { return m_calls; }
+
+protected:
+  bool Allow(const Call& call) override {
+    if (m_mode == Mode::kKill && !call.changes) {
+      return true;
+    }
+    ++m_calls;
+    switch (m_mode) {
+    case Mode::kKill:
+      if (m_calls == m_at) {
+        kill(getpid(), SIGKILL);
+      }
+      return true;
+    case Mode::kFailOnce:
+      return m_calls != m_at;
+    case Mode::kFailFromThere:
+      return m_calls < m_at;
+    case Mode::kCount:
+      break;
+    }
+    return true;
+  }
+
+private:
+  Mode m_mode;
+  int m_at;
+  int m_calls = 0;
+};
+
+/// Runs `work` in a process of its own that is killed at its n-th changing call. True when it came to its end.
+inline bool SurvivesInChild(const TempMachine& pc, int killAt, const std::function<void()>& work) {
+  const pid_t child = fork();
+  if (child == 0) {
+    MachineFolder folder(pc.GetRoot().string());
+    CountingMachine machine(folder, killAt > 0 ? CountingMachine::Mode::kKill : CountingMachine::Mode::kCount, killAt);
+    CKestOS::SetMachine(&machine);
+    work();
+    CKestOS::SetMachine(nullptr);
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) || WTERMSIG(status) == SIGKILL);
+  return WIFEXITED(status);
+}
+
+} // namespace kest::test

@@ -1,0 +1,305 @@
+#include "journal_script.h"
+
+#include "journal/step_record.h"
+
+namespace kest::test {
+namespace {
+
+class JournalSteps : public TempMachineTest {
+protected:
+  void SetUp() override {
+    m_pc.Write("C:\\src\\new.txt", "new", 100);
+    m_pc.Write("C:\\app\\Old.txt", "old", 200);
+    m_before = StateOf(m_pc);
+  }
+  void TearDown() override { CKestOS::RemoveTempFolder(); }
+
+  [[nodiscard]] std::string Difference() {
+    CKestOS::RemoveTempFolder();
+    return m_before.Difference(StateOf(m_pc));
+  }
+
+  MachineState m_before;
+};
+
+TEST_F(JournalSteps, ACopyTakesDateAndGivesBackBytesDateAndCase) {
+  CInstallCopyFile step("C:\\src\\new.txt", "C:\\app\\OLD.txt", false, false);
+  EXPECT_EQ(step.Do(), 0);
+  EXPECT_EQ(m_pc.Read("C:\\app\\Old.txt"), "new");
+  EXPECT_EQ(m_pc.GetDate("C:\\app\\Old.txt"), 100);
+  EXPECT_EQ(step.Do(), 0); // a second try changes nothing and keeps the first backup
+  EXPECT_EQ(step.Undo(), 0);
+  EXPECT_EQ(step.Undo(), 0);
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, ACopyToANewPlaceIsTakenAway) {
+  CInstallCopyFile step("C:\\src\\new.txt", "C:\\app\\fresh.txt", false, false);
+  EXPECT_EQ(step.Do(), 0);
+  EXPECT_TRUE(m_pc.Exists("C:\\app\\fresh.txt"));
+  EXPECT_EQ(step.Undo(), 0);
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, AnUndoOfAStepThatFailedTouchesNothing) {
+  m_pc.MakeFolder("C:\\app\\folder");
+  m_pc.Write("C:\\app\\taken", "taken");
+  m_before = StateOf(m_pc);
+  const std::unique_ptr<CKestExtensionInstallStep> steps[] = {
+      std::unique_ptr<CKestExtensionInstallStep>(
+          new CInstallCopyFile("C:\\src\\none", "C:\\app\\Old.txt", false, false)),
+      std::unique_ptr<CKestExtensionInstallStep>(
+          new CInstallCopyFile("C:\\src\\new.txt", "C:\\app\\folder", false, false)),
+      std::unique_ptr<CKestExtensionInstallStep>(
+          new CInstallCopyFile("C:\\src\\new.txt", "C:\\no\\file", false, false)),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFile("C:\\app\\none.txt")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFile("C:\\app\\folder")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallBackupFile("C:\\app\\none.xml", "C:\\app\\none.xbk")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallBackupFile("C:\\app\\Old.txt", "C:\\app\\folder")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallCreateFolder("C:\\app\\Old.txt")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFolder("C:\\app")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFolder("C:\\none")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallMoveFile("C:\\app\\Old.txt", "C:\\app\\taken")),
+      std::unique_ptr<CKestExtensionInstallStep>(new CInstallMoveFile("C:\\app\\none", "C:\\app\\x")),
+      std::unique_ptr<CKestExtensionInstallStep>(
+          new CInstallAddFontResource("C:\\src\\none", "C:\\windows\\Fonts\\n.ttf")),
+  };
+  for (const auto& step : steps) {
+    EXPECT_EQ(step->Do(), -1) << step->GetTarget();
+    static_cast<void>(step->Undo());
+    step->Release();
+  }
+  EXPECT_EQ(steps[3]->Undo(), -1); // nothing was kept, and no empty file may appear
+  EXPECT_FALSE(steps[3]->IsUndoOpen());
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, ReleaseDropsTheBackupAndTheSourceWhenAsked) {
+  CInstallCopyFile keeping("C:\\src\\new.txt", "C:\\app\\one.txt", false, false);
+  EXPECT_EQ(keeping.Do(), 0);
+  keeping.Release();
+  EXPECT_TRUE(m_pc.Exists("C:\\src\\new.txt"));
+  m_pc.SetReadOnly("C:\\src\\new.txt", true);
+  CInstallCopyFile dropping("C:\\src\\new.txt", "C:\\app\\Old.txt", false, true);
+  EXPECT_EQ(dropping.Do(), 0);
+  EXPECT_TRUE(m_pc.Exists(dropping.GetKept()));
+  dropping.Release();
+  EXPECT_FALSE(m_pc.Exists(dropping.GetKept()));
+  EXPECT_FALSE(m_pc.Exists("C:\\src\\new.txt"));
+}
+
+TEST_F(JournalSteps, ADeferredCopyWritesOneRunOnceValueAndTakesBackThatOne) {
+  ASSERT_TRUE(m_pc.Get().WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnce, "other", "keep.exe"));
+  m_before = StateOf(m_pc);
+  CInstallCopyFile step("C:\\src\\new.txt", "C:\\app\\Old.txt", true, false);
+  EXPECT_EQ(step.Do(), 0);
+  EXPECT_EQ(step.Do(), 0);
+  EXPECT_EQ(m_pc.Read("C:\\app\\Old.txt"), "old");
+  std::vector<RegistryValue> values;
+  ASSERT_TRUE(m_pc.Get().EnumRegistryValues(RegistryRoot::kCurrentUser, kRunOnce, values));
+  ASSERT_EQ(values.size(), 2u);
+  const RegistryValue& value = values[0].name == "other" ? values[1] : values[0];
+  const CString pending = "C:\\app\\" + value.name;
+  EXPECT_EQ(m_pc.Read(pending), "new");
+  EXPECT_EQ(m_pc.GetDate(pending), 100);
+  EXPECT_TRUE(value.name.starts_with("rpl"));
+  EXPECT_TRUE(value.data.ends_with("replace.exe \"C:\\app\\Old.txt\" \"" + pending + "\"")) << value.data;
+  EXPECT_EQ(step.Undo(), 0);
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, ADeletedFileComesBackWithMarkDateAndCase) {
+  m_pc.SetReadOnly("C:\\app\\Old.txt", true);
+  m_before = StateOf(m_pc);
+  CInstallDeleteFile step("C:\\APP\\old.TXT");
+  EXPECT_EQ(step.Do(), 0);
+  EXPECT_FALSE(m_pc.Exists("C:\\app\\Old.txt"));
+  EXPECT_EQ(step.Undo(), 0);
+  EXPECT_EQ(step.Undo(), -1);
+  EXPECT_EQ(Difference(), "");
+  CInstallDeleteFile again("C:\\app\\old.txt");
+  EXPECT_EQ(again.Do(), 0);
+  again.Release();
+  EXPECT_FALSE(m_pc.Exists(again.GetKept()));
+}
+
+TEST_F(JournalSteps, ADeletedFileDoesNotComeBackOverSomebodyElses) {
+  CInstallDeleteFile step("C:\\app\\Old.txt");
+  EXPECT_EQ(step.Do(), 0);
+  m_pc.Write("C:\\app\\Old.txt", "a user's");
+  EXPECT_EQ(step.Undo(), -1);
+  EXPECT_TRUE(step.IsUndoOpen());
+  EXPECT_EQ(m_pc.Read("C:\\app\\Old.txt"), "a user's");
+  EXPECT_EQ(m_pc.Read(step.GetKept()), "old");
+}
+
+TEST_F(JournalSteps, ABackupLeavesItsCopyOnReleaseAndNoneOnUndo) {
+  CInstallBackupFile undone("C:\\app\\Old.txt", "C:\\app\\Old.tbk");
+  EXPECT_EQ(undone.Do(), 0);
+  EXPECT_EQ(m_pc.Read("C:\\app\\Old.tbk"), "old");
+  ASSERT_TRUE(CKestFile::WriteAll("C:\\app\\Old.txt", "changed"));
+  EXPECT_EQ(undone.Undo(), 0);
+  EXPECT_EQ(undone.Undo(), 0);
+  EXPECT_EQ(Difference(), "");
+  CInstallBackupFile released("C:\\app\\Old.txt", "C:\\app\\Old.tbk");
+  EXPECT_EQ(released.Do(), 0);
+  ASSERT_TRUE(CKestFile::WriteAll("C:\\app\\Old.txt", "changed"));
+  released.Release();
+  EXPECT_EQ(m_pc.Read("C:\\app\\Old.tbk"), "old");
+  EXPECT_EQ(m_pc.Read("C:\\app\\Old.txt"), "changed");
+}
+
+TEST_F(JournalSteps, FoldersThatWereThereStay) {
+  m_pc.MakeFolder("C:\\app\\There");
+  m_before = StateOf(m_pc);
+  CInstallCreateFolder there("C:\\app\\there\\");
+  EXPECT_EQ(there.Do(), 0);
+  EXPECT_EQ(there.Undo(), 0);
+  CInstallCreateFolder made("C:\\app\\made");
+  EXPECT_EQ(made.Do(), 0);
+  EXPECT_TRUE(m_pc.Exists("C:\\app\\made"));
+  EXPECT_EQ(made.Undo(), 0);
+  EXPECT_EQ(made.Undo(), 0);
+  CInstallDeleteFolder removed("C:\\app\\THERE");
+  EXPECT_EQ(removed.Do(), 0);
+  EXPECT_FALSE(m_pc.Exists("C:\\app\\There"));
+  EXPECT_EQ(removed.Undo(), 0);
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, AFontThatIsThereIsNotTouched) {
+  m_pc.Write("C:\\windows\\Fonts\\there.ttf", "there");
+  m_before = StateOf(m_pc);
+  CInstallAddFontResource there("C:\\src\\new.txt", "C:\\windows\\Fonts\\there.ttf");
+  EXPECT_EQ(there.Do(), 0);
+  EXPECT_TRUE(m_pc.Get().GetFontResources().empty());
+  EXPECT_EQ(there.Undo(), 0);
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, AnAddedFontTakesItsListEntriesWithIt) {
+  ASSERT_TRUE(m_pc.Get().SetOperatingSystemVersion(5));
+  Machine& machine = m_pc.Get();
+  ASSERT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kFontList, "stale", "C:\\windows\\Fonts\\f.ttf"));
+  m_before = StateOf(m_pc);
+  CInstallAddFontResource font("C:\\src\\new.txt", "C:\\windows\\Fonts\\f.ttf");
+  EXPECT_EQ(font.Do(), 0);
+  EXPECT_EQ(m_pc.Get().GetFontResources().size(), 1u);
+  ASSERT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kFontList, "F", "c:\\WINDOWS\\fonts\\F.ttf"));
+  EXPECT_EQ(font.Undo(), 0);
+  EXPECT_TRUE(m_pc.Get().GetFontResources().empty());
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, AReadOnlyMarkComesBack) {
+  m_pc.SetReadOnly("C:\\app\\Old.txt", true);
+  m_before = StateOf(m_pc);
+  CInstallMakeWritable step("C:\\app\\Old.txt");
+  EXPECT_EQ(step.Do(), 0);
+  EXPECT_FALSE(m_pc.Get().IsFileReadOnly("C:\\app\\Old.txt"));
+  EXPECT_EQ(step.Undo(), 0);
+  EXPECT_EQ(Difference(), "");
+}
+
+// The manager as two steps see it.
+class RecordingManager : public CatalogueOperations {
+public:
+  int UninstallExtension(const CKestProduct*, CKestExtension*, bool refresh, bool quiet, bool ownJournal, bool remove,
+                         bool deleteDisabled, int&, bool progress) override {
+    EXPECT_TRUE(!refresh && quiet && !ownJournal && remove && deleteDisabled && !progress);
+    return result;
+  }
+  int DisableExtension(const CKestProduct*, CKestExtension*, bool progress) override {
+    EXPECT_FALSE(progress);
+    return result;
+  }
+  int EnableExtension(const CKestProduct*, CKestExtension*) override { return ++enabled, 0; }
+  void AddExtension(const CKestProduct*, CKestExtension*) override { ++added; }
+  bool RestoreEnabledState(const CKestProduct*, CKestExtension*) override { return filesAreBack; }
+  void KeepReplacedExtension(CKestExtension*) override { ++kept; }
+
+  int result = 0;
+  bool filesAreBack = true;
+  int enabled = 0;
+  int added = 0;
+  int kept = 0;
+};
+
+class CatalogueSteps : public ::testing::Test {
+protected:
+  // never looked into by the steps
+  int m_product = 0;
+  int m_extension = 0;
+  const CKestProduct* m_p = reinterpret_cast<const CKestProduct*>(&m_product);
+  CKestExtension* m_e = reinterpret_cast<CKestExtension*>(&m_extension);
+  RecordingManager m_manager;
+};
+
+TEST_F(CatalogueSteps, ARemovedRecordGoesBackOnceOrToTheKeeperOnce) {
+  {
+    CInstallRemoveExtension step(&m_manager, m_p, m_e);
+    EXPECT_EQ(step.Do(), 0);
+    EXPECT_EQ(step.Undo(), 0);
+    EXPECT_EQ(m_manager.added, 1);
+    step.Release();
+  }
+  EXPECT_EQ(m_manager.kept, 0);
+  {
+    CInstallRemoveExtension step(&m_manager, m_p, m_e);
+    EXPECT_EQ(step.Do(), 0);
+    step.Release();
+  }
+  EXPECT_EQ(m_manager.kept, 1);
+  m_manager.result = -1;
+  CInstallRemoveExtension failed(&m_manager, m_p, m_e);
+  EXPECT_EQ(failed.Do(), -1);
+  EXPECT_EQ(failed.Undo(), 0);
+  failed.Release();
+  EXPECT_EQ(m_manager.added, 1);
+  EXPECT_EQ(m_manager.kept, 1);
+  CInstallRemoveExtension null(&m_manager, nullptr, m_e);
+  EXPECT_EQ(null.Do(), -1);
+  EXPECT_EQ(null.Undo(), -1);
+}
+
+TEST_F(CatalogueSteps, ADisabledExtensionIsEnabledByItsStepsOrByTheManager) {
+  CInstallDisableExtension byItsSteps(&m_manager, m_p, m_e);
+  EXPECT_EQ(byItsSteps.Do(), 0);
+  EXPECT_EQ(byItsSteps.Undo(), 0);
+  EXPECT_EQ(m_manager.enabled, 0);
+  m_manager.filesAreBack = false;
+  CInstallDisableExtension final(&m_manager, m_p, m_e);
+  EXPECT_EQ(final.Do(), 0);
+  EXPECT_EQ(final.Undo(), 0);
+  EXPECT_EQ(m_manager.enabled, 1);
+  m_manager.result = -1;
+  CInstallDisableExtension failed(&m_manager, m_p, m_e);
+  EXPECT_EQ(failed.Do(), -1);
+  EXPECT_EQ(failed.Undo(), 0);
+  EXPECT_EQ(m_manager.enabled, 1);
+}
+
+TEST(StepRecordText, AnyByteComesBack) {
+  CString bytes;
+  for (int c = 0; c < 256; ++c) {
+    bytes += static_cast<char>(c);
+  }
+  StepRecord record;
+  record.SetKind("copy");
+  record.Add("all", bytes);
+  record.Add("empty", "");
+  record.Add("all", "second");
+  const CString text = record.ToText();
+  EXPECT_EQ(text.find('\n'), CString::npos);
+  StepRecord read;
+  ASSERT_TRUE(StepRecord::FromText(text, read));
+  EXPECT_EQ(read.GetKind(), "copy");
+  EXPECT_EQ(read.GetAll("all"), (std::vector<CString>{bytes, "second"}));
+  EXPECT_EQ(read.ToText(), text);
+  for (const char* bad : {"", "a=b", "kind\tx", "kind\t=x", "kind\tx=%4", "kind\tx=%zz", "kind\tx=%"}) {
+    EXPECT_FALSE(StepRecord::FromText(bad, read)) << bad;
+  }
+}
+
+} // namespace
+} // namespace kest::test
