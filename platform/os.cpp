@@ -51,7 +51,8 @@ bool MakeTempFolder() {
   if (!Current().GetTempRoot(root)) {
     return false;
   }
-  if (!Current().DirectoryExists(root)) {
+  // asked twice: a question that failed in passing must not make the folder ours to remove
+  if (!Current().DirectoryExists(root) && !Current().DirectoryExists(root)) {
     if (!Current().CreateDirectory(root)) {
       return false;
     }
