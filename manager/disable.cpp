@@ -47,9 +47,9 @@ bool FindFreeStem(const DisableContext& context, CKestPath& description, CKestPa
     package = CKestPath(path);
     description = package;
     description.SetExtension("kei");
-    const Presence presence = LookForFile(description);
-    if (presence != Presence::kThere) {
-      return presence == Presence::kMissing;
+    const FilePresence presence = LookForFile(description);
+    if (presence != FilePresence::kThere) {
+      return presence == FilePresence::kMissing;
     }
   }
   return false;
@@ -58,21 +58,21 @@ bool FindFreeStem(const DisableContext& context, CKestPath& description, CKestPa
 /// Another disabled extension has a description of this name: it moves to a name of its own, with its package.
 bool MakeWay(DisableContext& context) {
   State& state = context.state;
-  const Presence taken = LookForFile(context.aside);
-  if (taken == Presence::kMissing) {
+  const FilePresence taken = LookForFile(context.aside);
+  if (taken == FilePresence::kMissing) {
     context.needsPackage = !IsPackageUpToDate(context);
     return true;
   }
   CKestPath description;
   CKestPath package;
-  if (taken == Presence::kUnknown || !FindFreeStem(context, description, package)) {
+  if (taken == FilePresence::kUnknown || !FindFreeStem(context, description, package)) {
     state.FailByMachine(context.aside, "another disabled extension has a description of this name");
     return false;
   }
   CKestExtension* other = state.owner.FindByPath(context.aside.c_str());
-  const Presence packed = LookForFile(context.package);
-  if (packed == Presence::kUnknown || RunStep<CInstallMoveFile>(state.journal, context.aside, description) != 0 ||
-      (packed == Presence::kThere && RunStep<CInstallMoveFile>(state.journal, context.package, package) != 0) ||
+  const FilePresence packed = LookForFile(context.package);
+  if (packed == FilePresence::kUnknown || RunStep<CInstallMoveFile>(state.journal, context.aside, description) != 0 ||
+      (packed == FilePresence::kThere && RunStep<CInstallMoveFile>(state.journal, context.package, package) != 0) ||
       (other != nullptr && ChangeRecord(state, *other, other->IsEnabled(), description) != 0)) {
     state.FailByMachine(context.aside, "another disabled extension has this name and cannot be moved");
     return false;
@@ -173,7 +173,7 @@ bool CKestExtensionManager::RestoreEnabledState(const CKestProduct* product, CKe
     return true;
   }
   const CString path = m_state->GetExtensionsPath(*product, CKestPath(extension->GetPath()).GetFileName());
-  if (LookForFile(path) != Presence::kThere || LookForFile(extension->GetPath()) != Presence::kMissing) {
+  if (LookForFile(path) != FilePresence::kThere || LookForFile(extension->GetPath()) != FilePresence::kMissing) {
     return false;
   }
   extension->SetPath(path);

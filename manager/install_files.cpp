@@ -73,7 +73,12 @@ bool MayUpdate(Context& context, const CString& path, bool exists) {
   if (context.writableFolders.count(folder) != 0) {
     return true;
   }
-  if (!CKestOS::CanUpdateFile(path)) {
+  // one that is still to be made is as good as the one that it will be made in
+  CString existing = folder;
+  while (!existing.empty() && !CKestOS::DirectoryExists(existing)) {
+    existing = CKestPath(WithoutBackslash(existing)).GetFolder();
+  }
+  if (!CKestOS::CanUpdateFile(existing + CKestPath(path).GetFileName())) {
     return false;
   }
   context.writableFolders.insert(folder);
@@ -104,7 +109,7 @@ bool FreeDestination(Context& context, const CString& path, bool exists) {
 }
 
 /// One entry of the check pass.
-Answer CheckFile(Context& context, const Placement::Resolver& resolver, const CKestExtensionFile& file) {
+Answer CheckFile(Context& context, const FilePlacement::Resolver& resolver, const CKestExtensionFile& file) {
   if (!CheckDestination(context, file)) {
     return Answer::kEnd;
   }
@@ -126,17 +131,17 @@ Answer CheckFile(Context& context, const Placement::Resolver& resolver, const CK
                    "it leads out of its folder");
     return Answer::kEnd;
   }
-  if (LookForFile(place.source.GetText()) != Presence::kThere) {
+  if (LookForFile(place.source.GetText()) != FilePresence::kThere) {
     context.Refuse(Failure::kBadPackage, Message::kFileMissing, {file.GetSource()}, file.GetSource(),
                    "the package does not hold it");
     return Answer::kEnd;
   }
-  const Presence presence = LookForFile(path);
-  if (presence == Presence::kUnknown) {
+  const FilePresence presence = LookForFile(path);
+  if (presence == FilePresence::kUnknown) {
     context.state.FailByMachine(path, "it cannot be looked at");
     return Answer::kEnd;
   }
-  const bool exists = presence == Presence::kThere;
+  const bool exists = presence == FilePresence::kThere;
   if (exists) {
     context.existing.insert(path);
   }
@@ -199,7 +204,7 @@ void PlanFile(Context& context, const CKestExtensionFile& file, const FilePlace&
 /// Gathers the folders and files of the copy pass, in order.
 bool GatherCopies(Context& context, Pass& pass) {
   CKestExtensionManager::State& state = context.state;
-  const Placement::Resolver resolver(state.placement, context.product, context.extension.get());
+  const FilePlacement::Resolver resolver(state.placement, context.product, context.extension.get());
   std::vector<CString> missing;
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
     if (!IsPlaced(file)) {
@@ -284,7 +289,7 @@ bool RunCopies(Context& context, const Pass& pass) {
 bool CheckFiles(Context& context) {
   const HostUi ui = context.state.Ui();
   ui.BeginWait();
-  const Placement::Resolver resolver(context.state.placement, context.product, context.extension.get());
+  const FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
     if (!IsPlaced(file)) {
       continue;

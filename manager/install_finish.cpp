@@ -30,7 +30,7 @@ bool ApplyChanges(Context& context) {
 
 bool PlaceDescription(Context& context) {
   CKestExtensionManager::State& state = context.state;
-  const Presence before = LookForFile(context.destination);
+  const FilePresence before = LookForFile(context.destination);
   auto step =
       std::make_unique<CInstallCopyFile>(context.descriptionPath, context.destination, false, context.fromPackage);
   const auto uses = context.sourceUses.find(text::Lower(context.descriptionPath));
@@ -44,7 +44,7 @@ bool PlaceDescription(Context& context) {
                           Message::kNotInstalled);
     return false;
   }
-  (before == Presence::kMissing ? state.report.created : state.report.changed).push_back(context.destination);
+  (before == FilePresence::kMissing ? state.report.created : state.report.changed).push_back(context.destination);
   state.Ui().EndWait();
   if (context.progress) {
     state.Ui().EndProgress();

@@ -7,15 +7,15 @@ namespace kest {
 
 using State = CKestExtensionManager::State;
 
-Presence LookForFile(const CString& path) {
+FilePresence LookForFile(const CString& path) {
   Machine& machine = CKestOS::GetMachine();
   machine.ClearLastError();
   if (machine.FileExists(path)) {
-    return Presence::kThere;
+    return FilePresence::kThere;
   }
   const MachineError::Kind kind = machine.GetLastError().kind;
-  return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ? Presence::kMissing
-                                                                                    : Presence::kUnknown;
+  return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ? FilePresence::kMissing
+                                                                                    : FilePresence::kUnknown;
 }
 
 OperationReport::Failure FailureOf(const MachineError& error) {

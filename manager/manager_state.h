@@ -30,7 +30,7 @@ struct CKestExtensionManager::State {
   CString unpackFolder;    ///< where the sources of the description at hand lie, with trailing backslash
   CString descriptionName; ///< its file name
   CKestTokenMap folderKeywords;
-  Placement placement{products, folderKeywords, unpackFolder};
+  FilePlacement placement{products, folderKeywords, unpackFolder};
   CKestInstallJournal journal;
 
   RecoveryReport recovery;
@@ -85,8 +85,8 @@ struct CKestExtensionManager::State {
 };
 
 /// Whether a file is there, heeding that a question may fail: a false answer that is not "not found" is no answer.
-enum class Presence { kThere, kMissing, kUnknown };
-[[nodiscard]] Presence LookForFile(const CString& path);
+enum class FilePresence { kThere, kMissing, kUnknown };
+[[nodiscard]] FilePresence LookForFile(const CString& path);
 
 /// What kind of failure a refusal of the machine is.
 [[nodiscard]] OperationReport::Failure FailureOf(const MachineError& error);

@@ -67,7 +67,7 @@ bool LoadDescription(PackContext& context) {
   if (code == CKestExtension::kLoaded) {
     return true;
   }
-  const bool missing = LookForFile(context.description) == Presence::kMissing;
+  const bool missing = LookForFile(context.description) == FilePresence::kMissing;
   const Message message = code == CKestExtension::kParentPath  ? Message::kParentInDescription
                           : code == kSeveralPrimaries          ? Message::kSeveralPrimaries
                           : code == CKestExtension::kBrokenTag ? Message::kStraySlash
@@ -121,7 +121,7 @@ bool ShowError(PackContext& context, const CKestPackage& package, const CString&
 }
 
 /// Packs one file of the description. True when the next one may follow.
-bool PackOne(PackContext& context, CKestPackage& package, const Placement::Resolver& resolver,
+bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::Resolver& resolver,
              const CKestExtensionFile& file) {
   FilePlace place = resolver.Locate(file);
   if (context.repackage && place.unsafe) {
@@ -138,7 +138,7 @@ bool PackOne(PackContext& context, CKestPackage& package, const Placement::Resol
     place.destination.SetExtension(file.GetWinExtension());
   }
   const CString& path = context.repackage ? place.destination.GetText() : place.source.GetText();
-  if (LookForFile(path) != Presence::kThere) {
+  if (LookForFile(path) != FilePresence::kThere) {
     return context.Refuse(-1, Failure::kNotFound, Message::kFileMissing, {path}, path, "it is not there");
   }
   if (!context.repackage && place.source.GetFileName().size() > kLongestName) {
@@ -164,7 +164,7 @@ bool PackFiles(PackContext& context, CKestPackage& package) {
     }
   };
   advance();
-  const Placement::Resolver resolver(context.state.placement, context.product, &context.extension);
+  const FilePlacement::Resolver resolver(context.state.placement, context.product, &context.extension);
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
     CKestOS::AllowBackgroundProcessing();
     if (context.repackage && !IsPlaced(file)) {
@@ -207,7 +207,7 @@ bool BuildPackage(PackContext& context) {
 /// The new package takes the place of an old one in one move.
 bool PlacePackage(PackContext& context) {
   State& state = context.state;
-  const Presence before = LookForFile(context.target);
+  const FilePresence before = LookForFile(context.target);
   bool placed = false;
   if (context.asStep) {
     placed = RunStep<CInstallPlaceFile>(state.journal, context.temporary, context.target) == 0;
@@ -219,7 +219,7 @@ bool PlacePackage(PackContext& context) {
     state.FailByMachine(context.target, "the package could not be put in place");
     return false;
   }
-  (before == Presence::kMissing ? state.report.created : state.report.changed).push_back(context.target);
+  (before == FilePresence::kMissing ? state.report.created : state.report.changed).push_back(context.target);
   return true;
 }
 

@@ -59,12 +59,12 @@ bool IsPlainPath(const CString& path) {
   return true;
 }
 
-Placement::Placement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder)
+FilePlacement::FilePlacement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder)
     : m_products(products), m_folderKeywords(folderKeywords), m_unpackFolder(unpackFolder) {}
 
-void Placement::Forget() { m_tokens.clear(); }
+void FilePlacement::Forget() { m_tokens.clear(); }
 
-int Placement::LocalizeSource(CKestPath& source) const {
+int FilePlacement::LocalizeSource(CKestPath& source) const {
   if (!source.IsEmpty()) {
     source.LocalizePathSeparators();
   }
@@ -72,29 +72,29 @@ int Placement::LocalizeSource(CKestPath& source) const {
   return 0;
 }
 
-int Placement::LocalizeDestination(CKestPath& destination, const CKestProduct* product, const CKestPath& source,
-                                   const CKestPath& reference, const CKestExtension* extension,
-                                   const CString& winExtension) const {
+int FilePlacement::LocalizeDestination(CKestPath& destination, const CKestProduct* product, const CKestPath& source,
+                                       const CKestPath& reference, const CKestExtension* extension,
+                                       const CString& winExtension) const {
   return Resolver(*this, product, extension).Resolve(destination, source, reference, winExtension);
 }
 
-int Placement::LocalizeFiles(CKestPath& source, CKestPath& destination, const CKestProduct* product,
-                             const CKestPath& reference, const CKestExtension* extension,
-                             const CString& winExtension) const {
+int FilePlacement::LocalizeFiles(CKestPath& source, CKestPath& destination, const CKestProduct* product,
+                                 const CKestPath& reference, const CKestExtension* extension,
+                                 const CString& winExtension) const {
   if (LocalizeSource(source) != 0) {
     return FilePlace::kNoToken;
   }
   return LocalizeDestination(destination, product, source, reference, extension, winExtension);
 }
 
-CString Placement::LocalizeFolder(const CString& folder, const CKestProduct* product,
-                                  const CKestExtension* extension) const {
+CString FilePlacement::LocalizeFolder(const CString& folder, const CKestProduct* product,
+                                      const CKestExtension* extension) const {
   CKestPath destination(folder);
   (void)LocalizeDestination(destination, product, CKestPath(), CKestPath(), extension, CString());
   return destination.GetText();
 }
 
-const CKestTokenMap& Placement::GetTokens(const CKestProduct& product, const CString& destination) const {
+const CKestTokenMap& FilePlacement::GetTokens(const CKestProduct& product, const CString& destination) const {
   auto [found, isNew] = m_tokens.try_emplace(&product);
   ProductTokens& tokens = found->second;
   if (isNew) {
@@ -111,10 +111,11 @@ const CKestTokenMap& Placement::GetTokens(const CKestProduct& product, const CSt
   return *map;
 }
 
-Placement::Resolver::Resolver(const Placement& placement, const CKestProduct* product, const CKestExtension* extension)
+FilePlacement::Resolver::Resolver(const FilePlacement& placement, const CKestProduct* product,
+                                  const CKestExtension* extension)
     : m_placement(placement), m_product(product), m_extension(extension) {}
 
-FilePlace Placement::Resolver::Locate(const CKestExtensionFile& file) const {
+FilePlace FilePlacement::Resolver::Locate(const CKestExtensionFile& file) const {
   FilePlace place;
   const CString& winExtension = file.GetWinExtension();
   place.source = CKestPath(file.GetSource());
@@ -127,8 +128,8 @@ FilePlace Placement::Resolver::Locate(const CKestExtensionFile& file) const {
   return place;
 }
 
-int Placement::Resolver::Resolve(CKestPath& destination, const CKestPath& source, const CKestPath& reference,
-                                 const CString& winExtension) const {
+int FilePlacement::Resolver::Resolve(CKestPath& destination, const CKestPath& source, const CKestPath& reference,
+                                     const CString& winExtension) const {
   CString folder = ToFolder(std::move(destination), source);
   if (!BeginsWithToken(folder)) {
     destination = CKestPath(std::move(folder));
@@ -154,8 +155,8 @@ int Placement::Resolver::Resolve(CKestPath& destination, const CKestPath& source
   return FilePlace::kResolved;
 }
 
-const CString* Placement::Resolver::FindValue(const CString& token, const CString& destination,
-                                              const CKestPath& reference, const CKestProduct*& placing) const {
+const CString* FilePlacement::Resolver::FindValue(const CString& token, const CString& destination,
+                                                  const CKestPath& reference, const CKestProduct*& placing) const {
   const auto lookUp = [&token](const CKestTokenMap& map) {
     const auto found = map.find(token);
     return found == map.end() ? nullptr : &found->second;
@@ -189,7 +190,7 @@ const CString* Placement::Resolver::FindValue(const CString& token, const CStrin
   return FindOwnToken(token);
 }
 
-const CString* Placement::Resolver::FindOwnToken(const CString& token) const {
+const CString* FilePlacement::Resolver::FindOwnToken(const CString& token) const {
   if (!m_ownTokens) {
     m_ownTokens.emplace();
     CKestTokenMap tokens;

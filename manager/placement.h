@@ -26,11 +26,11 @@ struct FilePlace {
 
 /// Turns the sources and destinations of descriptions into absolute paths. Remembers the products' token maps until
 /// Forget, because a product's folders change only when it is given new paths.
-class Placement {
+class FilePlacement {
 public:
   using Products = std::vector<std::unique_ptr<CKestProduct>>;
   /// All borrowed, for the life of the object.
-  Placement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder);
+  FilePlacement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder);
 
   void Forget();
 
@@ -50,7 +50,7 @@ public:
   /// The same for many files of one extension: its own tokens are gathered once.
   class Resolver {
   public:
-    Resolver(const Placement& placement, const CKestProduct* product, const CKestExtension* extension);
+    Resolver(const FilePlacement& placement, const CKestProduct* product, const CKestExtension* extension);
     [[nodiscard]] FilePlace Locate(const CKestExtensionFile& file) const;
     [[nodiscard]] int Resolve(CKestPath& destination, const CKestPath& source, const CKestPath& reference,
                               const CString& winExtension) const;
@@ -59,7 +59,7 @@ public:
     [[nodiscard]] const CString* FindValue(const CString& token, const CString& destination, const CKestPath& reference,
                                            const CKestProduct*& placing) const;
     [[nodiscard]] const CString* FindOwnToken(const CString& token) const;
-    const Placement& m_placement;
+    const FilePlacement& m_placement;
     const CKestProduct* m_product;
     const CKestExtension* m_extension;
     mutable std::optional<std::unordered_map<CString, CString>> m_ownTokens;

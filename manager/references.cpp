@@ -14,7 +14,7 @@ bool AnyPlace(const CKestExtensionManager::State& state, const CKestProduct* pro
       if (extension == except) {
         continue;
       }
-      const Placement::Resolver resolver(state.placement, product, extension);
+      const FilePlacement::Resolver resolver(state.placement, product, extension);
       for (const CKestExtensionFile& file : extension->GetFiles()) {
         if (IsPlaced(file)) {
           const FilePlace place = resolver.Locate(file);

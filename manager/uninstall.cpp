@@ -42,7 +42,7 @@ bool FreeFile(Context& context, const CString& path) {
 
 /// The places of the extension's files that exist, in order; false when the machine cannot tell.
 template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
-  const Placement::Resolver resolver(context.state.placement, &context.product, &context.extension);
+  const FilePlacement::Resolver resolver(context.state.placement, &context.product, &context.extension);
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
     if (!IsPlaced(file)) {
       continue;
@@ -52,12 +52,12 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
       continue;
     }
     const CString& path = place.destination.GetText();
-    const Presence presence = LookForFile(path);
-    if (presence == Presence::kUnknown) {
+    const FilePresence presence = LookForFile(path);
+    if (presence == FilePresence::kUnknown) {
       context.state.FailByMachine(path, "it cannot be looked at");
       return false;
     }
-    if (presence == Presence::kThere && !visit(file, path)) {
+    if (presence == FilePresence::kThere && !visit(file, path)) {
       return false;
     }
   }
@@ -67,12 +67,12 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
 /// One more description or package to delete, unless another extension needs it.
 bool PlanDeletion(Context& context, const CString& path,
                   std::vector<std::unique_ptr<CKestExtensionInstallStep>>& steps) {
-  const Presence presence = LookForFile(path);
-  if (presence == Presence::kUnknown) {
+  const FilePresence presence = LookForFile(path);
+  if (presence == FilePresence::kUnknown) {
     context.state.FailByMachine(path, "it cannot be looked at");
     return false;
   }
-  if (presence == Presence::kThere) {
+  if (presence == FilePresence::kThere) {
     steps.push_back(std::make_unique<CInstallDeleteFile>(path));
     context.state.report.deleted.push_back(path);
   }
@@ -306,7 +306,7 @@ UninstallPreview CKestExtensionManager::PreviewUninstall(const CKestProduct* pro
   }
   m_state->placement.Forget();
   References references(*m_state, product, extension);
-  const Placement::Resolver resolver(m_state->placement, product, extension);
+  const FilePlacement::Resolver resolver(m_state->placement, product, extension);
   for (const CKestExtensionFile& file : extension->GetFiles()) {
     if (!extension->IsEnabled() || !IsPlaced(file)) {
       continue;
@@ -343,7 +343,7 @@ std::vector<CString> CKestExtensionManager::GetInstalledFiles(const CKestProduct
     return paths;
   }
   m_state->placement.Forget();
-  const Placement::Resolver resolver(m_state->placement, product, extension);
+  const FilePlacement::Resolver resolver(m_state->placement, product, extension);
   for (const CKestExtensionFile& file : extension->GetFiles()) {
     const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
     if (place.result == FilePlace::kResolved && !place.unsafe) {

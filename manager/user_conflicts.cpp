@@ -93,7 +93,7 @@ std::optional<bool> State::HasFilesNewerThan(const CKestProduct& product, const 
   if (sure && date > when) {
     return true;
   }
-  const Placement::Resolver resolver(placement, &product, &record);
+  const FilePlacement::Resolver resolver(placement, &product, &record);
   for (const CKestExtensionFile& file : record.GetFiles()) {
     if (!IsPlaced(file)) {
       continue;

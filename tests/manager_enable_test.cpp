@@ -50,11 +50,15 @@ TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
   ASSERT_EQ(enable(record), 0);
   EXPECT_EQ(difference(enabled, m_pc.Snapshot()), "");
   EXPECT_EQ(uninstall(record), 0);
+  const std::string untouched = "HTM,HTML:HTML Documents\r\nTXT:Text Files\r\n";
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Extensions.txt"), untouched);
+  m_pc.Write(kConfiguration + "Extensions.txt", untouched); // an edited file has a date of its own
   EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
 }
 
 TEST_F(EnableTest, AChangedFileMakesANewPackage) {
   CKestExtension* record = installed(tool());
+  ASSERT_NE(record, nullptr);
   ASSERT_EQ(disable(record), 0);
   ASSERT_EQ(enable(record), 0);
   m_pc.Write(kConfiguration + "Commands\\tool.htm", "changed by the user", 4000000000);
@@ -77,6 +81,7 @@ TEST_F(EnableTest, ANameTakenAmongTheDisabledIsLeftToItsOwnerUnderANewName) {
   EXPECT_EQ(enable(first), 0);
   EXPECT_TRUE(m_pc.Exists(std::string(kNova) + "f.htm"));
   EXPECT_FALSE(m_pc.Exists(std::string(kNova) + "s.htm"));
+  EXPECT_EQ(uninstall(first), 0);
   EXPECT_EQ(enable(second), 0);
 }
 
@@ -94,11 +99,13 @@ TEST_F(EnableTest, EnablingWhileAnEqualOneIsEnabledChangesNothing) {
 
 TEST_F(EnableTest, AMissingFileKeepsAnExtensionFromBeingDisabled) {
   CKestExtension* record = installed(tool());
+  ASSERT_NE(record, nullptr);
   std::filesystem::remove(m_pc.HostPath(kConfiguration + "Shared\\tool\\tool.js"));
   m_pc.Reopen();
   const MachineSnapshot before = m_pc.Snapshot();
   start();
   record = find("Tool");
+  ASSERT_NE(record, nullptr);
   m_host.clear();
   EXPECT_NE(disable(record), 0);
   EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{4024});
@@ -108,6 +115,7 @@ TEST_F(EnableTest, AMissingFileKeepsAnExtensionFromBeingDisabled) {
 
 TEST_F(EnableTest, TheUserIsToldWhatARunningProductNeeds) {
   CKestExtension* record = installed(tool().requiresRestart());
+  ASSERT_NE(record, nullptr);
   ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", true));
   ASSERT_EQ(disable(record), 0);
   ASSERT_EQ(enable(record), 0);

@@ -55,7 +55,7 @@ TEST_F(PackagingTest, WhatCannotBePackedIsRefusedAndAnOldPackageStays) {
        [&] { return package("Long").descriptionNamed(longName.substr(4) + ".kei"); }, true, 4131, -1, ""},
       {"a file's name", [&] { return package("Long").file(longName + ".htm", "$tidemark"); }, false, 4131, -1, ""},
       {"several primary products",
-       [] { return package("X").product("Tidemark\" primary=\"true", "4").product("Prism\" primary=\"true", "4"); },
+       [] { return package("X").product("Tidemark", "4").product("Prism\" primary=\"true", "4"); },
        true, 4132, -4, ""},
       {"missing items", [] { return package("X").author("").version("0.0").type(""); }, false, 4072, -1, ""},
       {"a file without extension", [] { return package("X").file("readme", "$tidemark"); }, true, 4135, -1, ""},

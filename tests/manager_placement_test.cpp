@@ -103,7 +103,7 @@ TEST_F(PlacementTest, UnsafePlacesAreMarkedHoweverTheyHideTheWayUp) {
     token.SetDefinition(definition);
   }
   state().unpackFolder = "C:\\unpacked\\";
-  const Placement::Resolver resolver(state().placement, nova(), &extension);
+  const FilePlacement::Resolver resolver(state().placement, nova(), &extension);
   for (const auto& row : rows) {
     CKestExtensionFile file;
     file.SetSource(row.source);
@@ -137,7 +137,7 @@ TEST_F(PlacementTest, AFolderThatCannotBeMadeIsTold) {
   EXPECT_FALSE(state().EnsureFolderExists(std::string(kNova) + "file\\below"));
   ASSERT_EQ(m_host.notices().size(), 1u);
   EXPECT_EQ(m_host.notices()[0].number, 4027);
-  EXPECT_EQ(m_host.notices()[0].arguments, (std::vector<std::string>{std::string(kNova) + "file\\below"}));
+  EXPECT_EQ(m_host.notices()[0].arguments, (std::vector<std::string>{std::string(kNova) + "file"}));
 }
 
 TEST_F(PlacementTest, ARunningProductKeepsItsScriptExtensions) {
