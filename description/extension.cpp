@@ -83,9 +83,11 @@ int CKestExtension::FinishLoad(int parsed, CKestExtensionXMLParser& parser, CKes
     reason = "there is no kestrel-extension element";
   }
   if (result == kLoaded) {
-    CleanUpText(m_description);
-    CleanUpText(m_uiAccess);
-    CleanUpText(m_license);
+    for (CString* text : {&m_description, &m_uiAccess, &m_license}) {
+      CleanUpText(*text);
+      text->shrink_to_fit(); // thousands of records stay in memory
+    }
+    m_files.ShrinkChildren();
     SettlePrimaryProduct();
     if (HasParentPaths()) {
       result = kParentPath;

@@ -291,6 +291,12 @@ void CKestXmlObject::RemoveAllChildren() {
   }
 }
 
+void CKestXmlObject::ShrinkChildren() {
+  if (m_body != nullptr) {
+    m_body->children.shrink_to_fit();
+  }
+}
+
 int CKestXmlObject::IndexOf(const CKestXmlObject* child) const {
   const Children& children = GetChildren();
   const auto found =

@@ -73,6 +73,8 @@ public:
   [[nodiscard]] std::unique_ptr<CKestXmlObject> RemoveChild(const CKestXmlObject* child);
   /// Frees them, however deep the tree is.
   void RemoveAllChildren();
+  /// Gives back memory that was kept for further children.
+  void ShrinkChildren();
   /// Index of a direct child, or -1.
   [[nodiscard]] int IndexOf(const CKestXmlObject* child) const;
 
