@@ -168,7 +168,7 @@ TEST(RegistryFile, CutAndHostileTextsAreHarmless) {
   }
   std::mt19937 random(5);
   constexpr std::string_view kEvil = "\\\"[]=@\n\r\0\xFFx0:(,";
-  for (int round = 0; round < 4000; ++round) {
+  for (int round = 0; round < 1200; ++round) {
     CString changed = kSample;
     for (int i = 0; i < 3; ++i) {
       changed[random() % changed.size()] = kEvil[random() % kEvil.size()];
