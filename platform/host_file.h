@@ -8,8 +8,8 @@ namespace kest {
 struct HostTarget {
   std::shared_ptr<HostDescriptor> folder;
   HostIdentity folderIdentity;
-  CString name; ///< stored name of what is replaced, else the name as given
-  CString path; ///< Windows path, for error messages
+  CString name;     ///< stored name of what is replaced, else the name as given
+  CString path;     ///< Windows path, for error messages
   int staging = -1; ///< a folder, borrowed, where a file may stand for a moment before it replaces another; on the same
                     ///< volume, else -1
 };
