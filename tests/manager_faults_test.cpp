@@ -3,6 +3,8 @@
 #include "support/failing_machine.h"
 #include "support/kest_fixture.h"
 
+#include <cstdio>
+
 namespace kest::test {
 namespace {
 
@@ -30,15 +32,16 @@ protected:
     EXPECT_TRUE(isTempEmpty());
   }
 
-  /// `prepare` makes the state to start from (on a fresh fixture state each time), `run` is true when it succeeded.
+  /// `prepare` makes the state to start from, once: a run that failed has to give it back, and after one that did not
+  /// it is copied back. `run` is true when it succeeded.
   void loop(bool persistent, const std::function<void()>& prepare, const std::function<bool()>& run) {
-    int mixed = 0;
-    for (int n = 1; n < 5000 && mixed < 5; ++n) {
-      reset();
-      prepare();
-      CKestOS::SetMachine(&m_pc.Get());
+    scriptHost();
+    prepare();
+    savePrepared();
+    for (int n = 1; n < 5000; ++n) {
       FailingMachine failing(m_pc.Get());
       CKestOS::SetMachine(&failing);
+      scriptHost();
       start();
       const MachineSnapshot before = m_pc.Snapshot();
       const std::vector<std::string> records = catalogue();
@@ -46,13 +49,12 @@ protected:
       const bool done = run();
       failing.disarm();
       SCOPED_TRACE("call " + std::to_string(n) + (persistent ? " and all after it: " : ": ") + failing.name());
-      if (!done && persistent && !report().rolledBack) {
+      if (!done && !report().rolledBack) {
         start(); // undo needs a machine that works
       }
       if (!done) {
         expectAsBefore(before, records);
       }
-      mixed += HasFailure() ? 1 : 0;
       m_manager.reset();
       CKestOS::SetMachine(&m_pc.Get());
       if (!failing.fired()) {
@@ -60,32 +62,47 @@ protected:
         std::printf("%d calls\n", n - 1);
         return;
       }
+      if (HasFailure()) {
+        return; // the first one tells enough
+      }
+      if (done) {
+        putPreparedBack();
+      }
     }
-    ADD_FAILURE() << "the loop did not end well";
+    ADD_FAILURE() << "the loop did not end";
   }
 
-  /// The machine as the fixture made it.
-  void reset() {
+  void scriptHost() {
+    m_host.clear();
+    m_host.otherwise(kYes).always(Message::kFileInUse, kCancel).always(Message::kFileInUseBy, kCancel);
+  }
+
+  void savePrepared() {
     m_manager.reset();
-    CKestOS::SetMachine(&m_pc.Get());
-    if (m_pristine.empty()) {
-      m_pristine = m_pc.GetRoot().parent_path() / "pristine";
-      std::filesystem::copy(m_pc.GetRoot(), m_pristine,
-                            std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks);
-    }
+    m_prepared = m_pc.GetRoot().parent_path() / "prepared";
+    copyMachine(m_pc.GetRoot(), m_prepared);
+  }
+
+  void putPreparedBack() {
     for (const auto& entry : std::filesystem::directory_iterator(m_pc.GetRoot())) {
       std::filesystem::remove_all(entry);
     }
-    std::filesystem::copy(m_pristine, m_pc.GetRoot(),
-                          std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing |
-                              std::filesystem::copy_options::copy_symlinks);
+    copyMachine(m_prepared, m_pc.GetRoot());
     m_pc.Reopen();
-    m_host.clear();
-    m_host.otherwise(kYes).always(Message::kFileInUse, kCancel).always(Message::kFileInUseBy, kCancel);
-    start();
   }
 
-  std::filesystem::path m_pristine;
+  /// With dates, which the engine goes by.
+  static void copyMachine(const std::filesystem::path& from, const std::filesystem::path& to) {
+    namespace fs = std::filesystem;
+    fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    for (const auto& entry : fs::recursive_directory_iterator(from)) {
+      if (entry.is_regular_file() && !entry.is_symlink()) {
+        fs::last_write_time(to / fs::relative(entry.path(), from), entry.last_write_time());
+      }
+    }
+  }
+
+  std::filesystem::path m_prepared;
   CString m_kep;
 };
 
