@@ -155,26 +155,9 @@ private:
   std::optional<std::unordered_set<CString>> m_entries; ///< made when the first copy is
 };
 
-/// A copy of the set that shares nothing with it, made by way of the description format; null when the text cannot be
-/// read back. Owned by `scratch`.
-CKestServerConfigChanges* CopySet(const CKestServerConfigChanges& set, CKestExtension& scratch) {
-  CString inner;
-  set.BuildXml(1, inner);
-  CKestExtension::RevertBadXml(inner);
-  CString fragment = "<kestrel-package>\n" + inner + "\n</kestrel-package>";
-  if (fragment.find("/ >") != CString::npos) {
-    return nullptr; // no description may hold it
-  }
-  CKestExtension::ConvertBadXml(fragment);
-  if (scratch.LoadFragment(fragment) != 0 || !scratch.HasConfigChanges()) {
-    return nullptr;
-  }
-  return dynamic_cast<CKestServerConfigChanges*>(scratch.GetConfigChanges().front().get());
-}
-
+/// One old server model became two: its sets are for the one from now on, and copies of them for the other.
 void ConvertServerModels(CKestExtension& extension) {
-  std::vector<std::unique_ptr<CKestExtension>> scratch; // holds the copies until the walk is over
-  std::vector<CKestServerConfigChanges*> copies;
+  std::vector<std::unique_ptr<CKestXmlObject>> copies;
   for (const auto& changes : extension.GetConfigChanges()) {
     auto* const set = dynamic_cast<CKestServerConfigChanges*>(changes.get());
     if (set == nullptr) {
@@ -182,12 +165,9 @@ void ConvertServerModels(CKestExtension& extension) {
     }
     const CString& folder = set->GetServerModelFolder();
     if (text::EqualNoCase(folder, kOldAsp)) {
-      scratch.push_back(std::make_unique<CKestExtension>());
-      if (CKestServerConfigChanges* const copy = CopySet(*set, *scratch.back()); copy != nullptr) {
-        set->SetServerModelFolder(kAspVbs);
-        copy->SetServerModelFolder(kAspJs);
-        copies.push_back(copy);
-      }
+      set->SetServerModelFolder(kAspJs);
+      copies.push_back(set->Clone());
+      set->SetServerModelFolder(kAspVbs);
       continue;
     }
     const auto* const row = std::find_if(std::begin(kServerModelNames), std::end(kServerModelNames),
@@ -196,8 +176,9 @@ void ConvertServerModels(CKestExtension& extension) {
       set->SetServerModelFolder(row->folder);
     }
   }
-  for (CKestServerConfigChanges* const copy : copies) {
-    extension.AddConfigChanges(copy);
+  for (std::unique_ptr<CKestXmlObject>& copy : copies) {
+    // a clone is of the set's own class; the record takes it over
+    extension.AddConfigChanges(static_cast<CKestServerConfigChanges*>(copy.release()));
   }
 }
 

@@ -1,0 +1,191 @@
+#include "config/config_sets.h"
+#include "menus/menu_sets.h"
+#include "products/tidemark.h"
+#include "products/vantage.h"
+#include "support/description_text.h"
+
+#include <gmock/gmock.h>
+
+namespace kest::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+constexpr const char* kForVantage = "<products><product name=\"vantage\" version=\"4\" primary=\"true\" /></products>";
+constexpr const char* kForTidemark = "<products><product name=\"Tidemark\" version=\"4\" primary=\"true\" />"
+                                     "<product name=\"Vantage\" version=\"4\" /></products>";
+
+std::string File(const std::string& source, const std::string& destination, const std::string& more = {}) {
+  return "<file source=\"" + source + "\" destination=\"" + destination + "\" " + more + " />";
+}
+
+CKestExtension Converted(const std::string& inner, const char* products = kForTidemark) {
+  CKestExtension extension = RecordOf(products + inner);
+  const CKestTidemark6 product;
+  product.MassageExtension(&extension);
+  return extension;
+}
+
+std::vector<CString> Destinations(const CKestExtension& extension) {
+  std::vector<CString> destinations;
+  for (const CKestExtensionFile& file : extension.GetFiles()) {
+    destinations.push_back(file.GetDestination());
+  }
+  return destinations;
+}
+
+std::vector<CString> DestinationsOf(const std::string& destination, const char* products = kForTidemark) {
+  return Destinations(Converted("<files>" + File("a.htm", destination) + "</files>", products));
+}
+
+TEST(LegacyConversionTest, ReferenceContentMovesBelowContent) {
+  EXPECT_THAT(DestinationsOf("$tidemark/Configuration/Reference/CSS"),
+              ElementsAre("$tidemark/Configuration/Content\\Reference/CSS"));
+  EXPECT_THAT(DestinationsOf("$tidemark:configuration:reference"),
+              ElementsAre("$tidemark:configuration:Content\\reference"));
+  for (const char* other : {"$tidemark/Configuration/References", "$tidemark/Reference", "$tidemark/Configuration",
+                            "$tidemark/Configuration/Content\\Reference"}) {
+    EXPECT_THAT(DestinationsOf(other), ElementsAre(other));
+  }
+}
+
+TEST(LegacyConversionTest, ServerModelFoldersAreCopiedForTheApplicationServerEditionAlone) {
+  const char* const destination = "$tidemark/Configuration/ServerBehaviors/ASP/Mine";
+  EXPECT_THAT(DestinationsOf(destination, kForVantage),
+              ElementsAre(destination, "$tidemark/Configuration/ServerBehaviors/ASP_Vbs/Mine",
+                          "$tidemark/Configuration/ServerBehaviors/ASP_Js/Mine"));
+  EXPECT_THAT(DestinationsOf(destination, kForTidemark), ElementsAre(destination)) << "named, not required";
+  EXPECT_THAT(DestinationsOf("$tidemark\\configuration\\connections\\Scripts\\asp", kForVantage),
+              ElementsAre("$tidemark\\configuration\\connections\\Scripts\\asp",
+                          "$tidemark\\configuration\\connections\\Scripts\\ASP_Vbs",
+                          "$tidemark\\configuration\\connections\\Scripts\\ASP_Js"));
+  EXPECT_THAT(
+      DestinationsOf("$tidemark/configuration/DataSources/Harbor/", kForVantage),
+      ElementsAre("$tidemark/configuration/DataSources/Harbor/", "$tidemark/configuration/DataSources/VN4-Harbor/"));
+  for (const char* other : {"$tidemark/configuration/ServerBehaviors/ASPX", "$tidemark/configuration/Servers/ASP",
+                            "$tidemark/configuration/ConnectionsX/ASP", "$tidemark/configuration/Commands/ASP"}) {
+    EXPECT_THAT(DestinationsOf(other, kForVantage), ElementsAre(other));
+  }
+}
+
+TEST(LegacyConversionTest, CopiesKeepEveryFieldAndFilesForAnotherPlatformAreLeftAlone) {
+  const CKestExtension extension = Converted(
+      "<files>" + File("a.htm", "$tidemark/Configuration/ServerFormats/ASP", "shared=\"true\" platform=\"win\"") +
+          File("m.htm", "$tidemark/Configuration/ServerFormats/ASP", "platform=\"mac\"") + "</files>",
+      kForVantage);
+  ASSERT_EQ(extension.GetFiles().GetCount(), 4u);
+  const CKestExtensionFile& copy = *std::next(extension.GetFiles().begin(), 3);
+  EXPECT_EQ(copy.GetSource(), "a.htm");
+  EXPECT_TRUE(copy.IsShared());
+  EXPECT_EQ(copy.GetPlatform(), CKestExtensionFile::kWin);
+}
+
+const std::string kObjects = "<files>" + File("obj/Big Box.htm", "$tidemark/Configuration/Objects/Tools") +
+                             File("obj/Big Box.js", "$tidemark/Configuration/Objects/Tools") +
+                             File("obj/BIG BOX.gif", "$tidemark\\Configuration\\Objects\\Tools\\big box.gif") +
+                             File("plain.HTML", "$tidemark/Configuration/Objects/My Objects/Sub/") +
+                             File("two.htm", "$tidemark/Configuration/Objects/tools/two.htm") + "</files>";
+
+TEST(LegacyConversionTest, ObjectPagesGetButtonsOnTheInsertBar) {
+  const CKestExtension extension = Converted(kObjects);
+  ASSERT_EQ(extension.GetConfigChanges().size(), 2u);
+  EXPECT_NE(dynamic_cast<CKestMasterConfigChanges*>(extension.GetConfigChanges()[0].get()), nullptr);
+  const CKestXmlObject& set = *extension.GetConfigChanges()[1];
+  EXPECT_TRUE(set.HasTag("insertbar-changes"));
+  ASSERT_EQ(set.GetChildCount(), 1);
+  std::string buttons;
+  for (const auto& category : set.GetChildren()[0]->GetChildren()) {
+    buttons += *category->FindAttribute("id") + " in " + *category->FindAttribute("folder") + ": ";
+    for (const auto& button : category->GetChildren()) {
+      buttons += *button->FindAttribute("id") + " " + *button->FindAttribute("image") + " " +
+                 *button->FindAttribute("file") + "; ";
+    }
+  }
+  EXPECT_EQ(buttons, "TM_Insertbar_Layout in Tools: Sample_Big_Box Tools\\BIG BOX.gif Tools\\Big Box.htm; "
+                     "Sample_two generic.gif tools\\two.htm; "
+                     "TM_Inserbar_My_Objects_Sub in My Objects\\Sub: Sample_plain generic.gif "
+                     "My Objects\\Sub\\plain.HTML; ");
+  EXPECT_THAT(Written(set), HasSubstr("<category id=\"TM_Insertbar_Layout\" folder=\"Tools\">"));
+}
+
+TEST(LegacyConversionTest, NoButtonsWithoutIconsOrBesideTheExtensionsOwn) {
+  EXPECT_FALSE(
+      Converted("<files>" + File("a.htm", "$tidemark/Configuration/Objects/Tools") + "</files>").HasConfigChanges());
+  const CKestExtension own =
+      Converted(kObjects + "<configuration-changes><insertbar-changes><insertbar-remove id=\"x\" /></insertbar-changes>"
+                           "</configuration-changes>");
+  EXPECT_EQ(own.GetConfigChanges().size(), 2u);
+  EXPECT_FALSE(Converted(kObjects, kForVantage).HasInsertbarConfigChanges())
+      << "the objects folder is no server-model folder";
+}
+
+std::string ServerSet(const std::string& folder) {
+  return "<server-behavior-changes servermodelfolder=\"" + folder +
+         "\"><menu-insert appendTo=\"SB_Bar\"><menuitem name=\"A &amp; B's\" id=\"X_SB\" "
+         "file=\"ServerBehaviors/a.htm\" /></menu-insert></server-behavior-changes>";
+}
+
+std::vector<CString> ServerFolders(const CKestExtension& extension) {
+  std::vector<CString> folders;
+  for (const auto& set : extension.GetConfigChanges()) {
+    if (const auto* const server = dynamic_cast<const CKestServerConfigChanges*>(set.get())) {
+      folders.push_back(server->GetServerModelFolder());
+    }
+  }
+  return folders;
+}
+
+TEST(LegacyConversionTest, ServerSetsGetTheFoldersOfTheNewModels) {
+  const auto foldersOf = [](const std::string& sets) {
+    return ServerFolders(Converted("<configuration-changes>" + sets + "</configuration-changes>"));
+  };
+  EXPECT_THAT(foldersOf(ServerSet("ASP JavaScript") + ServerSet("harbor") + ServerSet("JSP") + ServerSet("")),
+              ElementsAre("ASP_Js", "VN4-Harbor", "JSP", ""));
+  EXPECT_THAT(foldersOf(ServerSet("Asp") + ServerSet("PHP MySQL")), ElementsAre("ASP_Vbs", "PHP_MySQL", "ASP_Js"));
+}
+
+TEST(LegacyConversionTest, CopiedServerSetIsEqualAndIndependent) {
+  CKestExtension extension = Converted("<configuration-changes>" + ServerSet("asp") + "</configuration-changes>");
+  ASSERT_EQ(extension.GetConfigChanges().size(), 3u);
+  CKestXmlObject& set = *extension.GetConfigChanges()[1];
+  CKestXmlObject& copy = *extension.GetConfigChanges()[2];
+  CString original = Written(set);
+  text::ReplaceAll(original, "ASP_Vbs", "ASP_Js");
+  EXPECT_EQ(Written(copy), original);
+  EXPECT_THAT(original, HasSubstr("X_SB"));
+  set.RemoveAllChildren();
+  EXPECT_EQ(Written(copy), original);
+}
+
+TEST(LegacyConversionTest, ConvertingTwiceChangesNothingMore) {
+  for (const char* products : {kForTidemark, kForVantage}) {
+    CKestExtension extension =
+        Converted("<files>" + File("r.htm", "$tidemark/Configuration/Reference") +
+                      File("s.htm", "$tidemark/Configuration/Connections/ASP/x") +
+                      File("h.htm", "$tidemark/Configuration/DataSources/Harbor") + "</files>" + kObjects +
+                      "<configuration-changes>" + ServerSet("asp") + "</configuration-changes>",
+                  products);
+    const std::string once = Written(extension);
+    CKestTidemark6().MassageExtension(&extension);
+    EXPECT_EQ(Written(extension), once);
+    // as an uninstall meets it: read again from the installed copy
+    CKestExtension again = Record(once);
+    const std::vector<CString> before = Destinations(again);
+    CKestTidemark6().MassageExtension(&again);
+    EXPECT_EQ(Destinations(again), before);
+    EXPECT_EQ(ServerFolders(again), ServerFolders(extension));
+  }
+}
+
+TEST(LegacyConversionTest, OtherVersionsLeaveTheExtensionAlone) {
+  CKestExtension extension = RecordOf(kObjects);
+  const std::string before = Written(extension);
+  CKestTidemark4().MassageExtension(&extension);
+  CKestVantage4().MassageExtension(&extension);
+  CKestTidemark6().MassageExtension(nullptr);
+  EXPECT_EQ(Written(extension), before);
+}
+
+} // namespace
+} // namespace kest::test
