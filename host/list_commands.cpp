@@ -139,8 +139,8 @@ int RunList(Session& session) {
   }
   const auto disabled =
       std::count_if(all.begin(), all.end(), [](const Installed& one) { return !one.extension->IsEnabled(); });
-  session.terminal.Notice(fmt::format("{} extension{}{}, {} {}", all.size(), all.size() == 1 ? "" : "s",
-                                      disabled ? fmt::format(", {} disabled", disabled) : "", only ? "in" : "on",
+  session.terminal.Notice(fmt::format("{} extension{}{} {} {}", all.size(), all.size() == 1 ? "" : "s",
+                                      disabled ? fmt::format(", {} disabled,", disabled) : "", only ? "in" : "on",
                                       only ? NameOf(*only) : session.GetMachineName()));
   return kDone;
 }

@@ -170,13 +170,9 @@ void WriteProduct(Writer& writer, MachineFolder& machine, const ProductRow& row,
 }
 
 void WriteSystem(Writer& writer, MachineFolder& machine) {
-  CString system;
-  CString fonts;
-  CString temp;
-  writer.Check(machine.GetSystemFolder(system) && machine.GetFontsFolder(fonts) && machine.GetTempRoot(temp),
-               "finding the system's folders");
-  for (const CString& folder : {system, fonts, temp, CString(kRoot)}) {
-    writer.Folder(WithoutBackslash(folder));
+  for (const char* folder :
+       {"C:\\windows\\system32", "C:\\windows\\Fonts", "C:\\windows\\temp", "C:\\ProgramData", kRoot}) {
+    writer.Folder(folder);
   }
   // The helper that replaces system files at the next log-on lies beside the program that installs.
   CString program;
@@ -216,8 +212,8 @@ bool Wanted(const SampleMachine& machine, const ProductRow& row) {
 bool WriteMachine(const SampleMachine& wanted, std::string& why) {
   MachineFolder machine(wanted.folder);
   Writer writer(machine);
-  WriteUsers(writer, machine, wanted);
   WriteSystem(writer, machine);
+  WriteUsers(writer, machine, wanted);
   for (const ProductRow& row : kProducts) {
     if (writer.IsGood() && Wanted(wanted, row)) {
       WriteProduct(writer, machine, row, wanted.multiUser);

@@ -1,0 +1,294 @@
+#include "support/program_fixture.h"
+
+#include <algorithm>
+
+namespace kest::host {
+namespace {
+
+using test::ProcessResult;
+using test::ProgramTest;
+
+constexpr const char* kNova = "Program Files/Kestrel/Tidemark 6/";
+
+class Operations : public ProgramTest {
+protected:
+  void SetUp() override { makeMachine(); }
+  [[nodiscard]] bool installedFile(const std::string& name) const {
+    return onMachine(std::string(kNova) + "Configuration/Commands/" + name);
+  }
+  [[nodiscard]] std::size_t listed() const { return json({"list"}, 0)["extensions"].size(); }
+};
+
+TEST_F(Operations, AListIsADocumentEvenWhenItIsEmpty) {
+  const auto document = json({"list"}, 0);
+  EXPECT_EQ(document["schema"], "kest.list/1");
+  EXPECT_EQ(document["machine"], (m_folder / "pc").string());
+  EXPECT_EQ(document["extensions"], nlohmann::json::array());
+  EXPECT_EQ(kest({"list"}).out, "");
+  EXPECT_EQ(kest({"list", "-p", "Tidemark 9"}).exit, 4);
+}
+
+TEST_F(Operations, InstallListInfoUninstall) {
+  const auto result = json({"install", package({}), "-y", "--accept-agreement"}, 0);
+  EXPECT_EQ(result["schema"], "kest.result/1");
+  EXPECT_EQ(result["operation"], "install");
+  EXPECT_EQ(result["product"], "Tidemark Nova");
+  EXPECT_EQ(result["extension"]["name"], "Table Tools");
+  EXPECT_EQ(result["restart"], "none");
+  EXPECT_TRUE(installedFile("tabletools.htm"));
+
+  const auto list = json({"list", "-p", "tidemark nova"}, 0);
+  ASSERT_EQ(list["extensions"].size(), 1U);
+  const auto& extension = list["extensions"][0];
+  EXPECT_EQ(extension["author"], "Jane Doe");
+  EXPECT_EQ(extension["type"]["id"], 1);
+  EXPECT_EQ(extension["type"]["keyword"], "command");
+  EXPECT_EQ(extension["state"], "enabled");
+  EXPECT_EQ(extension["scope"], "user");
+  EXPECT_EQ(extension["files"], 1);
+  EXPECT_TRUE(std::filesystem::exists(extension["description"]["host"].get<std::string>()));
+
+  const auto info = json({"info", "Table Tools"}, 0)["extension"];
+  EXPECT_EQ(info["text"], "Sorts tables.");
+  ASSERT_EQ(info["files"].size(), 1U);
+  EXPECT_TRUE(std::filesystem::exists(info["files"][0]["installed"]["host"].get<std::string>())) << info;
+  EXPECT_EQ(info["products"][0]["primary"], true);
+
+  const auto gone = json({"uninstall", "Table Tools", "-y"}, 0);
+  EXPECT_EQ(gone["operation"], "uninstall");
+  EXPECT_FALSE(installedFile("tabletools.htm"));
+  EXPECT_EQ(listed(), 0U);
+}
+
+TEST_F(Operations, QuestionsWithoutATerminalNameTheirFlagAndChangeNothing) {
+  const std::string package1 = package({});
+  const ProcessResult result = kest({"install", package1, "-y"});
+  EXPECT_EQ(result.exit, 3);
+  EXPECT_EQ(result.out, "");
+  EXPECT_NE(result.err.find("--accept-agreement"), std::string::npos) << "-y never implies it";
+  EXPECT_EQ(listed(), 0U);
+  install({});
+  EXPECT_EQ(kest({"uninstall", "Table Tools"}).exit, 3);
+  EXPECT_EQ(listed(), 1U);
+  test::ProcessOptions idle;
+  idle.idleInput = true;
+  idle.seconds = 20;
+  EXPECT_EQ(kest({"uninstall", "Table Tools"}, idle).exit, 3) << "the input must not be read";
+}
+
+TEST_F(Operations, VersionsAreReplacedOnlyAsAsked) {
+  install({});
+  const auto equal = json({"install", package({}), "-y", "--accept-agreement"}, 0);
+  EXPECT_EQ(equal["changed"], nlohmann::json::array()) << "nothing to do";
+  EXPECT_EQ(json({"install", package({}), "-y", "--accept-agreement", "--reinstall"}, 0)["replaced"], "Table Tools");
+
+  Extension newer;
+  newer.version = "2.0.0";
+  EXPECT_EQ(kest({"install", package(newer), "--accept-agreement"}).exit, 3);
+  EXPECT_EQ(json({"install", package(newer), "--accept-agreement", "-y"}, 0)["replaced"], "Table Tools");
+  const ProcessResult older = kest({"install", package({}), "--accept-agreement", "-y"});
+  EXPECT_EQ(older.exit, 3);
+  EXPECT_NE(older.err.find("--allow-downgrade"), std::string::npos);
+  EXPECT_EQ(kest({"install", package({}), "--accept-agreement", "-y", "--allow-downgrade"}).exit, 0);
+  EXPECT_EQ(json({"list"}, 0)["extensions"][0]["version"], json({"info", package({})}, 0)["extension"]["version"]);
+}
+
+TEST_F(Operations, ExistingFilesAreKeptOrOverwrittenAsAsked) {
+  const std::string path = std::string("pc/drive_c/") + kNova + "Configuration/Commands/tabletools.htm";
+  const std::string extension = package({});
+  for (const char* what : {"keep", "cancel", "overwrite"}) {
+    write(path, "mine");
+    const auto result = json({"install", extension, "--accept-agreement", "--on-existing", what},
+                             std::string(what) == "cancel" ? 3 : 0);
+    EXPECT_EQ(read(m_folder / path) == "mine", std::string(what) != "overwrite") << what;
+    EXPECT_EQ(result["kept"].size(), std::string(what) == "keep" ? 1U : 0U) << result;
+    static_cast<void>(kest({"uninstall", "Table Tools", "-y"}));
+  }
+}
+
+TEST_F(Operations, AClashOfDescriptionNamesDisablesOnlyWhenAsked) {
+  install({});
+  Extension other;
+  other.name = "Other Tools";
+  EXPECT_EQ(kest({"install", package(other), "-y", "--accept-agreement"}).exit, 3);
+  EXPECT_EQ(json({"install", package(other), "-y", "--accept-agreement", "--on-clash", "disable"}, 0)["replaced"],
+            "Table Tools");
+  EXPECT_EQ(json({"list", "--state", "disabled"}, 0)["extensions"][0]["name"], "Table Tools");
+}
+
+TEST_F(Operations, DisableAndEnable) {
+  install({});
+  EXPECT_EQ(json({"disable", "Table Tools"}, 0)["operation"], "disable");
+  EXPECT_FALSE(installedFile("tabletools.htm"));
+  EXPECT_EQ(json({"list"}, 0)["extensions"][0]["state"], "disabled");
+  EXPECT_EQ(json({"disable", "Table Tools"}, 0)["changed"], nlohmann::json::array()) << "nothing to do";
+  EXPECT_EQ(json({"enable", "Table Tools"}, 0)["operation"], "enable");
+  EXPECT_TRUE(installedFile("tabletools.htm"));
+  EXPECT_EQ(json({"list"}, 0)["extensions"][0]["state"], "enabled");
+  EXPECT_EQ(kest({"disable", "Nothing"}).exit, 4);
+}
+
+TEST_F(Operations, WordsThatFitSeveralExtensionsNameTheCandidates) {
+  Extension other;
+  other.author = "John Roe";
+  other.file = "tools2";
+  other.version = "2.0.0";
+  install({});
+  install(other);
+  const auto document = json({"info", "table tools"}, 4);
+  ASSERT_EQ(document["candidates"].size(), 2U);
+  for (const char* word : {"Table Tools@2.0", "john roe/TABLE TOOLS", "tools2.kei", "Tools2.KEI"}) {
+    EXPECT_EQ(json({"info", word}, 0)["extension"]["author"], "John Roe") << word;
+  }
+  EXPECT_EQ(json({"info", "Table Tools@3.0"}, 4)["exit"], 4);
+  EXPECT_EQ(kest({"uninstall", "Table Tools", "-y"}).exit, 4);
+  EXPECT_EQ(listed(), 2U);
+  EXPECT_EQ(json({"list", "--sort", "author", "--reverse"}, 0)["extensions"][0]["author"], "John Roe");
+}
+
+TEST_F(Operations, OneExtensionInTwoProductsIsToldApartByTheProduct) {
+  install({});
+  install({}, {"-p", "Tidemark 4"});
+  EXPECT_EQ(kest({"disable", "Table Tools"}).exit, 4);
+  EXPECT_EQ(kest({"disable", "Table Tools", "-p", "Tidemark 4"}).exit, 0);
+  const auto list = json({"list", "--state", "disabled"}, 0)["extensions"];
+  ASSERT_EQ(list.size(), 1U);
+  EXPECT_EQ(list[0]["product"], "Tidemark 4");
+}
+
+TEST_F(Operations, SeveralAtOnceEndWithASummary) {
+  Extension other;
+  other.name = "Other";
+  other.file = "other";
+  const auto all = json(
+      {"install", package({}), (m_folder / "missing.kep").string(), package(other), "-y", "--accept-agreement"}, 10);
+  EXPECT_EQ(all["schema"], "kest.results/1");
+  ASSERT_EQ(all["results"].size(), 3U);
+  EXPECT_EQ(all["results"][0]["ok"], true);
+  EXPECT_EQ(all["results"][1]["exit"], 4);
+  EXPECT_EQ(all["results"][2]["ok"], true);
+  EXPECT_EQ(listed(), 2U);
+  EXPECT_EQ(kest({"uninstall", "Table Tools", "Other", "-y"}).exit, 0);
+}
+
+TEST_F(Operations, BadInputHasItsCode) {
+  Extension foreign;
+  foreign.product = "Prism";
+  EXPECT_EQ(json({"install", package(foreign), "-y", "--accept-agreement"}, 5)["exit"], 5);
+  EXPECT_EQ(kest({"install", package({}), "-p", "Tidemark 9", "-y"}).exit, 4);
+  EXPECT_EQ(json({"install", write("broken.kep", "no archive"), "-y", "--accept-agreement"}, 6)["exit"], 6);
+  EXPECT_EQ(json({"install", write("broken.kei", "<kestrel-extension"), "-y", "--accept-agreement"}, 6)["exit"], 6);
+  EXPECT_EQ(json({"info", write("broken.kei", "<other/>")}, 6)["exit"], 6);
+  EXPECT_EQ(json({"install", (m_folder / "no/such.kep").string()}, 4)["exit"], 4);
+  EXPECT_EQ(listed(), 0U);
+}
+
+TEST_F(Operations, AFailedInstallSaysSoInFourParts) {
+  Extension bad;
+  bad.more =
+      "<configuration-changes><menu-insert insertAfter=\"nowhere\"><menuitem name=\"x\" id=\"y\" /></menu-insert>"
+      "<shortcut-insert listid=\"\"><shortcut key=\"a\" id=\"b\" /></shortcut-insert></configuration-changes>"
+      "<documenttype-changes><documenttype-remove id=\"missing\" /></documenttype-changes>";
+  const auto result = json({"install", package(bad), "-y", "--accept-agreement"}, 1);
+  EXPECT_EQ(result["rolled_back"], true);
+  for (const char* part : {"what", "why", "changed"}) {
+    EXPECT_NE(result["error"][part], "") << part;
+  }
+  EXPECT_FALSE(result["messages"].empty());
+  EXPECT_FALSE(installedFile("tabletools.htm"));
+  EXPECT_EQ(listed(), 0U);
+}
+
+TEST_F(Operations, PackingGivesTheSameBytesAndReplacesOnlyByForce) {
+  const std::string description = describe({});
+  const std::string out = (m_folder / "out.kep").string();
+  const auto document = json({"pack", description, "-o", out}, 0);
+  EXPECT_EQ(document["schema"], "kest.pack/1");
+  ASSERT_EQ(document["entries"].size(), 2U);
+  EXPECT_GT(document["entries"][1]["size"], 0);
+  const std::string first = read(out);
+  EXPECT_EQ(kest({"pack", description, "-o", out}).exit, 3);
+  EXPECT_EQ(kest({"pack", description, "-o", out, "--force"}).exit, 0);
+  EXPECT_EQ(read(out), first);
+  EXPECT_EQ(kest({"pack", description}).exit, 0) << "beside the description when no name is given";
+  EXPECT_TRUE(std::filesystem::exists(m_folder / "src/tabletools.kep"));
+  std::filesystem::remove(m_folder / "src/tabletools.htm");
+  EXPECT_NE(kest({"pack", description, "-o", out, "--force"}).exit, 0) << "a file is missing";
+  EXPECT_EQ(read(out), first) << "the old package stays";
+  EXPECT_EQ(kest({"pack", (m_folder / "none.kei").string()}).exit, 4);
+}
+
+TEST_F(Operations, ImportSaysWhatCameOverAndWhatDidNot) {
+  install({}, {"-p", "Tidemark 4"});
+  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova"}).exit, 3) << "an agreement is asked for";
+  const auto document =
+      json({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement", "-y"}, 0);
+  EXPECT_EQ(document["schema"], "kest.results/1");
+  ASSERT_EQ(document["results"].size(), 1U);
+  EXPECT_TRUE(installedFile("tabletools.htm"));
+  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark 4"}).exit, 2);
+  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "Nothing"}).exit, 4);
+}
+
+TEST_F(Operations, ValidatingNamesTheLine) {
+  EXPECT_EQ(json({"validate", describe({})}, 0)["problems"], nlohmann::json::array());
+  EXPECT_EQ(kest({"validate", package({})}).exit, 0);
+  const auto document =
+      json({"validate", write("bad.kei", "<kestrel-extension name=\"A\" version=\"1.0\" colour=\"red\">\n"
+                                         "<menuitem name=\"x\" />\n<files>\n"
+                                         "<file source=\"a\" destination=\"b\" />\n</files>\n"
+                                         "</kestrel-extension>\n")},
+           8);
+  EXPECT_EQ(document["schema"], "kest.check/1");
+  EXPECT_EQ(document["code"], 0);
+  std::set<int> lines;
+  for (const auto& problem : document["problems"]) {
+    if (problem["line"].is_number()) {
+      lines.insert(problem["line"].get<int>());
+    }
+  }
+  EXPECT_TRUE(lines.contains(1) && lines.contains(2)) << document;
+  const auto broken =
+      json({"validate", write("tag.kei", "<kestrel-extension name=\"A\">\n<author name=\"x\" / >\n")}, 8);
+  EXPECT_EQ(broken["code"], -3);
+  EXPECT_EQ(broken["problems"][0]["line"], 2) << broken;
+  EXPECT_EQ(json({"validate", write("no.kep", "PK")}, 8)["problems"].size(), 1U);
+  EXPECT_EQ(json({"validate", (m_folder / "none.kei").string()}, 4)["exit"], 4);
+}
+
+TEST_F(Operations, NothingToRecoverIsADocumentToo) {
+  const auto document = json({"recover"}, 0);
+  EXPECT_EQ(document["schema"], "kest.recover/1");
+  EXPECT_EQ(document["operations"], nlohmann::json::array());
+}
+
+TEST_F(Operations, AReaderThatGoesAwayIsNoCrash) {
+  install({});
+  test::ProcessOptions options;
+  options.closedOutput = true;
+  for (const Words& words : {Words{"list"}, Words{"help"}, Words{"products", "--json"}}) {
+    const ProcessResult result = kest(words, options);
+    EXPECT_EQ(result.signal, 0) << words[0];
+    EXPECT_EQ(result.exit, 0) << words[0];
+  }
+}
+
+TEST_F(Operations, HostileNamesDoNotReachTheTerminal) {
+  Extension hostile;
+  hostile.name = "Evil&#27;[31m";
+  const ProcessResult packed = kest({"pack", describe(hostile), "-o", (m_folder / "e.kep").string()});
+  for (const ProcessResult& result : {packed, kest({"info", (m_folder / "src/tabletools.kei").string()})}) {
+    EXPECT_EQ((result.out + result.err).find('\033'), std::string::npos);
+  }
+}
+
+TEST_F(Operations, TheLogKeepsWhatQuietLeavesOut) {
+  const std::string log = (m_folder / "kest.log").string();
+  const ProcessResult result = kest({"install", package({}), "-y", "--accept-agreement", "-q", "--log", log});
+  EXPECT_EQ(result.exit, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_NE(read(log).find("Table Tools"), std::string::npos);
+}
+
+} // namespace
+} // namespace kest::host
