@@ -118,9 +118,9 @@ void SayWhatHappened(Session& session, const OperationReport& report) {
         terminal.Notice(fmt::format("{:<8} {}", what, Shown(path)));
       }
     }
-  }
-  for (const OperationReport::Leftover& left : report.leftovers) {
-    terminal.Notice(fmt::format("Left {} ({}).", Shown(left.path), Shown(left.why)));
+    for (const OperationReport::Leftover& left : report.leftovers) {
+      terminal.Notice(fmt::format("Left {} ({}).", Shown(left.path), Shown(left.why)));
+    }
   }
   if (report.restartMachine) {
     terminal.Notice("Restart the computer to finish.");

@@ -11,27 +11,27 @@ constexpr SampleFile kWebEditorFiles[] = {
 <!DOCTYPE toolbarset SYSTEM "-//Kestrel//TMExtension toolbar 5.0">
 <toolbarset>
 	<toolbar id="TM_Toolbar_Main" label="Document">
-		<radiobutton id="TM_Toolbar_Code" image="Toolbars/Images/Code.png" tooltip="Code view" command="tm.setView(1)" checked="tm.getView() == 1" />
-		<radiobutton id="TM_Toolbar_Split" image="Toolbars/Images/Split.png" tooltip="Code and design" command="tm.setView(3)" checked="tm.getView() == 3" />
-		<radiobutton id="TM_Toolbar_Design" image="Toolbars/Images/Design.png" tooltip="Design view" command="tm.setView(2)" checked="tm.getView() == 2" />
+		<radiobutton id="TM_Code" image="Toolbars/Images/Code.png" tooltip="Code view" command="tm.setView(1)" checked="tm.getView() == 1" />
+		<radiobutton id="TM_Split" image="Toolbars/Images/Split.png" tooltip="Code and design" command="tm.setView(3)" checked="tm.getView() == 3" />
+		<radiobutton id="TM_Design" image="Toolbars/Images/Design.png" tooltip="Design view" command="tm.setView(2)" checked="tm.getView() == 2" />
 		<separator />
-		<editcontrol id="TM_Toolbar_Title" label="Title:" tooltip="Title of the document" width="150" file="Toolbars/Title.htm" />
-		<menubutton id="TM_Toolbar_Preview" image="Toolbars/Images/Preview.png" tooltip="Preview in a browser" menuID="TMMenu_File_Preview" />
-		<button id="TM_Toolbar_Refresh" image="Toolbars/Images/Refresh.png" tooltip="Refresh" command="tm.refresh()" enabled="tm.isDirty() && tm.canRefresh()" />
+		<editcontrol id="TM_Title" label="Title:" tooltip="Title of the document" width="150" file="Toolbars/Title.htm" />
+		<menubutton id="TM_Preview" image="Toolbars/Images/Preview.png" tooltip="Preview in a browser" menuID="TMMenu_File_Preview" />
+		<button id="TM_Refresh" image="Toolbars/Images/Refresh.png" tooltip="Refresh" command="tm.refresh()" enabled="tm.isDirty() && tm.canRefresh()" />
 	</toolbar>
 	<toolbar id="TM_Toolbar_Standard" label="Standard" initiallyVisible="false">
-		<button id="TM_Toolbar_New" image="Toolbars/Images/New.png" tooltip="New" command="tm.newDocument()" />
-		<button id="TM_Toolbar_Open" image="Toolbars/Images/Open.png" tooltip="Open" command="tm.openDocument()" />
-		<button id="TM_Toolbar_Save" image="Toolbars/Images/Save.png" tooltip="Save the author's work" command="tm.saveDocument()" />
+		<button id="TM_New" image="Toolbars/Images/New.png" tooltip="New" command="tm.newDocument()" />
+		<button id="TM_Open" image="Toolbars/Images/Open.png" tooltip="Open" command="tm.openDocument()" />
+		<button id="TM_Save" image="Toolbars/Images/Save.png" tooltip="Save the author's work" command="tm.saveDocument()" />
 		<separator />
-		<button id="TM_Toolbar_Cut" image="Toolbars/Images/Cut.png" tooltip="Cut" command="tm.clipCut()" />
-		<button id="TM_Toolbar_Copy" image="Toolbars/Images/Copy.png" tooltip="Copy" command="tm.clipCopy()" />
-		<button id="TM_Toolbar_Paste" image="Toolbars/Images/Paste.png" tooltip="Paste" command="tm.clipPaste()" />
+		<button id="TM_Cut" image="Toolbars/Images/Cut.png" tooltip="Cut" command="tm.clipCut()" />
+		<button id="TM_Copy" image="Toolbars/Images/Copy.png" tooltip="Copy" command="tm.clipCopy()" />
+		<button id="TM_Paste" image="Toolbars/Images/Paste.png" tooltip="Paste" command="tm.clipPaste()" />
 	</toolbar>
 	<toolbar id="TM_Toolbar_Text" label="Text" initiallyVisible="false">
-		<combobox id="TM_Toolbar_Format" file="Toolbars/Format.htm" width="100" tooltip="Paragraph format" />
-		<checkbutton id="TM_Toolbar_Bold" image="Toolbars/Images/Bold.png" tooltip="Bold" command="tm.bold()" />
-		<checkbutton id="TM_Toolbar_Italic" image="Toolbars/Images/Italic.png" tooltip="Italic" command="tm.italic()" />
+		<combobox id="TM_Format" file="Toolbars/Format.htm" width="100" tooltip="Paragraph format" />
+		<checkbutton id="TM_Bold" image="Toolbars/Images/Bold.png" tooltip="Bold" command="tm.bold()" />
+		<checkbutton id="TM_Italic" image="Toolbars/Images/Italic.png" tooltip="Italic" command="tm.italic()" />
 	</toolbar>
 </toolbarset>
 )kest"},
@@ -256,6 +256,10 @@ constexpr SampleFile kServerFiles[kServerFileCount] = {
 		<menuitem name="If Recordset Is Empty" file="ServerBehaviors/%M/ShowEmpty.htm" id="TMServerBehavior_ShowEmpty_%M" />;
 		<menuitem name="If Recordset Is Not Empty" file="ServerBehaviors/%M/ShowFull.htm" id="TMServerBehavior_ShowFull_%M") />
 	</menu>
+	<menu name="Recordset Paging" id="TMSB_Paging">
+		<menuitem name="Move To First Record..." file="ServerBehaviors/%M/First.htm" id="TMServerBehavior_First_%M" />
+		<menuitem name="Move To Next Record..." file="ServerBehaviors/%M/Next.htm" id="TMServerBehavior_Next_%M" />
+	</menu>
 	<menu name="User Authentication" id="TMServerBehavior_Users_%M">
 		<menuitem name="Log In User..." file="ServerBehaviors/%M/Login.htm" id="TMServerBehavior_Login_%M" />
 		<menuitem name="Log Out User..." file="ServerBehaviors/%M/Logout.htm" id="TMServerBehavior_Logout_%M" />
@@ -285,12 +289,12 @@ constexpr SampleFile kServerFiles[kServerFileCount] = {
 
 <formats>
 	<format title="None" file="None" expression="" id="TM_None" />
-	<menu name="Date/Time" id="TM_Menu_Date">
+	<menu name="Date/Time" id="TM_Formats_Date">
 		<format title="1/17/00" file="Date" expression="<%= Format(value, 2) %>" NumDigitsAfterDecimal="-1" id="TM_Date_Short" />
 		<format title="Monday, January 17, 2000" file="Date" expression="FormatDate(*#"	" strNamedFormat="vbLongDate" id="TM_Date_Long" />
 	</menu>
 	<separator />
-	<menu name="Number" id="TM_Menu_Number">
+	<menu name="Number" id="TM_Formats_Number">
 		<format title="2 Decimal Places" file="Number" NumDigitsAfterDecimal="2" UseParens="-2" id="TM_Number_2" />
 		<format title="Rounded to Integer" file="Number" NumDigitsAfterDecimal="0" visibility="hidden" id="TM_Number_0" />
 	</menu>
@@ -299,7 +303,7 @@ constexpr SampleFile kServerFiles[kServerFileCount] = {
 {"DataSources", R"kest(<?xml version="1.0" encoding="iso-8859-1"?>
 <!-- data sources of %M -->
 
-<menubar name="" id="TMDataSources_%M">
+<menubar name="" id="TMDS_Top">
 	<menuitem name="Recordset (Query)" file="DataSources/%M/Recordset.htm" id="TMDataSource_Recordset_%M" />
 	<menuitem name="Session Variable" file="DataSources/%M/Session.htm" id="TMDataSource_Session_%M" />
 	<menuitem name="Request Variable" file="DataSources/%M/Request.htm" id="TMDataSource_Request_%M" />
