@@ -16,7 +16,7 @@ add_library(kest_options INTERFACE)
 target_compile_options(kest_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # this compiler warns of its own strings' assign() where it optimizes
-  target_compile_options(kest_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
+  target_compile_options(kest_options INTERFACE "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-Wno-restrict>")
 endif()
 if(KEST_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
