@@ -20,8 +20,11 @@ constexpr std::uint32_t kEndSignature = 0x06054B50;
 constexpr std::uint32_t kEnd64Signature = 0x06064B50;
 constexpr std::uint32_t kLocator64Signature = 0x07064B50;
 constexpr std::uint16_t kTimestampField = 0x5455;
-// Names and fields of a sound package need far less; a directory is read into memory, so it has a bound of its own.
-constexpr std::uint64_t kMostDirectory = 32ull << 20;
+// A directory is read into memory, so it has bounds of its own. A path on a PC has less than 260 characters, and tools
+// add well under 100 bytes of fields; a few entries may have more.
+constexpr std::uint64_t kMostDirectory = 24ull << 20;
+constexpr std::uint64_t kMostPerEntry = 384;
+constexpr std::uint64_t kDirectoryAllowance = 256ull << 10;
 // No deflated stream grows by more.
 constexpr std::uint64_t kMostInflation = 1032;
 constexpr std::uint16_t kRefusedFlags = 0x0001 | 0x0020 | 0x0040 | 0x2000; // encrypted, patches, strong, masked
@@ -188,8 +191,8 @@ const char* JudgeEntry(std::string_view header, const ZipEntry& entry, bool isFo
 // Reads the records one after the other; what a record says is judged as it comes.
 class DirectoryReader {
 public:
-  DirectoryReader(std::string_view bytes, const PackageLimits& limits, std::uint64_t dataEnd)
-      : m_bytes(bytes), m_limits(limits), m_dataEnd(dataEnd) {}
+  DirectoryReader(CString bytes, const PackageLimits& limits, std::uint64_t dataEnd)
+      : m_bytes(std::move(bytes)), m_limits(limits), m_dataEnd(dataEnd) {}
 
   bool Read(std::uint64_t count, CString& problem) {
     m_entries.reserve(count);
@@ -208,6 +211,7 @@ public:
       problem = "the directory of the package holds more than it counts";
       return false;
     }
+    CString().swap(m_bytes); // all is taken from it, and what follows needs room too
     return JudgeTogether(problem);
   }
 
@@ -228,7 +232,7 @@ public:
 private:
   const char* ReadRecord() {
     ZipEntry& entry = m_entries.emplace_back();
-    const std::string_view header = m_bytes.substr(m_at);
+    const std::string_view header = std::string_view(m_bytes).substr(m_at);
     if (header.size() < kCentralHeaderSize || U32(header, 0) != kCentralSignature) {
       return "is damaged in the directory";
     }
@@ -304,7 +308,7 @@ private:
     return true;
   }
 
-  std::string_view m_bytes;
+  CString m_bytes;
   const PackageLimits& m_limits;
   std::uint64_t m_dataEnd;
   std::size_t m_at = 0;
@@ -351,8 +355,12 @@ int ReadZipDirectory(MachineFile& file, const PackageLimits& limits, std::vector
     problem = "the package has too many entries";
     return CKestPackage::kDamaged;
   }
-  if (place.size > kMostDirectory || place.count > place.size / kCentralHeaderSize) {
+  if (place.count > place.size / kCentralHeaderSize) {
     problem = "the directory of the package is damaged";
+    return CKestPackage::kDamaged;
+  }
+  if (place.size > std::min(kMostDirectory, kDirectoryAllowance + place.count * kMostPerEntry)) {
+    problem = "the directory of the package is too large";
     return CKestPackage::kDamaged;
   }
   CString bytes;
@@ -360,7 +368,7 @@ int ReadZipDirectory(MachineFile& file, const PackageLimits& limits, std::vector
     problem = "the package cannot be read";
     return CKestPackage::kUnreadable;
   }
-  DirectoryReader reader(bytes, limits, place.offset);
+  DirectoryReader reader(std::move(bytes), limits, place.offset);
   if (!reader.Read(place.count, problem)) {
     return CKestPackage::kDamaged;
   }

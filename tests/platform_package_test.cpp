@@ -259,6 +259,12 @@ TEST_F(Package, RefusesDirectoriesThatLie) {
   ExpectRefused(BuildZip({{.name = "a", .content = "1"}, {.name = "b"}}, {.count = std::uint16_t{1}}), "one too few");
   ExpectRefused(BuildZip({{.name = "a", .content = "1"}}, {.size = 3u}), "size of the directory");
   ExpectRefused(BuildZip({{.name = "a", .content = "1"}}, {.offset = 0xFFFFFFFFu}), "large record without one");
+  ExpectRefused(BuildZip({{.name = "a", .extra = std::string(65000, '\0')},
+                          {.name = "b", .extra = std::string(65000, '\0')},
+                          {.name = "c", .extra = std::string(65000, '\0')},
+                          {.name = "d", .extra = std::string(65000, '\0')},
+                          {.name = "e", .extra = std::string(65000, '\0')}}),
+                "a directory of nothing but fields");
   ExpectRefused("MZ" + BuildZip({{.name = "a", .content = "1"}}), "something in front");
 }
 
