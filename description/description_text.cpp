@@ -67,6 +67,64 @@ bool HasNeighbour(std::string_view text, char c, std::string_view before, std::s
   return false;
 }
 
+// What the byte at `i` of a raw line is to become; empty: it stays.
+std::string_view EscapeAt(std::string_view line, std::size_t i) {
+  const auto isAt = [&](std::size_t at, char c) { return at < line.size() && line[at] == c; };
+  switch (line[i]) {
+  case '&':
+    return "&amp;";
+  case '\'':
+    return "&apos;";
+  case '<':
+    return isAt(i + 1, '%') || isAt(i - 1, '+') ? "&lt;" : "";
+  case '>':
+    return isAt(i - 1, '%') || isAt(i - 1, '+') ? "&gt;" : "";
+  default:
+    return {};
+  }
+}
+
+// Which of the replacements of a clean-up can have anything to do: one look at the text instead of one for each.
+class Contents {
+public:
+  explicit Contents(std::string_view text)
+      : m_reference(Holds(text, '&')), m_return(Holds(text, '\r')), m_feed(Holds(text, '\n')), m_tag(Holds(text, '<')),
+        m_blankBeforeTag(HasNeighbour(text, '<', " ", "")) {
+    unsigned pairs = 0;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+      pairs |= static_cast<unsigned>(text[i - 1] == ' ') & static_cast<unsigned>(text[i] == ' ');
+    }
+    m_blanks = pairs != 0;
+  }
+
+  [[nodiscard]] bool MayHold(std::string_view wanted) const {
+    const bool inner = wanted.find('\r') == std::string_view::npos || m_return;
+    switch (wanted.front()) {
+    case '&':
+    case '+':
+      return m_reference;
+    case '\r':
+      return m_return;
+    case '\n':
+      return m_feed;
+    case '<':
+      return (m_tag || m_reference) && inner; // a reference may become a bracket
+    default:
+      return wanted == "  " ? m_blanks : m_blankBeforeTag;
+    }
+  }
+
+private:
+  static bool Holds(std::string_view text, char c) { return text.find(c) != std::string_view::npos; }
+
+  bool m_reference;
+  bool m_return;
+  bool m_feed;
+  bool m_tag;
+  bool m_blankBeforeTag;
+  bool m_blanks;
+};
+
 } // namespace
 
 bool CKestExtension::NeedsNoConversion(std::string_view text) {
@@ -80,22 +138,16 @@ void CKestExtension::ConvertBadXml(CString& line) {
   }
   CString converted;
   converted.reserve(line.size() + line.size() / 4 + 16);
+  std::size_t copied = 0;
   for (std::size_t i = 0; i < line.size(); ++i) {
-    const char c = line[i];
-    const char before = i > 0 ? line[i - 1] : '\0';
-    const char after = i + 1 < line.size() ? line[i + 1] : '\0';
-    if (c == '&') {
-      converted += "&amp;";
-    } else if (c == '\'') {
-      converted += "&apos;";
-    } else if (c == '<' && (after == '%' || before == '+')) {
-      converted += "&lt;";
-    } else if (c == '>' && (before == '%' || before == '+')) {
-      converted += "&gt;";
-    } else {
-      converted += c;
+    const std::string_view escape = EscapeAt(line, i);
+    if (!escape.empty()) {
+      converted.append(line, copied, i - copied);
+      converted += escape;
+      copied = i + 1;
     }
   }
+  converted.append(line, copied);
   line.swap(converted);
 }
 
@@ -107,7 +159,12 @@ void CKestExtension::RevertBadXml(CString& text) {
 
 void CKestExtension::CleanUpText(CString& text) {
   text::Trim(text);
-  ReplaceEach(text, kCleanedUp);
+  const Contents contents(text);
+  for (const auto& [from, to] : kCleanedUp) {
+    if (contents.MayHold(from)) {
+      text::ReplaceAll(text, from, to);
+    }
+  }
 }
 
 void CKestExtension::OutputText(const CString& value, const CString& tag, const CString& indent, CString& text) {
