@@ -75,8 +75,12 @@ bool MayUpdate(Context& context, const CString& path, bool exists) {
   }
   // one that is still to be made is as good as the one that it will be made in
   CString existing = folder;
-  while (!existing.empty() && !CKestOS::DirectoryExists(existing)) {
-    existing = CKestPath(WithoutBackslash(existing)).GetFolder();
+  while (!CKestOS::DirectoryExists(existing)) {
+    CString above = CKestPath(WithoutBackslash(existing)).GetFolder();
+    if (above.size() >= existing.size()) {
+      return false; // not even the drive answers
+    }
+    existing = std::move(above);
   }
   if (!CKestOS::CanUpdateFile(existing + CKestPath(path).GetFileName())) {
     return false;
