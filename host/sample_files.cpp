@@ -273,12 +273,15 @@ constexpr SampleFile kServerFiles[kServerFileCount] = {
 
 <menubar name="Formats" id="TMServerFormats_%M">
 	<menuitem name="None" file="" id="TM_None_%M" />
-	<menu name="Date" id="TM_Dates_%M">
+	<menu name="Date" id="TM_Formats_Date">
 		<menuitem name="Short" file="ServerFormats/%M/Date.htm" id="TM_Date_Short_%M" />
 		<menuitem name="Long" file="ServerFormats/%M/Date.htm" id="TM_Date_Long_%M" />
 	</menu>
-	<menu name="Currency" id="TM_Currencies_%M">
+	<menu name="Currency" id="TM_Formats_Currency">
 		<menuitem name="Default" file="ServerFormats/%M/Currency.htm" id="TM_Currency_Default_%M" />
+	</menu>
+	<menu name="Number" id="TM_Formats_Number">
+		<menuitem name="Rounded to Integer" file="ServerFormats/%M/Number.htm" id="TM_Number_Rounded_%M" />
 	</menu>
 	<separator />
 	<menuitem name="Edit Format List..." command="tm.editFormatList()" id="TM_EditFormats_%M" />

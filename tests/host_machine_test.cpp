@@ -6,7 +6,6 @@
 namespace kest::host {
 namespace {
 
-using nlohmann::json;
 using test::ProcessResult;
 using test::ProgramTest;
 
@@ -23,7 +22,7 @@ protected:
 
 TEST_F(MachineCommands, ASampleMachineHasAllProductsWhereTheyAreLookedFor) {
   makeMachine({});
-  const auto document = this->json({"products"}, 0);
+  const auto document = json({"products"}, 0);
   EXPECT_EQ(document["schema"], "kest.products/1");
   EXPECT_EQ(namesOf(document["products"]),
             (std::vector<std::string>{"Tidemark 4", "Tidemark Vantage 4", "Tidemark Nova", "Prism 4", "Prism Nova",
@@ -80,7 +79,8 @@ TEST_F(MachineCommands, StartedProductsRunUntilTheyAreStopped) {
   for (const char* name : {"Tidemark Nova", "Prism 4", "Marlin Nova", "Tidemark Vantage 4"}) {
     EXPECT_EQ(kest({"machine", "start", name}).exit, 0) << name;
     const auto running = [&] {
-      for (const auto& product : json({"products"}, 0)["products"]) {
+      const auto document = json({"products"}, 0);
+      for (const auto& product : document["products"]) {
         if (product["name"] == name) {
           return product["running"].get<bool>();
         }
