@@ -8,7 +8,7 @@
 namespace kest {
 
 CKestVersionNumber::CKestVersionNumber(std::uint16_t major, std::uint16_t minor, std::uint16_t build)
-    : m_major(major), m_minor(minor), m_build(build) {}
+    : m_major(major), m_minor(minor), m_build(build), m_hasBuild(true) {}
 
 CKestVersionNumber::CKestVersionNumber(std::string_view dotted) {
   constexpr std::uint32_t kMost = 65535;
@@ -20,6 +20,7 @@ CKestVersionNumber::CKestVersionNumber(std::string_view dotted) {
       number = std::min(number * 10 + static_cast<std::uint32_t>(dotted[at] - '0'), kMost);
     }
     *part = static_cast<std::uint16_t>(number);
+    m_hasBuild = part == &m_build && at > 0 && dotted[at - 1] != '.';
     if (at == dotted.size() || dotted[at] != '.') {
       return;
     }
@@ -29,7 +30,7 @@ CKestVersionNumber::CKestVersionNumber(std::string_view dotted) {
 
 CString CKestVersionNumber::ToText() const {
   CString text = std::to_string(m_major) + "." + std::to_string(m_minor);
-  if (m_build != 0) {
+  if (m_hasBuild) {
     text += "." + std::to_string(m_build);
   }
   return text;

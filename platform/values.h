@@ -15,7 +15,7 @@ public:
   /// Dotted text: missing parts are 0, reading stops at the first foreign character, a part over 65,535 is capped.
   explicit CKestVersionNumber(std::string_view dotted);
 
-  /// Text that reads back equal: "1.0", "3.0.644" (two parts at least).
+  /// Text that reads back equal, with as many parts as were given, two at least: "1.0", "2.1.0", "3.0.644".
   [[nodiscard]] CString ToText() const;
   /// major + minor as decimal digits behind the point ("4.02" style is not kept); 0.0 when unset. For bounds tests
   /// and displays alone: comparing goes through Compare.
@@ -32,6 +32,7 @@ private:
   std::uint16_t m_major = 0;
   std::uint16_t m_minor = 0;
   std::uint16_t m_build = 0;
+  bool m_hasBuild = false; ///< a third part was given; for the text alone
 };
 
 /// A moment: whole seconds since 1970-01-01 00:00 UTC.

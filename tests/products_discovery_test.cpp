@@ -58,7 +58,7 @@ TEST_F(DiscoveryTest, RegistryEntriesAreTriedInOrderUntilOneLeadsToAnExecutable)
   EXPECT_EQ(product.GetInstallFolder(), "C:\\Direct\\") << "a value may name the executable, of any version";
   CKestVersionNumber version;
   product.GetVersion(version);
-  EXPECT_EQ(version.ToText(), "9.1");
+  EXPECT_EQ(version.Compare("9.1"), 0);
 }
 
 TEST_F(DiscoveryTest, GraphicsEditorTakesTheExecutableThatIsThere) {
