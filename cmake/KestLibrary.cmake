@@ -17,7 +17,14 @@ target_link_libraries(kest_platform PRIVATE EXPAT::EXPAT PkgConfig::LIBZIP ZLIB:
 
 add_library(kest ${KEST_LAYER_OBJECTS})
 add_library(Kest::kest ALIAS kest)
-set_target_properties(kest PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+# before 1.0 every minor version may change the interface
+set_target_properties(kest PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
+                                      SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+if(BUILD_SHARED_LIBS AND CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
+  configure_file("${CMAKE_CURRENT_LIST_DIR}/kest.map.in" "${CMAKE_BINARY_DIR}/kest.map" @ONLY)
+  target_link_options(kest PRIVATE "-Wl,--version-script=${CMAKE_BINARY_DIR}/kest.map")
+  set_property(TARGET kest APPEND PROPERTY LINK_DEPENDS "${CMAKE_BINARY_DIR}/kest.map")
+endif()
 target_include_directories(kest PUBLIC "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>"
                                        "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kest>")
 target_link_libraries(kest PRIVATE EXPAT::EXPAT PkgConfig::LIBZIP ZLIB::ZLIB)

@@ -1,0 +1,85 @@
+# What `cmake --install` and CPack put where. Components: host (kest, its man pages and completions), runtime (the shared
+# library), devel (headers, CMake package, pkg-config file, the library to link with).
+include(CMakePackageConfigHelpers)
+
+# The public headers, by folder: what a host needs, and what those include. tests/consumer compiles each alone and
+# checks that kest itself gets by with them.
+set(KEST_PUBLIC_HEADERS
+  config/config_change.h config/help_change.h config/named.h
+  description/description_observer.h description/extension.h description/extension_records.h
+  description/extension_xml_parser.h description/typed_container.h
+  journal/catalogue_operations.h journal/install_step.h journal/journal.h
+  manager/extension_manager.h manager/operation_report.h
+  platform/containers.h platform/export.h platform/extension_manager_ui.h platform/file.h platform/forwarding_machine.h
+  platform/machine.h platform/machine_folder.h platform/messages.h platform/os.h platform/package.h platform/path.h
+  platform/text.h platform/values.h platform/version_resource.h platform/xml_object.h platform/xml_parser.h
+  products/product.h)
+foreach(header IN LISTS KEST_PUBLIC_HEADERS)
+  get_filename_component(folder "${header}" DIRECTORY)
+  install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kest/${folder}" COMPONENT devel)
+endforeach()
+
+# ---- the library. One prefix may hold both kinds: each has a targets file of its own.
+if(BUILD_SHARED_LIBS)
+  set(kest_kind shared)
+else()
+  set(kest_kind static)
+endif()
+set(kest_cmake_folder "${CMAKE_INSTALL_LIBDIR}/cmake/Kest")
+install(TARGETS kest EXPORT KestTargets-${kest_kind}
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT devel
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT devel)
+target_compile_features(kest PUBLIC cxx_std_20)
+install(EXPORT KestTargets-${kest_kind} NAMESPACE Kest:: DESTINATION "${kest_cmake_folder}" COMPONENT devel)
+
+configure_package_config_file(cmake/KestConfig.cmake.in "${CMAKE_BINARY_DIR}/KestConfig.cmake"
+  INSTALL_DESTINATION "${kest_cmake_folder}" NO_SET_AND_CHECK_MACRO)
+# before 1.0 every minor version may change the interface
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/KestConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/KestConfig.cmake" "${CMAKE_BINARY_DIR}/KestConfigVersion.cmake"
+  DESTINATION "${kest_cmake_folder}" COMPONENT devel)
+
+foreach(kind IN ITEMS LIBDIR INCLUDEDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${kind}}")
+    set(KEST_PC_${kind} "${CMAKE_INSTALL_${kind}}")
+  else()
+    set(KEST_PC_${kind} "\${prefix}/${CMAKE_INSTALL_${kind}}")
+  endif()
+endforeach()
+# The prefix is taken from where the file lies, so that an install tree can be moved.
+file(RELATIVE_PATH KEST_PC_UP "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" KEST_PC_UP "${KEST_PC_UP}")
+configure_file(cmake/kest.pc.in "${CMAKE_BINARY_DIR}/kest.pc" @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/kest.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT devel)
+
+install(FILES docs/man/kest-description.5 DESTINATION "${CMAKE_INSTALL_MANDIR}/man5" COMPONENT host)
+
+# ---- the command-line host
+if(NOT TARGET kest_cli)
+  return()
+endif()
+if(BUILD_SHARED_LIBS)
+  file(RELATIVE_PATH to_library "/prefix/${CMAKE_INSTALL_BINDIR}" "/prefix/${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(kest_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
+endif()
+install(TARGETS kest_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT host)
+install(FILES docs/man/kest.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT host)
+
+# completion scripts come from the program's own table of commands
+set(completions)
+foreach(shell IN ITEMS bash zsh fish)
+  set(script "${CMAKE_BINARY_DIR}/completion/kest.${shell}")
+  add_custom_command(OUTPUT "${script}"
+    COMMAND ${CMAKE_COMMAND} -E make_directory "${CMAKE_BINARY_DIR}/completion"
+    COMMAND $<TARGET_FILE:kest_cli> completion ${shell} > "${script}"
+    DEPENDS kest_cli VERBATIM)
+  list(APPEND completions "${script}")
+endforeach()
+add_custom_target(kest_completions ALL DEPENDS ${completions})
+install(FILES "${CMAKE_BINARY_DIR}/completion/kest.bash" RENAME kest
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT host)
+install(FILES "${CMAKE_BINARY_DIR}/completion/kest.zsh" RENAME _kest
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT host)
+install(FILES "${CMAKE_BINARY_DIR}/completion/kest.fish"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT host)

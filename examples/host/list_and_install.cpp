@@ -1,0 +1,79 @@
+// The smallest host that is of use: lists the installed extensions of a machine folder, or installs a package first.
+// Usage: list_and_install MACHINE [PACKAGE]
+#include "description/extension.h"
+#include "manager/extension_manager.h"
+#include "platform/machine_folder.h"
+#include "platform/os.h"
+#include "products/product.h"
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+namespace {
+
+/// Shows every text, says yes to every question, and takes the folders that the engine proposes.
+class Host : public kest::CKestExtensionManagerUI {
+public:
+  int ShowMessage(const char* text, int style) override {
+    std::cout << text << '\n';
+    return style == kest::kRetryCancel ? kest::kCancel : style == kest::kNotice ? kest::kOk : kest::kYes;
+  }
+  bool ConfirmAgreement(const char* prompt, const char* agreement) override {
+    std::cout << prompt << '\n' << agreement << '\n';
+    return true;
+  }
+  bool ChooseFolder(const kest::CString&, const kest::CString& initialFolder, int, kest::CString& folder) override {
+    folder = initialFolder;
+    return !folder.empty();
+  }
+  void BeginWait() override {}
+  void EndWait() override {}
+  void BeginProgress(const char* caption, const char*, int) override { std::cout << caption << '\n'; }
+  void SetProgressRange(int) override {}
+  void SetProgressPosition(int) override {}
+  void EndProgress() override {}
+};
+
+bool Install(kest::CKestExtensionManager& manager, kest::MachineFolder& machine, const std::filesystem::path& file) {
+  kest::CKestPath path(machine.AddHostFolder(std::filesystem::absolute(file).parent_path().string(), false));
+  path.Append(file.filename().string());
+  const kest::CKestProduct* product = nullptr; // let the engine choose
+  int restart = 0;
+  return manager.InstallExtension(&product, path.c_str(), nullptr, false, true, true, restart, false, false, true);
+}
+
+void List(const kest::CKestExtensionManager& manager) {
+  const std::unique_ptr<kest::CKestTypedIterator<kest::CKestProduct*>> products(manager.CreateProductIterator());
+  while (products->HasNext()) {
+    const kest::CKestProduct* product = products->Next();
+    kest::CKestTypedList<kest::CKestExtension*> extensions;
+    manager.GetExtensions(product, extensions);
+    for (const kest::CKestExtension* extension : extensions) {
+      std::cout << product->GetName() << ": " << extension->GetName() << (extension->IsEnabled() ? "" : " (disabled)")
+                << '\n';
+    }
+  }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2 && argc != 3) {
+    std::cerr << "usage: list_and_install MACHINE [PACKAGE]\n";
+    return 2;
+  }
+  kest::MachineFolder machine(argv[1]);
+  kest::CKestOS::SetMachine(&machine);
+  bool done = machine.IsUsable();
+  if (done) {
+    Host host;
+    kest::CKestExtensionManager manager(&host);
+    manager.Init();
+    manager.Load();
+    done = argc == 2 || Install(manager, machine, argv[2]);
+    List(manager);
+  }
+  kest::CKestOS::SetMachine(nullptr);
+  return done ? 0 : 1;
+}
