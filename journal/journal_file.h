@@ -13,14 +13,16 @@ namespace kest {
 
 /// The journal file of one operation, as it is written.
 ///
-/// One line an entry, each sealed with a check sum, fields between tabs:
-///   kest-journal 1  number  seconds  operation   header: version, number of the operation in its process, when it
-///   began F  folder                                    a private folder on another volume, before it is made S  number
-///   first  kind  name=value ...       a step; `first` is the number of the first step of the same write U  number the
-///   step was undone, or dropped before it was done R  first  last                               the steps were
-///   released for good by an operation inside this one D                                            all is done and on
-///   the disk: only the clean-up is left B                                            a D before it does not hold: the
-///   operation is being undone X                                            all is undone: only the clean-up is left
+/// One line an entry, each sealed with a check sum, fields between tabs. The first field tells what the line is:
+/// - `kest-journal 1  number  seconds  operation`: the header: version, number of the operation in its process, when it
+///   began
+/// - `F  folder`: a private folder on another volume, before it is made
+/// - `S  number  first  kind  name=value ...`: a step; `first` is the number of the first step of the same write
+/// - `U  number`: the step was undone, or dropped before it was done
+/// - `R  first  last`: the steps were released for good by an operation inside this one
+/// - `D`: all is done and on the disk: only the clean-up is left
+/// - `B`: a D before it does not hold: the operation is being undone
+/// - `X`: all is undone: only the clean-up is left
 ///
 /// The header is on the disk before anything else is written, and the lines of a pass, which go out in one write,
 /// before its first step is done. So a write that was cut short, or lost pages with the power, is the last one with
