@@ -1,0 +1,32 @@
+# The Debian package of kest: `cpack -G DEB` in a static build. It holds the component "host" alone; the library's
+# consumers build from source or install with `cmake --install`.
+set(CPACK_PACKAGE_NAME kest)
+set(CPACK_PACKAGE_VENDOR "The Kest developers")
+set(CPACK_PACKAGE_CONTACT "The Kest developers <maintainers@users.noreply.c-seed-b62b48df.example>")
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "extension manager for a suite of authoring applications")
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_COMPONENTS_ALL host)
+if(BUILD_SHARED_LIBS)
+  list(APPEND CPACK_COMPONENTS_ALL runtime)
+endif()
+set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_PACKAGE_NAME kest)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+  "Kest installs, removes, disables, enables, packs and imports extensions of\nthe web editors Tidemark and Tidemark Vantage, the graphics editor Prism, the\nanimation tool Marlin and the server graphics product Quarry. Whatever fails,\nis cancelled or is killed is taken back.")
+set(CPACK_COMPONENT_HOST_DESCRIPTION "${CPACK_DEBIAN_PACKAGE_DESCRIPTION}")
+# what Debian wants of the tree and other systems do not: see the script
+set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/DebianTree.cmake")
+set(CPACK_KEST_LICENSE "${CMAKE_SOURCE_DIR}/LICENSE")
+include(CPack)
