@@ -184,7 +184,8 @@ std::string Zsh() {
     text += fmt::format("    '{}') _arguments{}{}{} ;;\n", command.name, ZshFlags(GetCommonFlags()),
                         ZshFlags(command.GetFlags()), ZshArguments(command.completes));
   }
-  return text + "  esac\n}\ncompdef _kest kest\n";
+  // loaded from a folder of functions, the file itself is the function that is called
+  return text + "  esac\n}\nif [[ $funcstack[1] == _kest ]]; then _kest \"$@\"; else compdef _kest kest; fi\n";
 }
 
 std::string FishFlags(std::span<const FlagSpec> flags, const std::string& condition) {
