@@ -72,4 +72,19 @@ for variable in $(cd "$source" && grep -rhoE 'getenv\("[A-Z_]+"\)|(Environment|N
                   grep -oE '[A-Z_]{4,}' | sort -u); do
   grep -q "Ev $variable" "$page" || fail "the program reads $variable, which kest.1 does not name"
 done
+
+# the examples of kest-description(5): the first is a whole description, the others are parts of one
+examples=$(mktemp -d)
+trap 'rm -rf "$examples"; rm -f "${TMPDIR:-/tmp}"/kest-{page,help}.$$' EXIT
+awk '/^\.Bd/ { on = 1; next } /^\.Ed/ { exit } on' "$source/docs/man/kest-description.5" > "$examples/whole.kei"
+{
+  echo '<kestrel-extension name="Parts" version="1" type="Suite"><author name="Ann" />'
+  echo '<products><product name="Tidemark" /></products><description>d</description><ui-access>u</ui-access>'
+  echo '<configuration-changes>'
+  awk '/^\.Bd/ { on = ++n > 1; next } /^\.Ed/ { on = 0 } on { gsub(/\\e/, "\\"); print }' "$source/docs/man/kest-description.5"
+  echo '</configuration-changes></kestrel-extension>'
+} > "$examples/parts.kei"
+[ "$(wc -l < "$examples/parts.kei")" -gt 40 ] || fail "the examples were not found"
+"$kest" validate "$examples/whole.kei" "$examples/parts.kei" > "$examples/out" 2>&1 ||
+  { cat "$examples/out"; fail "an example of kest-description.5 is not in order"; }
 exit $status
