@@ -12,7 +12,9 @@ using Kind = MenusNode::Kind;
 constexpr int kDeepest = 190;
 constexpr std::size_t kLongest = 128u << 10;
 
-bool Contains(std::string_view value, char c) { return !value.empty() && std::memchr(value.data(), c, value.size()) != nullptr; }
+bool Contains(std::string_view value, char c) {
+  return !value.empty() && std::memchr(value.data(), c, value.size()) != nullptr;
+}
 
 /// Whether a value written between double quotes ends where it should.
 bool IsPlain(std::string_view value) {
@@ -221,6 +223,7 @@ void MenusWriter::WriteShortcut(const CKestExtensionShortcut& shortcut) {
 }
 
 void MenusWriter::WriteComment(const CKestXmlComment& comment) {
+  m_readable = m_readable && !Contains(comment.GetText(), '\0');
   CString text = CKestXmlComment::MarkupText(comment.GetText());
   // the parser reports every line end as LF
   text::ReplaceAll(text, "\r\n", "\n");
@@ -232,7 +235,7 @@ void MenusWriter::WriteComment(const CKestXmlComment& comment) {
 
 void MenusWriter::WriteMisc(const CKestXmlMisc& misc, int level) {
   // a document type with declarations of its own is reported, and so written, in parts
-  m_readable = m_readable && level == 0 && !Contains(misc.GetText(), '[');
+  m_readable = m_readable && level == 0 && !Contains(misc.GetText(), '[') && !Contains(misc.GetText(), '\0');
   misc.BuildXml(level, m_text);
 }
 

@@ -294,6 +294,23 @@ TEST(MenusFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
   }
 }
 
+TEST(MenusFile, NothingIsVouchedForThatHoldsANulByte) {
+  const std::string nul("a\0b", 3);
+  CKestMenusXmlFile comment;
+  comment.AppendChild(std::make_unique<CKestXmlComment>(nul, CKestXmlComment::Form::kMarkup));
+  CKestMenusXmlFile misc;
+  misc.AppendChild(std::make_unique<CKestXmlMisc>("<?" + nul + "?>"));
+  CKestMenusXmlFile menu;
+  auto named = std::make_unique<CKestExtensionMenu>();
+  named->SetName(nul);
+  menu.AppendChild(std::move(named));
+  for (const CKestMenusXmlFile* file : {&comment, &misc, &menu}) {
+    CString text;
+    EXPECT_FALSE(file->BuildContent(text)) << text;
+    EXPECT_NE(CKestMenusXmlFile().LoadContent(text), 0) << text;
+  }
+}
+
 using MenusFileOnDisk = TempMachineTest;
 
 TEST_F(MenusFileOnDisk, AFileThatWouldNotLoadIsNotReplaced) {
