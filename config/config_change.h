@@ -17,16 +17,18 @@ class KEST_API CKestConfigChanges : public CKestXmlObject, public std::enable_sh
 public:
   CKestConfigChanges();
   ~CKestConfigChanges() override;
-  CKestConfigChanges(const CKestConfigChanges& other);
-  CKestConfigChanges& operator=(const CKestConfigChanges& other);
+  CKestConfigChanges(const CKestConfigChanges& other);            ///< copies the set with its changes
+  CKestConfigChanges& operator=(const CKestConfigChanges& other); ///< the same, in place of what was there
 
   /// A new, empty file object, the caller's. `existing` tells that the caller is about to Load it; otherwise it holds
   /// what a new file begins with.
   [[nodiscard]] virtual std::unique_ptr<CKestXmlFile> CreateConfigFile(bool existing) const = 0;
   /// Folder below the configuration folder; empty for the configuration folder itself.
   virtual void GetFolder(CString& folder) const = 0;
-  virtual void GetFileName(CString& name) const = 0;
+  virtual void GetFileName(CString& name) const = 0; ///< of the file that the set changes, without folder
+  /// Where content goes when there is no last-resort menu; empty for none.
   virtual void GetLastResortAppendToID(CString& id) const;
+  /// Whether the product's original of the file is wanted beside it.
   [[nodiscard]] virtual bool UseReferenceFile() const;
   /// Folder, backslash, file name; the backslash stands even when the folder is empty.
   virtual void GetPath(CString& path) const;
@@ -51,7 +53,7 @@ protected:
 /// One edit of a configuration file. Its children are what it inserts.
 class KEST_API CKestConfigChange : public CKestXmlObject {
 public:
-  using Changes = CKestConfigChanges;
+  using Changes = CKestConfigChanges; ///< the set that holds such changes
 
   /// Above 9 critical: the operation stops. 3 to 8 non-critical: reported, the file is saved all the same.
   enum ErrorCode : int {
@@ -86,14 +88,16 @@ public:
     kFileNotUpdatable = 33,
     kFailed = 34,
   };
+  /// What to do at a location.
   enum Action : int { kNoAction = 0, kInsertBefore = 1, kInsertAfter = 2, kPrependTo = 3, kAppendTo = 4 };
 
   CKestConfigChange();
   ~CKestConfigChange() override;
-  CKestConfigChange(const CKestConfigChange& other);
-  CKestConfigChange& operator=(const CKestConfigChange& other);
+  CKestConfigChange(const CKestConfigChange& other);            ///< copies the change with its content
+  CKestConfigChange& operator=(const CKestConfigChange& other); ///< the same, in place of what was there
 
-  [[nodiscard]] static bool IsCriticalError(ErrorCode code) { return code > 9; }
+  [[nodiscard]] static bool IsCriticalError(ErrorCode code) { return code > 9; } ///< whether the operation has to stop
+  /// Whether the user is told and the operation goes on.
   [[nodiscard]] static bool IsNonCriticalError(ErrorCode code) { return code >= 3 && code <= 8; }
   /// The attribute name of an action, "appendTo" for none.
   [[nodiscard]] static std::string_view ActionName(int action);
@@ -102,6 +106,7 @@ public:
   /// caller throws the file away. `referenceFile` is null.
   [[nodiscard]] virtual ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
                                              const CKestXmlFile* referenceFile) = 0;
+  /// Takes back what MakeChange did, as far as it is still there.
   [[nodiscard]] virtual ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
                                              const CKestXmlFile* referenceFile) = 0;
   /// After a MakeChange that was not critical: may append steps to the journal (owned by it) and change the result.

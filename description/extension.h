@@ -95,8 +95,8 @@ public:
   [[nodiscard]] const CKestExtensionProducts& GetProducts() const { return m_products; }
   /// The product marked primary; null when there is none.
   [[nodiscard]] const CKestExtensionProduct* GetPrimaryProduct() const;
-  [[nodiscard]] bool HasTokens() const { return m_tokens.HasChildren(); }
-  [[nodiscard]] bool HasFiles() const { return m_files.HasChildren(); }
+  [[nodiscard]] bool HasTokens() const { return m_tokens.HasChildren(); } ///< whether it makes tokens of its own
+  [[nodiscard]] bool HasFiles() const { return m_files.HasChildren(); }   ///< whether it lists a file
   /// Some token has a prompt, so the user is to be asked.
   [[nodiscard]] bool HasUserDefinedTokens() const;
   /// Sets the map to the definitions by token name, the last of equal names; true when there is any.
@@ -113,24 +113,27 @@ public:
   void SetShared(bool shared) { m_shared = shared; }
 
   // ---- change sets, in the order of the description
+  /// In document order, shared with copies of the record.
   using ConfigChanges = std::vector<std::shared_ptr<CKestConfigChanges>>;
+  /// In document order, shared with copies of the record.
   using HelpChanges = std::vector<std::shared_ptr<CKestHelpChanges>>;
   /// Appends a set made on the heap: shares it with the records that hold it already, else takes it over. Null:
   /// nothing.
   void AddConfigChanges(CKestConfigChanges* changes);
-  void AddHelpChanges(CKestHelpChanges* changes);
+  void AddHelpChanges(CKestHelpChanges* changes); ///< as AddConfigChanges, for help changes
   [[nodiscard]] const ConfigChanges& GetConfigChanges() const { return m_configChanges; }
   [[nodiscard]] const HelpChanges& GetHelpChanges() const { return m_helpChanges; }
-  [[nodiscard]] bool HasConfigChanges() const { return !m_configChanges.empty(); }
-  [[nodiscard]] bool HasHelpChanges() const { return !m_helpChanges.empty(); }
+  [[nodiscard]] bool HasConfigChanges() const { return !m_configChanges.empty(); } ///< whether there is any set
+  [[nodiscard]] bool HasHelpChanges() const { return !m_helpChanges.empty(); }     ///< whether there is any set
   /// New iterators, freed by the caller; the sets stay the record's.
   [[nodiscard]] CKestTypedIterator<CKestConfigChanges*>* CreateConfigChangesIterator() const;
+  /// As CreateConfigChangesIterator.
   [[nodiscard]] CKestTypedIterator<CKestHelpChanges*>* CreateHelpChangesIterator() const;
   /// Empties both vectors; sets that another record holds live on.
   void RemoveAllConfigChanges();
   /// The first set for the menus file, borrowed; null when there is none.
   [[nodiscard]] CKestMasterConfigChanges* GetMasterConfigChanges() const;
-  [[nodiscard]] bool HasInsertbarConfigChanges() const;
+  [[nodiscard]] bool HasInsertbarConfigChanges() const; ///< whether some set is for the insert bar
   /// Some set holds a menu insert or a menu remove.
   [[nodiscard]] bool HasMenuChanges() const;
 

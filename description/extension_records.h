@@ -67,6 +67,7 @@ private:
 /// files that go to one folder share its text.
 class KEST_API CKestExtensionFile final : public CKestXmlObject {
 public:
+  /// What a file is for.
   enum Platform : int { kAnyPlatform = 0, kMac = 1, kWin = 2 };
 
   using CKestXmlObject::GetTag;
@@ -78,9 +79,10 @@ public:
   void GetSource(CString& source) const { source = m_source; }
   [[nodiscard]] const CString& GetSource() const { return m_source; }
   void SetSource(std::string_view source) { m_source = source; }
+  /// Folder with tokens, as written in the description.
   void GetDestination(CString& destination) const { destination = GetDestination(); }
-  [[nodiscard]] const CString& GetDestination() const;
-  void SetDestination(std::string_view destination);
+  [[nodiscard]] const CString& GetDestination() const; ///< folder with tokens; borrowed until the object changes
+  void SetDestination(std::string_view destination);   ///< folder with tokens
   /// Whether another extension may use the same file.
   [[nodiscard]] bool IsShared() const { return m_shared; }
   void SetShared(bool shared) { m_shared = shared; }
@@ -88,9 +90,10 @@ public:
   void SetPlatform(int platform) { m_platform = static_cast<signed char>(platform); }
   [[nodiscard]] bool IsSystemFile() const { return m_systemFile; }
   void SetSystemFile(bool systemFile) { m_systemFile = systemFile; }
+  /// Where the file was found to lie; empty as a rule.
   void GetActualPath(CString& path) const { path = GetActualPath(); }
-  [[nodiscard]] const CString& GetActualPath() const;
-  void SetActualPath(std::string_view path);
+  [[nodiscard]] const CString& GetActualPath() const; ///< the same, borrowed until the object changes
+  void SetActualPath(std::string_view path);          ///< where the file was found to lie
   /// Empty unless the file is for any platform.
   void GetWinExtension(CString& extension) const { extension = GetWinExtension(); }
   [[nodiscard]] const CString& GetWinExtension() const;
@@ -116,6 +119,7 @@ private:
   bool m_systemFile = false;
 };
 
+/// The products of an extension.
 class KEST_API CKestExtensionProducts final : public CKestTypedContainer<CKestExtensionProduct> {
 public:
   using CKestXmlObject::GetTag;
@@ -124,6 +128,7 @@ public:
   [[nodiscard]] std::unique_ptr<CKestXmlObject> Clone() const override;
 };
 
+/// The folder tokens of an extension.
 class KEST_API CKestExtensionTokens final : public CKestTypedContainer<CKestExtensionToken> {
 public:
   using CKestXmlObject::GetTag;
@@ -132,6 +137,7 @@ public:
   [[nodiscard]] std::unique_ptr<CKestXmlObject> Clone() const override;
 };
 
+/// The files of an extension.
 class KEST_API CKestExtensionFiles final : public CKestTypedContainer<CKestExtensionFile> {
 public:
   using CKestXmlObject::GetTag;

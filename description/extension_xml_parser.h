@@ -17,7 +17,7 @@ public:
   ~CKestExtensionXMLParser() override;
   /// Copies flags, record and messages, not the objects that the other has read.
   CKestExtensionXMLParser(const CKestExtensionXMLParser& other);
-  CKestExtensionXMLParser& operator=(const CKestExtensionXMLParser& other);
+  CKestExtensionXMLParser& operator=(const CKestExtensionXMLParser& other); ///< the same
 
   /// A root element was seen.
   [[nodiscard]] bool FoundExtensionTag() const { return m_foundRoot; }

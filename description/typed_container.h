@@ -42,13 +42,16 @@ template <class T> class CKestTypedContainer : public CKestXmlObject {
   };
 
 public:
-  using Iterator = Walk<T>;
-  using ConstIterator = Walk<const T>;
+  using Iterator = Walk<T>;            ///< over records that may change
+  using ConstIterator = Walk<const T>; ///< over records
 
   /// The records in order. The container must not change during a walk.
   [[nodiscard]] Iterator begin() { return Iterator(GetChildren().begin(), GetChildren().end()); }
+  /// The end of the records.
   [[nodiscard]] Iterator end() { return Iterator(GetChildren().end(), GetChildren().end()); }
+  /// The records in order.
   [[nodiscard]] ConstIterator begin() const { return ConstIterator(GetChildren().begin(), GetChildren().end()); }
+  /// The end of the records.
   [[nodiscard]] ConstIterator end() const { return ConstIterator(GetChildren().end(), GetChildren().end()); }
   /// Number of records; children of other classes do not count.
   [[nodiscard]] std::size_t GetCount() const { return static_cast<std::size_t>(std::distance(begin(), end())); }

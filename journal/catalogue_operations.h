@@ -14,8 +14,11 @@ public:
   /// 0, or -1 on failure or cancellation. Parameters as CKestExtensionManager has them.
   virtual int UninstallExtension(const CKestProduct* product, CKestExtension* extension, bool refresh, bool quiet,
                                  bool ownJournal, bool remove, bool deleteDisabled, int& restart, bool progress) = 0;
+  /// 0, or a code as CKestExtensionManager has it.
   virtual int DisableExtension(const CKestProduct* product, CKestExtension* extension, bool progress) = 0;
+  /// 0, or -1 on failure or cancellation.
   virtual int EnableExtension(const CKestProduct* product, CKestExtension* extension) = 0;
+  /// Appends the record to the product's list and takes ownership.
   virtual void AddExtension(const CKestProduct* product, CKestExtension* extension) = 0;
   /// Called when a disable is undone, after the steps that it handed to the operation around it were undone. When the
   /// extension's description stands at its enabled place again (or the record says already that it is enabled), brings

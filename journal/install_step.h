@@ -52,7 +52,7 @@ public:
   [[nodiscard]] bool DidRestore() const { return m_restored; }
 
 protected:
-  bool m_restored = false;
+  bool m_restored = false; ///< whether Undo brought the old state back
 };
 
 } // namespace kest

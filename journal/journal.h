@@ -40,7 +40,7 @@ public:
     CString path;   ///< what could not be restored
     CString backup; ///< where its old state is kept; empty when there is none
   };
-  [[nodiscard]] const std::vector<Leftover>& GetLeftovers() const;
+  [[nodiscard]] const std::vector<Leftover>& GetLeftovers() const; ///< what could not be taken back; borrowed
 
   /// Turns the journal file off (the bench compares); steps still undo in memory.
   static void SetDurable(bool durable);
@@ -67,6 +67,7 @@ KEST_API int AppendAndDo(CKestTypedVector<CKestExtensionInstallStep*>* steps,
 /// finish with what lies there before it ends; a TempFolderHold keeps the folder longer.
 class KEST_API JournalScope {
 public:
+  /// Whether a scope hands its steps to the one around it, or keeps what it did for good.
   enum class Kind { kOrdinary, kFinal };
   /// `operation` is what a recovery will call it, e.g. "install Table Tools"; of an inner scope it is not used.
   explicit JournalScope(CKestInstallJournal& journal, Kind kind = Kind::kOrdinary, const CString& operation = {});
@@ -81,7 +82,7 @@ public:
   bool RollBack();
   /// Whether the scope holds steps.
   [[nodiscard]] bool HasSteps() const;
-  [[nodiscard]] bool IsOutermost() const;
+  [[nodiscard]] bool IsOutermost() const; ///< whether no other scope is open around it
   /// Names the operation once more is known of it (the extension's name). Before the first step.
   void SetOperation(const CString& operation);
 
@@ -98,13 +99,14 @@ private:
 
 /// What a start found of operations that a dead process left.
 struct RecoveryReport {
+  /// One interrupted operation.
   struct Entry {
     CString operation;     ///< what the journal file says of it, e.g. "install Table Tools"; empty when unreadable
     bool finished = false; ///< it had been done: only its clean-up was completed
     std::vector<CString> restored;                        ///< what was changed back
     std::vector<CKestInstallJournal::Leftover> leftovers; ///< not empty: undo is incomplete, everything needed is kept
   };
-  std::vector<Entry> entries;
+  std::vector<Entry> entries; ///< in the order in which they were met
 };
 
 /// Undoes what dead processes left, newest first. Does nothing while another process holds the writer lock, or while an

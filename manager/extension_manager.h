@@ -36,8 +36,8 @@ public:
   CKestExtensionManager(const CKestExtensionManager&) = delete;
   CKestExtensionManager& operator=(const CKestExtensionManager&) = delete;
 
-  void SetUI(CKestExtensionManagerUI* ui);
-  [[nodiscard]] CKestExtensionManagerUI* GetUI() const;
+  void SetUI(CKestExtensionManagerUI* ui);              ///< borrowed, for the operations from now on; may be null
+  [[nodiscard]] CKestExtensionManagerUI* GetUI() const; ///< the host's callback object, borrowed; may be null
 
   // ---- lifecycle
   /// Takes back what a process that died left behind (see GetRecoveryReport), finds the products, makes the extensions
@@ -55,6 +55,7 @@ public:
   // ---- catalogue
   /// Over the products in the order of their making; the iterator is the caller's, the products are not.
   [[nodiscard]] CKestTypedIterator<CKestProduct*>* CreateProductIterator() const;
+  /// The same from last to first.
   [[nodiscard]] CKestTypedIterator<CKestProduct*>* CreateProductReverseIterator() const;
   /// Appends the product's records to `out`, in catalogue order; nothing for a product without a list.
   void GetExtensions(const CKestProduct* product, CKestTypedList<CKestExtension*>& out) const;
@@ -77,9 +78,10 @@ public:
 
   /// Comparisons for sorted lists: negative, 0 or positive; 0 when either is null.
   [[nodiscard]] int CompareName(const CKestExtension* a, const CKestExtension* b) const;
+  /// By version; older is less.
   [[nodiscard]] int CompareVersion(const CKestExtension* a, const CKestExtension* b) const;
-  [[nodiscard]] int CompareType(const CKestExtension* a, const CKestExtension* b) const;
-  [[nodiscard]] int CompareAuthor(const CKestExtension* a, const CKestExtension* b) const;
+  [[nodiscard]] int CompareType(const CKestExtension* a, const CKestExtension* b) const;   ///< by the label of the type
+  [[nodiscard]] int CompareAuthor(const CKestExtension* a, const CKestExtension* b) const; ///< by the author's name
   /// Enabled ones first.
   [[nodiscard]] int CompareEnabled(const CKestExtension* a, const CKestExtension* b) const;
 
@@ -88,6 +90,7 @@ public:
   [[nodiscard]] static CKestProduct* CreateProduct(const CString& name, const CString& installFolder);
 
   // ---- operations
+  /// Bits of `restartFlags`.
   enum RestartFlag : int { kRestartProduct = 1, kRestartMachine = 2 };
 
   /// Installs a package (.kep), or a description beside its files.

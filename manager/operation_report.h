@@ -9,6 +9,7 @@ namespace kest {
 /// What the last operation did, or why it did nothing. Made for hosts: everything an error message or a summary needs,
 /// without asking the machine again. Paths are Windows paths.
 struct OperationReport {
+  /// What was done.
   enum class Operation { kNone, kInstall, kUninstall, kDisable, kEnable, kPackage, kImport };
 
   /// Why an operation failed; a host makes its exit code of it.
@@ -27,66 +28,70 @@ struct OperationReport {
     kOther,
   };
 
+  /// Why a file stays.
   enum class Why { kShared, kFont, kSystemFile, kUserAnswer };
 
+  /// A file that was left as it was.
   struct Kept {
-    CString path;
-    Why why = Why::kShared;
+    CString path;           ///< windows path
+    Why why = Why::kShared; ///< what it was left for
   };
 
+  /// One thing that went wrong.
   struct Problem {
-    Failure kind = Failure::kOther;
-    CString path;    ///< what it is about; empty when about no file
-    CString reason;  ///< one sentence part in plain words
-    int message = 0; ///< number of the text the user was shown; 0 when none
-    CString next;    ///< what to do about it, one sentence part; empty when nothing is known
+    Failure kind = Failure::kOther; ///< for exit codes
+    CString path;                   ///< what it is about; empty when about no file
+    CString reason;                 ///< one sentence part in plain words
+    int message = 0;                ///< number of the text the user was shown; 0 when none
+    CString next;                   ///< what to do about it, one sentence part; empty when nothing is known
   };
 
   /// What lies on the machine beyond what was asked for.
   struct Leftover {
-    CString path;
+    CString path;   ///< windows path
     CString backup; ///< where the old state is kept when `path` could not be restored; else empty
     CString why;    ///< "backup copy", or "not restored"
   };
 
-  Operation operation = Operation::kNone;
-  CString extension; ///< name; empty when not known yet
-  CString version;
-  CString author;
-  CString product;
-  CString replaced; ///< name of the extension that was replaced or disabled; empty when none
+  Operation operation = Operation::kNone; ///< which one the report is about
+  CString extension;                      ///< name; empty when not known yet
+  CString version;                        ///< dotted
+  CString author;                         ///< name; empty when not known yet
+  CString product;                        ///< name; empty when none was chosen
+  CString replaced;                       ///< name of the extension that was replaced or disabled; empty when none
 
-  std::vector<CString> created;
-  std::vector<CString> changed;
-  std::vector<CString> deleted;
-  std::vector<Kept> kept;
-  std::vector<Problem> problems;
-  std::vector<Leftover> leftovers;
+  std::vector<CString> created;    ///< files that were not there before
+  std::vector<CString> changed;    ///< files that were there and have new content
+  std::vector<CString> deleted;    ///< files that are gone
+  std::vector<Kept> kept;          ///< files that were left as they were
+  std::vector<Problem> problems;   ///< in the order in which they were met
+  std::vector<Leftover> leftovers; ///< see Leftover
 
-  bool restartProduct = false;
-  bool restartMachine = false;
+  bool restartProduct = false; ///< the running product has to restart
+  bool restartMachine = false; ///< the machine has to restart
 
-  Failure failure = Failure::kNone;
-  bool rolledBack = true; ///< after a failure: everything is as it was (see leftovers when not)
-  int undoneSteps = 0;    ///< after a failure: how many steps were taken back
+  Failure failure = Failure::kNone; ///< kNone after success
+  bool rolledBack = true;           ///< after a failure: everything is as it was (see leftovers when not)
+  int undoneSteps = 0;              ///< after a failure: how many steps were taken back
 
   /// Of an import: one report for each extension, in the order of the list.
   std::vector<OperationReport> parts;
 
-  [[nodiscard]] bool Succeeded() const { return failure == Failure::kNone; }
+  [[nodiscard]] bool Succeeded() const { return failure == Failure::kNone; } ///< whether nothing failed
 };
 
 /// What an uninstall would do with the files of an extension; made without changing anything.
 struct UninstallPreview {
+  /// One file.
   struct Entry {
-    CString path;
-    bool stays = false;
+    CString path;                                             ///< windows path
+    bool stays = false;                                       ///< whether an uninstall leaves it
     OperationReport::Why why = OperationReport::Why::kShared; ///< of a file that stays
   };
   std::vector<Entry> files;       ///< files that exist, in the order of the description
   std::vector<CString> missing;   ///< places where a file of the extension should be and is not
   std::vector<CString> described; ///< the installed description (and package of a disabled extension)
-  bool restartProduct = false;
+  bool restartProduct = false;    ///< the running product would have to restart
 };
 
 } // namespace kest

@@ -13,6 +13,7 @@ namespace kest {
 /// the caller. The container must not change during the walk.
 template <class T> class CKestTypedIterator {
 public:
+  /// Over a copy of the items; pointers among them stay borrowed.
   CKestTypedIterator(std::vector<T> items, bool reverse) : m_items(std::move(items)), m_reverse(reverse) {}
   /// Whether another item follows.
   [[nodiscard]] bool HasNext() const { return m_next < m_items.size(); }
@@ -32,22 +33,27 @@ private:
 /// List of values; pointers in it are borrowed.
 template <class T> class CKestTypedList {
 public:
-  void Append(T value) { m_items.push_back(std::move(value)); }
+  void Append(T value) { m_items.push_back(std::move(value)); } ///< at the end
   /// Removes every item equal to `value`; returns how many went.
   std::size_t RemoveEvery(const T& value) { return static_cast<std::size_t>(std::erase(m_items, value)); }
-  void Clear() { m_items.clear(); }
-  [[nodiscard]] std::size_t GetCount() const { return m_items.size(); }
-  [[nodiscard]] bool IsEmpty() const { return m_items.empty(); }
-  [[nodiscard]] const T& operator[](std::size_t i) const { return m_items[i]; }
-  [[nodiscard]] T& operator[](std::size_t i) { return m_items[i]; }
+  void Clear() { m_items.clear(); } ///< removes every item; frees nothing that pointers lead to
+  [[nodiscard]] std::size_t GetCount() const { return m_items.size(); }         ///< how many items there are
+  [[nodiscard]] bool IsEmpty() const { return m_items.empty(); }                ///< whether there is none
+  [[nodiscard]] const T& operator[](std::size_t i) const { return m_items[i]; } ///< `i` must be less than GetCount()
+  [[nodiscard]] T& operator[](std::size_t i) { return m_items[i]; }             ///< `i` must be less than GetCount()
+  /// From first to last; the iterator is the caller's.
   [[nodiscard]] CKestTypedIterator<T>* CreateIterator() const { return new CKestTypedIterator<T>(m_items, false); }
-  [[nodiscard]] CKestTypedIterator<T>* CreateReverseIterator() const { return new CKestTypedIterator<T>(m_items, true); }
-  auto begin() { return m_items.begin(); }
-  auto end() { return m_items.end(); }
-  auto begin() const { return m_items.begin(); }
-  auto end() const { return m_items.end(); }
+  /// From last to first; the iterator is the caller's.
+  [[nodiscard]] CKestTypedIterator<T>* CreateReverseIterator() const {
+    return new CKestTypedIterator<T>(m_items, true);
+  }
+  auto begin() { return m_items.begin(); }       ///< for range loops
+  auto end() { return m_items.end(); }           ///< for range loops
+  auto begin() const { return m_items.begin(); } ///< for range loops
+  auto end() const { return m_items.end(); }     ///< for range loops
 
 protected:
+  /// Takes the last item off; there must be one.
   T PopLast() {
     T last = std::move(m_items.back());
     m_items.pop_back();

@@ -24,10 +24,11 @@ public:
   virtual bool ChooseFolder(const CString& prompt, const CString& initialFolder, int flag, CString& folder) = 0;
   /// Busy indicator; the two need not be balanced.
   virtual void BeginWait() = 0;
-  virtual void EndWait() = 0;
+  virtual void EndWait() = 0; ///< ends what BeginWait began
+  /// Opens the progress display. Both texts are borrowed during the call; `detail` may be empty, `flag` means nothing.
   virtual void BeginProgress(const char* caption, const char* detail, int flag) = 0;
-  virtual void SetProgressRange(int upper) = 0;
-  virtual void SetProgressPosition(int position) = 0;
+  virtual void SetProgressRange(int upper) = 0;       ///< the position at which the work is done
+  virtual void SetProgressPosition(int position) = 0; ///< from 0 to the range
   /// Closes the display; harmless without one.
   virtual void EndProgress() = 0;
 

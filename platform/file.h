@@ -13,6 +13,7 @@ public:
   CKestFile(const CKestFile&) = delete;
   CKestFile& operator=(const CKestFile&) = delete;
 
+  /// False when it cannot be opened; CKestOS::GetMachine().GetLastError() says why.
   [[nodiscard]] bool OpenForRead(const CString& path);
   /// An existing file is seen as emptied; on disk it is replaced by Close.
   [[nodiscard]] bool OpenForWrite(const CString& path);
@@ -44,7 +45,7 @@ public:
   /// A folder with a pattern ("C:\x\*.*" is everything, "C:\x\*.kei"), or one file's path. Names sorted without regard
   /// to case. False when nothing matches or the folder is missing.
   [[nodiscard]] bool FindFirst(const CString& pattern);
-  [[nodiscard]] bool FindNext();
+  [[nodiscard]] bool FindNext(); ///< steps to the next file; false when there is none
   /// Name as stored on disk, without folder.
   void GetFileName(CString& out) const;
   [[nodiscard]] const CString& GetFileName() const;

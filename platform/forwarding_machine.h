@@ -12,14 +12,14 @@ namespace kest {
 /// AllowBackgroundProcessing. Not asked about: UnlockWriter, ForgetFolders, GetLastError, ClearLastError.
 class KEST_API ForwardingMachine : public Machine {
 public:
-  explicit ForwardingMachine(Machine& next) : m_next(next) {}
+  explicit ForwardingMachine(Machine& next) : m_next(next) {} ///< `next` is borrowed and must live longer
 
   /// One call: its name as declared in Machine ("CopyFile") or MachineFile ("Write"), whether it changes the machine,
   /// the first path (the key of a registry call, the path a file was opened by; null where there is none).
   struct Call {
-    const char* name;
-    bool changes;
-    const CString* path;
+    const char* name;    ///< as declared in Machine or MachineFile
+    bool changes;        ///< whether it changes the machine
+    const CString* path; ///< borrowed during Allow; null where there is none
   };
 
   // ---- Machine

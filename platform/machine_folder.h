@@ -14,6 +14,7 @@ namespace kest {
 ///   trash/        what MoveFileToTrash took
 class KEST_API MachineFolder : public Machine {
 public:
+  /// Opens the folder; IsUsable tells whether there is a machine in it. Changes nothing.
   explicit MachineFolder(CString hostFolder);
   ~MachineFolder() override;
   MachineFolder(const MachineFolder&) = delete;
@@ -21,7 +22,7 @@ public:
 
   /// Whether the folder is there and has a drive_c. Everything fails on one that has not.
   [[nodiscard]] bool IsUsable() const;
-  [[nodiscard]] const CString& GetHostFolder() const;
+  [[nodiscard]] const CString& GetHostFolder() const; ///< as given to the constructor
 
   // ---- host paths
   /// The path on this system that a Windows path stands for (existing components in their stored spelling); empty when
@@ -33,19 +34,21 @@ public:
   [[nodiscard]] CString AddHostFolder(const CString& hostFolder, bool writable);
 
   // ---- machine.ini
+  /// A line of machine.ini.
   struct User {
-    CString name;
-    int type = 1;
+    CString name; ///< also the name of the user's folder
+    int type = 1; ///< 2: the user whose configuration is the shared one
   };
-  [[nodiscard]] std::vector<User> GetUsers();
-  [[nodiscard]] CString GetCurrentUser();
-  [[nodiscard]] std::vector<CString> GetRunningProcesses();
+  [[nodiscard]] std::vector<User> GetUsers();               ///< in the order of machine.ini
+  [[nodiscard]] CString GetCurrentUser();                   ///< name of the current user; empty when there is none
+  [[nodiscard]] std::vector<CString> GetRunningProcesses(); ///< executables that count as running, as Windows paths
   /// Each writes machine.ini at once. False when it cannot be written or the value makes no sense.
   [[nodiscard]] bool SetUsers(const std::vector<User>& users, const CString& current);
-  [[nodiscard]] bool SetCurrentUser(const CString& name);
-  [[nodiscard]] bool SetMultiUser(bool multiUser);
-  [[nodiscard]] bool SetCodePageNumber(int codePage);
-  [[nodiscard]] bool SetOperatingSystemVersion(int code);
+  [[nodiscard]] bool SetCurrentUser(const CString& name); ///< false for a name that is none of the users
+  [[nodiscard]] bool SetMultiUser(bool multiUser);        ///< whether users have configurations of their own
+  [[nodiscard]] bool SetCodePageNumber(int codePage);     ///< the code page of texts and names
+  [[nodiscard]] bool SetOperatingSystemVersion(int code); ///< the system's version code
+  /// Puts an executable on the list of those that count as running, or takes it off.
   [[nodiscard]] bool SetProcessRunning(const CString& executable, bool running);
   /// Drive letters with the host folder each stands for.
   [[nodiscard]] std::vector<std::pair<char, CString>> GetDrives();

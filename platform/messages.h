@@ -157,9 +157,9 @@ enum class Message : int {
 
 /// What stands for each number when no host says otherwise.
 struct MessageText {
-  int number;
+  int number;            ///< as a host is told
   const char* arguments; ///< one letter each: s text, d whole number
-  const char* english;
+  const char* english;   ///< the built-in text, with its format specifiers
 };
 
 /// All texts of the table, by number.

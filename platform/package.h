@@ -10,16 +10,16 @@ namespace kest {
 
 /// What a package may hold at the most. A reader refuses more with -2.
 struct PackageLimits {
-  std::uint64_t entries = 100000;
-  std::uint64_t bytesPerFile = 256ull << 20;
-  std::uint64_t bytesInAll = 512ull << 20;
+  std::uint64_t entries = 100000;            ///< files in one package
+  std::uint64_t bytesPerFile = 256ull << 20; ///< of one file, unpacked
+  std::uint64_t bytesInAll = 512ull << 20;   ///< of all files, unpacked
 };
 
 /// One entry, as the directory of the package tells it.
 struct PackageEntry {
-  CString name; ///< backslashes
-  std::uint64_t size = 0;
-  CKestDateTime date;
+  CString name;           ///< backslashes
+  std::uint64_t size = 0; ///< unpacked
+  CKestDateTime date;     ///< last-write time
 };
 
 /// A package (.kep): a ZIP archive of plain files, the description first. Results: 0, or a code: -3 unreadable
@@ -27,6 +27,7 @@ struct PackageEntry {
 /// file or folder could not be written. The package stays open from the first reading call to the end of the object.
 class KEST_API CKestPackage {
 public:
+  /// What the operations answer.
   enum Result : int { kOk = 0, kDamaged = -2, kUnreadable = -3, kNotAPackage = 1, kCannotWrite = 2 };
 
   /// No access yet.
@@ -49,9 +50,10 @@ public:
   [[nodiscard]] bool Finish();
 
   // ---- reading
-  static void SetLimits(const PackageLimits& limits);
+  static void SetLimits(const PackageLimits& limits); ///< for the packages opened from now on
   /// Names in the order of packing. Judges every name and size first; nothing is returned on failure.
   [[nodiscard]] int UnPackFileNames(std::vector<CString>& names);
+  /// Everything in the package, in its order; a Result.
   [[nodiscard]] int GetEntries(std::vector<PackageEntry>& entries);
   /// Writes all files below the folder (which should be private): subfolders are made, files of the same name
   /// replaced, dates restored, links never followed; nothing lands outside. A failure may leave files below the folder.

@@ -9,12 +9,14 @@ namespace kest {
 class KEST_API CKestPath {
 public:
   CKestPath() = default;
-  CKestPath(CString path) : m_text(std::move(path)) {} // NOLINT: cheap conversion both ways is the point
-  CKestPath(const char* path) : m_text(path ? path : "") {}
+  /// Holds the text as given.
+  CKestPath(CString path) : m_text(std::move(path)) {}      // NOLINT: cheap conversion both ways is the point
+  CKestPath(const char* path) : m_text(path ? path : "") {} ///< the same; null is an empty path
   operator const CString&() const { return m_text; }
   [[nodiscard]] const CString& GetText() const { return m_text; }
+  /// The text for calls that want it ended by a zero; borrowed until the path changes.
   [[nodiscard]] const char* c_str() const { return m_text.c_str(); }
-  [[nodiscard]] bool IsEmpty() const { return m_text.empty(); }
+  [[nodiscard]] bool IsEmpty() const { return m_text.empty(); } ///< whether it has no text
 
   /// Joins with exactly one backslash between the parts, whatever either side has; none is added at the end.
   void Append(std::string_view component);
@@ -28,7 +30,7 @@ public:
   /// The folder that holds this folder, without trailing backslash; whether or not this path has one. The parent of a
   /// drive root, and of a name alone, is empty.
   [[nodiscard]] CString GetParent() const;
-  void Split(CString& folder, CString& name) const;
+  void Split(CString& folder, CString& name) const; ///< GetFolder and GetFileName in one
   /// After the last dot of the last component, without the dot, case as stored; empty when none.
   void GetExtension(CString& out) const;
   [[nodiscard]] CString GetExtension() const;

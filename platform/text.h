@@ -24,16 +24,20 @@ KEST_API void ReplaceAll(CString& value, std::string_view from, std::string_view
 KEST_API void ReplaceAllNoCase(CString& value, std::string_view from, std::string_view to);
 /// Removes blank, tab, CR, LF, VT and FF at both ends.
 KEST_API void Trim(CString& value);
+/// The part that Trim would leave; a view of the argument.
 [[nodiscard]] KEST_API std::string_view Trimmed(std::string_view value);
-[[nodiscard]] KEST_API char ToLower(char c);
-[[nodiscard]] KEST_API CString Lower(std::string_view value);
+[[nodiscard]] KEST_API char ToLower(char c);                  ///< other bytes than ASCII capitals come back as they are
+[[nodiscard]] KEST_API CString Lower(std::string_view value); ///< every byte through ToLower
+/// Whether both are the same but for letter case.
 [[nodiscard]] KEST_API bool EqualNoCase(std::string_view a, std::string_view b);
 /// Negative, 0 or positive, byte by byte on folded bytes; trail bytes of double-byte characters are not folded.
 [[nodiscard]] KEST_API int CompareNoCase(std::string_view a, std::string_view b);
+/// Whether `value` begins with `prefix`, letter case aside. Every value begins with an empty prefix.
 [[nodiscard]] KEST_API bool StartsWithNoCase(std::string_view value, std::string_view prefix);
-[[nodiscard]] KEST_API bool EndsWithNoCase(std::string_view value, std::string_view suffix);
+[[nodiscard]] KEST_API bool EndsWithNoCase(std::string_view value, std::string_view suffix); ///< the same at the end
 /// Index of the first occurrence at or after `from`, or -1. An empty needle is found at `from`.
 [[nodiscard]] KEST_API int FindNoCase(std::string_view value, std::string_view needle, std::size_t from = 0);
+/// Whether FindNoCase finds it.
 [[nodiscard]] inline bool ContainsNoCase(std::string_view value, std::string_view needle) {
   return FindNoCase(value, needle) >= 0;
 }
@@ -66,13 +70,13 @@ using Argument = std::variant<CString, long long>;
 
 /// Order of maps from text: bytes, case-sensitive.
 struct CKestMapStringLessThan {
-  using is_transparent = void;
-  bool operator()(std::string_view a, std::string_view b) const { return a < b; }
+  using is_transparent = void;                                                    ///< look-ups by views make no copies
+  bool operator()(std::string_view a, std::string_view b) const { return a < b; } ///< whether `a` comes before `b`
 };
 
 /// Order of maps from whole numbers.
 struct CKestMapIntLessThan {
-  bool operator()(int a, int b) const { return a < b; }
+  bool operator()(int a, int b) const { return a < b; } ///< whether `a` comes before `b`
 };
 
 } // namespace kest

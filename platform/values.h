@@ -11,7 +11,7 @@ namespace kest {
 class KEST_API CKestVersionNumber {
 public:
   CKestVersionNumber() = default;
-  CKestVersionNumber(std::uint16_t major, std::uint16_t minor, std::uint16_t build);
+  CKestVersionNumber(std::uint16_t major, std::uint16_t minor, std::uint16_t build); ///< a version of three numbers
   /// Dotted text: missing parts are 0, reading stops at the first foreign character, a part over 65,535 is capped.
   explicit CKestVersionNumber(std::string_view dotted);
 
@@ -23,6 +23,7 @@ public:
   /// Negative, 0 or positive, number by number.
   [[nodiscard]] int Compare(const CKestVersionNumber& other) const;
   [[nodiscard]] int Compare(std::string_view dotted) const;
+  /// Whether all its numbers are 0.
   [[nodiscard]] bool IsUnset() const { return m_major == 0 && m_minor == 0 && m_build == 0; }
   [[nodiscard]] std::uint16_t GetMajor() const { return m_major; }
   [[nodiscard]] std::uint16_t GetMinor() const { return m_minor; }
@@ -39,9 +40,9 @@ private:
 class CKestDateTime {
 public:
   CKestDateTime() = default;
-  explicit CKestDateTime(std::int64_t seconds) : m_seconds(seconds) {}
+  explicit CKestDateTime(std::int64_t seconds) : m_seconds(seconds) {} ///< seconds since the beginning of 1970, UTC
   [[nodiscard]] std::int64_t GetSeconds() const { return m_seconds; }
-  auto operator<=>(const CKestDateTime&) const = default;
+  auto operator<=>(const CKestDateTime&) const = default; ///< earlier is less
 
 private:
   std::int64_t m_seconds = 0;
@@ -50,8 +51,8 @@ private:
 /// Counts down on the machine's monotonic clock.
 class KEST_API CKestTimer {
 public:
-  explicit CKestTimer(std::int64_t milliseconds) : m_length(milliseconds) {}
-  void Start();
+  explicit CKestTimer(std::int64_t milliseconds) : m_length(milliseconds) {} ///< runs for so long from its start on
+  void Start();                                                              ///< begins anew
   /// True when the time has passed since Start, or Start was never called.
   [[nodiscard]] bool IsDone() const;
 

@@ -9,6 +9,7 @@ namespace kest {
 /// Attributes of one start tag in file order, only those written there. Borrowed during the callback.
 class KEST_API CKestXMLAttributes {
 public:
+  /// Over name and value in turn, ended by null; borrowed.
   explicit CKestXMLAttributes(const char* const* pairs) : m_next(pairs) {}
   /// Name of the first attribute, or null.
   [[nodiscard]] const char* GetFirstAttr();
@@ -16,7 +17,7 @@ public:
   [[nodiscard]] const char* GetNextAttr();
   /// Decoded value of the attribute just named.
   [[nodiscard]] const char* GetValue() const { return m_value; }
-  void SkipValue() {}
+  void SkipValue() {} ///< passes over the value of the attribute just named
 
 private:
   const char* const* m_next;
@@ -27,19 +28,21 @@ private:
 /// a description (SetLimits), depth 200, 1 MiB an attribute.
 class KEST_API CKestXMLParser {
 public:
+  /// What a parse answers beside the codes of callbacks.
   enum Code : int { kGood = 0, kUnreadable = -1, kIllFormed = 1, kRefused = 2 };
+  /// What a parser refuses to go beyond.
   struct Limits {
-    std::size_t bytes = 64u << 20;
-    std::size_t depth = 200;
-    std::size_t attributeBytes = 1u << 20;
+    std::size_t bytes = 64u << 20;         ///< of the whole document
+    std::size_t depth = 200;               ///< of elements in elements
+    std::size_t attributeBytes = 1u << 20; ///< of one attribute value
   };
 
   CKestXMLParser();
   virtual ~CKestXMLParser();
-  CKestXMLParser(const CKestXMLParser&);
-  CKestXMLParser& operator=(const CKestXMLParser&);
+  CKestXMLParser(const CKestXMLParser&); ///< copies the limits and what the last parse told, never a parse in progress
+  CKestXMLParser& operator=(const CKestXMLParser&); ///< the same
 
-  void SetLimits(const Limits& limits);
+  void SetLimits(const Limits& limits); ///< for the parses to come
   /// 0 good; -1 unreadable; positive: ill-formed; else the code a callback returned. With `severalRoots` the file need
   /// not have a single root element. Each line goes through OnPreProcessLine before its events.
   [[nodiscard]] int ParseFile(const char* path, bool severalRoots);
@@ -54,14 +57,15 @@ public:
   /// One raw line without its end, before it is parsed; may rewrite it. Non-zero ends the parse with that code. The XML
   /// declaration is not passed.
   virtual int OnPreProcessLine(CString& line);
+  /// A start tag; both arguments are borrowed during the call.
   virtual void OnElementStart(const char* name, CKestXMLAttributes& attributes);
-  virtual void OnElementEnd(const char* name);
+  virtual void OnElementEnd(const char* name); ///< an end tag, or the end of an empty element
   /// Outside CDATA one call for a whole run between two pieces of markup; inside, one call for a line's text and one
   /// for each line feed. `length` rules.
   virtual void OnCData(const char* text, int length);
-  virtual void OnCDataSectionStart();
-  virtual void OnCDataSectionEnd();
-  virtual void OnComment(const char* text);
+  virtual void OnCDataSectionStart();       ///< a CDATA section begins
+  virtual void OnCDataSectionEnd();         ///< a CDATA section ends
+  virtual void OnComment(const char* text); ///< a comment's text, borrowed during the call
   /// Declaration in one piece, DOCTYPE in tokens, instructions.
   virtual void OnDefault(const char* text, int length);
 
