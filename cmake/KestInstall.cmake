@@ -11,7 +11,7 @@ set(KEST_PUBLIC_HEADERS
   journal/catalogue_operations.h journal/install_step.h journal/journal.h
   manager/extension_manager.h manager/operation_report.h
   platform/containers.h platform/export.h platform/extension_manager_ui.h platform/file.h platform/forwarding_machine.h
-  platform/machine.h platform/machine_folder.h platform/messages.h platform/os.h platform/package.h platform/path.h
+  platform/machine.h platform/machine_folder.h platform/message_file.h platform/messages.h platform/os.h platform/package.h platform/path.h
   platform/text.h platform/values.h platform/version_resource.h platform/xml_object.h platform/xml_parser.h
   products/product.h)
 foreach(header IN LISTS KEST_PUBLIC_HEADERS)
@@ -65,6 +65,7 @@ if(BUILD_SHARED_LIBS)
 endif()
 install(TARGETS kest_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT host)
 install(FILES docs/man/kest.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT host)
+install(DIRECTORY host/messages DESTINATION "${CMAKE_INSTALL_DATADIR}/kest" COMPONENT host FILES_MATCHING PATTERN "*.txt")
 
 # completion scripts come from the program's own table of commands
 set(completions)

@@ -129,11 +129,20 @@ constexpr std::pair<int, const char*> kExitCodes[] = {
     {130, "interrupted, and everything was undone"},
 };
 
+constexpr std::pair<const char*, const char*> kVariables[] = {
+    {"KEST_MACHINE", "the machine folder, unless --machine names one"},
+    {"KEST_LANGUAGE", "the language of the engine's messages (else LC_ALL, LC_MESSAGES, LANG)"},
+    {"KEST_MESSAGES", "the folder of their files, <language>.txt"},
+    {"NO_COLOR", "no colours, when it is not empty"},
+    {"COLUMNS, LINES", "the size of the terminal"},
+};
+
 } // namespace
 
 std::span<const CommandSpec> GetCommands() { return kCommands; }
 std::span<const FlagSpec> GetCommonFlags() { return kCommonFlags; }
 std::span<const std::pair<int, const char*>> GetExitCodes() { return kExitCodes; }
+std::span<const std::pair<const char*, const char*>> GetVariables() { return kVariables; }
 
 const CommandSpec* FindCommand(std::string_view name) {
   for (const CommandSpec& command : kCommands) {

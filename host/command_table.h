@@ -50,5 +50,7 @@ struct CommandSpec {
 [[nodiscard]] const CommandSpec* FindCommand(std::string_view name);
 /// What the named exit codes mean, for the help: "0  done, or nothing to do", ...
 [[nodiscard]] std::span<const std::pair<int, const char*>> GetExitCodes();
+/// Variables of the environment that are heeded, with what they are for.
+[[nodiscard]] std::span<const std::pair<const char*, const char*>> GetVariables();
 
 } // namespace kest::host

@@ -61,6 +61,11 @@ void ConsoleUi::Begin() {
   m_deadline = -1;
 }
 
+const Outcome& ConsoleUi::GetOutcome() {
+  m_outcome.interrupted |= Terminal::WasInterrupted();
+  return m_outcome;
+}
+
 void ConsoleUi::OnMessage(int number, const CString* arguments, int count) {
   m_number = number;
   m_arguments.assign(arguments, arguments + count);
@@ -116,7 +121,7 @@ bool ConsoleUi::Confirm(const std::string& question, bool byDefault, bool answer
 
 int ConsoleUi::AnswerYesNo(int number, const std::string& text) {
   const bool onTokens = number == NumberOf(Message::kCancelInstall);
-  if (m_outcome.Stopped() || onTokens) {
+  if (GetOutcome().Stopped() || onTokens) {
     m_outcome.declined = true;
     return kNo;
   }
@@ -157,7 +162,7 @@ std::string ConsoleUi::DescribeExisting(int number) const {
 }
 
 int ConsoleUi::AnswerOverwrite(int number, const std::string& text) {
-  if (m_outcome.Stopped()) {
+  if (GetOutcome().Stopped()) {
     return kCancel;
   }
   const bool newer = number == NumberOf(Message::kExistingNewer);
@@ -181,7 +186,7 @@ int ConsoleUi::AnswerOverwrite(int number, const std::string& text) {
 }
 
 int ConsoleUi::AnswerInUse(const std::string& text) {
-  if (m_outcome.Stopped()) {
+  if (GetOutcome().Stopped()) {
     return kCancel;
   }
   if (m_options.wait >= 0) {
@@ -251,8 +256,8 @@ bool ConsoleUi::ShowPages(const std::string& text) {
 bool ConsoleUi::ConfirmAgreement(const char* prompt, const char* agreement) {
   const int number = std::exchange(m_number, 0);
   ShownMessage shown{number, kYesNo, Lines(prompt), "no"};
-  bool accepted = m_options.acceptAgreement && !m_outcome.Stopped();
-  if (!accepted && !m_outcome.Stopped()) {
+  bool accepted = m_options.acceptAgreement && !GetOutcome().Stopped();
+  if (!accepted && !GetOutcome().Stopped()) {
     if (!m_terminal.CanAsk()) {
       Miss("--accept-agreement", shown.text);
     } else {
@@ -274,7 +279,7 @@ bool ConsoleUi::ConfirmAgreement(const char* prompt, const char* agreement) {
 bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder, int, CString& folder) {
   const std::string asked = m_arguments.empty() ? prompt : m_arguments.front();
   m_number = 0;
-  if (m_outcome.Stopped()) {
+  if (GetOutcome().Stopped()) {
     return false;
   }
   const auto token = m_tokens.find(asked);
@@ -309,7 +314,10 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
   return false;
 }
 
+void ConsoleUi::BeginWait() { Terminal::PassOnInterrupt(); }
+
 void ConsoleUi::BeginProgress(const char* caption, const char*, int) {
+  Terminal::PassOnInterrupt();
   m_caption = Shown(caption ? caption : "");
   m_range = 0;
 }

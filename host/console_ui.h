@@ -42,7 +42,8 @@ public:
 
   /// Starts an operation: earlier outcomes are forgotten.
   void Begin();
-  [[nodiscard]] const Outcome& GetOutcome() const { return m_outcome; }
+  /// As it is now: Ctrl-C counts whenever it comes.
+  [[nodiscard]] const Outcome& GetOutcome();
 
   struct Token {
     std::string name;
@@ -61,7 +62,7 @@ public:
   int ShowMessage(const char* text, int style) override;
   bool ConfirmAgreement(const char* prompt, const char* agreement) override;
   bool ChooseFolder(const CString& prompt, const CString& initialFolder, int flag, CString& folder) override;
-  void BeginWait() override {}
+  void BeginWait() override;
   void EndWait() override {}
   void BeginProgress(const char* caption, const char* detail, int flag) override;
   void SetProgressRange(int upper) override;

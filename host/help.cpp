@@ -41,6 +41,10 @@ std::string HelpText() {
   for (const auto& [code, meaning] : GetExitCodes()) {
     text += fmt::format("  {:<4}{}\n", code, meaning);
   }
+  text += "\nVariables:\n";
+  for (const auto& [name, meaning] : GetVariables()) {
+    text += fmt::format("  {:<34}{}\n", name, meaning);
+  }
   return text + "\nMore about a command: kest help COMMAND\n";
 }
 

@@ -52,8 +52,13 @@ int Summarize(Session& session, const CKestProduct& to) {
   session.document["restart"] = RestartWord(report);
   if (outcome.Stopped() || (report.parts.empty() && !report.Succeeded())) {
     const ExitCode exit = ExitCodeOf(report, outcome);
-    return session.Fail(exit == kDone ? kDeclinedOrUnanswered : exit,
-                        DescribeFailure(report, outcome, "nothing", "imported"));
+    ErrorReport error = DescribeFailure(report, outcome, "the import", "done");
+    const std::size_t done = report.parts.size() - static_cast<std::size_t>(failed);
+    if (done > 0) {
+      error.what = fmt::format("the import into {} was not completed", NameOf(to));
+      error.changed = fmt::format("what was imported stays ({} of it); the rest is as it was", done);
+    }
+    return session.Fail(exit != kDone ? exit : outcome.interrupted ? kInterrupted : kDeclinedOrUnanswered, error);
   }
   session.terminal.Notice(fmt::format("{} of {} extensions imported into {}.",
                                       report.parts.size() - static_cast<std::size_t>(failed), report.parts.size(),

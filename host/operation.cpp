@@ -140,6 +140,10 @@ int RunEach(Session& session, const std::vector<std::string>& words,
   int failed = 0;
   int exit = kDone;
   for (const std::string& word : words) {
+    if (Terminal::WasInterrupted()) {
+      exit = kInterrupted;
+      break;
+    }
     session.document = EmptyDocument(*session.command);
     session.ForgetError();
     const int code = one(word);

@@ -52,8 +52,10 @@ std::string Short(const std::string& path) {
 Session::Session() = default;
 
 Session::~Session() {
+  Terminal::SetInterruptible(nullptr);
   m_manager.reset();
   CKestOS::SetMachine(nullptr);
+  SetMessageSource(nullptr);
 }
 
 int Session::Fail(ExitCode exit, const ErrorReport& error) {
@@ -63,6 +65,9 @@ int Session::Fail(ExitCode exit, const ErrorReport& error) {
 }
 
 bool Session::OpenMachineAt(const std::string& hostFolder, int& exit) {
+  if (!m_messages && (m_messages = LoadLanguage(terminal))) {
+    SetMessageSource(m_messages.get());
+  }
   auto machine = std::make_unique<MachineFolder>(hostFolder);
   m_machineName = Short(hostFolder);
   if (document.contains("machine")) {
@@ -123,6 +128,7 @@ bool Session::OpenEngine(int& exit, bool load) {
   m_ui = std::make_unique<ConsoleUi>(terminal, options);
   m_ui->SetFolderReader([this](const std::string& typed) { return ReadFolder(typed); });
   m_manager = std::make_unique<CKestExtensionManager>(m_ui.get());
+  Terminal::SetInterruptible(m_manager.get());
   if (options.wait >= 0) {
     m_manager->SetLockWait(std::int64_t{options.wait} * 1000);
     m_manager->SetFileWait(std::min<std::int64_t>(10000, std::int64_t{options.wait} * 1000));

@@ -4,6 +4,7 @@
 #include "host/console_ui.h"
 #include "host/error_report.h"
 #include "host/json_output.h"
+#include "host/language.h"
 #include "host/options.h"
 #include "host/terminal.h"
 #include "manager/extension_manager.h"
@@ -63,6 +64,7 @@ public:
   [[nodiscard]] CString ReadFolder(const std::string& typed);
 
 private:
+  std::unique_ptr<MessageFile> m_messages; ///< in force while it lives; null: English
   std::unique_ptr<MachineFolder> m_machine;
   std::unique_ptr<ConsoleUi> m_ui;
   std::unique_ptr<CKestExtensionManager> m_manager;

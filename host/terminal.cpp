@@ -2,8 +2,10 @@
 
 #include "host/options.h"
 #include "host/text_width.h"
+#include "manager/extension_manager.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -23,10 +25,14 @@ constexpr int kError = 2;
 // Ctrl-C is a byte in a pipe, so that a question waiting for input wakes up whenever it comes.
 volatile std::sig_atomic_t g_interrupted = 0;
 int g_wake[2] = {-1, -1};
+std::atomic<CKestExtensionManager*> g_engine{nullptr};
 
 extern "C" void OnInterrupt(int) {
   const int saved = errno;
   g_interrupted = 1;
+  if (CKestExtensionManager* const engine = g_engine.load()) {
+    engine->RequestCancel();
+  }
   const char byte = 0;
   const ssize_t ignored = write(g_wake[1], &byte, 1);
   (void)ignored;
@@ -179,6 +185,14 @@ std::string Terminal::Paint(Style style, std::string_view text) const { return P
 std::string Terminal::PaintData(Style style, std::string_view text) const { return Painted(m_colorData, style, text); }
 
 bool Terminal::WasInterrupted() { return g_interrupted != 0; }
+void Terminal::SetInterruptible(CKestExtensionManager* engine) { g_engine.store(engine); }
+
+void Terminal::PassOnInterrupt() {
+  CKestExtensionManager* const engine = g_engine.load();
+  if (WasInterrupted() && engine) {
+    engine->RequestCancel();
+  }
+}
 
 Terminal::Answer Terminal::Ask(std::string_view prompt, std::string& line) {
   WriteError(prompt);

@@ -3,6 +3,10 @@
 #include <string>
 #include <string_view>
 
+namespace kest {
+class CKestExtensionManager;
+}
+
 namespace kest::host {
 
 struct Options;
@@ -48,6 +52,10 @@ public:
   Answer Ask(std::string_view prompt, std::string& line);
   /// Whether Ctrl-C was pressed since the start.
   [[nodiscard]] static bool WasInterrupted();
+  /// The engine (borrowed; null: none) that Ctrl-C asks to end its operation.
+  static void SetInterruptible(CKestExtensionManager* engine);
+  /// Asks it again when Ctrl-C was pressed: an operation forgets what was asked before it started.
+  static void PassOnInterrupt();
 
   [[nodiscard]] bool ShowsProgress() const { return m_progress; }
   void DrawProgress(std::string_view caption, int position, int range);
