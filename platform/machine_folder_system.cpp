@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <pwd.h>
 #include <thread>
+#include <unistd.h>
 
 // Users, processes, registry, fonts, clock: everything of a machine folder that is no file.
 
@@ -31,6 +33,26 @@ bool IsUserName(const CString& name) {
 
 CString RegistryPath(RegistryRoot root, const CString& key) {
   return (root == RegistryRoot::kCurrentUser ? R"(HKEY_CURRENT_USER\)" : R"(HKEY_LOCAL_MACHINE\)") + key;
+}
+
+/// Where a key is read: 32-bit programs of a 64-bit prefix keep theirs in a branch of their own.
+CString KeyToRead(RegistryFile& file, RegistryRoot root, const CString& key) {
+  constexpr std::string_view kSoftware = R"(Software\)";
+  if (root != RegistryRoot::kLocalMachine || !text::StartsWithNoCase(key, kSoftware) || file.HasKey(key)) {
+    return key;
+  }
+  CString other = R"(Software\Wow6432Node\)" + key.substr(kSoftware.size());
+  return file.HasKey(other) ? other : key;
+}
+
+/// Who runs this program, as a prefix names its user.
+CString LoginName() {
+  const char* const name = std::getenv("USER");
+  if (name != nullptr && *name != '\0') {
+    return name;
+  }
+  const passwd* const entry = getpwuid(geteuid());
+  return entry != nullptr ? entry->pw_name : "";
 }
 
 } // namespace
@@ -64,9 +86,8 @@ std::vector<MachineFolder::User> MachineFolder::GetUsers() {
 
 CString MachineFolder::GetCurrentUser() {
   const std::vector<User> users = GetUsers();
-  const char* const login = std::getenv("USER");
   const auto written = m_state->GetIni().GetValue("machine", "current-user");
-  for (const CString& wanted : {written.value_or(""), CString(login == nullptr ? "" : login)}) {
+  for (const CString& wanted : {written.value_or(""), LoginName()}) {
     for (const User& user : users) {
       if (text::EqualNoCase(user.name, wanted)) {
         return user.name;
@@ -331,12 +352,12 @@ int MachineFolder::GetCodePage() { return m_state->GetCodePage(); }
 
 bool MachineFolder::RegistryKeyExists(RegistryRoot root, const CString& key) {
   RegistryFile* const file = m_state->GetRegistry(root);
-  return file != nullptr && file->HasKey(key);
+  return file != nullptr && file->HasKey(KeyToRead(*file, root, key));
 }
 
 bool MachineFolder::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data) {
   RegistryFile* const file = m_state->GetRegistry(root);
-  return file != nullptr && (file->GetValue(key, name, data) ||
+  return file != nullptr && (file->GetValue(KeyToRead(*file, root, key), name, data) ||
                              m_state->Fail(Kind::kNotFound, RegistryPath(root, key), "there is no such value"));
 }
 
@@ -360,7 +381,7 @@ bool MachineFolder::DeleteRegistryValue(RegistryRoot root, const CString& key, c
 bool MachineFolder::EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values) {
   values.clear();
   RegistryFile* const file = m_state->GetRegistry(root);
-  return file != nullptr && (file->GetValues(key, values) ||
+  return file != nullptr && (file->GetValues(KeyToRead(*file, root, key), values) ||
                              m_state->Fail(Kind::kNotFound, RegistryPath(root, key), "there is no such key"));
 }
 
