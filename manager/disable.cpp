@@ -114,7 +114,7 @@ constexpr Phase kPhases[] = {MakeWay, BuildPackage, MoveDescription, RemoveFiles
 
 bool RunPhases(DisableContext& context) {
   for (const Phase phase : kPhases) {
-    if (!phase(context)) {
+    if (context.state.IsCancelled() || !phase(context)) {
       return false;
     }
   }

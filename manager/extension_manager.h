@@ -52,6 +52,11 @@ public:
   /// How long a wait for a file in use polls before the user is asked again; 10,000 at first.
   void SetFileWait(std::int64_t milliseconds);
 
+  /// Asks the operation in progress to end: it stops before the next file or phase, fails as declined
+  /// (OperationReport::Failure::kDeclined) and takes everything back. Too late once everything is done, and forgotten
+  /// when the next operation starts. May be called from a signal handler and from another thread.
+  void RequestCancel() noexcept;
+
   // ---- catalogue
   /// Over the products in the order of their making; the iterator is the caller's, the products are not.
   [[nodiscard]] CKestTypedIterator<CKestProduct*>* CreateProductIterator() const;

@@ -25,7 +25,10 @@ bool State::CanDeleteFile(const CString& path) const {
   return product->CanDelete(path.c_str());
 }
 
-int State::HelpUserFreeFile(const CString& path, bool anonymous) const {
+int State::HelpUserFreeFile(const CString& path, bool anonymous) {
+  if (IsCancelled()) {
+    return kCancel;
+  }
   CString name;
   if (!anonymous) {
     if (const CKestProduct* product = FindOwner(path)) {
@@ -42,7 +45,7 @@ void State::WaitUntil(const std::function<bool()>& ready) const {
   Ui().BeginWait();
   CKestTimer timer(fileWait);
   timer.Start();
-  while (!ready() && !timer.IsDone()) {
+  while (!ready() && !timer.IsDone() && !WantsCancel()) {
     CKestOS::AllowBackgroundProcessing();
   }
   Ui().EndWait();

@@ -120,6 +120,9 @@ bool CKestExtensionManager::Import(const CKestProduct* from, const CKestProduct*
   int restart = 0;
   int position = 0;
   for (const CKestExtension* extension : extensions) {
+    if (state.IsCancelled()) {
+      break;
+    }
     if (extension != nullptr) {
       restart |= ImportOne(state, *from, *to, *extension);
       ui.SetProgressPosition(++position);

@@ -11,7 +11,7 @@ constexpr Phase kPhases[] = {
 
 bool RunPhases(Context& context) {
   for (const Phase phase : kPhases) {
-    if (!phase(context)) {
+    if (context.state.IsCancelled() || !phase(context)) {
       return false;
     }
   }

@@ -274,6 +274,9 @@ void NotePlaced(Context& context, const Planned& planned) {
 
 bool RunCopies(Context& context, const Pass& pass) {
   for (const Planned& planned : pass.planned) {
+    if (context.state.IsCancelled()) {
+      return false;
+    }
     if (context.state.journal.RunNext() != 0) {
       if (planned.isFolder) {
         context.state.ReportFolderNotCreated(planned.path);
@@ -295,6 +298,10 @@ bool CheckFiles(Context& context) {
   ui.BeginWait();
   const FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
+    if (context.state.IsCancelled()) {
+      ui.EndWait();
+      return false;
+    }
     if (!IsPlaced(file)) {
       continue;
     }

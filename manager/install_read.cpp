@@ -106,7 +106,11 @@ bool UnpackPackage(Context& context) {
     return false;
   }
   CKestOS::GetMachine().ClearLastError();
-  if (package.UnPackTo(folder) != CKestPackage::kOk) {
+  const int unpacked = package.UnPackTo(folder, [&state] { return state.WantsCancel(); });
+  if (state.IsCancelled()) {
+    return false;
+  }
+  if (unpacked != CKestPackage::kOk) {
     const Failure kind = FailureOf(CKestOS::GetMachine().GetLastError());
     state.Fail(kind == Failure::kOther ? Failure::kBadPackage : kind, context.path, package.GetProblem());
     return false;

@@ -78,6 +78,9 @@ const RecoveryReport& CKestExtensionManager::GetRecoveryReport() const { return 
 
 void CKestExtensionManager::SetLockWait(std::int64_t milliseconds) { m_state->lockWait = milliseconds; }
 
+void CKestExtensionManager::RequestCancel() noexcept {
+  m_state->cancelRequested.store(true, std::memory_order_relaxed);
+}
 void CKestExtensionManager::SetFileWait(std::int64_t milliseconds) { m_state->fileWait = milliseconds; }
 
 const OperationReport& CKestExtensionManager::GetLastReport() const { return m_state->report; }

@@ -49,6 +49,16 @@ CString State::GetExtensionsPath(const CKestProduct& product, const CString& fil
   return WithBackslash(std::move(folder)) + fileName;
 }
 
+bool State::IsCancelled() {
+  if (!WantsCancel()) {
+    return false;
+  }
+  if (report.failure == OperationReport::Failure::kNone) {
+    Fail(OperationReport::Failure::kDeclined, CString(), "it was interrupted");
+  }
+  return true;
+}
+
 void State::NameInReport(const CKestProduct& product, const CKestExtension& extension) {
   product.GetName(report.product);
   report.extension = extension.GetName();

@@ -6,6 +6,7 @@
 #include "platform/host_ui.h"
 #include "products/product.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -40,6 +41,8 @@ struct CKestExtensionManager::State {
   std::int64_t lockWait = 0;
   std::int64_t fileWait = 10000;
   int depth = 0; ///< operations in progress, one inside the other
+  std::atomic<bool> cancelRequested{false};
+  int undoing = 0; ///< roll-backs in progress: they are never cut short
 
   [[nodiscard]] HostUi Ui() const { return HostUi(ui); }
 
@@ -56,14 +59,20 @@ struct CKestExtensionManager::State {
   [[nodiscard]] const CKestProduct* FindOwner(const CString& path) const;
   [[nodiscard]] bool CanDeleteFile(const CString& path) const;
   /// The button pressed; -1 without a host.
-  [[nodiscard]] int HelpUserFreeFile(const CString& path, bool anonymous) const;
-  /// Busy display, and background processing until `ready` says yes or the time is over.
+  [[nodiscard]] int HelpUserFreeFile(const CString& path, bool anonymous);
+  /// Busy display, and background processing until `ready` says yes, the time is over or the operation is cancelled.
   void WaitUntil(const std::function<bool()>& ready) const;
   /// Creates the folder and its missing parents through the journal; tells the user when it cannot.
   [[nodiscard]] bool EnsureFolderExists(const CString& folder);
   /// The same in two: the folders to create, upper ones first; then the message for one that could not be.
   [[nodiscard]] bool CollectMissingFolders(const CString& folder, std::vector<CString>& missing);
   void ReportFolderNotCreated(const CString& folder);
+
+  // ---- cancelling
+  /// Whether the operation has to end here because the host asked for it. Looked at between files and between phases.
+  [[nodiscard]] bool WantsCancel() const { return undoing == 0 && cancelRequested.load(std::memory_order_relaxed); }
+  /// The same; the report says so then.
+  [[nodiscard]] bool IsCancelled();
 
   // ---- the report
   /// What the operation is about.

@@ -10,10 +10,25 @@
 namespace kest {
 namespace {
 
+// The lock in short turns, so that a wait for it can be cancelled.
+WriterLock WaitForLock(CKestExtensionManager::State& state) {
+  constexpr std::int64_t kTurn = 100;
+  Machine& machine = CKestOS::GetMachine();
+  const std::int64_t end = machine.MonotonicMilliseconds() + state.lockWait;
+  for (std::int64_t left = state.lockWait;; left = end - machine.MonotonicMilliseconds()) {
+    WriterLock lock = machine.LockWriter(std::min(std::max<std::int64_t>(left, 0), kTurn));
+    if (lock.held || machine.GetLastError().kind != MachineError::Kind::kInUse || left <= kTurn ||
+        state.IsCancelled()) {
+      return lock;
+    }
+  }
+}
+
 void StartReport(CKestExtensionManager::State& state, OperationReport::Operation operation) {
   state.report = OperationReport{};
   state.report.operation = operation;
   state.replacedRecords.clear();
+  state.cancelRequested.store(false, std::memory_order_relaxed);
   state.knownFolders.clear();
   state.placement.Forget();
   CKestOS::GetMachine().ClearLastError();
@@ -26,7 +41,7 @@ OperationScope::OperationScope(State& state, OperationReport::Operation operatio
     : m_state(state), m_outermost(state.depth == 0) {
   if (m_outermost) {
     StartReport(state, operation);
-    const WriterLock lock = CKestOS::GetMachine().LockWriter(state.lockWait);
+    const WriterLock lock = WaitForLock(state);
     m_locked = lock.held;
     m_mayWrite = lock.held;
     if (!lock.held) {
@@ -97,7 +112,9 @@ bool StepScope::Commit() {
 void StepScope::RollBack() {
   m_open = false;
   const std::size_t before = m_state.journal.GetCount();
+  ++m_state.undoing;
   const bool complete = m_scope.RollBack();
+  --m_state.undoing;
   m_state.knownFolders.clear();
   OperationReport& report = m_state.report;
   report.undoneSteps += static_cast<int>(before - m_state.journal.GetCount());

@@ -167,6 +167,9 @@ bool PackFiles(PackContext& context, CKestPackage& package) {
   const FilePlacement::Resolver resolver(context.state.placement, context.product, &context.extension);
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
     CKestOS::AllowBackgroundProcessing();
+    if (context.state.IsCancelled()) {
+      return false;
+    }
     if (context.repackage && !IsPlaced(file)) {
       continue;
     }
@@ -251,7 +254,7 @@ int CKestExtensionManager::CreatePackage(const char* description, const char* pa
   state.unpackFolder = CKestPath(context.description).GetFolder();
   bool done = true;
   for (const Phase phase : kPhases) {
-    done = done && phase(context);
+    done = done && !state.IsCancelled() && phase(context);
   }
   if (operation.IsOutermost()) {
     state.report.extension = context.extension.GetName();

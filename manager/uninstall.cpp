@@ -19,7 +19,7 @@ constexpr Phase kPhasesOfDisabled[] = {DeleteDescriptions};
 
 template <std::size_t n> bool RunPhases(Context& context, const Phase (&phases)[n]) {
   for (const Phase phase : phases) {
-    if (!phase(context)) {
+    if (context.state.IsCancelled() || !phase(context)) {
       return false;
     }
   }
@@ -46,6 +46,9 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
     if (!IsPlaced(file)) {
       continue;
+    }
+    if (context.state.IsCancelled()) {
+      return false;
     }
     const FilePlace place = resolver.Locate(file);
     if (place.result != FilePlace::kResolved || place.unsafe) {
@@ -162,8 +165,10 @@ bool DeleteFiles(Context& context) {
     return false;
   }
   for (const CString& path : paths) {
-    if (state.journal.RunNext() != 0) {
-      state.FailByMachine(path, "it could not be deleted");
+    if (state.IsCancelled() || state.journal.RunNext() != 0) {
+      if (!state.WantsCancel()) {
+        state.FailByMachine(path, "it could not be deleted");
+      }
       state.journal.EndPass();
       return false;
     }

@@ -97,9 +97,9 @@ int CKestPackage::GetEntries(std::vector<PackageEntry>& entries) {
   return code;
 }
 
-int CKestPackage::UnPackTo(const CString& folder) {
+int CKestPackage::UnPackTo(const CString& folder, const std::function<bool()>& stop) {
   const int code = OpenReader();
-  return code == kOk ? m_reader->UnPackTo(folder, m_problem) : code;
+  return code == kOk ? m_reader->UnPackTo(folder, stop, m_problem) : code;
 }
 
 int CKestPackage::UnPackToMemory(const CString& name, std::uint64_t limit, CString& content) {

@@ -3,6 +3,7 @@
 #include "platform/machine.h"
 #include "platform/path.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -57,7 +58,8 @@ public:
   [[nodiscard]] int GetEntries(std::vector<PackageEntry>& entries);
   /// Writes all files below the folder (which should be private): subfolders are made, files of the same name
   /// replaced, dates restored, links never followed; nothing lands outside. A failure may leave files below the folder.
-  [[nodiscard]] int UnPackTo(const CString& folder);
+  /// `stop` (may be empty) is asked before each file: true ends the unpacking with kCannotWrite.
+  [[nodiscard]] int UnPackTo(const CString& folder, const std::function<bool()>& stop = {});
   /// Unpacks one entry into memory (at most `limit` bytes).
   [[nodiscard]] int UnPackToMemory(const CString& name, std::uint64_t limit, CString& content);
   /// Why the last call did not give 0, in words; empty after success.

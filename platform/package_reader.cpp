@@ -203,11 +203,15 @@ int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString
   return CKestPackage::kOk;
 }
 
-int PackageReader::UnPackTo(const CString& folder, CString& problem) {
+int PackageReader::UnPackTo(const CString& folder, const std::function<bool()>& stop, CString& problem) {
   const CString root = WithBackslash(folder);
   FolderMaker folders(root);
   CString lastFolder;
   for (const ZipEntry& entry : m_entries) {
+    if (stop && stop()) {
+      problem = "the unpacking was stopped";
+      return CKestPackage::kCannotWrite;
+    }
     const CString inFolder = CKestPath(entry.name).GetFolder();
     if (inFolder != lastFolder) {
       if (!folders.Make(WithoutBackslash(inFolder))) {

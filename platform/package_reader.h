@@ -18,7 +18,7 @@ public:
   /// Opens and judges. CKestPackage::kOk or a code, with `problem` in words; once only.
   [[nodiscard]] int Open(const CString& path, const PackageLimits& limits, CString& problem);
   [[nodiscard]] const std::vector<ZipEntry>& GetEntries() const { return m_entries; }
-  [[nodiscard]] int UnPackTo(const CString& folder, CString& problem);
+  [[nodiscard]] int UnPackTo(const CString& folder, const std::function<bool()>& stop, CString& problem);
   [[nodiscard]] int UnPackToMemory(const CString& name, std::uint64_t limit, CString& content, CString& problem);
 
 private:

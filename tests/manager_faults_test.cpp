@@ -1,5 +1,6 @@
 #include "description/extension.h"
 #include "platform/os.h"
+#include "support/config_on_machine.h"
 #include "support/failing_machine.h"
 #include "support/kest_fixture.h"
 
@@ -10,7 +11,10 @@ namespace {
 
 const std::string kConfiguration = std::string("C:\\Program Files\\Kestrel\\Tidemark 6\\") + "Configuration\\";
 
-/// Runs an operation with its n-th machine call failing, n = 1, 2, ... until that call is never reached.
+/// What happens at the n-th machine call: it fails, it and all after it fail, or the host asks the operation to end.
+enum class Fault { kOnce, kForGood, kCancel };
+
+/// Runs an operation with a fault at its n-th machine call, n = 1, 2, ... until that call is never reached.
 class FaultsTest : public KestFixture {
 protected:
   static ExtensionBuilder tool(const char* version) {
@@ -34,7 +38,8 @@ protected:
 
   /// `prepare` makes the state to start from, once: a run that failed has to give it back, and after one that did not
   /// it is copied back. `run` is true when it succeeded.
-  void loop(bool persistent, const std::function<void()>& prepare, const std::function<bool()>& run) {
+  void loop(Fault fault, const std::function<void()>& prepare, const std::function<bool()>& run) {
+    const bool persistent = fault == Fault::kForGood;
     scriptHost();
     prepare();
     savePrepared();
@@ -45,10 +50,16 @@ protected:
       start();
       const MachineSnapshot before = m_pc.Snapshot();
       const std::vector<std::string> records = catalogue();
+      if (fault == Fault::kCancel) {
+        failing.instead([this] { manager().RequestCancel(); });
+      }
       failing.arm(n, persistent);
       bool done = run();
       failing.disarm();
       SCOPED_TRACE("call " + std::to_string(n) + (persistent ? " and all after it: " : ": ") + failing.name());
+      if (fault == Fault::kCancel && !done && report().parts.empty()) {
+        EXPECT_EQ(report().failure, OperationReport::Failure::kDeclined);
+      }
       if (!done && persistent) {
         // undo and clean-up need a machine that works: what could not be done then is done at the next start
         m_manager.reset();
@@ -117,9 +128,9 @@ protected:
   CString m_kep;
 };
 
-class FaultsOnceOrForGood : public FaultsTest, public ::testing::WithParamInterface<bool> {};
+class Faults : public FaultsTest, public ::testing::WithParamInterface<Fault> {};
 
-TEST_P(FaultsOnceOrForGood, Install) {
+TEST_P(Faults, Install) {
   loop(
       GetParam(),
       [this] {
@@ -130,7 +141,7 @@ TEST_P(FaultsOnceOrForGood, Install) {
       [this] { return tryInstall(m_kep) != nullptr; });
 }
 
-TEST_P(FaultsOnceOrForGood, InstallOverAnOlderOneAndADisabledNamesake) {
+TEST_P(Faults, InstallOverAnOlderOneAndADisabledNamesake) {
   loop(
       GetParam(),
       [this] {
@@ -140,7 +151,7 @@ TEST_P(FaultsOnceOrForGood, InstallOverAnOlderOneAndADisabledNamesake) {
       [this] { return tryInstall(m_kep) != nullptr; });
 }
 
-TEST_P(FaultsOnceOrForGood, InstallThatDisablesAnother) {
+TEST_P(Faults, InstallThatDisablesAnother) {
   loop(
       GetParam(),
       [this] {
@@ -150,18 +161,29 @@ TEST_P(FaultsOnceOrForGood, InstallThatDisablesAnother) {
       [this] { return tryInstall(m_kep) != nullptr; });
 }
 
-TEST_P(FaultsOnceOrForGood, Uninstall) {
+TEST_P(Faults, InstallThatEditsTenConfigurationFiles) {
+  loop(
+      GetParam(),
+      [this] {
+        PutConfigFiles(m_pc, kNova);
+        m_pc.SetReadOnly(kConfiguration + "Extensions.txt", true);
+        m_kep = pack(package("Ten").changes(kChangesOfTenFiles));
+      },
+      [this] { return tryInstall(m_kep) != nullptr; });
+}
+
+TEST_P(Faults, Uninstall) {
   loop(
       GetParam(), [this] { installed(tool("1.0")); }, [this] { return uninstall(find("Tool")) == 0; });
 }
 
-TEST_P(FaultsOnceOrForGood, Disable) {
+TEST_P(Faults, Disable) {
   loop(
       GetParam(), [this] { installed(package("Plain").file("p.htm", "$tidemark/Configuration/Plain")); },
       [this] { return manager().DisableExtension(nova(), find("Plain"), false) == 0; });
 }
 
-TEST_P(FaultsOnceOrForGood, Enable) {
+TEST_P(Faults, Enable) {
   loop(
       GetParam(),
       [this] {
@@ -171,13 +193,13 @@ TEST_P(FaultsOnceOrForGood, Enable) {
       [this] { return manager().EnableExtension(nova(), find("Plain")) == 0; });
 }
 
-TEST_P(FaultsOnceOrForGood, Pack) {
+TEST_P(Faults, Pack) {
   loop(
       GetParam(), [this] { m_kep = lay(package("Plain").file("p.htm", "$tidemark")); },
       [this] { return manager().CreatePackage(m_kep.c_str(), "C:\\Work\\p.kep", nullptr, false, false, false) == 0; });
 }
 
-TEST_P(FaultsOnceOrForGood, Import) {
+TEST_P(Faults, Import) {
   loop(
       GetParam(), [this] { installed(package("Plain").file("p.htm", "$tidemark/Configuration/Plain"), four()); },
       [this] {
@@ -188,8 +210,12 @@ TEST_P(FaultsOnceOrForGood, Import) {
       });
 }
 
-INSTANTIATE_TEST_SUITE_P(Machine, FaultsOnceOrForGood, ::testing::Values(false, true),
-                         [](const auto& row) { return row.param ? "ForGood" : "Once"; });
+INSTANTIATE_TEST_SUITE_P(Machine, Faults, ::testing::Values(Fault::kOnce, Fault::kForGood, Fault::kCancel),
+                         [](const auto& row) {
+                           return row.param == Fault::kOnce      ? "Once"
+                                  : row.param == Fault::kForGood ? "ForGood"
+                                                                 : "Cancelled";
+                         });
 
 } // namespace
 } // namespace kest::test

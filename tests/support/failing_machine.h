@@ -2,6 +2,7 @@
 
 #include "platform/forwarding_machine.h"
 
+#include <functional>
 #include <string>
 
 namespace kest::test {
@@ -16,6 +17,8 @@ public:
     m_fired = false;
     m_name.clear();
   }
+  /// Instead of failing, the call runs this and goes on.
+  void instead(std::function<void()> work) { m_instead = std::move(work); }
   void disarm() { m_left = 0; }
   [[nodiscard]] bool fired() const { return m_fired; }
   /// Name of the call that failed first.
@@ -38,7 +41,10 @@ protected:
     if (!m_persistent) {
       m_left = 0;
     }
-    return false;
+    if (m_instead) {
+      m_instead();
+    }
+    return m_instead != nullptr;
   }
 
 private:
@@ -46,6 +52,7 @@ private:
   bool m_persistent = false;
   bool m_fired = false;
   std::string m_name;
+  std::function<void()> m_instead;
 };
 
 } // namespace kest::test
