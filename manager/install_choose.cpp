@@ -75,13 +75,12 @@ bool DisableOther(Context& context, CKestExtension& existing) {
 }
 
 bool AskFolder(Context& context, CKestExtensionToken& token) {
-  const CString prompt = FormatMessage(Message::kChooseFolder, {token.GetPrompt()});
   const CString initial =
       token.GetDefault().empty()
           ? CString()
           : context.state.placement.LocalizeFolder(token.GetDefault(), context.product, context.extension.get());
   CString folder;
-  while (!context.state.Ui().ChooseFolder(prompt, initial, folder)) {
+  while (!context.state.Ui().ChooseFolder(token.GetPrompt(), initial, folder)) {
     if (context.state.Ui().Ask(Message::kCancelInstall, {}, kYesNo) == kNo) {
       return context.Declined(Message::kCancelInstall);
     }
