@@ -119,6 +119,7 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
   } catch (const CLI::ParseError& error) {
     const CommandSpec* chosen = reader.Chosen();
     line.problem = chosen ? error.what() : UnknownCommand(arguments);
+    line.about = chosen ? std::string(" ") + chosen->name : "";
     // A script that asked for JSON gets it for a mistake, too.
     line.options.json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     return line;
@@ -137,6 +138,7 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
   }
   const int count = static_cast<int>(line.options.arguments.size());
   if (count < chosen->least || (chosen->most >= 0 && count > chosen->most)) {
+    line.about = std::string(" ") + chosen->name;
     line.problem = std::string("usage: kest ") + chosen->name + " " + chosen->arguments;
     return line;
   }

@@ -12,6 +12,7 @@ struct CommandLine {
   const CommandSpec* command = nullptr; ///< null: `problem` says why, or one of the two below is set
   Options options;
   std::string problem;
+  std::string about; ///< of a problem: " " and the command that it is about; empty when none was understood
   bool wantsVersion = false;
   bool wantsHelp = false;
 };

@@ -170,7 +170,7 @@ std::string FilesText(const Json& files) {
 }
 
 std::string ChangesText(const Json& changes) {
-  std::string text = "\nChanges\n";
+  std::string text = changes.empty() ? "\nChanges\n  none\n" : "\nChanges\n";
   std::string last;
   for (const Json& change : changes) {
     const std::string file = change["file"].get<std::string>();

@@ -105,7 +105,10 @@ int RunProducts(Session& session) {
                   found ? ForTerminal(json["install_folder"]["windows"].get<std::string>()) : "-"});
     session.document["products"].push_back(json);
   }
-  if (!session.options.json) {
+  if (session.document["products"].empty()) {
+    session.terminal.Notice(fmt::format("No product was found on {}. See what is looked for: kest products --all",
+                                        session.GetMachineName()));
+  } else if (!session.options.json) {
     session.terminal.Data(table.Print(session.terminal.GetTableWidth()));
   }
   return kDone;

@@ -215,7 +215,7 @@ int RunMachineShow(Session& session) {
   session.document["products"] = Json::array();
   for (const CKestProduct* product : session.GetProducts()) {
     if (product->IsInstalled()) {
-      text += fmt::format("Product    {} {}\n", NameOf(*product), product->IsRunning() ? "(running)" : "");
+      text += fmt::format("Product    {}{}\n", NameOf(*product), product->IsRunning() ? " (running)" : "");
       session.document["products"].push_back(NameOf(*product));
     }
   }

@@ -25,9 +25,9 @@ void Complete(Session& session, int exit) {
   }
 }
 
-int ReportUsage(Session& session, const std::string& problem) {
+int ReportUsage(Session& session, const CommandLine& line) {
   session.document = MakeDocument("error", false);
-  return session.Fail(kUsage, {problem, "", "nothing", {}, "see: kest help", 0});
+  return session.Fail(kUsage, {line.problem, "", "nothing", {}, "see: kest help" + line.about, 0});
 }
 
 int Dispatch(Session& session, const CommandLine& line) {
@@ -51,7 +51,7 @@ int Dispatch(Session& session, const CommandLine& line) {
     return kDone;
   }
   if (!line.command) {
-    return ReportUsage(session, line.problem);
+    return ReportUsage(session, line);
   }
   session.command = line.command;
   if (line.command->schema) {

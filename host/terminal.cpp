@@ -160,6 +160,7 @@ bool Terminal::Flush() {
 
 void Terminal::WriteError(std::string_view text) {
   ClearProgress();
+  Flush(); // what a reader of both sees first comes first
   WriteAll(kError, text);
 }
 

@@ -33,7 +33,7 @@ public:
   [[nodiscard]] int GetWidth() const;
   [[nodiscard]] int GetHeight() const;
 
-  /// Data. Kept until Flush, so that nothing is written in pieces.
+  /// Data. Kept until Flush or the next line for the user, so that nothing is written in pieces.
   void Data(std::string_view text) { m_data += text; }
   /// False when the reader went away; that is no failure of the command.
   bool Flush();
