@@ -1,0 +1,395 @@
+#include "platform/machine.h"
+#include "reliability/pc_under_test.h"
+#include "reliability/points.h"
+#include "support/process.h"
+#include "support/zip_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kest::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Cost {
+  int exit = -1;
+  double seconds = 0; ///< of processor time, since the machine may be shared
+  long kib = 0;
+  std::string told;
+};
+
+struct HostilePackage {
+  std::string what;
+  std::vector<ZipItem> items;
+  ZipEnd end = {};
+};
+
+const std::string kHead = "<kestrel-extension name=\"Hostile\" version=\"1.0\" type=\"command\">"
+                          "<author name=\"Nobody\" /><products><product name=\"Tidemark\" version=\"4\" "
+                          "primary=\"true\" /></products><description><![CDATA[Does harm.]]></description>"
+                          "<ui-access><![CDATA[None.]]></ui-access>";
+
+std::string describe(const std::string& files, const std::string& more = "") {
+  return kHead + "<files>" + files + "</files>" + more + "</kestrel-extension>";
+}
+
+ZipItem itemOf(const std::string& name, const std::string& content = "planted") {
+  return {.name = name, .content = content};
+}
+
+/// Packages and texts that nobody who means well would make, given to the real program.
+class Hostile : public ::testing::Test {
+protected:
+  Hostile() {
+    m_pc.makeSample();
+    fs::create_directories(m_pc.scratch() / "in");
+    std::ofstream(m_pc.scratch() / "in/secret.txt") << "the secret of another file";
+    (void)run({"list"}); // the first start makes folders
+    m_pc.age();
+    m_before = m_pc.state();
+  }
+
+  [[nodiscard]] Cost run(std::vector<std::string> words) const {
+    words.insert(words.begin(), {KEST_PROGRAM, "-m", m_pc.root().string()});
+    const std::string output = m_pc.scratch() / "output";
+    const std::vector<std::string> environment = EnvironmentOf({{"XDG_DATA_HOME", m_pc.scratch() / "data"}});
+    const pid_t child = fork();
+    if (child == 0) {
+      const int out = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+      dup2(open("/dev/null", O_RDONLY), 0);
+      dup2(out, 1);
+      dup2(out, 2);
+      ExecuteIn(words, environment, m_pc.scratch());
+    }
+    int status = 0;
+    rusage used{};
+    wait4(child, &status, 0, &used);
+    std::ifstream in(output, std::ios::binary);
+    Cost cost;
+    cost.exit = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    cost.seconds = static_cast<double>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) +
+                   static_cast<double>(used.ru_utime.tv_usec + used.ru_stime.tv_usec) / 1e6;
+    cost.kib = used.ru_maxrss;
+    cost.told.assign(std::istreambuf_iterator<char>(in), {});
+    return cost;
+  }
+
+  std::string put(const std::string& name, const std::string& bytes) const {
+    const fs::path path = m_pc.scratch() / "in" / name;
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+    return path;
+  }
+
+  /// Runs one command on the file: within its bounds, no crash, the machine and the folder of the file untouched.
+  void expectHarmless(const std::string& what, const std::vector<std::string>& words, bool mustRefuse, long kib) {
+    const Cost cost = run(words);
+    ++m_runs;
+    m_slowest = std::max(m_slowest, cost.seconds);
+    m_largest = std::max(m_largest, cost.kib);
+    EXPECT_GE(cost.exit, 0) << what << " " << words[0] << ": signal";
+    EXPECT_LE(cost.seconds, 2.0) << what << " " << words[0];
+    EXPECT_LE(cost.kib, kib) << what << " " << words[0];
+    EXPECT_EQ(cost.told.find("secret of another"), std::string::npos) << what;
+    m_refused += cost.exit != 0 && !cost.told.empty() ? 1 : 0;
+    if (mustRefuse) {
+      EXPECT_NE(cost.exit, 0) << what << " " << words[0] << ": " << cost.told;
+      EXPECT_FALSE(cost.told.empty()) << what << " " << words[0];
+    }
+    if (mustRefuse || words[0] == "validate") {
+      EXPECT_EQ(m_before.difference(m_pc.state()), "") << what << " " << words[0];
+    }
+    std::size_t files = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(m_pc.scratch() / "in")) {
+      files += entry.is_regular_file() ? 1 : 0;
+    }
+    EXPECT_EQ(files, 2U) << what << ": a file beside the package";
+  }
+
+  void tryPackage(const std::string& what, const std::string& bytes) {
+    const std::string path = put("hostile.kep", bytes);
+    expectHarmless(what, {"install", path, "-y", "--accept-agreement"}, true, kMostKib);
+    // it reads the directory and the description; what only unpacking shows it cannot tell
+    expectHarmless(what, {"validate", path}, false, kMostKib);
+    fs::remove(path);
+  }
+
+  void tryText(const std::string& what, const std::string& bytes) {
+    const std::string path = put("hostile.kei", bytes);
+    const long most = kMostKib + static_cast<long>(8 * bytes.size() / 1024);
+    expectHarmless(what, {"validate", path}, false, most);
+    // a file that it names is not there, so the install of what can be read fails as well
+    expectHarmless(what, {"install", path, "-y", "--accept-agreement"}, true, most);
+    fs::remove(path);
+  }
+
+  void figures(const char* what) const {
+    std::printf("%s: %d runs, %d refused with a message, at most %.2f s and %.1f MiB\n", what, m_runs, m_refused,
+                m_slowest, static_cast<double>(m_largest) / 1024);
+  }
+
+  static constexpr long kMostKib = 64 * 1024;
+  PcUnderTest m_pc;
+  PcState m_before;
+  int m_runs = 0;
+  int m_refused = 0;
+  double m_slowest = 0;
+  long m_largest = 0;
+};
+
+const std::string kOneFile = describe(R"(<file source="a.htm" destination="$tidemark/Configuration/Commands" />)");
+
+std::vector<HostilePackage> badNames() {
+  std::vector<HostilePackage> all;
+  const std::string control = {'a', '\x01', 'b'};
+  const std::string nul = {'a', '\0', 'b'};
+  for (const std::string& name : {std::string("../evil.txt"),
+                                  std::string("..\\..\\evil.txt"),
+                                  std::string("a/../../evil.txt"),
+                                  std::string("/etc/evil.txt"),
+                                  std::string("\\evil.txt"),
+                                  std::string("C:\\evil.txt"),
+                                  std::string("C:evil.txt"),
+                                  std::string("\\\\server\\share\\evil.txt"),
+                                  std::string("\\\\?\\C:\\evil.txt"),
+                                  std::string("CON"),
+                                  std::string("sub/NUL.txt"),
+                                  std::string("com1.htm"),
+                                  std::string("LPT9"),
+                                  std::string("aux .txt"),
+                                  control,
+                                  nul,
+                                  std::string("trailing."),
+                                  std::string("trailing "),
+                                  std::string("sub./x"),
+                                  std::string("a.htm:stream"),
+                                  std::string("a.htm::$DATA"),
+                                  std::string("."),
+                                  std::string(".."),
+                                  std::string(""),
+                                  std::string("a//b"),
+                                  std::string("a\nb"),
+                                  std::string("wild*.txt"),
+                                  std::string(2000, 'n')}) {
+    all.push_back({"name \"" + name.substr(0, 40) + "\"", {itemOf("x.kei", kOneFile), itemOf("a.htm"), itemOf(name)}});
+  }
+  all.push_back({"case twins", {itemOf("x.kei", kOneFile), itemOf("a.htm"), itemOf("A.HTM")}});
+  all.push_back({"the same twice", {itemOf("x.kei", kOneFile), itemOf("a.htm"), itemOf("a.htm", "other")}});
+  all.push_back({"file and folder", {itemOf("x.kei", kOneFile), itemOf("a.htm"), itemOf("a.htm/b")}});
+  ZipItem twoNames = itemOf("a.htm");
+  twoNames.localName = "../evil.txt";
+  all.push_back({"two names", {itemOf("x.kei", kOneFile), twoNames}});
+  return all;
+}
+
+std::vector<HostilePackage> badKinds() {
+  std::vector<HostilePackage> all;
+  for (const std::uint32_t mode : {0120777u, 0020666u, 0060660u, 0010644u, 0140755u}) {
+    ZipItem item = itemOf("a.htm", "/etc/passwd");
+    item.attributes = mode << 16;
+    all.push_back({"mode " + std::to_string(mode), {itemOf("x.kei", kOneFile), item}});
+  }
+  ZipItem locked = itemOf("a.htm");
+  locked.flags = 1;
+  all.push_back({"encrypted", {itemOf("x.kei", kOneFile), locked}});
+  ZipItem unknown = itemOf("a.htm");
+  unknown.method = 98;
+  all.push_back({"unknown method", {itemOf("x.kei", kOneFile), unknown}});
+  all.push_back({"no description", {itemOf("a.htm")}});
+  all.push_back({"nothing", {}});
+  all.push_back({"the file is missing", {itemOf("x.kei", kOneFile)}});
+  return all;
+}
+
+std::vector<HostilePackage> bombs() {
+  std::vector<HostilePackage> all;
+  const std::string zeros = Deflate(std::string(8 << 20, '\0'));
+  ZipItem big = {.name = "a.htm", .content = "", .deflated = true, .packed = zeros};
+  big.size = 0x7FFFFFFF;
+  all.push_back({"a size that lies upwards", {itemOf("x.kei", kOneFile), big}});
+  big.size = 10;
+  all.push_back({"a size that lies downwards", {itemOf("x.kei", kOneFile), big}});
+  big.size = 8 << 20;
+  all.push_back({"a wrong sum", {itemOf("x.kei", kOneFile), big}});
+  std::vector<ZipItem> overlapping = {itemOf("x.kei", kOneFile), itemOf("a.htm")};
+  for (int i = 0; i < 2000; ++i) {
+    ZipItem item = itemOf("o" + std::to_string(i));
+    item.offset = 0;
+    overlapping.push_back(item);
+  }
+  all.push_back({"overlap", overlapping});
+  std::vector<ZipItem> many = {itemOf("x.kei", kOneFile), itemOf("a.htm")};
+  ZipItem bomb = {.name = "", .content = "", .deflated = true, .packed = zeros};
+  bomb.size = 8 << 20;
+  for (int i = 0; i < 400; ++i) {
+    bomb.name = "b" + std::to_string(i);
+    many.push_back(bomb);
+  }
+  all.push_back({"3.2 GB out of 3 MB", many});
+  ZipItem description = {.name = "x.kei", .content = "", .deflated = true, .packed = zeros};
+  description.size = 8 << 20;
+  all.push_back({"a description of zeros", {description, itemOf("a.htm")}});
+  std::vector<ZipItem> count(60000, itemOf(""));
+  for (std::size_t i = 0; i < count.size(); ++i) {
+    count[i].name = "d/" + std::to_string(i);
+    count[i].content.clear();
+  }
+  all.push_back({"60,000 entries, and 200,000 told", count, {.large = true, .largeCount = 200000}});
+  return all;
+}
+
+std::vector<HostilePackage> brokenEnds() {
+  std::vector<HostilePackage> all;
+  const std::vector<ZipItem> items = {itemOf("x.kei", kOneFile), itemOf("a.htm")};
+  all.push_back({"too high a count", items, {.count = 9}});
+  all.push_back({"too low a count", items, {.count = 1}});
+  all.push_back({"a directory behind the end", items, {.offset = 0x7FFFFFFF}});
+  all.push_back({"a directory of the wrong size", items, {.size = 3}});
+  all.push_back({"a giant directory", items, {.size = 0x7FFFFFFF}});
+  all.push_back({"a giant count", items, {.large = true, .largeCount = 1ULL << 60}});
+  ZipItem off = itemOf("a.htm");
+  off.offset = 0x7FFFFFF0;
+  all.push_back({"an entry behind the end", {itemOf("x.kei", kOneFile), off}});
+  return all;
+}
+
+TEST_F(Hostile, PackagesAreRefusedWithAMessageAndLeaveNothing) {
+  for (const auto& make : {badNames, badKinds, bombs, brokenEnds}) {
+    for (const HostilePackage& package : make()) {
+      tryPackage(package.what, BuildZip(package.items, package.end));
+    }
+  }
+  tryPackage("no archive", "this is no archive");
+  tryPackage("empty", "");
+  figures("hostile packages");
+}
+
+TEST_F(Hostile, EveryTruncationOfAPackageIsRefused) {
+  const auto step = static_cast<std::size_t>(PointsOf(1, 17));
+  const std::string whole = BuildZip({itemOf("x.kei", kOneFile), itemOf("a.htm", "content")});
+  const std::string path = m_pc.scratch() / "in/hostile.kep";
+  for (std::size_t length = 0; length < whole.size(); length += step) {
+    put("hostile.kep", whole.substr(0, length));
+    expectHarmless("cut at " + std::to_string(length), {"install", path, "-y", "--accept-agreement"}, true, kMostKib);
+  }
+  figures("truncated packages");
+}
+
+// Destinations are judged again once their tokens are known.
+TEST_F(Hostile, DestinationsThatLeadElsewhereAreRefused) {
+  m_pc.save("prepared");
+  int refused = 0;
+  int tried = 0;
+  for (const char* destination :
+       {"$tidemark/../../..", "$tidemark\\..\\..\\..\\windows", "C:\\windows", "\\\\server\\share", "/etc", "..",
+        "$tidemark/Configuration/Commands/CON", "$tidemark/Configuration/a:b", "$tidemark/Configuration/dot./x",
+        "$tidemark/Configuration/\x01", "$evil/x", "$evil2/x", ""}) {
+    const std::string text =
+        kHead +
+        "<file-tokens><token name=\"evil\" definition=\"C:\\windows\\..\\..\\out\" />"
+        "<token name=\"evil2\" definition=\"$tidemark/../../windows\" /></file-tokens><files><file "
+        "source=\"a.htm\" destination=\"" +
+        destination + "\" /></files></kestrel-extension>";
+    const std::string path = put("hostile.kep", BuildZip({itemOf("x.kei", text), itemOf("a.htm")}));
+    m_pc.restore("prepared");
+    const Cost cost = run({"install", path, "-y", "--accept-agreement"});
+    ++tried;
+    refused += cost.exit != 0 ? 1 : 0;
+    EXPECT_NE(cost.exit, 0) << destination << cost.told;
+    EXPECT_EQ(m_before.difference(m_pc.state()), "") << destination;
+    fs::remove(path);
+  }
+  std::printf("destinations that lead elsewhere: %d of %d refused\n", refused, tried);
+}
+
+std::vector<std::pair<std::string, std::string>> hostileTexts() {
+  const std::string file = R"(<file source="none.htm" destination="$tidemark/Configuration/Commands" )";
+  std::string deep;
+  for (int i = 0; i < 100000; ++i) {
+    deep += "<menu>";
+  }
+  std::string attributes = "<kestrel-extension";
+  std::string many;
+  for (int i = 0; i < 100000; ++i) {
+    attributes += " a" + std::to_string(i) + "=\"v\"";
+    many += file + "/>";
+  }
+  const std::string laughs = "<!DOCTYPE k [<!ENTITY a \"haha\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;\">"
+                             "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;\"><!ENTITY d \"&c;&c;&c;&c;&c;&c;&c;&c;\">"
+                             "<!ENTITY e \"&d;&d;&d;&d;&d;&d;&d;&d;\"><!ENTITY f \"&e;&e;&e;&e;&e;&e;&e;&e;\">]>";
+  const std::string other = "<!DOCTYPE k [<!ENTITY x SYSTEM \"secret.txt\">]>";
+  std::string utf16 = {'\xFF', '\xFE'};
+  for (const char c : describe(file + "/>")) {
+    utf16 += {c, '\0'};
+  }
+  std::string nul = describe(file + "/>");
+  nul[nul.size() / 2] = '\0';
+  return {{"deep nesting", kHead + deep},
+          {"deep changes", describe("", "<configuration-changes><menu-insert appendTo=\"x\">" + deep)},
+          {"a giant attribute", describe(file + "shared=\"" + std::string(10 << 20, 'x') + "\" />")},
+          {"a giant text", describe(file + "/>", "<description>" + std::string(10 << 20, 'x') + "</description>")},
+          {"100,000 attributes", attributes + "></kestrel-extension>"},
+          {"100,000 files", describe(many)},
+          {"entities in entities", laughs + describe(file + "id=\"&f;\" />")},
+          {"another file by an entity", other + describe(file + "/>", "<description>&x;</description>")},
+          {"another file by a document type", "<!DOCTYPE k SYSTEM \"secret.txt\">" + describe(file + "/>")},
+          {"UTF-16", utf16},
+          {"a false encoding", "<?xml version=\"1.0\" encoding=\"UTF-16\"?>" + describe(file + "/>")},
+          {"an unknown encoding", "<?xml version=\"1.0\" encoding=\"EBCDIC-XX\"?>" + describe(file + "/>")},
+          {"broken UTF-8", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + describe(file + "id=\"\xC0\xAF\xFF\" />")},
+          {"a NUL byte", nul},
+          {"zeros", std::string(100000, '\0')},
+          {"ampersands", describe(std::string(1 << 20, '&'))},
+          {"open tags", std::string(1 << 20, '<')},
+          {"an endless comment", kHead + "<!--" + std::string(1 << 20, '-')},
+          {"an endless section", kHead + "<![CDATA[" + std::string(1 << 20, ']')},
+          {"nothing", ""}};
+}
+
+TEST_F(Hostile, DescriptionsGiveACodeOrARecord) {
+  for (const auto& [what, text] : hostileTexts()) {
+    tryText(what, text);
+  }
+  const auto step = static_cast<std::size_t>(PointsOf(1, 17));
+  const std::string whole = describe(R"(<file source="none.htm" destination="$tidemark/Configuration/Commands" />)");
+  for (std::size_t length = 0; length < whole.size(); length += step) {
+    tryText("cut at " + std::to_string(length), whole.substr(0, length));
+  }
+  figures("hostile descriptions");
+}
+
+// An extension with a change to each file of the configuration, on a machine where that file is hostile.
+TEST_F(Hostile, ConfigurationFilesGiveAnErrorOrAChange) {
+  const std::string changes =
+      "<configuration-changes><menu-insert appendTo=\"TMMenu_View\"><menuitem name=\"N\" id=\"Ho_Item\" "
+      "command=\"c()\" /></menu-insert><toolbar-changes><toolbar-insert><toolbar id=\"Ho_Bar\" /></toolbar-insert>"
+      "</toolbar-changes><source-format-changes><element-insert name=\"wb\" /></source-format-changes>"
+      "<FTP-extension-map-changes><FTP-extension-insert extension=\"wbk\" type=\"ASCII\" /></FTP-extension-map-changes>"
+      "<extensions-changes><extension-insert extension=\"WBK\" description=\"W\" /></extensions-changes>"
+      "</configuration-changes>";
+  const std::string package = put("hostile.kep", BuildZip({itemOf("x.kei", describe("", changes))}));
+  m_pc.save("prepared");
+  for (const char* name :
+       {"Menus/Menus.xml", "Toolbars/toolbars.xml", "SourceFormat.txt", "FTPExtensionMap.txt", "Extensions.txt"}) {
+    for (const auto& [what, text] : hostileTexts()) {
+      m_pc.restore("prepared");
+      std::ofstream(m_pc.root() / "drive_c/Program Files/Kestrel/Tidemark 6/Configuration" / name, std::ios::binary)
+          << text;
+      expectHarmless(std::string(name) + ", " + what, {"install", package, "-y", "--accept-agreement"}, false,
+                     kMostKib + static_cast<long>(8 * text.size() / 1024));
+      EXPECT_TRUE(fs::is_empty(m_pc.root() / "drive_c/windows/temp")) << name << ", " << what;
+    }
+  }
+  figures("hostile configuration files");
+}
+
+} // namespace
+} // namespace kest::test

@@ -1,0 +1,197 @@
+#include "reliability/engine_run.h"
+#include "reliability/pc_under_test.h"
+#include "reliability/points.h"
+#include "support/process.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <thread>
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace kest::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Something of the user's lies where the program wants to write.
+class InTheWay : public ::testing::Test {
+protected:
+  InTheWay() {
+    m_pc.makeSample();
+    EngineRun engine(m_pc.root());
+    engine.start();
+    for (const char* version : {"1.0", "2.0"}) {
+      (void)PackOnMachine(engine, MakeToolExtension(version, kFiles), version);
+    }
+  }
+
+  [[nodiscard]] fs::path place(const std::string& path) const { return m_pc.root() / "drive_c" / path; }
+  [[nodiscard]] fs::path configured(const std::string& path) const {
+    return place("Program Files/Kestrel/Tidemark 6/Configuration/" + path);
+  }
+  void write(const fs::path& path, const std::string& content) const {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+  }
+  [[nodiscard]] ProcessResult run(std::vector<std::string> words) const {
+    words.insert(words.begin(), {KEST_PROGRAM, "-m", m_pc.root().string()});
+    return RunProcess(words);
+  }
+  [[nodiscard]] ProcessResult install(const char* version) const {
+    return run({"install", place("Work/Tool-" + std::string(version) + ".kep").string(), "-y", "--accept-agreement"});
+  }
+  /// The operation has to fail, name what is in the way, and leave everything as it is.
+  template <class Run> void expectRefused(const char* what, const std::string& named, const Run& operation) {
+    m_pc.age();
+    const PcState before = m_pc.state();
+    const ProcessResult result = operation();
+    EXPECT_NE(result.exit, 0) << what << result.out;
+    EXPECT_NE(result.err.find(named), std::string::npos) << what << " is not named: " << result.err;
+    const std::string changed = before.difference(m_pc.state());
+    EXPECT_EQ(changed, "") << what << "\n" << result.err;
+    std::printf("in the way: %s: exit %d, %s\n", what, result.exit, changed.empty() ? "same" : "CHANGED");
+  }
+
+  static constexpr int kFiles = 30;
+  PcUnderTest m_pc;
+};
+
+// Locks the file as a program that works with it, while it lives.
+class Busy {
+public:
+  explicit Busy(const fs::path& path) : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    EXPECT_EQ(flock(m_file, LOCK_EX | LOCK_NB), 0);
+  }
+  ~Busy() { close(m_file); }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+
+private:
+  int m_file;
+};
+
+// Makes a file that not even root may replace, while it lives; only on file systems that know of such files.
+class Immutable {
+public:
+  explicit Immutable(const fs::path& path) : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC)) { m_holds = set(true); }
+  ~Immutable() {
+    (void)set(false);
+    close(m_file);
+  }
+  Immutable(const Immutable&) = delete;
+  Immutable& operator=(const Immutable&) = delete;
+  [[nodiscard]] bool holds() const { return m_holds; }
+
+private:
+  [[nodiscard]] bool set(bool on) const {
+    int flags = 0;
+    if (ioctl(m_file, FS_IOC_GETFLAGS, &flags) != 0) {
+      return false;
+    }
+    flags = on ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+    return ioctl(m_file, FS_IOC_SETFLAGS, &flags) == 0;
+  }
+  int m_file;
+  bool m_holds = false;
+};
+
+TEST_F(InTheWay, AFolderWhereAFileShouldBe) {
+  write(configured("Commands/tool0.htm/user.txt"), "the user's");
+  expectRefused("a folder, install", "tool0.htm", [this] { return install("1.0"); });
+  fs::remove_all(configured("Commands/tool0.htm"));
+  ASSERT_EQ(install("1.0").exit, 0);
+  fs::remove(configured("Commands/tool0.htm"));
+  write(configured("Commands/tool0.htm/user.txt"), "the user's");
+  expectRefused("a folder, replace", "tool0.htm", [this] { return install("2.0"); });
+  (void)run({"uninstall", "Tool", "-y"});
+  EXPECT_TRUE(fs::exists(configured("Commands/tool0.htm/user.txt")));
+}
+
+TEST_F(InTheWay, AFileWhereAFolderShouldBe) {
+  write(configured("Shared/Tool"), "the user's");
+  expectRefused("a file, install", "Tool", [this] { return install("1.0"); });
+}
+
+TEST_F(InTheWay, AFolderWhereAConfigurationFileShouldBe) {
+  fs::remove(configured("Menus/Menus.xml"));
+  write(configured("Menus/Menus.xml/user.txt"), "the user's");
+  expectRefused("a folder for the menus, install", "Menus.xml", [this] { return install("1.0"); });
+}
+
+TEST_F(InTheWay, AFileInUse) {
+  write(configured("Commands/tool0.htm"), "in use");
+  {
+    const Busy busy(configured("Commands/tool0.htm"));
+    expectRefused("a busy file, install", "tool0.htm", [this] { return install("1.0"); });
+  }
+  {
+    const Busy busy(configured("Toolbars/toolbars.xml"));
+    expectRefused("a busy configuration file, install", "toolbars.xml", [this] { return install("1.0"); });
+  }
+  ASSERT_EQ(install("1.0").exit, 0);
+  const Busy busy(configured("Commands/tool0.htm"));
+  expectRefused("a busy file, replace", "tool0.htm", [this] { return install("2.0"); });
+  expectRefused("a busy file, uninstall", "tool0.htm", [this] { return run({"uninstall", "Tool", "-y"}); });
+  expectRefused("a busy file, disable", "tool0.htm", [this] { return run({"disable", "Tool", "-y"}); });
+}
+
+TEST_F(InTheWay, AFileThatCannotBeReplaced) {
+  write(configured("Commands/tool0.htm"), "not to be replaced");
+  {
+    const Immutable immutable(configured("Commands/tool0.htm"));
+    if (!immutable.holds()) {
+      GTEST_SKIP() << "the file system has no files that cannot be replaced";
+    }
+    expectRefused("a file that cannot be replaced, install", "tool0.htm", [this] { return install("1.0"); });
+  }
+  ASSERT_EQ(install("1.0").exit, 0);
+  const Immutable immutable(configured("Commands/tool0.htm"));
+  expectRefused("a file that cannot be replaced, replace", "tool0.htm", [this] { return install("2.0"); });
+  expectRefused("a file that cannot be replaced, uninstall", "tool0.htm", [this] {
+    return run({"uninstall", "Tool", "-y"});
+  });
+}
+
+// A folder of the machine is exchanged with a link to somewhere else, again and again while the program runs.
+TEST_F(InTheWay, AFolderExchangedWithALinkLeadsNowhere) {
+  const fs::path outside = m_pc.scratch() / "outside";
+  fs::create_directories(outside / "deep0");
+  write(outside / "tool0.htm", "not the machine's");
+  write(configured("Shared/Tool/user.txt"), "the user's");
+  m_pc.save("prepared");
+  const MachineSnapshot before = TakeSnapshot(outside);
+  int completed = 0;
+  int exchanges = 0;
+  const int rounds = PointsOf(40, 8);
+  for (int round = 0; round < rounds; ++round) {
+    m_pc.restore("prepared");
+    const fs::path folder = configured(round % 2 == 0 ? "Shared/Tool" : "Commands");
+    const fs::path link = folder.string() + ".other";
+    fs::create_symlink(outside, link);
+    std::atomic<bool> isOver = false;
+    std::thread exchanger([&] {
+      for (unsigned turn = 0; !isOver; ++turn) {
+        exchanges += renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE) == 0 ? 1 : 0;
+        usleep(200 + static_cast<unsigned>(round) * 37 % 900);
+      }
+    });
+    completed += install("1.0").exit == 0 ? 1 : 0;
+    isOver = true;
+    exchanger.join();
+    ASSERT_EQ(DescribeDifference(before, TakeSnapshot(outside)), "") << "round " << round;
+  }
+  std::printf("exchanged folder: %d rounds, %d exchanges, %d installs completed, nothing outside\n", rounds, exchanges,
+              completed);
+  EXPECT_GT(exchanges, rounds);
+}
+
+} // namespace
+} // namespace kest::test

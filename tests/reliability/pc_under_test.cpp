@@ -1,0 +1,169 @@
+#include "reliability/pc_under_test.h"
+
+#include "host/sample_machine.h"
+
+#include <ctime>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kest::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::time_t kBegan = std::time(nullptr);
+
+// The name of a file that waits for the next log-on is made of a random one.
+std::string withoutRandomPart(const std::string& text) {
+  static const std::regex pending("rpl[0-9A-Za-z_-]*\\.tmp", std::regex::icase);
+  return text.find("rpl") == std::string::npos ? text : std::regex_replace(text, pending, "rpl.tmp");
+}
+
+bool isKeptOnPurpose(const std::string& path) {
+  const bool isBackup = path.size() > 4 && path.ends_with("bk") && path[path.size() - 4] == '.';
+  return isBackup || path.starts_with("trash");
+}
+
+// Key and line -> "": a value that came and went leaves the file as it was, but for the times in it.
+void readRegistry(const fs::path& file, std::map<std::string, std::string>& registry) {
+  std::ifstream in(file, std::ios::binary);
+  std::string key = file.filename().string();
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("[")) {
+      key = file.filename().string() + line.substr(0, line.rfind(']') + 1);
+      registry[key];
+    } else if (!line.empty() && !line.starts_with("#time")) {
+      registry[key + " " + withoutRandomPart(line)];
+    }
+  }
+}
+
+void check(bool done, const std::string& what) {
+  if (!done) {
+    throw std::runtime_error("a test cannot " + what);
+  }
+}
+
+void copyFile(const fs::path& from, const fs::path& to, const struct stat& info) {
+  const int in = open(from.c_str(), O_RDONLY | O_CLOEXEC);
+  const int out = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  check(in >= 0 && out >= 0, "copy " + from.string());
+  for (off_t left = info.st_size; left > 0;) {
+    const ssize_t count = sendfile(out, in, nullptr, static_cast<std::size_t>(left));
+    check(count > 0, "copy " + from.string());
+    left -= count;
+  }
+  const timespec times[2] = {info.st_mtim, info.st_mtim};
+  check(fchmod(out, info.st_mode & 07777) == 0 && futimens(out, times) == 0, "date " + to.string());
+  close(in);
+  close(out);
+}
+
+void copyTree(const fs::path& from, const fs::path& to) {
+  fs::create_directory(to);
+  for (const fs::directory_entry& entry : fs::directory_iterator(from)) {
+    struct stat info {};
+    check(lstat(entry.path().c_str(), &info) == 0, "look at " + entry.path().string());
+    const fs::path target = to / entry.path().filename();
+    if (S_ISDIR(info.st_mode)) {
+      copyTree(entry.path(), target);
+    } else if (S_ISREG(info.st_mode)) {
+      copyFile(entry.path(), target, info);
+    } else {
+      fs::copy_symlink(entry.path(), target);
+    }
+  }
+}
+
+fs::path makeScratch() {
+  const bool isGiven = getenv("TMPDIR") != nullptr || access("/dev/shm", W_OK) != 0;
+  std::string name = ((isGiven ? fs::temp_directory_path() : fs::path("/dev/shm")) / "kest-crash-XXXXXX").string();
+  check(mkdtemp(name.data()) != nullptr, "make its scratch folder");
+  return name;
+}
+
+} // namespace
+
+std::string PcState::difference(const PcState& later) const {
+  std::string told = DescribeDifference({files}, {later.files});
+  for (const auto& [line, none] : registry) {
+    told += later.registry.contains(line) ? "" : "gone from the registry: " + line + "\n";
+  }
+  for (const auto& [line, none] : later.registry) {
+    told += registry.contains(line) ? "" : "new in the registry: " + line + "\n";
+  }
+  return told;
+}
+
+std::string PcState::differenceOutsideTemp(const PcState& later) const {
+  PcState kept = later;
+  std::erase_if(kept.files, [](const auto& entry) { return entry.first.starts_with("drive_c/windows/temp/kest-"); });
+  return difference(kept);
+}
+
+PcUnderTest::PcUnderTest() : m_scratch(makeScratch()) {}
+
+PcUnderTest::~PcUnderTest() {
+  std::error_code error;
+  fs::remove_all(m_scratch, error);
+}
+
+void PcUnderTest::makeSample() const {
+  fs::remove_all(root());
+  host::SampleMachine sample;
+  sample.folder = root().string();
+  sample.products = {"Tidemark Nova", "Tidemark 4"};
+  std::string why;
+  check(host::MakeSampleMachine(sample, why), "make a sample machine: " + why);
+}
+
+void PcUnderTest::age() const {
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root())) {
+    struct stat info {};
+    if (lstat(entry.path().c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_mtime >= kBegan) {
+      const timespec earlier = {kBegan - 86400 - info.st_size % 3600, 0};
+      const timespec times[2] = {earlier, earlier};
+      check(utimensat(AT_FDCWD, entry.path().c_str(), times, 0) == 0, "date " + entry.path().string());
+    }
+  }
+}
+
+void PcUnderTest::save(const std::string& name) const {
+  fs::remove_all(m_scratch / name);
+  copyTree(root(), m_scratch / name);
+}
+
+void PcUnderTest::restore(const std::string& name) const {
+  fs::remove_all(root());
+  copyTree(m_scratch / name, root());
+}
+
+PcState PcUnderTest::state() const {
+  PcState state;
+  for (auto& [path, entry] : TakeSnapshot(root()).entries) {
+    if (isKeptOnPurpose(path)) {
+      continue;
+    }
+    if (path.ends_with(".reg")) {
+      readRegistry(root() / path, state.registry);
+      continue;
+    }
+    if (entry.date >= kBegan) {
+      entry.date = PcState::kJustNow;
+    }
+    // there may be several that wait, told apart by what they hold
+    const std::string told = withoutRandomPart(path);
+    state.files.emplace(told == path ? path : told + " " + std::to_string(entry.hash), entry);
+  }
+  return state;
+}
+
+} // namespace kest::test

@@ -1,0 +1,179 @@
+#include "reliability/engine_run.h"
+#include "reliability/pc_under_test.h"
+#include "reliability/points.h"
+#include "support/process.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <random>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kest::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int kFiles = 300;
+
+/// What the real program does to a machine when it is killed at any time.
+class ProgramKills : public ::testing::Test {
+protected:
+  struct Operation {
+    const char* name;
+    bool startsInstalled;
+    std::vector<std::string> words;
+  };
+
+  /// Starts the program on the machine; its output goes nowhere.
+  [[nodiscard]] pid_t begin(const std::vector<std::string>& words) const {
+    std::vector<std::string> command = {KEST_PROGRAM, "-m", m_pc.root().string()};
+    command.insert(command.end(), words.begin(), words.end());
+    const std::vector<std::string> environment = EnvironmentOf({{"XDG_DATA_HOME", m_pc.scratch() / "data"}});
+    const pid_t child = fork();
+    if (child == 0) {
+      const int nowhere = open("/dev/null", O_RDWR);
+      for (const int descriptor : {0, 1, 2}) {
+        dup2(nowhere, descriptor);
+      }
+      ExecuteIn(command, environment, "");
+    }
+    return child;
+  }
+  [[nodiscard]] static int end(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+  }
+  int run(const std::vector<std::string>& words) const { return end(begin(words)); }
+
+  /// Makes the machine with the packages of two versions, the older one installed when asked.
+  void prepare(bool isInstalled) const {
+    m_pc.makeSample();
+    {
+      EngineRun engine(m_pc.root());
+      engine.start();
+      for (const char* version : {"1.0", "2.0"}) {
+        const std::string package = PackOnMachine(engine, MakeToolExtension(version, kFiles), version);
+        std::filesystem::rename(m_pc.root() / "drive_c/Work" / ("Tool-" + std::string(version) + ".kep"),
+                                m_pc.scratch() / (std::string(version) + ".kep"));
+      }
+      std::filesystem::remove_all(m_pc.root() / "drive_c/Work");
+    }
+    if (isInstalled) {
+      ASSERT_EQ(run({"install", (m_pc.scratch() / "1.0.kep").string(), "-y", "--accept-agreement"}), 0);
+    }
+    m_pc.age();
+    m_pc.save("prepared");
+  }
+
+  PcUnderTest m_pc;
+};
+
+TEST_F(ProgramKills, AtAnyTimeLeaveOldOrNewAfterTheNextStart) {
+  const std::string older = (m_pc.scratch() / "1.0.kep").string();
+  const std::string newer = (m_pc.scratch() / "2.0.kep").string();
+  const Operation operations[] = {{"install", false, {"install", older, "-y", "--accept-agreement"}},
+                                  {"replace", true, {"install", newer, "-y", "--accept-agreement"}},
+                                  {"uninstall", true, {"uninstall", "Tool", "-y"}}};
+  std::mt19937 random(20240611);
+  int kills = 0;
+  int old = 0;
+  int done = 0;
+  int torn = 0;
+  for (const Operation& operation : operations) {
+    prepare(operation.startsInstalled);
+    const PcState before = m_pc.state();
+    const auto began = Clock::now();
+    ASSERT_EQ(run(operation.words), 0) << operation.name;
+    const auto length = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - began).count();
+    const PcState after = m_pc.state();
+    for (int turn = 0; turn < PointsOf(67, 10); ++turn) {
+      m_pc.restore("prepared");
+      const pid_t child = begin(operation.words);
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % static_cast<unsigned long>(length)));
+      kill(child, SIGKILL);
+      const int exit = end(child);
+      const PcState between = m_pc.state();
+      ASSERT_EQ(run({"list"}), 0) << operation.name << ", turn " << turn;
+      const PcState found = m_pc.state();
+      const bool isOld = before.difference(found).empty();
+      const bool isDone = after.difference(found).empty();
+      ASSERT_TRUE(isDone || (isOld && exit != 0)) << operation.name << ", turn " << turn << ", exit " << exit << "\n"
+                                                  << before.difference(found) << "against done:\n"
+                                                  << after.difference(found);
+      kills += exit < 0 ? 1 : 0;
+      (isOld ? old : done) += 1;
+      torn += !before.difference(between).empty() && !after.difference(between).empty() ? 1 : 0;
+    }
+  }
+  std::printf("random kills: %d runs, %d killed, %d in between until the next start; %d old, %d new, 0 mixed\n",
+              old + done, kills, torn, old, done);
+  EXPECT_GT(torn, 0);
+}
+
+TEST_F(ProgramKills, LeaveNoLockBehind) {
+  prepare(false);
+  const std::vector<std::string> install = {"install", (m_pc.scratch() / "1.0.kep").string(), "-y",
+                                            "--accept-agreement"};
+  int stale = 0;
+  const int holders = PointsOf(200, 20);
+  for (int turn = 0; turn < holders; ++turn) {
+    const pid_t holder = fork();
+    if (holder == 0) {
+      // a holder that died as suddenly as can be
+      EngineRun engine(m_pc.root());
+      (void)engine.machine().LockWriter(0);
+      kill(getpid(), SIGKILL);
+    }
+    ASSERT_EQ(end(holder), -SIGKILL);
+    EngineRun engine(m_pc.root());
+    const WriterLock lock = engine.machine().LockWriter(0);
+    stale += lock.held ? 0 : 1;
+    if (lock.held) {
+      engine.machine().UnlockWriter();
+    }
+  }
+  std::printf("%d killed lock holders, %d stale locks\n", holders, stale);
+  EXPECT_EQ(stale, 0);
+  EXPECT_EQ(run(install), 0);
+}
+
+TEST_F(ProgramKills, OfTwoAtOnceTheSecondIsTurnedAway) {
+  prepare(true);
+  EngineRun holder(m_pc.root());
+  ASSERT_TRUE(holder.machine().LockWriter(0).held);
+  int turnedAway = 0;
+  int read = 0;
+  const PcState before = m_pc.state();
+  double slowest = 0;
+  const int rounds = PointsOf(100, 10);
+  for (int turn = 0; turn < rounds; ++turn) {
+    const auto began = Clock::now();
+    const ProcessResult second = RunProcess({KEST_PROGRAM, "-m", m_pc.root().string(), "uninstall", "Tool", "-y"});
+    slowest = std::max(slowest, std::chrono::duration<double>(Clock::now() - began).count());
+    const bool isTold = second.err.find(std::to_string(getpid())) != std::string::npos;
+    turnedAway += second.exit == 7 && isTold ? 1 : 0;
+    const ProcessResult reader = RunProcess({KEST_PROGRAM, "-m", m_pc.root().string(), "list"});
+    read += reader.exit == 0 && reader.out.find("Tool") != std::string::npos ? 1 : 0;
+    if (turn == 0) {
+      EXPECT_TRUE(isTold) << second.exit << second.out << second.err;
+    }
+  }
+  holder.machine().UnlockWriter();
+  std::printf("two at once: %d of %d turned away and told who it is, slowest %.2f s; %d of %d readers went on\n",
+              turnedAway, rounds, slowest, read, rounds);
+  EXPECT_EQ(turnedAway, rounds);
+  EXPECT_EQ(read, rounds);
+  EXPECT_EQ(before.difference(m_pc.state()), "");
+  const ProcessResult waiting =
+      RunProcess({KEST_PROGRAM, "-m", m_pc.root().string(), "uninstall", "Tool", "-y", "--wait", "20"});
+  EXPECT_EQ(waiting.exit, 0) << waiting.err;
+}
+
+} // namespace
+} // namespace kest::test
