@@ -24,7 +24,7 @@ int CKestPackage::Create(const char* path) {
   m_path = path != nullptr ? path : "";
   m_writer = std::make_unique<Writer>();
   const int code = m_writer->Create(m_path, m_problem);
-  if (code != kOk) {
+  if (code != kGood) {
     m_writer.reset();
   }
   return code;
@@ -63,11 +63,11 @@ void CKestPackage::SetLimits(const PackageLimits& limits) { g_limits = limits; }
 int CKestPackage::OpenReader() {
   m_problem.clear();
   if (m_reader != nullptr) {
-    return kOk;
+    return kGood;
   }
   auto reader = std::make_unique<Reader>();
   const int code = reader->Open(m_path, g_limits, m_problem);
-  if (code == kOk) {
+  if (code == kGood) {
     m_reader = std::move(reader);
   }
   return code;
@@ -75,7 +75,7 @@ int CKestPackage::OpenReader() {
 
 int CKestPackage::UnPackFileNames(std::vector<CString>& names) {
   const int code = OpenReader();
-  if (code == kOk) {
+  if (code == kGood) {
     names.clear();
     names.reserve(m_reader->GetEntries().size());
     for (const ZipEntry& entry : m_reader->GetEntries()) {
@@ -87,7 +87,7 @@ int CKestPackage::UnPackFileNames(std::vector<CString>& names) {
 
 int CKestPackage::GetEntries(std::vector<PackageEntry>& entries) {
   const int code = OpenReader();
-  if (code == kOk) {
+  if (code == kGood) {
     entries.clear();
     entries.reserve(m_reader->GetEntries().size());
     for (const ZipEntry& entry : m_reader->GetEntries()) {
@@ -99,12 +99,12 @@ int CKestPackage::GetEntries(std::vector<PackageEntry>& entries) {
 
 int CKestPackage::UnPackTo(const CString& folder, const std::function<bool()>& stop) {
   const int code = OpenReader();
-  return code == kOk ? m_reader->UnPackTo(folder, stop, m_problem) : code;
+  return code == kGood ? m_reader->UnPackTo(folder, stop, m_problem) : code;
 }
 
 int CKestPackage::UnPackToMemory(const CString& name, std::uint64_t limit, CString& content) {
   const int code = OpenReader();
-  return code == kOk ? m_reader->UnPackToMemory(name, limit, content, m_problem) : code;
+  return code == kGood ? m_reader->UnPackToMemory(name, limit, content, m_problem) : code;
 }
 
 const CString& CKestPackage::GetProblem() const { return m_problem; }

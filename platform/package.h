@@ -29,7 +29,7 @@ struct PackageEntry {
 class KEST_API CKestPackage {
 public:
   /// What the operations answer.
-  enum Result : int { kOk = 0, kDamaged = -2, kUnreadable = -3, kNotAPackage = 1, kCannotWrite = 2 };
+  enum Result : int { kGood = 0, kDamaged = -2, kUnreadable = -3, kNotAPackage = 1, kCannotWrite = 2 };
 
   /// No access yet.
   explicit CKestPackage(const char* path);

@@ -106,7 +106,7 @@ int PackageReader::Unpack(const ZipEntry& entry, const Sink& sink, CString& prob
   std::uint32_t crc = 0;
   const int code =
       entry.method == kZipStored ? CopyStored(entry, at, sink, crc, problem) : Inflate(entry, at, sink, crc, problem);
-  if (code == CKestPackage::kOk && crc != entry.crc) {
+  if (code == CKestPackage::kGood && crc != entry.crc) {
     problem = DescribeEntryProblem(entry.name, "is damaged: its check sum is wrong");
     return CKestPackage::kDamaged;
   }
@@ -129,7 +129,7 @@ int PackageReader::CopyStored(const ZipEntry& entry, std::uint64_t at, const Sin
     at += bytes.size();
     left -= bytes.size();
   }
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 int PackageReader::Inflate(const ZipEntry& entry, std::uint64_t at, const Sink& sink, std::uint32_t& crc,
@@ -177,7 +177,7 @@ int PackageReader::Inflate(const ZipEntry& entry, std::uint64_t at, const Sink& 
       return CKestPackage::kCannotWrite;
     }
   }
-  return written == entry.size && unread == 0 && stream.avail_in == 0 ? CKestPackage::kOk : damaged();
+  return written == entry.size && unread == 0 && stream.avail_in == 0 ? CKestPackage::kGood : damaged();
 }
 
 int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString& problem) {
@@ -192,7 +192,7 @@ int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString
   }
   const int code = Unpack(
       entry, [&](std::string_view bytes) { return file->Write(bytes.data(), bytes.size()); }, problem);
-  if (code != CKestPackage::kOk) {
+  if (code != CKestPackage::kGood) {
     problem = code == CKestPackage::kCannotWrite ? CannotWrite(path) : problem;
     return code;
   }
@@ -200,7 +200,7 @@ int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString
     problem = CannotWrite(path);
     return CKestPackage::kCannotWrite;
   }
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 int PackageReader::UnPackTo(const CString& folder, const std::function<bool()>& stop, CString& problem) {
@@ -220,11 +220,11 @@ int PackageReader::UnPackTo(const CString& folder, const std::function<bool()>& 
       }
       lastFolder = inFolder;
     }
-    if (const int code = WriteFile(root + entry.name, entry, problem); code != CKestPackage::kOk) {
+    if (const int code = WriteFile(root + entry.name, entry, problem); code != CKestPackage::kGood) {
       return code;
     }
   }
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 int PackageReader::UnPackToMemory(const CString& name, std::uint64_t limit, CString& content, CString& problem) {
@@ -246,7 +246,7 @@ int PackageReader::UnPackToMemory(const CString& name, std::uint64_t limit, CStr
         return true;
       },
       problem);
-  if (code == CKestPackage::kOk) {
+  if (code == CKestPackage::kGood) {
     content = std::move(unpacked);
   }
   return code;

@@ -15,7 +15,7 @@ public:
   PackageReader(const PackageReader&) = delete;
   PackageReader& operator=(const PackageReader&) = delete;
 
-  /// Opens and judges. CKestPackage::kOk or a code, with `problem` in words; once only.
+  /// Opens and judges. CKestPackage::kGood or a code, with `problem` in words; once only.
   [[nodiscard]] int Open(const CString& path, const PackageLimits& limits, CString& problem);
   [[nodiscard]] const std::vector<ZipEntry>& GetEntries() const { return m_entries; }
   [[nodiscard]] int UnPackTo(const CString& folder, const std::function<bool()>& stop, CString& problem);

@@ -114,7 +114,7 @@ int PackageWriter::Create(const CString& path, CString& problem) {
   }
   m_deflater = std::make_unique<Deflater>();
   m_spool = std::make_unique<Spool>();
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 int PackageWriter::Add(const CString& name, const CString& path, CString& problem) {
@@ -127,19 +127,19 @@ int PackageWriter::Add(const CString& name, const CString& path, CString& proble
   }
   CString folded = text::Lower(entry.name);
   if (m_names.contains(folded)) {
-    return CKestPackage::kOk;
+    return CKestPackage::kGood;
   }
   const auto file = CKestOS::GetMachine().Open(path, OpenMode::kRead);
   if (file == nullptr || !CKestOS::GetFileDateTime(path, entry.date)) {
     problem = CannotRead(path);
     return CKestPackage::kUnreadable;
   }
-  if (const int code = Pack(*file, entry, path, problem); code != CKestPackage::kOk) {
+  if (const int code = Pack(*file, entry, path, problem); code != CKestPackage::kGood) {
     return code;
   }
   m_names.insert(std::move(folded));
   m_entries.push_back(std::move(entry));
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 int PackageWriter::Pack(MachineFile& file, ZipEntry& entry, const CString& path, CString& problem) {
@@ -188,7 +188,7 @@ int PackageWriter::Pack(MachineFile& file, ZipEntry& entry, const CString& path,
     } while (stream.avail_out == 0 && status != Z_STREAM_END);
   }
   entry.packedSize = m_spool->GetSize() - entry.offset;
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 bool PackageWriter::Finish(CString& problem) {

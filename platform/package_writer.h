@@ -15,9 +15,9 @@ public:
   PackageWriter(const PackageWriter&) = delete;
   PackageWriter& operator=(const PackageWriter&) = delete;
 
-  /// CKestPackage::kOk or a code, with `problem` in words; so each of them.
+  /// CKestPackage::kGood or a code, with `problem` in words; so each of them.
   [[nodiscard]] int Create(const CString& path, CString& problem);
-  /// `name` with either kind of slash. A name already there is kept and gives kOk.
+  /// `name` with either kind of slash. A name already there is kept and gives kGood.
   [[nodiscard]] int Add(const CString& name, const CString& path, CString& problem);
   [[nodiscard]] bool Finish(CString& problem);
 

@@ -119,7 +119,7 @@ int FindDirectory(MachineFile& file, Place& place, CString& problem) {
     problem = "the directory of the package is damaged";
     return CKestPackage::kDamaged;
   }
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 std::int64_t DaysFromCivil(std::int64_t year, std::int64_t month, std::int64_t day) {
@@ -348,7 +348,7 @@ CString DescribeEntryProblem(std::string_view name, std::string_view problem) {
 
 int ReadZipDirectory(MachineFile& file, const PackageLimits& limits, std::vector<ZipEntry>& entries, CString& problem) {
   Place place;
-  if (const int code = FindDirectory(file, place, problem); code != CKestPackage::kOk) {
+  if (const int code = FindDirectory(file, place, problem); code != CKestPackage::kGood) {
     return code;
   }
   if (place.count > limits.entries) {
@@ -373,7 +373,7 @@ int ReadZipDirectory(MachineFile& file, const PackageLimits& limits, std::vector
     return CKestPackage::kDamaged;
   }
   entries = reader.TakeFiles();
-  return CKestPackage::kOk;
+  return CKestPackage::kGood;
 }
 
 bool FindZipData(FileWindow& window, const ZipEntry& entry, std::uint64_t& offset, CString& problem) {

@@ -41,7 +41,7 @@ enum ZipMethod : std::uint16_t { kZipStored = 0, kZipDeflated = 8 };
 
 /// Reads the central directory of an archive and judges all that can be judged before unpacking: names (each and
 /// against one another), kinds, sizes, methods, places. Entries come in the order of the directory, those of folders
-/// left out. CKestPackage::kOk, or a code with `problem` saying what is wrong with which entry.
+/// left out. CKestPackage::kGood, or a code with `problem` saying what is wrong with which entry.
 [[nodiscard]] int ReadZipDirectory(MachineFile& file, const PackageLimits& limits, std::vector<ZipEntry>& entries,
                                    CString& problem);
 

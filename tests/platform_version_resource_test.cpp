@@ -110,7 +110,8 @@ TEST(VersionResource, CutAndChangedProgramsAreHarmless) {
     for (int round = 0; round < 3000; ++round) {
       CString changed = image;
       for (int i = 0; i < 8; ++i) {
-        PutDword(changed, random() % (changed.size() - 4), random() % 3 == 0 ? 0xFFFFFFFFU : static_cast<std::uint32_t>(random() % 0x3000));
+        PutDword(changed, random() % (changed.size() - 4),
+                 random() % 3 == 0 ? 0xFFFFFFFFU : static_cast<std::uint32_t>(random() % 0x3000));
       }
       (void)VersionIn(changed);
     }
