@@ -1,0 +1,277 @@
+#include "config/generic_xml_file.h"
+#include "description/extension.h"
+#include "menus/menus_file.h"
+#include "platform/os.h"
+#include "support/config_on_machine.h"
+#include "support/failing_machine.h"
+#include "support/kest_fixture.h"
+
+#include <gmock/gmock.h>
+
+namespace kest::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+/// What an uninstall leaves of a change.
+enum class After {
+  kAsBefore, ///< the file is what it was
+  kStays,    ///< what the change took away stays away
+  kGone,     ///< it overwrote an object of the product's, and takes it along
+};
+
+struct ChangeRow {
+  const char* name;
+  const char* file; ///< below the product's folder
+  const char* change;
+  const char* inFile; ///< stands in the file as long as the extension is installed; of a removal: before alone
+  After after = After::kAsBefore;
+  bool always = false; ///< it holds comments or separators, which are never taken for what is there already
+};
+
+void PrintTo(const ChangeRow& row, std::ostream* out) { *out << row.name; }
+
+constexpr const char* kMenus = "Configuration\\Menus\\Menus.xml";
+constexpr const char* kToolbars = "Configuration\\Toolbars\\toolbars.xml";
+constexpr const char* kOwnToolbars = "Configuration\\Toolbars\\own.xml";
+constexpr const char* kInsertBar = "Configuration\\Objects\\insertbar.xml";
+constexpr const char* kDocumentTypes = "Configuration\\DocumentTypes\\KRDocumentTypes.xml";
+constexpr const char* kTagLibraries = "Configuration\\TagLibraries\\TagLibraries.vtm";
+constexpr const char* kSourceFormat = "Configuration\\SourceFormat.txt";
+constexpr const char* kFtpMap = "Configuration\\FTPExtensionMap.txt";
+constexpr const char* kExtensionsList = "Configuration\\Extensions.txt";
+constexpr const char* kHelp = "Help\\help.xml";
+
+// clang-format off
+constexpr ChangeRow kChanges[] = {
+{"MenuItem", kMenus, R"(<menu-insert insertAfter="TMMenu_Commands_SortTable"><menuitem name="A" id="X_Item" /><separator id="X_Gap" /></menu-insert>)", "X_Item", After::kAsBefore, true},
+{"MenuWithItem", kMenus, R"(<menu-insert prependTo="TMMenu_File"><comment>mine</comment><menu name="M" id="X_Menu" /></menu-insert><menu-insert appendTo="X_Menu"><menuitem name="A" id="X_Deep" /></menu-insert>)", "X_Deep", After::kAsBefore, true},
+{"MenuBar", kMenus, R"(<menu-insert appendTo=""><menubar name="B" id="X_Bar" /></menu-insert>)", "X_Bar"},
+{"Format", kMenus, R"(<menu-insert appendTo="TMFormats"><format title="F" id="X_Format" digits="2" /></menu-insert>)", "X_Format"},
+{"MenuItemOverTheProducts", kMenus, R"(<menu-insert appendTo="TMMenu_File"><menuitem name="Mine" id="TMMenu_File_SaveAll" /></menu-insert>)", "TMMenu_File_SaveAll", After::kGone},
+{"MenuRemove", kMenus, R"(<menu-remove id="TMMenu_File_Export" />)", "TMMenu_File_Export", After::kStays},
+{"Shortcut", kMenus, R"(<shortcut-insert listId="TMMainWindow"><comment>keys</comment><shortcut key="Cmd+9" id="X_Key" /></shortcut-insert>)", "X_Key", After::kAsBefore, true},
+{"ShortcutList", kMenus, R"(<shortcut-insert listId=""><shortcutlist id="X_Keys" platform="win" /></shortcut-insert>)", "X_Keys"},
+{"ShortcutRemove", kMenus, R"(<shortcut-remove id="TMShortcut_Preview" />)", "TMShortcut_Preview", After::kStays},
+{"Toolbar", kToolbars, R"(<toolbar-changes><toolbar-insert><toolbar id="X_Bar" label="X"><button id="X_Own" /></toolbar></toolbar-insert></toolbar-changes>)", "X_Bar"},
+{"ToolbarButton", kToolbars, R"(<toolbar-changes><toolbar-item-insert insertAfter="TM_Button_New"><button id="X_1" /><button id="X_2" /></toolbar-item-insert></toolbar-changes>)", "X_2"},
+{"ToolbarButtonOverTheProducts", kToolbars, R"(<toolbar-changes><toolbar-item-insert appendTo="TM_Toolbar_Site"><button id="TM_Button_Save" /></toolbar-item-insert></toolbar-changes>)", "TM_Button_Save", After::kGone},
+{"ToolbarRemove", kToolbars, R"(<toolbar-changes><toolbar-remove id="TM_Toolbar_Site" /></toolbar-changes>)", "TM_Toolbar_Site", After::kStays},
+{"ToolbarItemRemove", kToolbars, R"(<toolbar-changes><toolbar-item-remove id="TM_Button_Save" /></toolbar-changes>)", "TM_Button_Save", After::kStays},
+{"Category", kInsertBar, R"(<insertbar-changes><insertbar-insert insertBefore="TM_Insertbar_Forms"><category id="X_Cat"><button id="X_1" /></category></insertbar-insert></insertbar-changes>)", "X_Cat"},
+{"InsertBarButton", kInsertBar, R"(<insertbar-changes><insertbar-item-insert insertBefore="no_such" category="TM_Insertbar_Forms"><button id="X_1" /></insertbar-item-insert></insertbar-changes>)", "X_1"},
+{"CategoryRemove", kInsertBar, R"(<insertbar-changes><insertbar-remove id="TM_Insertbar_Forms" /></insertbar-changes>)", "TM_Insertbar_Forms", After::kStays},
+{"InsertBarItemRemove", kInsertBar, R"(<insertbar-changes><insertbar-item-remove id="TM_Insert_Link" /></insertbar-changes>)", "TM_Insert_Link", After::kStays},
+{"DocumentType", kDocumentTypes, R"(<documenttype-changes><documenttype-insert><documenttype id="X" internaltype="Text"><title>A &amp; B</title></documenttype></documenttype-insert></documenttype-changes>)", "id=\"X\""},
+{"DocumentTypeOverTheProducts", kDocumentTypes, R"(<documenttype-changes><documenttype-insert><documenttype id="ASP-JS" /></documenttype-insert></documenttype-changes>)", "ASP-JS", After::kGone},
+{"DocumentTypeRemove", kDocumentTypes, R"(<documenttype-changes><documenttype-remove id="HTML" /></documenttype-changes>)", "id=\"HTML\"", After::kStays},
+{"TagLibrary", kTagLibraries, R"(<taglibrary-changes><taglibrary-insert><taglibrary id="X"><tagref name="b" /></taglibrary></taglibrary-insert></taglibrary-changes>)", "id=\"X\""},
+{"TagLibraryRemove", kTagLibraries, R"(<taglibrary-changes><taglibrary-remove id="HTML" /></taglibrary-changes>)", "id=\"HTML\"", After::kStays},
+{"HelpBook", kHelp, R"(<helpbook-changes><helpbook-insert><book-id id="X" win-mapping="x.chm" /></helpbook-insert></helpbook-changes>)", "x.chm"},
+{"HelpBookRemove", kHelp, R"(<helpbook-changes><helpbook-remove id="Using" /></helpbook-changes>)", "id=\"Using\"", After::kStays},
+{"Element", kSourceFormat, R"(<source-format-changes><element-insert name="b" break="1,0,0,1" indent="true" /></source-format-changes>)", "<b break=\"1,0,0,1\" indent>\r\n"},
+{"ElementOverTheProducts", kSourceFormat, R"(<source-format-changes><element-insert name="br" indentGroup="2" /></source-format-changes>)", "<br ", After::kGone},
+{"ElementRemove", kSourceFormat, R"(<source-format-changes><element-remove name="table" /></source-format-changes>)", "<table ", After::kStays},
+{"Attribute", kSourceFormat, R"(<source-format-changes><attribute-insert name="onX" namecase="onX" /></source-format-changes>)", "<onX namecase=\"onX\">\r\n"},
+{"AttributeRemove", kSourceFormat, R"(<source-format-changes><attribute-remove name="style" /></source-format-changes>)", "<style ", After::kStays},
+{"FtpExtension", kFtpMap, R"(<FTP-extension-map-changes><FTP-extension-insert extension="JPG" type="binary" /></FTP-extension-map-changes>)", "JPG\tBINARY\r\n"},
+{"FtpExtensionOverTheProducts", kFtpMap, R"(<FTP-extension-map-changes><FTP-extension-insert extension="CSS" type="binary" /></FTP-extension-map-changes>)", "CSS\t", After::kGone},
+{"FtpExtensionRemove", kFtpMap, R"(<FTP-extension-map-changes><FTP-extension-remove extension="GIF" /></FTP-extension-map-changes>)", "GIF\t", After::kStays},
+{"Extension", kExtensionsList, R"(<extensions-changes><extension-insert extension="WBK,WBX" description="HTML Documents" /></extensions-changes>)", "HTML,WBK,WBX:HTML Documents"},
+{"ExtensionOfANewGroup", kExtensionsList, R"(<extensions-changes><extension-insert extension="WBK" description="Notes" /></extensions-changes>)", "WBK:Notes\r\n"},
+{"ExtensionRemove", kExtensionsList, R"(<extensions-changes><extension-remove extension="JS" /></extensions-changes>)", "JS:JavaScript", After::kStays},
+{"ServerBehavior", kConfigFiles[9].second, R"(<server-behavior-changes servermodelfolder="ASP_Js"><menu-insert appendTo="TMMenu_File"><menuitem name="A" id="X_Item" /></menu-insert></server-behavior-changes>)", "X_Item"},
+{"ServerFormat", kConfigFiles[10].second, R"(<server-format-changes servermodelfolder="ASP_Js"><menu-insert appendTo="TMFormats"><format title="F" id="X_Format" /></menu-insert></server-format-changes>)", "X_Format"},
+{"ServerFormatDefinition", kConfigFiles[11].second, R"(<server-format-definition-changes servermodelfolder="ASP_Js"><menu-insert appendTo="TMFormats"><format title="F" id="X_Format" /></menu-insert></server-format-definition-changes>)", "X_Format"},
+{"DataSource", kConfigFiles[12].second, R"(<data-source-changes servermodelfolder="ASP_Js"><menu-insert appendTo="TMMenu_File"><menuitem name="A" id="X_Item" /></menu-insert></data-source-changes>)", "X_Item"},
+};
+// clang-format on
+
+class ChangesFixture : public KestFixture {
+protected:
+  ChangesFixture() {
+    PutConfigFiles(m_pc, kNova);
+    m_host.otherwise(kYes);
+  }
+  /// What the file is once it was loaded and saved: its text is the same but for the repairs of what is no XML.
+  [[nodiscard]] std::string saved(const std::string& path) {
+    const CString copy = "C:\\Work\\" + CKestPath(path).GetFileName();
+    m_pc.Write(copy, m_pc.Read(path));
+    m_pc.Reopen();
+    start();
+    if (path.ends_with(".txt")) {
+      return m_pc.Read(path);
+    }
+    CKestMenusXmlFile menus;
+    CKestGenericXmlFile generic;
+    const bool isMenus = path.find("Menus.xml") != std::string::npos || path.find("Server") != std::string::npos ||
+                         path.find("DataSources") != std::string::npos || path.ends_with("\\Formats.xml");
+    CKestXmlFile& file = isMenus ? static_cast<CKestXmlFile&>(menus) : generic;
+    EXPECT_EQ(file.Load(copy.c_str(), nullptr), 0) << path;
+    EXPECT_EQ(file.Save(copy.c_str()), 0) << path;
+    return m_pc.Read(copy);
+  }
+};
+
+class EveryKindOfChange : public ChangesFixture, public ::testing::WithParamInterface<ChangeRow> {};
+
+TEST_P(EveryKindOfChange, IsAppliedOnceAndTakenBack) {
+  const ChangeRow& row = GetParam();
+  const std::string path = std::string(kNova) + row.file;
+  const std::string before = saved(path);
+  const bool removes = row.after == After::kStays;
+  EXPECT_EQ(before.find(row.inFile) != std::string::npos, row.after != After::kAsBefore) << before;
+
+  CKestExtension* record = installed(package("One").changes(row.change));
+  ASSERT_NE(record, nullptr);
+  const std::string once = m_pc.Read(path);
+  EXPECT_NE(once, before);
+  EXPECT_EQ(once.find(row.inFile) == std::string::npos, removes) << once;
+  EXPECT_TRUE(report().problems.empty());
+
+  if (!removes && !row.always) {
+    ASSERT_NE(installed(package("Two").changes(row.change)), nullptr);
+    EXPECT_EQ(m_pc.Read(path), once) << "what is there already is overwritten";
+    record = find("One");
+  }
+  EXPECT_EQ(uninstall(record), 0);
+  const std::string after = m_pc.Read(path);
+  switch (row.after) {
+  case After::kAsBefore:
+    EXPECT_EQ(after, before);
+    break;
+  case After::kStays:
+    EXPECT_EQ(after, once);
+    break;
+  case After::kGone:
+    EXPECT_EQ(after.find(row.inFile), std::string::npos) << after;
+    EXPECT_LT(after.size(), before.size());
+    break;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes, EveryKindOfChange, ::testing::ValuesIn(kChanges),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+class ManagerChanges : public ChangesFixture {};
+
+TEST_F(ManagerChanges, AFileOfTheExtensionsOwnIsMadeAndKeptWithoutItsToolbars) {
+  const std::string path = std::string(kNova) + kOwnToolbars;
+  CKestExtension* record = installed(package("One").changes(
+      R"(<toolbar-changes file="own.xml"><toolbar-insert><toolbar id="X_Bar"><button id="X_1" /></toolbar></toolbar-insert></toolbar-changes>)"));
+  ASSERT_NE(record, nullptr);
+  EXPECT_THAT(m_pc.Read(path), HasSubstr("X_Bar"));
+  EXPECT_EQ(uninstall(record), 0);
+  EXPECT_THAT(m_pc.Read(path), Not(HasSubstr("X_Bar")));
+}
+
+TEST_F(ManagerChanges, TheReportNamesTheFileTheChangeAndWhatToDo) {
+  const MachineSnapshot before = m_pc.Snapshot();
+  const CString kep =
+      pack(package("Bad")
+               .file("b.htm", "$tidemark")
+               .changes(
+                   R"(<shortcut-insert listId="TMNowhere"><shortcut key="F9" id="X_Key" /></shortcut-insert>
+<server-format-changes servermodelfolder="ASP_Js"><menu-insert insertAfter="TM_Date_Long"><format title="Week" id="X_Week" /></menu-insert></server-format-changes>)"));
+  EXPECT_EQ(tryInstall(kep), nullptr);
+  ASSERT_GE(report().problems.size(), 2U);
+  const OperationReport::Problem& noted = report().problems[0];
+  EXPECT_FALSE(noted.fatal);
+  EXPECT_EQ(noted.message, static_cast<int>(Message::kShortcutListMissing));
+  EXPECT_EQ(noted.path, std::string(kNova) + kMenus);
+  const OperationReport::Problem& fatal = report().problems[1];
+  EXPECT_TRUE(fatal.fatal);
+  EXPECT_EQ(fatal.message, static_cast<int>(Message::kMenuLocationMissing));
+  EXPECT_EQ(fatal.path, std::string(kNova) + "Configuration\\ServerFormats\\ASP_Js\\ServerFormats.xml");
+  EXPECT_THAT(fatal.change, HasSubstr("TM_Date_Long"));
+  EXPECT_THAT(fatal.reason, HasSubstr(fatal.change));
+  EXPECT_EQ(fatal.reason.rfind("ServerFormats\\ASP_Js\\ServerFormats.xml has no place", 0), 0U) << fatal.reason;
+  EXPECT_THAT(fatal.next, HasSubstr("Tidemark 4")) << "it is installed into version 6";
+  EXPECT_EQ(report().failure, OperationReport::Failure::kOther);
+  EXPECT_TRUE(report().rolledBack);
+  m_pc.Reopen();
+  std::filesystem::remove(m_pc.HostPath(kep));
+}
+
+TEST_F(ManagerChanges, AProblemThatIsNotFatalIsNotedAndTheInstallGoesOn) {
+  ASSERT_NE(installed(package("Odd").changes(
+                R"(<menu-insert appendTo="TMNowhere"><menuitem name="A" id="X_Item" /></menu-insert>)")),
+            nullptr);
+  ASSERT_EQ(report().problems.size(), 1U);
+  EXPECT_FALSE(report().problems[0].fatal);
+  EXPECT_TRUE(report().Succeeded());
+  EXPECT_THAT(m_pc.Read(std::string(kNova) + kMenus), HasSubstr("X_Item"));
+}
+
+/// Holds one file open until it is let go, or for ever.
+class HoldingMachine : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+  [[nodiscard]] bool CanUpdateFile(const CString& path) override {
+    return !text::EqualNoCase(path, held) && ForwardingMachine::CanUpdateFile(path);
+  }
+  [[nodiscard]] std::int64_t MonotonicMilliseconds() override { return now += 1000; }
+  CString held;
+  std::int64_t now = 0;
+};
+
+TEST_F(ManagerChanges, AFileInUseIsWaitedForAndACancelUndoesEverything) {
+  const CString kep = pack(package("Ten").file("t.htm", "$tidemark/Configuration/New").changes(kChangesOfTenFiles));
+  m_host.clear();
+  HoldingMachine holding(m_pc.Get());
+  CKestOS::SetMachine(&holding);
+  start();
+  const MachineSnapshot before = m_pc.Snapshot();
+  holding.held = std::string(kNova) + kHelp; // the last file of all
+  m_host.answer(Message::kFileInUse, kRetry).answer(Message::kFileInUse, kCancel);
+  EXPECT_EQ(tryInstall(kep), nullptr);
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_EQ(report().failure, OperationReport::Failure::kInUse);
+  EXPECT_EQ(report().problems.front().path, holding.held);
+  EXPECT_EQ(m_host.unasked(), 0U);
+
+  m_host.answer(Message::kFileInUse, kRetry).answer(Message::kFileInUse, kRetry, [&] { holding.held.clear(); });
+  EXPECT_NE(tryInstall(kep), nullptr);
+  EXPECT_THAT(m_pc.Read(std::string(kNova) + kHelp), HasSubstr("Ten"));
+  m_manager.reset();
+  CKestOS::SetMachine(&m_pc.Get());
+}
+
+TEST_F(ManagerChanges, ForEverybodyAUserWithoutTheFileGetsTheChangedOne) {
+  const auto folderOf = [](const std::string& user) {
+    return "C:\\users\\" + user + "\\AppData\\Roaming\\Kestrel\\Tidemark Nova\\";
+  };
+  ASSERT_TRUE(m_pc.Get().SetMultiUser(true));
+  ASSERT_TRUE(m_pc.Get().SetUsers({{"Tester", 2}, {"Ann", 1}, {"Bob", 1}}, "Tester"));
+  const std::string shared = "C:\\ProgramData\\Kestrel\\Tidemark Nova\\";
+  for (const std::string& folder : {shared, folderOf("Tester"), folderOf("Ann")}) {
+    PutConfigFiles(m_pc, folder);
+  }
+  m_pc.Write(folderOf("Ann") + kExtensionsList, "ANN:Ann's Files\r\n");
+  m_pc.MakeFolder(folderOf("Bob"));
+  m_pc.Reopen();
+  CKestProduct::ResetBinPaths();
+  start();
+  ASSERT_NE(installed(package("Ten").changes(kChangesOfTenFiles)), nullptr);
+  start();
+  CKestExtension* record = find("Ten");
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->GetPath(), shared + "Configuration\\Extensions\\ten.kei");
+  for (const std::string& folder : {shared, folderOf("Tester"), folderOf("Ann"), folderOf("Bob")}) {
+    EXPECT_THAT(m_pc.Read(folder + kMenus), HasSubstr("Ten_Item")) << folder;
+    EXPECT_THAT(m_pc.Read(folder + "Configuration\\Toolbars\\ten.xml"), HasSubstr("Ten_Bar")) << folder;
+  }
+  EXPECT_EQ(m_pc.Read(folderOf("Bob") + kMenus), m_pc.Read(shared + kMenus));
+  EXPECT_EQ(m_pc.Read(folderOf("Ann") + kExtensionsList), "ANN:Ann's Files\r\nTEN:Ten Files\r\n");
+  EXPECT_EQ(m_pc.Read(std::string(kNova) + kMenus), ConfigSample("Menus.xml")) << "the product's own stay";
+
+  EXPECT_EQ(uninstall(record), 0);
+  EXPECT_EQ(m_pc.Read(folderOf("Ann") + kExtensionsList), "ANN:Ann's Files\r\n");
+  for (const std::string& folder : {shared, folderOf("Tester"), folderOf("Ann"), folderOf("Bob")}) {
+    EXPECT_THAT(m_pc.Read(folder + kMenus), Not(HasSubstr("Ten_Item"))) << folder;
+  }
+}
+
+} // namespace
+} // namespace kest::test
