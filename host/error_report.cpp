@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace kest::host {
 namespace {
 
@@ -55,6 +57,18 @@ std::string LastNotice(const Outcome& outcome, int& number) {
   return "";
 }
 
+// The problem that the operation failed by; null when the engine named none.
+const OperationReport::Problem* FatalProblem(const OperationReport& report) {
+  const auto at =
+      std::find_if(report.problems.begin(), report.problems.end(), [](const auto& one) { return one.fatal; });
+  return at == report.problems.end() ? nullptr : &*at;
+}
+
+// Whether the reason names the file, in full or by its end.
+bool Names(const std::string& reason, const std::string& path) {
+  return reason.find(path) != std::string::npos || path.ends_with("\\" + reason.substr(0, reason.find(' ')));
+}
+
 std::string Why(const OperationReport& report, const Outcome& outcome, int& number) {
   if (outcome.interrupted) {
     return "you pressed Ctrl-C";
@@ -65,13 +79,12 @@ std::string Why(const OperationReport& report, const Outcome& outcome, int& numb
   if (outcome.inUse) {
     return "a file stayed in use";
   }
-  if (!report.problems.empty()) {
-    const OperationReport::Problem& problem = report.problems.front();
-    number = problem.message;
-    const std::string path = Shown(problem.path);
-    const std::string reason = Shown(problem.reason);
+  if (const OperationReport::Problem* problem = FatalProblem(report)) {
+    number = problem->message;
+    const std::string path = Shown(problem->path);
+    const std::string reason = Shown(problem->reason);
     if (!reason.empty()) {
-      return path.empty() || reason.find(path) != std::string::npos ? reason : path + ": " + reason;
+      return path.empty() || Names(reason, path) ? reason : path + ": " + reason;
     }
   }
   if (outcome.declined) {
@@ -146,7 +159,7 @@ ExitCode ExitCodeOf(const OperationReport& report, const Outcome& outcome) {
 }
 
 ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcome, const std::string& subject,
-                            const std::string& verb) {
+                            const std::string& verb, const std::string& changesOf) {
   ErrorReport error;
   error.what = fmt::format("{} was not {}", subject, verb) +
                (report.product.empty() ? "" : fmt::format(" in {}", Shown(report.product)));
@@ -163,8 +176,11 @@ ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcom
   } else if (outcome.inUse) {
     error.next = RowOf(Failure::kInUse).next;
   } else if (!outcome.Stopped()) {
-    const bool told = !report.problems.empty() && !report.problems.front().next.empty();
-    error.next = told ? Shown(report.problems.front().next) : RowOf(report.failure).next;
+    const OperationReport::Problem* problem = FatalProblem(report);
+    error.next = problem && !problem->next.empty() ? Shown(problem->next) : RowOf(report.failure).next;
+    if (problem && !problem->change.empty() && !changesOf.empty()) {
+      error.next += (error.next.empty() ? "" : "; ") + fmt::format("see: kest info {} --changes", changesOf);
+    }
   }
   return error;
 }

@@ -31,8 +31,10 @@ void PrintError(Terminal& terminal, const ErrorReport& error);
 
 /// The exit code of an engine operation, from what the engine says and from what became of its questions.
 [[nodiscard]] ExitCode ExitCodeOf(const OperationReport& report, const Outcome& outcome);
-/// The four parts of a failed operation. `verb` is what did not happen: "installed".
+/// The four parts of a failed operation. `verb` is what did not happen: "installed". `changesOf` is what `kest info`
+/// shows the extension by, for a failure of one of its changes; empty: nothing is there to be shown.
 [[nodiscard]] ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcome,
-                                          const std::string& subject, const std::string& verb);
+                                          const std::string& subject, const std::string& verb,
+                                          const std::string& changesOf = {});
 
 } // namespace kest::host

@@ -81,7 +81,7 @@ void SayTarget(Session& session, const CKestExtension& record, const CKestProduc
                                       session.GetMachineName(), session.GetUserName()));
 }
 
-int Finish(Session& session, const CKestExtension& record, const CKestProduct* product) {
+int Finish(Session& session, const CKestExtension& record, const CKestProduct* product, const std::string& name) {
   const OperationReport& report = session.GetManager().GetLastReport();
   const Outcome& outcome = session.GetUi().GetOutcome();
   ExitCode exit = ExitCodeOf(report, outcome);
@@ -97,7 +97,7 @@ int Finish(Session& session, const CKestExtension& record, const CKestProduct* p
     return kDone;
   }
   if (exit != kDone) {
-    return session.Fail(exit, DescribeFailure(report, outcome, Quote(record), "installed"));
+    return session.Fail(exit, DescribeFailure(report, outcome, Quote(record), "installed", name));
   }
   session.terminal.ClearProgress();
   const auto keptByUser = std::count_if(report.kept.begin(), report.kept.end(), [](const OperationReport::Kept& kept) {
@@ -144,7 +144,7 @@ int InstallOne(Session& session, const std::string& word, const CKestProduct* wa
   int restart = 0;
   CKestExtension* installed = session.GetManager().InstallExtension(&product, file.path.c_str(), &replaced, false, true,
                                                                     true, restart, wanted != nullptr, false, true);
-  return Finish(session, installed ? *installed : record, product);
+  return Finish(session, installed ? *installed : record, product, name);
 }
 
 } // namespace

@@ -15,6 +15,8 @@
 namespace kest::host {
 namespace {
 
+constexpr int kSharedConfigurationUser = 2; ///< the type of user who installs for everybody
+
 const char* WhyItStays(OperationReport::Why why) {
   switch (why) {
   case OperationReport::Why::kShared:
@@ -77,7 +79,8 @@ int Finish(Session& session, const Installed& one, const std::string& quoted, co
     return kDone;
   }
   if (exit != kDone) {
-    return session.Fail(exit, DescribeFailure(report, outcome, quoted, verbs.done));
+    return session.Fail(
+        exit, DescribeFailure(report, outcome, quoted, verbs.done, '"' + ShownText(one.extension->GetName()) + '"'));
   }
   std::string done = verbs.done;
   done[0] = static_cast<char>(done[0] - 'a' + 'A');
@@ -86,19 +89,50 @@ int Finish(Session& session, const Installed& one, const std::string& quoted, co
   return kDone;
 }
 
+// Of an operation that never began.
+OperationReport ReportOf(const Installed& one, OperationReport::Failure failure) {
+  OperationReport report;
+  report.failure = failure;
+  report.extension = one.extension->GetName();
+  report.version = one.extension->GetVersion().ToText();
+  report.author = one.extension->GetAuthorName();
+  report.product = NameOf(*one.product);
+  return report;
+}
+
+// Everybody's extension is not for everybody to take away: the engine would look for its files among the user's own.
+bool MayChange(Session& session, const Installed& one) {
+  int type = 0;
+  MachineFolder& machine = session.GetMachine();
+  return !one.extension->IsShared() || !one.product->SupportsMultiUserAdmin() ||
+         !machine.IsSupportedMultiUserSystem() ||
+         (machine.GetCurrentUserType(type) && type == kSharedConfigurationUser);
+}
+
+int RefuseShared(Session& session, const Installed& one, const char* operation, const char* done) {
+  const OperationReport refused = ReportOf(one, OperationReport::Failure::kNoPermission);
+  session.document = ResultJson(session, operation, refused, kInUseOrLocked);
+  return session.Fail(kInUseOrLocked,
+                      {fmt::format("{} was not {} in {}", Quote(*one.extension), done, NameOf(*one.product)),
+                       fmt::format("it is installed for everybody, and user {} may change only what is their own",
+                                   session.GetUserName()),
+                       "nothing",
+                       {},
+                       "let a user of type 2 do it; see: kest machine show",
+                       0});
+}
+
 int UninstallOne(Session& session, const Installed& one) {
+  if (!MayChange(session, one)) {
+    return RefuseShared(session, one, "uninstall", "uninstalled");
+  }
   const std::string quoted = Quote(*one.extension);
   ConsoleUi& ui = session.GetUi();
   ui.Begin();
   SayTarget(session, "Uninstall", one);
   SayPreview(session, session.GetManager().PreviewUninstall(one.product, one.extension));
   if (!ui.Confirm(fmt::format("Uninstall {}?", quoted), false, session.options.yes, "--yes")) {
-    OperationReport declined;
-    declined.failure = OperationReport::Failure::kDeclined;
-    declined.extension = one.extension->GetName();
-    declined.version = one.extension->GetVersion().ToText();
-    declined.author = one.extension->GetAuthorName();
-    declined.product = NameOf(*one.product);
+    const OperationReport declined = ReportOf(one, OperationReport::Failure::kDeclined);
     const ExitCode exit = ExitCodeOf(declined, ui.GetOutcome());
     session.document = ResultJson(session, "uninstall", declined, exit);
     return session.Fail(exit, DescribeFailure(declined, ui.GetOutcome(), quoted, "uninstalled"));
@@ -122,6 +156,9 @@ int SetState(Session& session, const Installed& one, bool enable) {
                                      {"version", one.extension->GetVersion().ToText()}};
     session.document["product"] = NameOf(*one.product);
     return kDone;
+  }
+  if (!MayChange(session, one)) {
+    return RefuseShared(session, one, verbs.operation, verbs.done);
   }
   session.GetUi().Begin();
   SayTarget(session, verbs.command, one);

@@ -1,48 +1,55 @@
 #include "manager/changes.h"
 
 #include "description/extension.h"
+#include "manager/change_problems.h"
 #include "manager/reporting_ui.h"
 #include "platform/os.h"
 
 namespace kest {
 namespace {
 
+using Step = int (CKestProduct::*)(CKestTypedVector<CKestExtensionInstallStep*>*, CKestExtensionManagerUI*,
+                                   const CKestExtension*, CKestProduct::OperationType) const;
+
 bool IsRemoval(CKestProduct::OperationType operation) {
   return operation == CKestProduct::Uninstall || operation == CKestProduct::Disable;
 }
 
-void NoteFailure(CKestExtensionManager::State& state, const ReportingUi& ui, const CString& what) {
+/// Tells the report what the product found; true when it explains a failure.
+bool NoteProblems(CKestExtensionManager::State& state, const CKestProduct& product, const CKestExtension& extension) {
+  bool explained = false;
+  for (const ConfigProblem& found : product.GetConfigProblems()) {
+    state.Note(DescribeChangeProblem(found, product, extension));
+    explained = explained || found.critical;
+  }
+  return explained;
+}
+
+bool Process(CKestExtensionManager::State& state, const CKestProduct& product, const CKestExtension& extension,
+             CKestProduct::OperationType operation, Step step, const char* what) {
+  ReportingUi ui(*state.ui);
+  ui.BeginWait();
+  const bool failed = (product.*step)(&state.journal, &ui, &extension, operation) != 0;
+  ui.EndWait();
   const MachineError error = CKestOS::GetMachine().GetLastError();
-  CString reason = ui.GetText().empty() ? what : ui.GetText();
-  state.Fail(FailureOf(error), error.path, reason, ui.GetNumber());
+  if (!NoteProblems(state, product, extension) && failed) {
+    state.Fail(FailureOf(error), error.path, ui.GetText().empty() ? CString(what) : ui.GetText(), ui.GetNumber());
+  }
+  return !failed;
 }
 
 } // namespace
 
 bool ProcessChanges(CKestExtensionManager::State& state, const CKestProduct& product, const CKestExtension& extension,
                     CKestProduct::OperationType operation) {
-  ReportingUi ui(*state.ui);
   CKestOS::GetMachine().ClearLastError();
   // a removal of an extension without changes is not even asked about
-  if (!IsRemoval(operation) || extension.HasConfigChanges()) {
-    ui.BeginWait();
-    const int result = product.ProcessConfigChanges(&state.journal, &ui, &extension, operation);
-    ui.EndWait();
-    if (result != 0) {
-      NoteFailure(state, ui, "the product's configuration could not be changed");
-      return false;
-    }
-  }
-  if (!IsRemoval(operation) || extension.HasHelpChanges()) {
-    ui.BeginWait();
-    const int result = product.ProcessHelpChanges(&state.journal, &ui, &extension, operation);
-    ui.EndWait();
-    if (result != 0) {
-      NoteFailure(state, ui, "the product's help could not be changed");
-      return false;
-    }
-  }
-  return true;
+  return ((IsRemoval(operation) && !extension.HasConfigChanges()) ||
+          Process(state, product, extension, operation, &CKestProduct::ProcessConfigChanges,
+                  "the product's configuration could not be changed")) &&
+         ((IsRemoval(operation) && !extension.HasHelpChanges()) ||
+          Process(state, product, extension, operation, &CKestProduct::ProcessHelpChanges,
+                  "the product's help could not be changed"));
 }
 
 } // namespace kest

@@ -68,10 +68,14 @@ void State::NameInReport(const CKestProduct& product, const CKestExtension& exte
 
 void State::Fail(OperationReport::Failure kind, const CString& path, const CString& reason, int message,
                  const CString& next) {
-  if (report.failure == OperationReport::Failure::kNone) {
-    report.failure = kind;
+  Note({kind, path, reason, message, next, CString(), true});
+}
+
+void State::Note(OperationReport::Problem problem) {
+  if (problem.fatal && report.failure == OperationReport::Failure::kNone) {
+    report.failure = problem.kind;
   }
-  report.problems.push_back({kind, path, reason, message, next});
+  report.problems.push_back(std::move(problem));
 }
 
 void State::FailByMachine(const CString& path, const CString& what, int message) {

@@ -80,6 +80,8 @@ struct CKestExtensionManager::State {
   /// Notes why the operation fails; the first reason counts.
   void Fail(OperationReport::Failure kind, const CString& path, const CString& reason, int message = 0,
             const CString& next = CString());
+  /// The same for a problem that need not be fatal.
+  void Note(OperationReport::Problem problem);
   /// The same, the kind and reason taken from the machine's last error where it has one.
   void FailByMachine(const CString& path, const CString& what, int message = 0);
 

@@ -44,6 +44,8 @@ struct OperationReport {
     CString reason;                 ///< one sentence part in plain words
     int message = 0;                ///< number of the text the user was shown; 0 when none
     CString next;                   ///< what to do about it, one sentence part; empty when nothing is known
+    CString change;    ///< the configuration or help change that it is about, in words; empty when about none
+    bool fatal = true; ///< the operation failed by it; else it was only noted
   };
 
   /// What lies on the machine beyond what was asked for.

@@ -37,8 +37,12 @@ void RemoveCopy(State& state, const CKestProduct& product, const CString& path) 
                              .restart = restart,
                              .kind = JournalScope::Kind::kFinal};
   const OperationReport::Failure before = state.report.failure;
+  const std::size_t problems = state.report.problems.size();
   if (operation.MayWrite() && uninstall::Run(context) != 0) {
     state.report.failure = before; // the operation goes on without it
+    for (std::size_t i = problems; i < state.report.problems.size(); ++i) {
+      state.report.problems[i].fatal = false;
+    }
   }
 }
 
