@@ -21,6 +21,15 @@ bool IsPlain(std::string_view value) {
   return value.size() <= kLongest && !Contains(value, '"') && !Contains(value, '<') && !Contains(value, '\0');
 }
 
+/// Bytes that readers refuse where they stand outside of attributes.
+bool HoldsControl(std::string_view text) {
+  for (const char c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r')
+      return true;
+  }
+  return false;
+}
+
 bool IsPlainName(std::string_view name) {
   for (const char c : name) {
     if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'))
@@ -223,7 +232,7 @@ void MenusWriter::WriteShortcut(const CKestExtensionShortcut& shortcut) {
 }
 
 void MenusWriter::WriteComment(const CKestXmlComment& comment) {
-  m_readable = m_readable && !Contains(comment.GetText(), '\0');
+  m_readable = m_readable && !HoldsControl(comment.GetText());
   CString text = CKestXmlComment::MarkupText(comment.GetText());
   // the parser reports every line end as LF
   text::ReplaceAll(text, "\r\n", "\n");
@@ -235,7 +244,7 @@ void MenusWriter::WriteComment(const CKestXmlComment& comment) {
 
 void MenusWriter::WriteMisc(const CKestXmlMisc& misc, int level) {
   // a document type with declarations of its own is reported, and so written, in parts
-  m_readable = m_readable && level == 0 && !Contains(misc.GetText(), '[') && !Contains(misc.GetText(), '\0');
+  m_readable = m_readable && level == 0 && !Contains(misc.GetText(), '[') && !HoldsControl(misc.GetText());
   misc.BuildXml(level, m_text);
 }
 

@@ -294,17 +294,19 @@ TEST(MenusFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
   }
 }
 
-TEST(MenusFile, NothingIsVouchedForThatHoldsANulByte) {
+TEST(MenusFile, NothingIsVouchedForThatReadersRefuse) {
   const std::string nul("a\0b", 3);
-  CKestMenusXmlFile comment;
-  comment.AppendChild(std::make_unique<CKestXmlComment>(nul, CKestXmlComment::Form::kMarkup));
-  CKestMenusXmlFile misc;
-  misc.AppendChild(std::make_unique<CKestXmlMisc>("<?" + nul + "?>"));
   CKestMenusXmlFile menu;
   auto named = std::make_unique<CKestExtensionMenu>();
   named->SetName(nul);
   menu.AppendChild(std::move(named));
-  for (const CKestMenusXmlFile* file : {&comment, &misc, &menu}) {
+  CKestMenusXmlFile comment;
+  comment.AppendChild(std::make_unique<CKestXmlComment>(nul, CKestXmlComment::Form::kMarkup));
+  CKestMenusXmlFile control;
+  control.AppendChild(std::make_unique<CKestXmlComment>("a\x10", CKestXmlComment::Form::kMarkup));
+  CKestMenusXmlFile misc;
+  misc.AppendChild(std::make_unique<CKestXmlMisc>("<?" + nul + "?>"));
+  for (const CKestMenusXmlFile* file : {&menu, &comment, &control, &misc}) {
     CString text;
     EXPECT_FALSE(file->BuildContent(text)) << text;
     EXPECT_NE(CKestMenusXmlFile().LoadContent(text), 0) << text;

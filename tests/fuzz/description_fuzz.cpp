@@ -16,12 +16,21 @@ CString Written(const CKestXmlObject& object) {
   return text;
 }
 
-// What a record says, but for its free texts, which gain an escape each time they are stored.
+template <class Container> CString WrittenEach(const Container& container) {
+  CString text;
+  for (const auto& object : container) {
+    text += Written(object);
+  }
+  return text;
+}
+
+// What a record says, but for its free texts and for elements that it does not know: those gain an escape each time
+// they are stored.
 CString Told(const CKestExtension& record) {
   CString told = record.GetName() + '|' + record.GetID() + '|' + record.GetVersion().ToText() + '|' +
                  record.GetTypeLabel() + '|' + record.GetAuthorName() + '|' +
                  (record.RequiresRestart() ? "restart\n" : "\n");
-  told += Written(record.GetProducts()) + Written(record.GetTokens()) + Written(record.GetFiles());
+  told += WrittenEach(record.GetProducts()) + WrittenEach(record.GetTokens()) + WrittenEach(record.GetFiles());
   return told;
 }
 
@@ -30,8 +39,9 @@ CString ToldOfChanges(const CKestExtension& record) {
   for (const auto& set : record.GetConfigChanges()) {
     told += Written(*set);
   }
+  // what a help file gets is stored as it stands, and gains escapes as well
   for (const auto& set : record.GetHelpChanges()) {
-    told += Written(*set);
+    told += set->GetTag() + ' ' + std::to_string(set->GetChildCount()) + '\n';
   }
   return told;
 }
