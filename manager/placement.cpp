@@ -1,6 +1,7 @@
 #include "manager/placement.h"
 
 #include "description/extension.h"
+#include "platform/package_names.h"
 #include "products/product.h"
 
 #include <algorithm>
@@ -51,7 +52,8 @@ bool IsPlainPath(const CString& path) {
       end = path.size();
     }
     const std::string_view component = std::string_view(path).substr(begin, end - begin);
-    if (!component.empty() && component.find_first_not_of(". ") == std::string_view::npos) {
+    const bool isDrive = begin == 0 && component.size() == 2 && component[1] == ':';
+    if (!component.empty() && !isDrive && JudgePathComponent(component) != nullptr) {
       return false;
     }
     begin = end + 1;

@@ -82,7 +82,8 @@ private:
 
 /// Whether the entry is placed on this platform.
 [[nodiscard]] bool IsPlaced(const CKestExtensionFile& file);
-/// Whether no component of the path leads upwards or vanishes (only dots or blanks).
+/// Whether no component of the path leads upwards, vanishes (only dots or blanks), or names something else on a PC than
+/// a plain file or folder: a device, a stream of a file, a name that loses its last dot.
 [[nodiscard]] bool IsPlainPath(const CString& path);
 
 } // namespace kest

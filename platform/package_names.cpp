@@ -25,38 +25,6 @@ bool IsDeviceName(std::string_view component) {
          (text::StartsWithNoCase(stem, "com") || text::StartsWithNoCase(stem, "lpt"));
 }
 
-const char* JudgeComponent(std::string_view component) {
-  if (component.empty()) {
-    return "has an empty component";
-  }
-  if (component == "." || component == "..") {
-    return "has a component \".\" or \"..\"";
-  }
-  if (component.back() == '.' || component.back() == ' ') {
-    return "has a component that ends in a dot or a blank";
-  }
-  if (IsDeviceName(component)) {
-    return "is that of a device";
-  }
-  for (std::size_t at = 0; at < component.size(); ++at) {
-    const char c = component[at];
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-      return "has a control byte";
-    }
-    if (c == ':') {
-      return "has a colon";
-    }
-    if (c == '"') {
-      return "has a quote";
-    }
-    if (std::string_view("*?<>|").find(c) != std::string_view::npos) {
-      return "has a character that no file name may have";
-    }
-    at += text::IsLeadByte(c) && at + 1 < component.size() ? 1 : 0;
-  }
-  return nullptr;
-}
-
 struct Key {
   CString folded;
   std::size_t index;
@@ -89,6 +57,38 @@ std::size_t CountNewFolders(std::string_view before, std::string_view key, bool 
 
 } // namespace
 
+const char* JudgePathComponent(std::string_view component) {
+  if (component.empty()) {
+    return "has an empty component";
+  }
+  if (component == "." || component == "..") {
+    return "has a component \".\" or \"..\"";
+  }
+  if (component.back() == '.' || component.back() == ' ') {
+    return "has a component that ends in a dot or a blank";
+  }
+  if (IsDeviceName(component)) {
+    return "is that of a device";
+  }
+  for (std::size_t at = 0; at < component.size(); ++at) {
+    const char c = component[at];
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      return "has a control byte";
+    }
+    if (c == ':') {
+      return "has a colon";
+    }
+    if (c == '"') {
+      return "has a quote";
+    }
+    if (std::string_view("*?<>|").find(c) != std::string_view::npos) {
+      return "has a character that no file name may have";
+    }
+    at += text::IsLeadByte(c) && at + 1 < component.size() ? 1 : 0;
+  }
+  return nullptr;
+}
+
 const char* JudgePackageName(std::string_view name) {
   if (name.empty()) {
     return "is empty";
@@ -101,7 +101,7 @@ const char* JudgePackageName(std::string_view name) {
   }
   for (std::size_t begin = 0; begin <= name.size();) {
     const std::size_t end = std::min(text::FindBackslash(name, begin), name.size());
-    if (const char* reason = JudgeComponent(name.substr(begin, end - begin))) {
+    if (const char* reason = JudgePathComponent(name.substr(begin, end - begin))) {
       return reason;
     }
     begin = end + 1;

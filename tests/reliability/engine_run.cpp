@@ -24,10 +24,11 @@ bool FaultMachine::Allow(const Call& call) {
   if (m_fault == Fault::kKill) {
     kill(getpid(), SIGKILL);
   }
-  // names, data, folders and second names need room; renames, removals, marks and dates do not
-  static const std::set<std::string> needRoom = {"Write",    "WriteAt",         "CopyFile",
-                                                 "LinkFile", "CreateDirectory", "CreatePrivateDirectory",
-                                                 "Sync",     "SyncPaths",       "WriteRegistryString"};
+  // names, data, folders and second names need room; renames, removals, marks, dates and bytes written over others do
+  // not
+  static const std::set<std::string> needRoom = {
+      "Write", "CopyFile",  "LinkFile",           "CreateDirectory", "CreatePrivateDirectory",
+      "Sync",  "SyncPaths", "WriteRegistryString"};
   const bool needsRoom = call.changes && (needRoom.contains(call.name) || std::string(call.name) == "Open");
   if ((m_fault == Fault::kDiskFull && !needsRoom) || (m_fault == Fault::kFailsOnce && m_calls > m_n)) {
     return true;

@@ -10,11 +10,6 @@
 #include <fstream>
 #include <functional>
 
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace kest::test {
 namespace {
 
@@ -56,30 +51,21 @@ protected:
     (void)run({"list"}); // the first start makes folders
     m_pc.age();
     m_before = m_pc.state();
+    m_pc.save("prepared");
   }
 
   [[nodiscard]] Cost run(std::vector<std::string> words) const {
-    words.insert(words.begin(), {KEST_PROGRAM, "-m", m_pc.root().string()});
-    const std::string output = m_pc.scratch() / "output";
-    const std::vector<std::string> environment = EnvironmentOf({{"XDG_DATA_HOME", m_pc.scratch() / "data"}});
-    const pid_t child = fork();
-    if (child == 0) {
-      const int out = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-      dup2(open("/dev/null", O_RDONLY), 0);
-      dup2(out, 1);
-      dup2(out, 2);
-      ExecuteIn(words, environment, m_pc.scratch());
-    }
-    int status = 0;
-    rusage used{};
-    wait4(child, &status, 0, &used);
-    std::ifstream in(output, std::ios::binary);
+    const std::string report = m_pc.scratch() / "report";
+    words.insert(words.begin(), {KEST_MEASURED_CHILD, report, KEST_PROGRAM, "-m", m_pc.root().string()});
+    fs::remove(report);
+    ProcessOptions options;
+    options.environment = {{"XDG_DATA_HOME", m_pc.scratch() / "data"}};
+    options.folder = m_pc.scratch();
+    const ProcessResult result = RunProcess(words, options);
     Cost cost;
-    cost.exit = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    cost.seconds = static_cast<double>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) +
-                   static_cast<double>(used.ru_utime.tv_usec + used.ru_stime.tv_usec) / 1e6;
-    cost.kib = used.ru_maxrss;
-    cost.told.assign(std::istreambuf_iterator<char>(in), {});
+    cost.told = result.out + result.err;
+    std::ifstream in(report);
+    EXPECT_TRUE(in >> cost.exit >> cost.seconds >> cost.kib) << "no report of the child";
     return cost;
   }
 
@@ -126,9 +112,9 @@ protected:
     const std::string path = put("hostile.kei", bytes);
     const long most = kMostKib + static_cast<long>(8 * bytes.size() / 1024);
     expectHarmless(what, {"validate", path}, false, most);
-    // a file that it names is not there, so the install of what can be read fails as well
-    expectHarmless(what, {"install", path, "-y", "--accept-agreement"}, true, most);
+    expectHarmless(what, {"install", path, "-y", "--accept-agreement"}, false, most);
     fs::remove(path);
+    m_pc.restore("prepared"); // what can be read may well be installed
   }
 
   void figures(const char* what) const {
@@ -285,13 +271,12 @@ TEST_F(Hostile, EveryTruncationOfAPackageIsRefused) {
 
 // Destinations are judged again once their tokens are known.
 TEST_F(Hostile, DestinationsThatLeadElsewhereAreRefused) {
-  m_pc.save("prepared");
   int refused = 0;
   int tried = 0;
   for (const char* destination :
        {"$tidemark/../../..", "$tidemark\\..\\..\\..\\windows", "C:\\windows", "\\\\server\\share", "/etc", "..",
-        "$tidemark/Configuration/Commands/CON", "$tidemark/Configuration/a:b", "$tidemark/Configuration/dot./x",
-        "$tidemark/Configuration/\x01", "$evil/x", "$evil2/x", ""}) {
+        "$tidemark/Configuration/Commands/CON", "$tidemark/Configuration/dot./x", "$tidemark/Configuration/\x01",
+        "$evil/x", "$evil2/x", ""}) {
     const std::string text =
         kHead +
         "<file-tokens><token name=\"evil\" definition=\"C:\\windows\\..\\..\\out\" />"
@@ -376,7 +361,6 @@ TEST_F(Hostile, ConfigurationFilesGiveAnErrorOrAChange) {
       "<extensions-changes><extension-insert extension=\"WBK\" description=\"W\" /></extensions-changes>"
       "</configuration-changes>";
   const std::string package = put("hostile.kep", BuildZip({itemOf("x.kei", describe("", changes))}));
-  m_pc.save("prepared");
   for (const char* name :
        {"Menus/Menus.xml", "Toolbars/toolbars.xml", "SourceFormat.txt", "FTPExtensionMap.txt", "Extensions.txt"}) {
     for (const auto& [what, text] : hostileTexts()) {

@@ -46,7 +46,8 @@ protected:
     return RunProcess(words);
   }
   [[nodiscard]] ProcessResult install(const char* version) const {
-    return run({"install", place("Work/Tool-" + std::string(version) + ".kep").string(), "-y", "--accept-agreement"});
+    return run({"install", place("Work/Tool-" + std::string(version) + ".kep").string(), "-y", "--accept-agreement",
+                "--on-existing", "overwrite"});
   }
   /// The operation has to fail, name what is in the way, and leave everything as it is.
   template <class Run> void expectRefused(const char* what, const std::string& named, const Run& operation) {
