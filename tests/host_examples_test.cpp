@@ -1,0 +1,88 @@
+#include "support/program_fixture.h"
+
+#include <algorithm>
+#include <set>
+
+namespace kest::host {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ProcessResult;
+using test::ProgramTest;
+
+std::vector<std::string> ExampleNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(KEST_SOURCE_DIR "/examples")) {
+    const std::string name = entry.path().filename().string();
+    if (fs::exists(entry.path() / (name + ".kei"))) {
+      names.push_back(name);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string DescriptionOf(const std::string& name) { return KEST_SOURCE_DIR "/examples/" + name + "/" + name + ".kei"; }
+
+class Examples : public ProgramTest, public ::testing::WithParamInterface<std::string> {
+protected:
+  /// The command succeeds and has nothing to warn of.
+  void runs(const Words& words) const {
+    const ProcessResult result = kest(words);
+    EXPECT_EQ(result.exit, 0) << words[0] << "\n" << result.out << result.err;
+    EXPECT_EQ((result.out + result.err).find("warning"), std::string::npos) << words[0] << "\n"
+                                                                            << result.out << result.err;
+  }
+};
+
+TEST_P(Examples, IsPackedInstalledSetAsideAndTakenAway) {
+  makeMachine({});
+  const std::string package = (m_folder / "example.kep").string();
+  runs({"validate", DescriptionOf(GetParam())});
+  runs({"pack", DescriptionOf(GetParam()), "-o", package});
+  runs({"validate", package});
+  const std::string name = json({"info", package}, 0)["extension"]["name"];
+  for (const char* round : {"the first time", "on a product that it was installed in before"}) {
+    SCOPED_TRACE(round);
+    runs({"install", package, "-y", "--accept-agreement"});
+    const auto list = json({"list"}, 0)["extensions"];
+    ASSERT_EQ(list.size(), 1U);
+    EXPECT_EQ(list[0]["name"], name);
+    EXPECT_EQ(list[0]["state"], "enabled");
+    runs({"machine", "logon"}); // puts a system file in place
+    runs({"disable", name});
+    runs({"enable", name, "-y"});
+    runs({"uninstall", name, "-y"});
+    EXPECT_TRUE(json({"list"}, 0)["extensions"].empty());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Examples, ::testing::ValuesIn(ExampleNames()), [](const auto& row) {
+  std::string name = row.param;
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+});
+
+class ExamplesTogether : public ProgramTest {};
+
+TEST_F(ExamplesTogether, UseEveryKindOfChange) {
+  makeMachine({});
+  std::set<std::string> used;
+  for (const std::string& name : ExampleNames()) {
+    const auto document = json({"info", DescriptionOf(name), "--changes"}, 0);
+    for (const auto& change : document["extension"]["changes"]) {
+      std::string kind = change["change"];
+      std::transform(kind.begin(), kind.end(), kind.begin(), [](unsigned char c) { return std::tolower(c); });
+      used.insert(kind);
+    }
+  }
+  for (const char* what : {"menu", "shortcut", "toolbar", "toolbar-item", "insertbar", "insertbar-item", "documenttype",
+                           "taglibrary", "helpbook", "element", "attribute", "ftp-extension", "extension"}) {
+    for (const char* how : {"-insert", "-remove"}) {
+      EXPECT_TRUE(used.contains(std::string(what) + how)) << what << how;
+    }
+  }
+}
+
+} // namespace
+} // namespace kest::host
