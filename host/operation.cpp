@@ -81,6 +81,9 @@ Json ResultJson(Session& session, const char* operation, const OperationReport& 
   json["changed"] = Json::array();
   for (const auto& [list, what] :
        {std::pair{&report.created, "created"}, {&report.changed, "changed"}, {&report.deleted, "deleted"}}) {
+    if (!session.options.json) {
+      break; // where thousands of files stand on this system is looked up only for a document that is printed
+    }
     for (const CString& path : *list) {
       Json entry = PathJson(machine, path);
       entry["what"] = what;

@@ -3,6 +3,7 @@
 #include "platform/code_page.h"
 
 #include <cerrno>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -54,19 +55,34 @@ const FolderMount* FolderCache::FindMount(const WindowsPath& path, std::size_t c
   return nullptr;
 }
 
+/// Changes with the coarse clock and with each folder that we take away; 0 when checks do not hold at all.
+std::int64_t FolderCache::GetMoment() const {
+  timespec now{};
+  if (!m_trusting || clock_gettime(CLOCK_MONOTONIC_COARSE, &now) != 0) {
+    return 0;
+  }
+  constexpr std::int64_t kEpochs = 1 << 16;
+  return (std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000 + 1) * kEpochs + m_epoch % kEpochs;
+}
+
 bool FolderCache::FindAlias(const CString& key, FoundFolder& found) {
   const auto it = m_aliases.find(key);
   if (it == m_aliases.end()) {
     return false;
   }
-  const Alias& alias = it->second;
-  const bool isThere = alias.folder->descriptor &&
-                       fstatat(alias.mount->root.Get(), alias.relative.c_str(), &found.info, 0) == 0 &&
-                       IdentityOf(found.info) == alias.folder->identity;
-  if (!isThere) {
-    m_aliases.erase(it);
-    return false;
+  Alias& alias = it->second;
+  const std::int64_t moment = GetMoment();
+  if (!alias.folder->descriptor || moment == 0 || alias.checked != moment) {
+    const bool isThere = alias.folder->descriptor &&
+                         fstatat(alias.mount->root.Get(), alias.relative.c_str(), &alias.info, 0) == 0 &&
+                         IdentityOf(alias.info) == alias.folder->identity;
+    if (!isThere) {
+      m_aliases.erase(it);
+      return false;
+    }
+    alias.checked = moment;
   }
+  found.info = alias.info;
   found.folder = alias.folder;
   found.descriptor = alias.folder->descriptor;
   found.mount = alias.mount;
@@ -145,7 +161,8 @@ int FolderCache::Keep(const CString& key, HostDescriptor descriptor, FoundFolder
   }
   found.folder = slot.get();
   found.descriptor = slot->descriptor;
-  m_aliases.insert_or_assign(key, Alias{found.folder, found.mount, found.relative, found.storedPath});
+  m_aliases.insert_or_assign(
+      key, Alias{found.folder, found.mount, found.relative, found.storedPath, found.info, GetMoment()});
   return 0;
 }
 
@@ -162,6 +179,12 @@ void FolderCache::GiveUpOthers(const KnownFolder* keep) {
 }
 
 CString FolderCache::FindName(const FoundFolder& folder, std::string_view name, struct stat& info) {
+  KnownFolder& known = *folder.folder;
+  const std::int64_t moment = GetMoment();
+  const bool namesHold = known.namesKnown && moment != 0 && known.namesChecked == moment;
+  if (namesHold && !known.names.contains(FoldName(name, m_codePage))) {
+    return {};
+  }
   CString stored(name);
   if (fstatat(folder.Get(), stored.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
     return stored;
@@ -173,10 +196,10 @@ CString FolderCache::FindName(const FoundFolder& folder, std::string_view name, 
   if (fstat(folder.Get(), &now) != 0) {
     return {};
   }
-  KnownFolder& known = *folder.folder;
   if (!known.namesKnown || !SameTime(known.namesDate, now.st_mtim)) {
     ReadNames(known, now.st_mtim);
   }
+  known.namesChecked = moment;
   const auto it = known.names.find(FoldName(name, m_codePage));
   if (it == known.names.end() || fstatat(folder.Get(), it->second.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
     return {};
@@ -256,6 +279,7 @@ void FolderCache::AcceptDate(KnownFolder& folder, int descriptor) {
   struct stat now {};
   folder.namesKnown = fstat(descriptor, &now) == 0;
   folder.namesDate = now.st_mtim;
+  folder.namesChecked = GetMoment();
 }
 
 } // namespace kest

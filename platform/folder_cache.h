@@ -28,6 +28,7 @@ struct KnownFolder {
   bool namesKnown = false;
   bool hasTwins = false;                      ///< two names differ in letter case alone
   timespec namesDate{};                       ///< last-write time of the folder that the names belong to
+  std::int64_t namesChecked = 0;              ///< moment at which that time was seen to hold
   std::unordered_map<CString, CString> names; ///< folded to stored; of two that differ in case alone the first by bytes
 };
 
@@ -44,7 +45,9 @@ struct FoundFolder {
 
 /// Finds real names for Windows names and keeps what it learned. Everything is entered by descriptor and never through
 /// a link that leaves its mount; what is kept is checked against the disk before each use, so that a folder exchanged
-/// for another between two calls is entered anew.
+/// for another between two calls is entered anew. While this process is the machine's one writer a check holds for one
+/// moment, a tick of the system's coarse clock (some milliseconds): a folder exchanged within it is entered by its
+/// descriptor, which leads nowhere else.
 class FolderCache {
 public:
   FolderCache() = default;
@@ -56,6 +59,10 @@ public:
   /// Mounts are looked for in the order given. They must live as long as they are in here.
   void SetMounts(std::vector<const FolderMount*> mounts);
   void Forget();
+  /// Whether a check holds for a moment.
+  void SetTrusting(bool trusting) { m_trusting = trusting; }
+  /// To be called when we took a folder away: no check made before holds any longer.
+  void ForgetChecks() { ++m_epoch; }
 
   /// The mount that the first `count` components of a path lie in; null when there is none.
   [[nodiscard]] const FolderMount* FindMount(const WindowsPath& path, std::size_t count) const;
@@ -83,6 +90,8 @@ private:
     const FolderMount* mount;
     CString relative;
     CString storedPath;
+    struct stat info {};
+    std::int64_t checked = 0; ///< moment at which the path led to the folder; 0 for never
   };
   struct IdentityHash {
     std::size_t operator()(const HostIdentity& id) const {
@@ -90,6 +99,7 @@ private:
                                         static_cast<std::uint64_t>(id.device));
     }
   };
+  [[nodiscard]] std::int64_t GetMoment() const;
   [[nodiscard]] bool FindAlias(const CString& key, FoundFolder& found);
   [[nodiscard]] int Enter(const FoundFolder& parent, std::string_view name, HostDescriptor& descriptor,
                           FoundFolder& found);
@@ -104,6 +114,8 @@ private:
   std::unordered_map<CString, Alias> m_aliases; ///< by the path as it was given
   std::unordered_map<HostIdentity, std::unique_ptr<KnownFolder>, IdentityHash> m_folders;
   std::size_t m_open = 0;
+  bool m_trusting = false;
+  std::int64_t m_epoch = 0;
   std::uint64_t m_reads = 0;
 };
 

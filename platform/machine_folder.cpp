@@ -87,6 +87,11 @@ bool CopyEntry(MachineFolder::State& state, const FoundEntry& source, const Foun
   return true;
 }
 
+/// The plain way to a path that names a file, as most do: one look.
+bool IsPlainFile(MachineFolder::State& state, const CString& path, FoundEntry& file) {
+  return state.FindEntry(path, file, true) && file.Exists() && S_ISREG(file.info.st_mode);
+}
+
 } // namespace
 
 MachineFolder::MachineFolder(CString hostFolder) : m_state(std::make_shared<State>(hostFolder)) {}
@@ -101,6 +106,12 @@ bool MachineFolder::IsUsable() const {
 const CString& MachineFolder::GetHostFolder() const { return m_state->hostFolder; }
 
 CString MachineFolder::ToHostPath(const CString& windowsPath) {
+  FoundEntry file;
+  if (IsPlainFile(*m_state, windowsPath, file)) {
+    const CString& folder = file.folder.mount->hostPath;
+    const CString below = file.folder.relative == "." ? file.stored : file.folder.relative + "/" + file.stored;
+    return folder + (folder.back() == '/' ? "" : "/") + below;
+  }
   WindowsPath parsed;
   FoundFolder found;
   std::size_t count = 0;
@@ -268,6 +279,11 @@ bool MachineFolder::GetFileVersion(const CString& path, CKestVersionNumber& vers
 }
 
 CString MachineFolder::GetStoredPath(const CString& path) {
+  FoundEntry file;
+  if (IsPlainFile(*m_state, path, file)) {
+    const CString& folder = file.folder.storedPath;
+    return folder + (folder.back() == '\\' ? "" : "\\") + file.stored;
+  }
   WindowsPath parsed;
   FoundFolder found;
   std::size_t count = 0;

@@ -12,6 +12,7 @@
 #include <sys/file.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
+#include <unordered_set>
 
 // Folders, volumes, durability and the right to write.
 
@@ -20,28 +21,15 @@ namespace {
 
 using Kind = MachineError::Kind;
 
-// From so many files on, one flush of the whole volume costs less than one a file.
-constexpr std::size_t kManyFiles = 256;
+// From so many paths on, one flush of each volume costs less than one a file.
+constexpr std::size_t kManyPaths = 256;
 
 /// Brings files and folders to the disk, each once.
 class Flush {
 public:
   /// Adds an open file or folder. Its write-back starts now.
   void Add(HostDescriptor descriptor, const struct stat& info) {
-    const auto key = std::pair(info.st_dev, info.st_ino);
-    if (!m_known.insert(key).second) {
-      return;
-    }
-    if (S_ISREG(info.st_mode)) {
-      ++m_fileCount;
-    }
-    const bool isFirstOfVolume = m_volumes.insert(info.st_dev).second;
-    if (isFirstOfVolume) {
-      m_anyOf.emplace_back(dup(descriptor.Get()));
-    }
-    if (m_fileCount > kManyFiles) {
-      m_files.clear();
-      m_folders.clear();
+    if (!m_known.insert({info.st_dev, info.st_ino}).second) {
       return;
     }
     if (S_ISREG(info.st_mode)) {
@@ -53,14 +41,6 @@ public:
   }
 
   [[nodiscard]] int Wait() {
-    if (m_fileCount > kManyFiles) {
-      for (const HostDescriptor& volume : m_anyOf) {
-        if (!volume.IsOpen() || syncfs(volume.Get()) != 0) {
-          return volume.IsOpen() ? errno : EMFILE;
-        }
-      }
-      return 0;
-    }
     for (const auto* list : {&m_files, &m_folders}) {
       for (const HostDescriptor& descriptor : *list) {
         if (fsync(descriptor.Get()) != 0) {
@@ -73,12 +53,15 @@ public:
 
 private:
   std::set<std::pair<dev_t, ino_t>> m_known;
-  std::set<dev_t> m_volumes;
-  std::vector<HostDescriptor> m_anyOf;
   std::vector<HostDescriptor> m_files;
   std::vector<HostDescriptor> m_folders;
-  std::size_t m_fileCount = 0;
 };
+
+/// The folder that a file lies in; the path itself when it ends in a backslash or has none.
+std::string_view FolderOf(std::string_view path) {
+  const std::size_t cut = text::FindLastBackslash(path);
+  return cut == std::string_view::npos ? path : path.substr(0, cut + 1);
+}
 
 } // namespace
 
@@ -149,6 +132,7 @@ bool MachineFolder::RemoveDirectory(const CString& path) {
     return m_state->Fail(entry.Exists() ? ENOTDIR : ENOENT, path);
   }
   m_state->GetFolders().BeginChange(entry.folder);
+  m_state->GetFolders().ForgetChecks();
   if (unlinkat(entry.folder.Get(), entry.stored.c_str(), AT_REMOVEDIR) != 0) {
     return m_state->Fail(errno, path);
   }
@@ -165,6 +149,7 @@ bool MachineFolder::RemoveTree(const CString& path) {
     return m_state->Fail(entry.Exists() ? ENOTDIR : ENOENT, path);
   }
   m_state->GetFolders().BeginChange(entry.folder);
+  m_state->GetFolders().ForgetChecks();
   const int code = RemoveFolderTree(entry.folder.Get(), entry.stored);
   if (code != 0) {
     return m_state->Fail(code, path);
@@ -246,6 +231,9 @@ bool MachineFolder::GetFreeSpace(const CString& path, std::uint64_t& bytes) {
 }
 
 bool MachineFolder::SyncPaths(const std::vector<CString>& paths) {
+  if (paths.size() > kManyPaths) {
+    return m_state->SyncVolumes(paths);
+  }
   Flush flush;
   for (const CString& path : paths) {
     WindowsPath parsed;
@@ -279,6 +267,31 @@ bool MachineFolder::SyncPaths(const std::vector<CString>& paths) {
   return code == 0 || m_state->Fail(code, paths.empty() ? CString() : paths.front());
 }
 
+/// Flushes every volume that one of the paths lies on. Each folder is looked for once, whatever it holds.
+bool MachineFolder::State::SyncVolumes(const std::vector<CString>& paths) {
+  std::set<dev_t> volumes;
+  std::unordered_set<std::string_view> seen;
+  for (const CString& path : paths) {
+    const std::string_view place = FolderOf(path);
+    WindowsPath parsed;
+    FoundFolder folder;
+    std::size_t count = 0;
+    if (!seen.insert(place).second) {
+      continue;
+    }
+    if (!FindDeepest(CString(place), parsed, folder, count)) {
+      if (error.kind == Kind::kNotFound) {
+        continue;
+      }
+      return false;
+    }
+    if (volumes.insert(folder.info.st_dev).second && syncfs(folder.Get()) != 0) {
+      return Fail(errno, path);
+    }
+  }
+  return true;
+}
+
 WriterLock MachineFolder::LockWriter(std::int64_t milliseconds) {
   State& state = *m_state;
   if (state.lockCount > 0 && state.lockOwner == getpid()) {
@@ -310,12 +323,14 @@ WriterLock MachineFolder::LockWriter(std::int64_t milliseconds) {
   }
   state.lockCount = 1;
   state.lockOwner = getpid();
+  state.GetFolders().SetTrusting(true);
   return {true, {}};
 }
 
 void MachineFolder::UnlockWriter() {
   State& state = *m_state;
   if (state.lockCount > 0 && state.lockOwner == getpid() && --state.lockCount == 0) {
+    state.GetFolders().SetTrusting(false);
     state.lock.Reset();
   }
 }

@@ -311,6 +311,7 @@ bool MachineFolder::State::MoveToTrash(const FoundEntry& entry, const CString& l
     return Fail(errno, entry.path);
   }
   m_folders.BeginChange(entry.folder);
+  m_folders.ForgetChecks();
   CString name = label;
   // Names of the same file moved here before are passed by the clock: no search through what is there.
   for (int tries = 0; tries < 100; ++tries) {

@@ -58,6 +58,9 @@ public:
   [[nodiscard]] int GetTrash();
   [[nodiscard]] bool MoveToTrash(const FoundEntry& entry, const CString& label);
 
+  // ---- durability
+  [[nodiscard]] bool SyncVolumes(const std::vector<CString>& paths);
+
   // ---- state files
   MachineIni& GetIni();
   [[nodiscard]] bool SaveIni();

@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace kest {
@@ -139,6 +141,42 @@ TEST_F(MachineFolderTest, AFolderExchangedForALinkBetweenTwoCallsIsNoWayOut) {
   ASSERT_TRUE(Put(R"(C:\app\config\b.txt)", OpenMode::kCreateNew, "b"));
   EXPECT_TRUE(m_pc.Exists(R"(C:\app\config\b.txt)"));
   EXPECT_FALSE(m_pc.Exists(R"(C:\moved\config\b.txt)"));
+}
+
+// The machine's writer looks at a folder once in a moment; what happens within it must not lead anywhere else either.
+TEST_F(MachineFolderTest, TheWriterLeavesNoFolderAndHoldsNoCheckForLong) {
+  const auto wait = [] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
+  m_pc.Write(R"(C:\app\config\a.txt)", "a");
+  ASSERT_TRUE(pc().LockWriter(0).held);
+  ASSERT_TRUE(pc().FileExists(R"(C:\app\config\a.txt)"));
+  EXPECT_FALSE(pc().FileExists(R"(C:\app\config\b.txt)"));
+  m_pc.Write(R"(C:\app\config\B.txt)", "somebody else's");
+  fs::rename(m_pc.HostPath(R"(C:\app)"), m_pc.HostPath(R"(C:\moved)"));
+  fs::create_directory(m_pc.GetOutside() / "config");
+  fs::create_directory_symlink(m_pc.GetOutside(), m_pc.HostPath(R"(C:\app)"));
+  (void)Put(R"(C:\app\config\now.txt)", OpenMode::kCreateNew, "x");
+  (void)pc().CreateDirectory(R"(C:\app\config\now)");
+  EXPECT_TRUE(fs::is_empty(m_pc.GetOutside() / "config"));
+  wait();
+  EXPECT_FALSE(Put(R"(C:\app\config\later.txt)", OpenMode::kCreateNew, "x"));
+  EXPECT_TRUE(fs::is_empty(m_pc.GetOutside() / "config"));
+  EXPECT_TRUE(pc().FileExists(R"(C:\moved\config\b.txt)"));
+  m_pc.Write(R"(C:\moved\config\C.txt)", "somebody else's");
+  wait();
+  EXPECT_TRUE(pc().FileExists(R"(C:\moved\config\c.txt)"));
+  // what was taken away by ourselves is gone at once
+  m_pc.Write(R"(C:\deep\er\file)", "x");
+  for (const bool whole : {true, false}) {
+    ASSERT_TRUE(pc().CreateDirectory(R"(C:\deep\er)"));
+    ASSERT_TRUE(pc().DirectoryExists(R"(C:\deep\er)"));
+    ASSERT_TRUE(whole ? pc().RemoveTree(R"(C:\deep)") : pc().RemoveDirectory(R"(C:\deep\er)"));
+    EXPECT_FALSE(pc().DirectoryExists(R"(C:\deep\er)"));
+    EXPECT_FALSE(pc().FileExists(R"(C:\deep\er\file)"));
+  }
+  ASSERT_TRUE(pc().CreateDirectory(R"(C:\deep\er)"));
+  ASSERT_TRUE(pc().MoveFolderToTrash(R"(C:\deep)", "label"));
+  EXPECT_FALSE(pc().DirectoryExists(R"(C:\deep\er)"));
+  pc().UnlockWriter();
 }
 
 TEST_F(MachineFolderTest, CopiesAndMovesKeepDateAndMark) {
@@ -570,6 +608,8 @@ TEST_F(MachineFolderTest, SyncTakesFilesFoldersAndWhatIsGoneInAnyNumber) {
   }
   EXPECT_TRUE(pc().SyncPaths(paths)) << pc().GetLastError().reason;
   EXPECT_FALSE(pc().SyncPaths({"relative"}));
+  paths.push_back("relative");
+  EXPECT_FALSE(pc().SyncPaths(paths));
 }
 
 } // namespace
