@@ -172,12 +172,13 @@ private:
 bool JournalFile::Create(const CString& path, const CString& operation) {
   static long s_operations = 0;
   Machine& machine = CKestOS::GetMachine();
-  m_file = machine.Open(path, OpenMode::kAppend);
+  m_file = machine.Open(path, OpenMode::kCreateNew);
   if (m_file == nullptr) {
     return false;
   }
   m_path = path;
   m_pending.clear();
+  m_size = 0;
   m_nextNumber = 0;
   m_broken = false;
   m_torn = false;
@@ -225,6 +226,7 @@ bool JournalFile::Write() {
   const bool written = m_file->Write(m_pending.data(), m_pending.size());
   m_torn = !written;
   m_broken = m_broken || !written;
+  m_size += written ? m_pending.size() : 0;
   m_pending.clear();
   return written;
 }
@@ -249,6 +251,11 @@ bool JournalFile::WriteAndSync(std::vector<CString> alsoSync) {
   }
   m_folderSynced = true;
   return true;
+}
+
+bool JournalFile::OverwriteAndSync(std::uint64_t offset, std::string_view body) {
+  const CString line = journal_line::Seal(body);
+  return m_file != nullptr && m_file->WriteAt(offset, line.data(), line.size()) && m_file->Sync();
 }
 
 JournalContent ParseJournal(std::string_view text) {

@@ -51,11 +51,16 @@ public:
   [[nodiscard]] bool Write();
   /// Write, and then brings the file and the given paths to the disk.
   [[nodiscard]] bool WriteAndSync(std::vector<CString> alsoSync = {});
+  /// Where the next line that is added will stand.
+  [[nodiscard]] std::uint64_t GetEnd() const { return m_size + m_pending.size(); }
+  /// Writes a line over one of the same length that stands at `offset`: on a full disk, where nothing can be added.
+  [[nodiscard]] bool OverwriteAndSync(std::uint64_t offset, std::string_view body);
 
 private:
   CString m_path;
   std::unique_ptr<MachineFile> m_file;
   CString m_pending;
+  std::uint64_t m_size = 0; ///< of what was written whole
   long m_nextNumber = 0;
   bool m_torn = false;
   bool m_broken = false;

@@ -53,6 +53,7 @@ bool Operation::MarkDone() {
     return false;
   }
   m_mayBeMarked = true;
+  m_markAt = m_file.GetEnd();
   m_file.Add("D");
   return m_file.WriteAndSync();
 }
@@ -70,8 +71,11 @@ bool Operation::MarkReleased(long first) {
 
 void Operation::MarkUndoing() {
   if (m_mayBeMarked && m_file.IsOpen()) {
+    // on a full disk no line can be added, but the mark itself can be changed
     m_file.Add("B");
-    static_cast<void>(m_file.WriteAndSync());
+    if (!m_file.WriteAndSync()) {
+      static_cast<void>(m_file.OverwriteAndSync(m_markAt, "B"));
+    }
     m_mayBeMarked = false;
   }
 }

@@ -39,6 +39,7 @@ private:
   bool m_open = false;
   bool m_mayChange = false;
   bool m_recorded = false;
+  std::uint64_t m_markAt = 0; ///< where the mark "done" stands
   bool m_mayBeMarked = false; ///< a mark "done" was written that may not hold
 };
 
