@@ -117,6 +117,18 @@ def packing(bench, data):
     report("pack 2,000 files of 4,096 bytes", "zip: 1.1", entries, {"kest pack"}, "zip -6")
 
 
+def journal(bench, data):
+    for count, size in ((300, 16000), (2000, 4096), (20000, 1024)):
+        name = f"j{count}"
+        inputs.payload(f"{data}/{name}", name, count, size)
+        check = f'[ $(find "$S/pc/{NOVA}/Configuration/Shared/bench/{name}" -type f | wc -l) = {count} ]'
+        entries = [Entry(f"{mode} journal", f'"$B/engine_install" "$S/pc" {data}/{name}/{name}.kep {mode}', MAKE_MACHINE, check)
+                   for mode in ("plain", "durable")]
+        bench.measure(entries)
+        report(f"install {count:,} files with the journal on the disk and without", "at most 1.5", entries, {"durable journal"},
+               "plain journal")
+
+
 def menus(bench, data):
     windows = r"C:\windows\temp\menu.xml"
     for label, size in (("1 MB", 1000000), ("20 MB", 20000000)):
@@ -184,7 +196,7 @@ def scratch_disk(folder):
 
 
 WORKS = {"install": installs, "replace": replaces, "uninstall": removals, "startup": startup, "pack": packing, "menus": menus,
-         "start": starting, "growth": growth}
+         "journal": journal, "start": starting, "growth": growth}
 
 
 def main():
