@@ -116,12 +116,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CKestPackage package(kPackage);
   std::vector<PackageEntry> entries;
   const int listed = package.GetEntries(entries);
-  fuzz::Require((listed == CKestPackage::kOk) == package.GetProblem().empty(), "a failure has a reason");
-  if (listed == CKestPackage::kOk) {
+  fuzz::Require((listed == CKestPackage::kGood) == package.GetProblem().empty(), "a failure has a reason");
+  if (listed == CKestPackage::kGood) {
     JudgeEntries(entries);
     for (const PackageEntry& entry : entries) {
       CString content;
-      if (package.UnPackToMemory(entry.name, kLimits.bytesPerFile, content) == CKestPackage::kOk) {
+      if (package.UnPackToMemory(entry.name, kLimits.bytesPerFile, content) == CKestPackage::kGood) {
         fuzz::Require(content.size() == entry.size, "a file is as long as the directory says");
       }
     }
@@ -133,7 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     for (const PackageEntry& entry : entries) {
       const CString* content = machine.Find(CString(kFolder) + '\\' + entry.name);
-      fuzz::Require(unpacked != CKestPackage::kOk || (content != nullptr && content->size() == entry.size),
+      fuzz::Require(unpacked != CKestPackage::kGood || (content != nullptr && content->size() == entry.size),
                     "what was unpacked is there whole");
     }
   }
