@@ -421,7 +421,7 @@ bool MachineFolder::State::SaveRegistry(RegistryRoot which) {
   Registry& registry = m_registries[which == RegistryRoot::kCurrentUser ? 1 : 0];
   registry.isLoaded = false; // what stands on the disk counts, also after a failure
   const CString path = hostFolder + "/" + registry.fileName;
-  if (IsPrefixServed(rootIdentity)) {
+  if (IsPrefixServed(rootIdentity, hostFolder)) {
     return Fail(MachineError::Kind::kInUse, path, "running Windows programs of this machine have its registry open");
   }
   if (registry.file.IsAsNew()) {

@@ -313,7 +313,7 @@ int MachineFolder::GetOperatingSystemVersion() {
 
 void MachineFolder::EnumProcs(const std::function<bool(const CString&)>& callback) {
   std::vector<CString> processes = GetRunningProcesses();
-  if (IsPrefixServed(m_state->rootIdentity)) {
+  if (IsPrefixServed(m_state->rootIdentity, m_state->hostFolder)) {
     for (CString& word : ListPrefixProcesses(m_state->rootIdentity, m_state->hostFolder)) {
       if (word[0] == '/') {
         word = ToWindowsPath(word);

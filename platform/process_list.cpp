@@ -41,18 +41,27 @@ bool WorksInPrefix(const CString& process, HostIdentity root) {
 
 } // namespace
 
-bool IsPrefixServed(HostIdentity root) {
-  char path[128];
-  std::snprintf(path, sizeof path, "/tmp/.wine-%u/server-%llx-%llx/lock", static_cast<unsigned>(getuid()),
-                static_cast<unsigned long long>(root.device), static_cast<unsigned long long>(root.inode));
-  const HostDescriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-  if (!file.IsOpen()) {
-    return false;
+bool IsPrefixServed(HostIdentity root, const CString& hostFolder) {
+  const CString user = std::to_string(getuid());
+  std::vector<CString> bases = {"/tmp/.wine-" + user, "/run/user/" + user + "/wine"};
+  // Debian's Wine keeps the name of a folder of its own making in the prefix
+  const CString named(text::Trimmed(ReadProcFile(hostFolder + "/wineserver")));
+  if (!named.empty() && named.size() < 64 && named.find('/') == CString::npos) {
+    bases.push_back("/tmp/" + named);
   }
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
-  return fcntl(file.Get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+  char folder[64];
+  std::snprintf(folder, sizeof folder, "/server-%llx-%llx/lock", static_cast<unsigned long long>(root.device),
+                static_cast<unsigned long long>(root.inode));
+  for (const CString& base : bases) {
+    const HostDescriptor file(open((base + folder).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    if (file.IsOpen() && fcntl(file.Get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK) {
+      return true;
+    }
+  }
+  return false;
 }
 
 std::vector<CString> ListPrefixProcesses(HostIdentity root, const CString& hostFolder) {
