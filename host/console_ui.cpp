@@ -295,10 +295,11 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
     folder = initialFolder;
     return true;
   }
+  const CString shownFolder = initialFolder.size() > 3 ? WithoutBackslash(initialFolder) : initialFolder;
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     std::string line;
     const Terminal::Answer answer =
-        m_terminal.Ask(fmt::format("Folder for \"{}\" [{}]: ", Shown(asked), Shown(initialFolder)), line);
+        m_terminal.Ask(fmt::format("Folder for \"{}\" [{}]: ", Shown(asked), Shown(shownFolder)), line);
     if (answer != Terminal::Answer::kLine) {
       m_outcome.interrupted = answer == Terminal::Answer::kInterrupted;
       break;
