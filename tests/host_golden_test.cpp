@@ -1,0 +1,99 @@
+#include "support/program_fixture.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace kest::host {
+namespace {
+
+using test::ProcessResult;
+using test::ProgramTest;
+using Ordered = nlohmann::ordered_json;
+
+/// Runs commands with --json, one after the other on one machine, against what they printed when the file was written.
+class Golden : public ProgramTest {
+protected:
+  /// The document in its order of keys, the temporary folder named "/T".
+  void run(Words words) {
+    std::string name;
+    for (const std::string& word : words) {
+      name += (name.empty() ? "" : " ") + inT(word);
+    }
+    words.emplace_back("--json");
+    const ProcessResult result = kest(words);
+    const Ordered document = Ordered::parse(inT(result.out), nullptr, false);
+    EXPECT_FALSE(document.is_discarded()) << name << "\n" << result.out << result.err;
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 1) << name;
+    m_found.push_back({{"command", name}, {"exit", result.exit}, {"document", document}});
+  }
+  [[nodiscard]] std::string inT(std::string text) const {
+    const std::string folder = m_folder.string();
+    for (std::size_t at; (at = text.find(folder)) != std::string::npos;) {
+      text.replace(at, folder.size(), "/T");
+    }
+    return text;
+  }
+  void compare(const std::string& fileName) {
+    const std::string path = KEST_SOURCE_DIR "/tests/data/golden/" + fileName;
+    if (std::getenv("KEST_UPDATE_GOLDEN")) {
+      std::ofstream(path) << m_found.dump(1) << "\n";
+    }
+    const Ordered wanted = Ordered::parse(read(path), nullptr, false);
+    ASSERT_EQ(wanted.size(), m_found.size()) << path;
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+      EXPECT_EQ(wanted[i].dump(1), m_found[i].dump(1));
+    }
+  }
+  Ordered m_found = Ordered::array();
+};
+
+TEST_F(Golden, EveryCommandPrintsItsDocument) {
+  const std::string pc = (m_folder / "pc").string();
+  run({"list"});
+  run({"machine", "new", pc, "--product", "Tidemark 4", "--product", "Tidemark Nova", "--user", "anna:2", "--user",
+       "bob"});
+  run({"machine", "new", pc});
+  run({"machine", "start", "Tidemark Nova"});
+  run({"machine", "stop", "Tidemark Nova"});
+  run({"machine", "user", "bob"});
+  run({"machine", "user", "carl"});
+  run({"machine", "show"});
+  run({"machine", "logon"});
+  run({"products", "--all"});
+  run({"list"});
+  run({"recover"});
+  Extension extension;
+  extension.more = "<file-tokens><token name=\"home\" prompt=\"Where to?\" default=\"C:\\Sites\" /></file-tokens>\r\n"
+                   "<configuration-changes><extensions-changes><extension-insert extension=\"SHTML\" "
+                   "description=\"HTML Documents\" /></extensions-changes></configuration-changes>\r\n";
+  const std::string description = describe(extension);
+  const std::string out = (m_folder / "tools.kep").string();
+  run({"pack", description, "-o", out});
+  run({"pack", description, "-o", out});
+  run({"pack", out + ".kei"});
+  run({"validate", out});
+  run({"validate", write("bad.kei", "<kestrel-extension name=\"Bad\" />\r\n"), out});
+  run({"validate", write("worse.kei", "<kestrel-extension")});
+  run({"info", out});
+  run({"info", "Nothing"});
+  run({"install", out});
+  run({"install", out, "--accept-agreement", "-p", "Tidemark Nova"});
+  run({"install", out, "--accept-agreement", "-p", "Tidemark Nova"});
+  run({"install", out, m_folder / "none.kep", "--accept-agreement", "-p", "Tidemark 4"});
+  run({"list", "--sort", "state"});
+  run({"info", "Table Tools", "-p", "Tidemark Nova"});
+  run({"disable", "Table Tools"});
+  run({"disable", "Table Tools", "-p", "Tidemark Nova"});
+  run({"enable", "Table Tools", "-p", "Tidemark Nova"});
+  run({"uninstall", "Table Tools", "-p", "Tidemark Nova"});
+  run({"uninstall", "Table Tools", "-p", "Tidemark Nova", "-y"});
+  run({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement"});
+  run({"import", "--from", "Tidemark 4"});
+  run({"frobnicate"});
+  run({"list", "--sort", "colour"});
+  run({"--version"});
+  compare("commands.json");
+}
+
+} // namespace
+} // namespace kest::host
