@@ -1,9 +1,11 @@
 #include "platform/host_ui.h"
-#include "platform/messages.h"
+#include "platform/message_file.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
+#include <sstream>
 
 namespace kest {
 namespace {
@@ -115,6 +117,68 @@ TEST(Messages, TheAgreementIsMadeOfWholeLines) {
   for (std::size_t at = agreement.find('\n'); at != CString::npos; at = agreement.find('\n', at + 1)) {
     EXPECT_EQ(agreement[at - 1], '\r');
   }
+}
+
+TEST(MessageFile, GermanIsComplete) {
+  std::ifstream stream(KEST_SOURCE_DIR "/host/messages/de.txt", std::ios::binary);
+  std::ostringstream content;
+  content << stream.rdbuf();
+  MessageFile german;
+  german.SetText(content.str());
+  for (const MessageFile::Problem& problem : german.GetProblems()) {
+    ADD_FAILURE() << "line " << problem.line << ": " << problem.reason;
+  }
+  for (const MessageText& row : GetMessageTable()) {
+    CString text;
+    EXPECT_TRUE(german.Load(row.number, text)) << row.number;
+    // the second opinion: what the check of the file let pass
+    std::set<std::size_t> used;
+    EXPECT_EQ(SpecifiersOf(text, row.arguments, used), "") << row.number;
+  }
+}
+
+TEST(MessageFile, ALineThatIsWrongIsNamedAndStaysEnglish) {
+  const std::pair<const char*, bool> rows[] = {
+      {"4024 \"Es fehlt: %s.\"", true},
+      {"4024\t\"Es fehlt: %1$s, zu 100%%.\"\r", true},
+      {"\xEF\xBB\xBF"
+       "4025 \"a\\tb\\\"c\\\\\"",
+       true},
+      {"4028 \"%2$s, %1$s\"", true},
+      {"4045 \"A\\n\"", true},
+      {"Es fehlt", false},
+      {"4033 \"nobody has this number\"", false},
+      {"4024 Es fehlt: %s.", false},
+      {"4024 \"Es fehlt: %s.", false},
+      {"4024 \"Es fehlt\" : %s.", false},
+      {"4024 \"Es fehlt: \\%s.\"", false},
+      {"4024 \"Es fehlt.\"", false},
+      {"4024 \"Es fehlt: %d.\"", false},
+      {"4024 \"%s fehlt: %s.\"", false},
+      {"4024 \"Es fehlt: %2$s.\"", false},
+      {"4024 \"Es fehlt: %5s.\"", false},
+      {"4024 \"%s: 100%\"", false},
+      {"4025 \"%n\"", false},
+      {"4025 \"\"", false},
+      {"4028 \"von %s nach %s\"", false},
+      {"4045 \"A\"", false},
+  };
+  for (const auto& [line, good] : rows) {
+    MessageFile file;
+    file.SetText(std::string(good ? "" : "# remark\n\n") + line + "\n");
+    EXPECT_EQ(file.GetCount(), good ? 1U : 0U) << line;
+    ASSERT_EQ(file.GetProblems().size(), good ? 0U : 1U) << line;
+    if (!good) {
+      EXPECT_EQ(file.GetProblems()[0].line, 3) << line;
+      EXPECT_NE(file.GetProblems()[0].reason, "") << line;
+    }
+  }
+  MessageFile twice;
+  twice.SetText("4025 \"one\"\n4025 \"two\"\n");
+  CString text;
+  EXPECT_TRUE(twice.Load(4025, text));
+  EXPECT_EQ(text, "one");
+  EXPECT_EQ(twice.GetProblems().size(), 1U);
 }
 
 } // namespace
