@@ -19,8 +19,9 @@ EXTENSIONS = f"{NOVA}/Configuration/Extensions"
 YES = "-y --accept-agreement -q --progress never"
 MAKE_MACHINE = '"$B/kest" machine new "$S/pc" --product "Tidemark Nova" -q'
 
-PACMAN = ("--config $S/pacman.conf --root $S/root --dbpath $S/db --cachedir $S/cache --hookdir $S/hooks --gpgdir $S/gpg "
-          "--logfile $S/pacman.log --noconfirm --noprogressbar")
+PACMAN_QUERY = ("--config $S/pacman.conf --root $S/root --dbpath $S/db --cachedir $S/cache --hookdir $S/hooks --gpgdir $S/gpg "
+                "--logfile $S/pacman.log")
+PACMAN = f"{PACMAN_QUERY} --noconfirm --noprogressbar"
 PACMAN_SETUP = ("mkdir -p $S/root $S/db $S/cache $S/hooks $S/gpg; printf '[options]\\nSigLevel = Never\\nLocalFileSigLevel = "
                 "Never\\nArchitecture = auto\\n' > $S/pacman.conf")
 DPKG = "--root=$S/root --log=$S/dpkg.log --force-bad-path --no-force-unsafe-io"
@@ -81,7 +82,7 @@ def removals(bench, data):
     entries = [
         Entry("rm -rf", "rm -rf $S/root/opt", f"mkdir -p $S/root; unzip -q {folder}/p1.kep -d $S/root", "[ ! -e $S/root/opt ]"),
         Entry("kest uninstall", f'"$B/kest" -m "$S/pc" uninstall "Payload p1" {YES}',
-              f'{MAKE_MACHINE}; cp {data}/descriptions/extension*.kei "$S/pc/{EXTENSIONS}/"; "$B/kest" -m "$S/pc" install '
+              f'{MAKE_MACHINE}; mkdir -p "$S/pc/{EXTENSIONS}"; cp {data}/descriptions/extension*.kei "$S/pc/{EXTENSIONS}/"; "$B/kest" -m "$S/pc" install '
               f'{folder}/p1.kep {YES}', gone),
     ]
     entries += [Entry(peer.replace("-U", "-R").replace("-i", "remove"), removal, f"{setup}; {install} > /dev/null 2>&1")
@@ -93,13 +94,13 @@ def removals(bench, data):
 
 def startup(bench, data):
     inputs.descriptions(f"{data}/descriptions10k", 10000)
-    fill = f'{MAKE_MACHINE}; cp {data}/descriptions10k/extension*.kei "$S/pc/{EXTENSIONS}/"'
+    fill = f'{MAKE_MACHINE}; mkdir -p "$S/pc/{EXTENSIONS}"; cp {data}/descriptions10k/extension*.kei "$S/pc/{EXTENSIONS}/"'
     entries = [
         Entry("bare expat pass", f'"$B/peer_expat_pass" "$S/pc/{EXTENSIONS}"', fill),
         Entry("engine start-up", '"$B/engine_startup" "$S/pc"', fill),
     ]
     if shutil.which("pacman"):
-        entries.append(Entry("pacman -Qi", f"pacman -Qi {PACMAN} --color never", f"{PACMAN_SETUP}; python3 "
+        entries.append(Entry("pacman -Qi", f"pacman -Qi {PACMAN_QUERY} --color never", f"{PACMAN_SETUP}; python3 "
                              f"{ROOT}/bench/pacman_database.py $S/db/local 10000"))
     bench.measure(entries)
     report("start-up with 10,000 installed descriptions of 4 KiB", "expat pass: 1.2, pacman: 0.1, 60 MiB", entries,
@@ -170,7 +171,7 @@ def growth(bench, data):
             ("install", Entry("", install, MAKE_MACHINE)),
             ("uninstall", Entry("", f'"$B/kest" -m "$S/pc" uninstall "Payload {name}" {YES}', f"{MAKE_MACHINE}; {install}")),
             ("start-up", Entry("", '"$B/engine_startup" "$S/pc"',
-                               f'{MAKE_MACHINE}; find {data}/descriptions{count} -name "*.kei" -exec cp -t "$S/pc/{EXTENSIONS}/" {{}} +')),
+                               f'{MAKE_MACHINE}; mkdir -p "$S/pc/{EXTENSIONS}"; find {data}/descriptions{count} -name "*.kei" -exec cp -t "$S/pc/{EXTENSIONS}/" {{}} +')),
         ):
             bench.measure([entry])
             works[work].append(min(entry.cpu) if entry.cpu else None)
@@ -183,16 +184,16 @@ def growth(bench, data):
 
 
 def scratch_disk(folder):
-    """An ext4 with a journal in an image file; None where that cannot be had."""
+    """An ext4 with a journal in an image file, its tables written out now and its blocks not cached twice; None where that
+    cannot be had."""
     image, mount = f"{folder}/disk.img", f"{folder}/disk"
     os.makedirs(mount, exist_ok=True)
     if os.path.ismount(mount):
         return mount
-    commands = (["truncate", "-s", "4G", image], ["mkfs.ext4", "-q", "-F", image], ["mount", "-o", "loop", image, mount])
-    for command in commands:
-        if subprocess.run(command, stderr=subprocess.DEVNULL).returncode != 0:
-            return None
-    return mount
+    script = ('set -e; truncate -s 6G "$1"; mkfs.ext4 -q -F -E lazy_itable_init=0,lazy_journal_init=0 "$1"; loop=$(losetup -f); '
+              'losetup --direct-io=on "$loop" "$1" || losetup "$loop" "$1"; mount "$loop" "$2" || { losetup -d "$loop"; exit 1; }')
+    made = subprocess.run(["bash", "-c", script, "bash", image, mount], stderr=subprocess.DEVNULL).returncode == 0
+    return mount if made else None
 
 
 WORKS = {"install": installs, "replace": replaces, "uninstall": removals, "startup": startup, "pack": packing, "menus": menus,
@@ -208,12 +209,12 @@ def main():
         if work not in WORKS:
             parser.error(f"no such work: {work} (there are {', '.join(WORKS)})")
     base = os.environ.get("BENCH_WORK", "/var/tmp/kest-bench")
-    data = f"{base}/inputs"
-    os.makedirs(data, exist_ok=True)
     scratch = os.environ.get("BENCH_SCRATCH") or scratch_disk(base) or "/dev/shm/kest-bench"
-    os.makedirs(scratch, exist_ok=True)
+    data = f"{scratch}/inputs"  # making thousands of files takes minutes on some file systems without a journal
+    os.makedirs(data, exist_ok=True)
     print(f"# scratch folder {scratch}; {arguments.rounds} rounds after one that does not count")
-    bench = Bench(scratch, data, f"{ROOT}/build/bench/programs", arguments.rounds)
+    programs = os.environ.get("BENCH_PROGRAMS") or f"{ROOT}/build/bench/programs"
+    bench = Bench(scratch, data, programs, arguments.rounds)
     for work in arguments.works or WORKS:
         WORKS[work](bench, data)
     return 0

@@ -148,14 +148,17 @@ bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::R
   }
   const int code = context.repackage ? package.PackFile(file.GetSource().c_str(), path.c_str(), true, false)
                                      : package.PackFile(path.c_str(), true, false);
-  return code == CKestPackage::kOk || ShowError(context, package, path, code);
+  return code == CKestPackage::kGood || ShowError(context, package, path, code);
 }
+
+// The host is let run so often; before each of thousands of small files it would take longer than the packing.
+constexpr std::int64_t kBreath = 50;
 
 bool PackFiles(PackContext& context, CKestPackage& package) {
   const HostUi ui = context.state.Ui();
   package.SetRelativeRoot(context.state.unpackFolder);
   const int code = package.PackFile(context.description.c_str(), false, false);
-  if (code != CKestPackage::kOk) {
+  if (code != CKestPackage::kGood) {
     return ShowError(context, package, context.description, code);
   }
   const auto advance = [&] {
@@ -165,8 +168,12 @@ bool PackFiles(PackContext& context, CKestPackage& package) {
   };
   advance();
   const FilePlacement::Resolver resolver(context.state.placement, context.product, &context.extension);
+  CKestTimer breath(kBreath);
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
-    CKestOS::AllowBackgroundProcessing();
+    if (breath.IsDone()) {
+      CKestOS::AllowBackgroundProcessing();
+      breath.Start();
+    }
     if (context.state.IsCancelled()) {
       return false;
     }
@@ -190,7 +197,7 @@ bool BuildPackage(PackContext& context) {
   }
   CKestPackage package(nullptr);
   const int code = package.Create(context.temporary.c_str());
-  if (code != CKestPackage::kOk) {
+  if (code != CKestPackage::kGood) {
     return context.Refuse(code, FailureOf(CKestOS::GetMachine().GetLastError()), Message::kPackageNotCreated,
                           {context.temporary}, context.temporary, "the package file could not be created");
   }
