@@ -47,7 +47,7 @@ bool HasSpace(Context& context, const CString& folder, std::uint64_t need) {
 /// Lists the package and finds the description in it.
 bool ListPackage(Context& context, CKestPackage& package) {
   const int listed = package.GetEntries(context.entries);
-  if (listed != CKestPackage::kOk) {
+  if (listed != CKestPackage::kGood) {
     const bool damaged = listed == CKestPackage::kUnreadable || listed == CKestPackage::kDamaged;
     return context.Refuse(Failure::kBadPackage, damaged ? Message::kPackageUnreadable : Message::kPackageNotReadable,
                           {}, context.path, package.GetProblem());
@@ -110,7 +110,7 @@ bool UnpackPackage(Context& context) {
   if (state.IsCancelled()) {
     return false;
   }
-  if (unpacked != CKestPackage::kOk) {
+  if (unpacked != CKestPackage::kGood) {
     const Failure kind = FailureOf(CKestOS::GetMachine().GetLastError());
     state.Fail(kind == Failure::kOther ? Failure::kBadPackage : kind, context.path, package.GetProblem());
     return false;
