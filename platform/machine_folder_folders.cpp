@@ -21,8 +21,8 @@ namespace {
 
 using Kind = MachineError::Kind;
 
-// From so many paths on, one flush of each volume costs far less than one a file; below, what other programs have yet to
-// write to a volume is not waited for.
+// From so many paths on, one flush of each volume costs far less than one a file; below, what others have yet to write
+// to a volume is not waited for.
 constexpr std::size_t kManyPaths = 32;
 
 /// Brings files and folders to the disk, each once.
