@@ -24,25 +24,29 @@ struct Problem {
   std::string text;
 };
 
+/// Nobody reads more at once, and a hostile description could give any number of them.
+constexpr std::size_t kMostProblems = 1000;
+
 /// Collects what a description says in vain.
 class Listener : public DescriptionObserver {
 public:
   std::vector<Problem> problems;
 
   void OnUnknownAttribute(int line, std::string_view element, std::string_view attribute) override {
-    problems.push_back(
-        {false, line,
-         fmt::format("<{}> has no attribute \"{}\": it is passed over", Shown(element), Shown(attribute))});
+    Add(false, line, [&] {
+      return fmt::format("<{}> has no attribute \"{}\": it is passed over", Shown(element), Shown(attribute));
+    });
   }
   void OnDropped(int line, std::string_view element, std::string_view belongsIn) override {
-    problems.push_back({false, line,
-                        belongsIn.empty() ? fmt::format("<{}> has no effect here", Shown(element))
-                                          : fmt::format("<{}> has no effect here: it belongs in <{}>", Shown(element),
-                                                        Shown(belongsIn))});
+    Add(false, line, [&] {
+      return belongsIn.empty()
+                 ? fmt::format("<{}> has no effect here", Shown(element))
+                 : fmt::format("<{}> has no effect here: it belongs in <{}>", Shown(element), Shown(belongsIn));
+    });
   }
   void OnForeignChange(int line, std::string_view element, std::string_view set) override {
-    problems.push_back(
-        {true, line, fmt::format("<{}> is no change: <{}> cannot be applied with it", Shown(element), Shown(set))});
+    Add(true, line,
+        [&] { return fmt::format("<{}> is no change: <{}> cannot be applied with it", Shown(element), Shown(set)); });
   }
   void OnFailure(int line, std::string_view reason) override {
     failureLine = line;
@@ -50,6 +54,15 @@ public:
   }
   int failureLine = 0;
   std::string failure;
+
+private:
+  template <class MakeText> void Add(bool isError, int line, const MakeText& makeText) {
+    if (problems.size() < kMostProblems) {
+      problems.push_back({isError, line, makeText()});
+    } else if (problems.size() == kMostProblems) {
+      problems.push_back({true, line, "there is more of the kind: mend these first"});
+    }
+  }
 };
 
 void CheckItems(const CKestExtension& record, std::vector<Problem>& problems) {

@@ -26,16 +26,23 @@ template <std::size_t n> bool RunPhases(Context& context, const Phase (&phases)[
   return true;
 }
 
+/// Whether the product lets the file go now, and no program holds it open. A mark or a right that is missing is no
+/// reason to wait: the step that takes the file away tells.
+bool IsFree(CKestExtensionManager::State& state, const CString& path) {
+  return state.CanDeleteFile(path) &&
+         (CKestOS::CanUpdateFile(path) || CKestOS::GetMachine().GetLastError().kind != MachineError::Kind::kInUse);
+}
+
 /// The user closes what holds the file, or gives up.
 bool FreeFile(Context& context, const CString& path) {
   CKestExtensionManager::State& state = context.state;
-  while (!state.CanDeleteFile(path)) {
+  while (!IsFree(state, path)) {
     if (state.HelpUserFreeFile(path, false) != kRetry) {
       state.Fail(Failure::kInUse, path, "it cannot be deleted now", static_cast<int>(Message::kFileInUse),
                  "close the program that uses it and try again");
       return false;
     }
-    state.WaitUntil([&] { return state.CanDeleteFile(path); });
+    state.WaitUntil([&] { return IsFree(state, path); });
   }
   return true;
 }

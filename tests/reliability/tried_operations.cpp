@@ -20,6 +20,12 @@ constexpr const char* kNewerChanges = R"kest(
 <documenttype-changes><documenttype-remove id="Template" /></documenttype-changes>
 <taglibrary-changes><taglibrary-remove id="TM_TagLibrary_jsp" /></taglibrary-changes>
 )kest";
+// What both versions of the editor have a place for.
+constexpr const char* kChangesForBoth = R"kest(
+<menu-insert appendTo="TMMenu_Commands"><menuitem name="T_wo" command="tm.two()" id="Tool_Two" /></menu-insert>
+<extensions-changes><extension-insert extension="WBK" description="Notebooks" /></extensions-changes>
+<FTP-extension-map-changes><FTP-extension-insert extension="wbk" type="ASCII" /></FTP-extension-map-changes>
+)kest";
 constexpr const char* kChanges = R"kest(
 <menu-insert insertAfter="TMMenu_Insert_Table" skipSeparator="true">
   <separator />
@@ -186,8 +192,9 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
   all.push_back({"import",
                  [files](EngineRun& engine) {
                    putUsersFiles();
-                   const std::string package = PackOnMachine(engine, MakeToolExtension("1.0", files), "1.0");
-                   must(engine.install(package, "Tidemark 4"), engine, "install");
+                   ExtensionBuilder tool = MakeToolExtension("1.0", files);
+                   tool.changes(kChangesForBoth);
+                   must(engine.install(PackOnMachine(engine, tool, "1.0"), "Tidemark 4"), engine, "install");
                  },
                  importTool});
   all.push_back({"pack",
