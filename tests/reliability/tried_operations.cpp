@@ -133,7 +133,8 @@ bool importTool(EngineRun& engine) {
 
 } // namespace
 
-ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
+namespace {
+ExtensionBuilder makeToolFiles(const std::string& version, int files) {
   ExtensionBuilder tool("Tool");
   tool.version(version)
       .file("Over.htm", "$tidemark/Configuration/Commands", "over " + version, "shared=\"true\"")
@@ -147,7 +148,12 @@ ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
     const std::string content = i % 10 == 5 ? "the same" : "file " + number + " of " + version;
     tool.file("tool" + number + ".htm", "$tidemark/Configuration/" + folder, content + std::string(200, '.'));
   }
-  return tool.changes(version == "1.0" ? kChanges : std::string(kNewerChanges) + kChanges);
+  return tool;
+}
+} // namespace
+
+ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
+  return makeToolFiles(version, files).changes(version == "1.0" ? kChanges : std::string(kNewerChanges) + kChanges);
 }
 
 std::string PackOnMachine(EngineRun& engine, const ExtensionBuilder& extension, const std::string& version) {
@@ -192,8 +198,7 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
   all.push_back({"import",
                  [files](EngineRun& engine) {
                    putUsersFiles();
-                   ExtensionBuilder tool = MakeToolExtension("1.0", files);
-                   tool.changes(kChangesForBoth);
+                   const ExtensionBuilder tool = makeToolFiles("1.0", files).changes(kChangesForBoth);
                    must(engine.install(PackOnMachine(engine, tool, "1.0"), "Tidemark 4"), engine, "install");
                  },
                  importTool});
