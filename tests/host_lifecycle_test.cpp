@@ -134,10 +134,10 @@ TEST_F(Lifecycle, TwoDisabledOnesWithOneFileNameKeepTheirOwn) {
   const auto list = json({"list", "--state", "disabled"}, 0)["extensions"];
   ASSERT_EQ(list.size(), 2U);
   EXPECT_NE(list[0]["description"]["host"], list[1]["description"]["host"]);
-  runs({"enable", "One"});
+  runs({"enable", "One", "--on-existing", "overwrite"}); // the shared file stayed, and may be newer than the package's
   EXPECT_NE(nova("Configuration/Commands/same.htm").find("One"), std::string::npos);
   runs({"uninstall", "One"});
-  runs({"enable", "Two"});
+  runs({"enable", "Two", "--on-existing", "overwrite"});
   EXPECT_NE(nova("Configuration/Commands/same.htm").find("Two"), std::string::npos);
 }
 
