@@ -1,4 +1,5 @@
 #include "description/extension.h"
+#include "platform/os.h"
 #include "support/kest_fixture.h"
 
 namespace kest::test {
