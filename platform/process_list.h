@@ -6,7 +6,8 @@
 
 namespace kest {
 
-/// Whether the registry server of the Wine prefix at `root`, which is `hostFolder`, runs: a live process holds the lock in its socket folder.
+/// Whether the registry server of the Wine prefix at `root`, which is `hostFolder`, runs: a live process holds the lock
+/// in its socket folder.
 [[nodiscard]] bool IsPrefixServed(HostIdentity root, const CString& hostFolder);
 
 /// What the processes of the prefix at `root` call themselves (the first word of their command lines): Windows paths
