@@ -2,91 +2,71 @@
 
 #include "config/config_file.h"
 #include "config/text_level.h"
+#include "config/text_lines.h"
 
 namespace kest {
 namespace {
-
-constexpr std::string_view kLineEnd = "\r\n";
 
 CString Value(CString text) {
   DecodeReferences(text);
   return text;
 }
 
-/// Position of the list in a line where it may be removed, or npos.
-std::size_t FindEntry(std::string_view line, std::string_view lowerLine, std::string_view lowerList,
-                      std::string_view description, std::size_t from) {
-  const std::size_t colon = line.find(':');
-  if (colon == std::string_view::npos)
-    return colon;
-  if (!description.empty() && !text::EqualNoCase(line.substr(colon + 1), description))
-    return std::string_view::npos;
-  for (std::size_t at = lowerLine.find(lowerList, from); at != std::string_view::npos;
-       at = lowerLine.find(lowerList, at + 1)) {
-    const std::size_t after = at + lowerList.size();
-    if (after > colon)
-      return std::string_view::npos;
-    if ((at == 0 || line[at - 1] == ',') && (after == colon || line[after] == ','))
-      return at;
-  }
-  return std::string_view::npos;
+/// Where the description of the line's group begins: behind its first colon. Beyond the line for a line without one.
+std::size_t DescriptionStart(std::string_view content, const TextLine& line) {
+  const std::size_t colon = content.substr(line.start, line.end - line.start).find(':');
+  return colon == std::string_view::npos ? line.next + 1 : line.start + colon + 1;
 }
 
-/// Takes the list out of one line (without its end). False when nothing of the line is left.
-bool RemoveFromLine(CString& line, std::string_view lowerList, std::string_view description, bool& changed) {
-  std::size_t from = 0;
-  while (true) {
-    const std::size_t at = FindEntry(line, text::Lower(line), lowerList, description, from);
-    if (at == std::string_view::npos)
-      return true;
-    changed = true;
-    if (line[at + lowerList.size()] == ',')
-      line.erase(at, lowerList.size() + 1);
-    else if (at > 0)
-      line.erase(at - 1, lowerList.size() + 1);
-    else
-      return false;
-    // what closes up may hold the list again, beginning before the cut
-    from = at > lowerList.size() ? at - lowerList.size() : 0;
-  }
+bool HasDescription(std::string_view content, const TextLine& line, std::string_view description) {
+  const std::size_t start = DescriptionStart(content, line);
+  return start <= line.end && text::EqualNoCase(content.substr(start, line.end - start), description);
+}
+
+/// Whether the text from `at` to `after` is one or several whole extensions of the line.
+bool IsEntry(std::string_view content, const TextLine& line, std::size_t at, std::size_t after) {
+  const std::size_t description = DescriptionStart(content, line);
+  if (description > line.end || after >= description)
+    return false;
+  return (at == line.start || content[at - 1] == ',') && (content[after] == ',' || content[after] == ':');
 }
 
 /// Removes every occurrence of the list from groups with the description (from all when it is empty).
 CKestConfigChange::ErrorCode RemoveList(CString& content, const CString& list, const CString& description) {
   if (list.empty())
     return CKestConfigChange::kExtensionsRemoveWithoutList;
-  const CString lowerList = text::Lower(list);
-  CString out;
-  bool changed = false;
-  for (std::size_t at = 0; at < content.size();) {
-    const std::size_t found = content.find(kLineEnd, at);
-    const std::size_t end = found == CString::npos ? content.size() : found;
-    CString line = content.substr(at, end - at);
-    if (RemoveFromLine(line, lowerList, description, changed))
-      out.append(line).append(kLineEnd);
-    at = end + kLineEnd.size();
+  for (int found = text::FindNoCase(content, list); found >= 0;) {
+    const auto at = static_cast<std::size_t>(found);
+    const std::size_t after = at + list.size();
+    TextLine line = LineAround(content, at);
+    std::size_t from = at + 1;
+    if (IsEntry(content, line, at, after) && (description.empty() || HasDescription(content, line, description))) {
+      EndLastLine(content);
+      line = LineAround(content, at);
+      if (content[after] == ',')
+        content.erase(at, list.size() + 1);
+      else if (at > line.start)
+        content.erase(at - 1, list.size() + 1);
+      else
+        content.erase(line.start, line.next - line.start);
+      from = line.start; // what closes up may hold the list again
+    }
+    found = text::FindNoCase(content, list, from);
   }
-  if (changed)
-    content = std::move(out);
   return CKestConfigChange::kSuccess;
 }
 
 /// Position of the colon of the first group with the description, or npos.
 std::size_t FindGroupColon(const CString& content, const CString& description) {
-  for (std::size_t at = 0; at < content.size();) {
-    const std::size_t found = content.find(kLineEnd, at);
-    const std::size_t end = found == CString::npos ? content.size() : found;
-    const std::size_t colon = content.find(':', at);
-    if (colon < end && text::EqualNoCase(std::string_view(content).substr(colon + 1, end - colon - 1), description))
-      return colon;
-    at = end + kLineEnd.size();
+  const CString wanted = ":" + description;
+  for (int found = text::FindNoCase(content, wanted); found >= 0;) {
+    const auto at = static_cast<std::size_t>(found);
+    const TextLine line = LineAround(content, at);
+    if (DescriptionStart(content, line) == at + 1 && at + wanted.size() == line.end)
+      return at;
+    found = text::FindNoCase(content, wanted, at + 1);
   }
   return CString::npos;
-}
-
-void EndLastLine(CString& content) {
-  if (!content.empty() && !content.ends_with(kLineEnd))
-    content += kLineEnd;
 }
 
 } // namespace

@@ -2,54 +2,47 @@
 
 #include "config/config_file.h"
 #include "config/text_level.h"
+#include "config/text_lines.h"
 
 namespace kest {
 namespace {
-
-constexpr std::string_view kLineEnd = "\r\n";
 
 CString Value(CString text) {
   DecodeReferences(text);
   return text;
 }
 
-/// Calls `visit(start, end, next, field)` for each line that holds a tab, `field` being what stands before it, until it
-/// returns false.
+/// Calls `visit(line, field)` for each line that holds a tab, `field` being what stands before it, until it returns
+/// false.
 template <class Visit> void WalkLines(const CString& content, Visit visit) {
   const std::string_view all = content;
-  for (std::size_t at = 0; at < all.size();) {
-    const std::size_t found = all.find(kLineEnd, at);
-    const std::size_t end = found == std::string_view::npos ? all.size() : found;
-    const std::size_t next = std::min(all.size(), end + kLineEnd.size());
-    const std::size_t tab = all.substr(at, end - at).find('\t');
-    if (tab != std::string_view::npos && !visit(at, next, all.substr(at, tab)))
+  for (TextLine line{0, 0, 0}; line.next < all.size();) {
+    line = LineFrom(all, line.next);
+    const std::string_view text = all.substr(line.start, line.end - line.start);
+    const std::size_t tab = text.find('\t');
+    if (tab != std::string_view::npos && !visit(line, text.substr(0, tab)))
       return;
-    at = next;
   }
 }
 
 void RemoveLine(CString& content, const CString& extension) {
-  std::size_t start = CString::npos;
-  std::size_t length = 0;
-  WalkLines(content, [&](std::size_t at, std::size_t next, std::string_view field) {
+  TextLine found{0, 0, 0};
+  WalkLines(content, [&](const TextLine& line, std::string_view field) {
     if (!text::EqualNoCase(field, extension))
       return true;
-    start = at;
-    length = next - at;
+    found = line;
     return false;
   });
-  if (start != CString::npos)
-    content.erase(start, length);
+  content.erase(found.start, found.next - found.start);
 }
 
 void InsertLine(CString& content, const CString& extension, std::string_view kind) {
-  if (!content.empty() && !content.ends_with(kLineEnd))
-    content += kLineEnd;
+  EndLastLine(content);
   std::size_t place = 0;
-  WalkLines(content, [&](std::size_t /*at*/, std::size_t next, std::string_view field) {
+  WalkLines(content, [&](const TextLine& line, std::string_view field) {
     if (text::CompareNoCase(field, extension) > 0)
       return false;
-    place = next;
+    place = line.next;
     return true;
   });
   content.insert(place, CString(extension).append("\t").append(kind).append(kLineEnd));

@@ -1,23 +1,11 @@
 #include "config/list_changes.h"
 
 #include "config/generic_xml_file.h"
+#include "config/ids.h"
 #include "config/text_level.h"
 
 namespace kest {
 namespace {
-
-bool HasId(const CKestXmlObject& object, std::string_view id) {
-  const CString* value = object.FindAttribute("id");
-  return value && text::EqualNoCase(*value, id);
-}
-
-/// The id of a payload object, as the file would hold it; empty without one.
-CString PayloadId(const CKestXmlObject& payload) {
-  CString id;
-  payload.GetAttribute("id", id);
-  DecodeReferences(id);
-  return id;
-}
 
 CKestXmlObject* FindContainer(const RecordFamily& family, CKestXmlFile* file) {
   return dynamic_cast<CKestGenericXmlFile*>(file) ? file->FindTag(family.container) : nullptr;
@@ -27,15 +15,20 @@ bool InsertRecords(const RecordFamily& family, const CKestXmlObject& payload, CK
   CKestXmlObject* container = FindContainer(family, file);
   if (!container)
     return false;
+  IdIndex records(payload.GetChildren().size());
+  for (const auto& child : container->GetChildren()) {
+    if (child->HasTag(family.record))
+      records.Add(child.get());
+  }
   bool met = false;
   for (const auto& child : payload.GetChildren()) {
     if (!child->HasTag(family.record))
       continue;
     met = true;
-    if (CKestXmlObject* existing = FindRecordById(family, container, PayloadId(*child)))
+    if (CKestXmlObject* existing = records.Find(PayloadId(*child)))
       AssignPayload(*existing, *child);
     else
-      container->AppendChild(CopyPayload(*child));
+      records.Add(container->AppendChild(CopyPayload(*child)));
   }
   return met;
 }
@@ -68,7 +61,12 @@ bool RemoveRecordById(const RecordFamily& family, CKestXmlObject* container, std
 template <class Base> void RecordInsert<Base>::BuildXml(int level, CString& text) const {
   const CString indent(static_cast<std::size_t>(level), '\t');
   text.append(indent).append("<").append(kTag).append(">\r\n");
-  this->BuildInnerXml(level + 1, text);
+  CString payload;
+  this->BuildInnerXml(level + 1, payload);
+  // of help changes nobody else takes the escapes back, and with each reading there would be more of them
+  if constexpr (std::is_base_of_v<CKestHelpChange, Base>)
+    RevertEscapes(payload);
+  text.append(payload);
   text.append(indent).append("</").append(kTag).append(">\r\n");
 }
 

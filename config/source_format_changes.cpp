@@ -1,11 +1,11 @@
 #include "config/source_format_changes.h"
 
 #include "config/text_level.h"
+#include "config/text_lines.h"
 
 namespace kest {
 namespace {
 
-constexpr std::string_view kLineEnd = "\r\n";
 constexpr auto kNone = std::string_view::npos;
 
 void Option(std::string_view name, std::string_view value, CString& line) {

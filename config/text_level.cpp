@@ -49,8 +49,16 @@ CString Decoded(std::string_view name) {
 } // namespace
 
 void RevertLineConversions(CString& value) {
+  if (value.find('&') == CString::npos)
+    return;
   for (const auto& [from, to] : kReversed)
     text::ReplaceAll(value, from, to);
+}
+
+// Ampersands last: an escape that they complete was in the text before it was written.
+void RevertEscapes(CString& xml) {
+  for (auto row = kReversed.rbegin(); row != kReversed.rend(); ++row)
+    text::ReplaceAll(xml, row->first, row->second);
 }
 
 void DecodeReferences(CString& value) {

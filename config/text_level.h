@@ -6,6 +6,9 @@ namespace kest {
 
 /// Takes back the line conversions that the description reader made, in text that the parser does not decode.
 KEST_API void RevertLineConversions(CString& value);
+/// Takes back what writing made of text-level objects, so that the description holds their own text again: for objects
+/// whose written form is not reverted as a whole.
+KEST_API void RevertEscapes(CString& xml);
 /// Decodes the five predefined references and numeric ones that stand for one byte, once. A reference that a reader
 /// keeps (another name, a larger number) takes the form in which the reader reports it: byte 1 for its "&".
 KEST_API void DecodeReferences(CString& value);

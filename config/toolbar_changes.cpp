@@ -1,6 +1,7 @@
 #include "config/toolbar_changes.h"
 
 #include "config/generic_xml_file.h"
+#include "config/ids.h"
 #include "config/text_level.h"
 #include "journal/install_steps.h"
 #include "journal/journal.h"
@@ -12,22 +13,9 @@
 namespace kest {
 namespace {
 
-/// The id of a payload object, as the file would hold it; empty without one.
-CString PayloadId(const CKestXmlObject& payload) {
-  CString id;
-  payload.GetAttribute("id", id);
-  DecodeReferences(id);
-  return id;
-}
-
 CString Value(CString text) {
   DecodeReferences(text);
   return text;
-}
-
-bool HasId(const CKestXmlObject& object, std::string_view id) {
-  const CString* value = object.FindAttribute("id");
-  return value && text::EqualNoCase(*value, id);
 }
 
 /// The groups of one loaded file. Everything is safe to ask when the file has no container.
@@ -78,6 +66,21 @@ public:
     return {};
   }
 
+  /// All items of all groups.
+  [[nodiscard]] IdIndex IndexItems(std::size_t questions) const {
+    IdIndex items(questions);
+    for (const auto& group : m_container->GetChildren()) {
+      if (IsGroup(*group))
+        AddItems(*group, items);
+    }
+    return items;
+  }
+
+  static void AddItems(const CKestXmlObject& group, IdIndex& items) {
+    for (const auto& item : group.GetChildren())
+      items.Add(item.get());
+  }
+
   bool RemoveGroupById(std::string_view id) {
     const CKestXmlObject* group = FindGroupById(id);
     return group && m_container->RemoveChild(group) != nullptr;
@@ -124,19 +127,16 @@ ItemTarget FindTarget(const Groups& groups, int action, std::string_view locatio
   return {groups.FindGroupById(groupId), nullptr, CKestConfigChange::kAppendTo};
 }
 
-void PlaceItem(const ItemTarget& target, std::unique_ptr<CKestXmlObject> copy) {
+CKestXmlObject* PlaceItem(const ItemTarget& target, std::unique_ptr<CKestXmlObject> copy) {
   switch (target.action) {
   case CKestConfigChange::kInsertBefore:
-    target.group->InsertBefore(target.anchor, std::move(copy));
-    break;
+    return target.group->InsertBefore(target.anchor, std::move(copy));
   case CKestConfigChange::kInsertAfter:
-    target.group->InsertAfter(target.anchor, std::move(copy));
-    break;
+    return target.group->InsertAfter(target.anchor, std::move(copy));
   case CKestConfigChange::kPrependTo:
-    target.group->InsertFirst(std::move(copy));
-    break;
+    return target.group->InsertFirst(std::move(copy));
   default:
-    target.group->AppendChild(std::move(copy));
+    return target.group->AppendChild(std::move(copy));
   }
 }
 
@@ -148,14 +148,16 @@ template <class Visit> void Walk(const CKestXmlObject& parent, bool backwards, V
 }
 
 void MergeGroup(CKestXmlObject& existing, const CKestXmlObject& payload) {
+  IdIndex items(payload.GetChildren().size());
+  Groups::AddItems(existing, items);
   for (const auto& item : payload.GetChildren()) {
     const CString id = PayloadId(*item);
     if (id.empty())
       continue;
-    if (CKestXmlObject* old = Groups::FindItemById(existing, id))
+    if (CKestXmlObject* old = items.Find(id))
       AssignPayload(*old, *item);
     else
-      existing.AppendChild(CopyPayload(*item));
+      items.Add(existing.AppendChild(CopyPayload(*item)));
   }
 }
 
@@ -285,11 +287,12 @@ auto GroupItemInsert<Base>::MakeChange(const CKestConfigChanges* /*changes*/, CK
     result = Base::kFamily.placedInDefault;
   }
   const bool backwards = target.action == Base::kInsertAfter || target.action == Base::kPrependTo;
+  IdIndex items = groups.IndexItems(this->GetChildren().size());
   Walk(*this, backwards, [&](const CKestXmlObject& child) {
-    if (CKestXmlObject* existing = groups.FindItemById(PayloadId(child)).item)
+    if (CKestXmlObject* existing = items.Find(PayloadId(child)))
       AssignPayload(*existing, child);
     else
-      PlaceItem(target, CopyPayload(child));
+      items.Add(PlaceItem(target, CopyPayload(child)));
   });
   return result;
 }

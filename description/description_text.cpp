@@ -1,5 +1,6 @@
 // The conversions between the text of a description and the text of a record.
 
+#include "config/text_level.h"
 #include "description/extension.h"
 
 #include <array>
@@ -16,15 +17,6 @@ template <std::size_t Count> void ReplaceEach(CString& text, const std::array<Re
     text::ReplaceAll(text, from, to);
   }
 }
-
-constexpr auto kReverted = std::to_array<Replacement>({
-    {"&amp;", "&"},
-    {"&lt;%", "<%"},
-    {"%&gt;", "%>"},
-    {"+&lt;", "+<"},
-    {"+&gt;", "+>"},
-    {"&apos;", "'"},
-});
 
 constexpr auto kCleanedUp = std::to_array<Replacement>({
     {"&amp;", "&"},
@@ -151,11 +143,7 @@ void CKestExtension::ConvertBadXml(CString& line) {
   line.swap(converted);
 }
 
-void CKestExtension::RevertBadXml(CString& text) {
-  if (text.find('&') != CString::npos) {
-    ReplaceEach(text, kReverted);
-  }
-}
+void CKestExtension::RevertBadXml(CString& text) { RevertLineConversions(text); }
 
 void CKestExtension::CleanUpText(CString& text) {
   text::Trim(text);

@@ -10,6 +10,7 @@ namespace kest {
 struct AttributeRow {
   std::string_view name;
   void (*read)(CKestXmlObject& object, std::string_view value);
+  bool isDestination = false; ///< of a file: its text may be shared
 };
 
 /// One kind of element of a description, and what reading its start tag does.

@@ -49,9 +49,11 @@ std::unique_ptr<CKestXmlObject> CKestExtension::Clone() const { return std::make
 
 int CKestExtension::Load(const char* path, CKestTypedList<CKestString>* errors) { return Load(path, errors, nullptr); }
 
-int CKestExtension::Load(const char* path, CKestTypedList<CKestString>* errors, DescriptionObserver* observer) {
+int CKestExtension::Load(const char* path, CKestTypedList<CKestString>* errors, DescriptionObserver* observer,
+                         CKestExtensionFile::SharedDestinations* destinations) {
   SetPath(path == nullptr ? "" : path);
   CKestExtensionXMLParser parser(this, observer);
+  parser.ShareDestinations(destinations);
   parser.SetLimits(kLimits);
   return FinishLoad(parser.ParseFile(path, false), parser, errors, observer);
 }
@@ -61,14 +63,6 @@ int CKestExtension::LoadText(std::string_view content, CKestTypedList<CKestStrin
   CKestExtensionXMLParser parser(this, observer);
   parser.SetLimits(kLimits);
   return FinishLoad(parser.ParseLines(content, false), parser, errors, observer);
-}
-
-int CKestExtension::LoadFragment(std::string_view content) {
-  CKestExtensionXMLParser parser(this);
-  parser.SetLimits(kLimits);
-  const int parsed = parser.Parse(content.data(), static_cast<int>(content.size()), 1);
-  ClearObjectStack();
-  return parsed;
 }
 
 int CKestExtension::FinishLoad(int parsed, CKestExtensionXMLParser& parser, CKestTypedList<CKestString>* errors,

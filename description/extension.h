@@ -38,13 +38,11 @@ public:
   /// Reads a description into this record, which should be new: 0 or a LoadCode, and then the record holds what came
   /// before the failure. The path is kept. Messages are appended to `errors`, also on failure.
   int Load(const char* path, CKestTypedList<CKestString>* errors) override;
-  /// The same with an observer, which may be null.
-  int Load(const char* path, CKestTypedList<CKestString>* errors, DescriptionObserver* observer);
+  /// The same with an observer, and with destinations that many records share; both are borrowed and may be null.
+  int Load(const char* path, CKestTypedList<CKestString>* errors, DescriptionObserver* observer,
+           CKestExtensionFile::SharedDestinations* destinations = nullptr);
   /// The same from bytes in memory; the path stays as it is.
   int LoadText(std::string_view content, CKestTypedList<CKestString>* errors, DescriptionObserver* observer = nullptr);
-  /// Adds what a fragment (change elements in a root element) says, without preparing its lines and without the checks
-  /// of Load. 0, or the parser's code.
-  int LoadFragment(std::string_view content);
 
   // ---- the description
   void GetID(CString& id) const { id = m_id; }

@@ -135,10 +135,38 @@ void CKestExtensionFile::SetWinExtension(std::string_view extension) {
   }
 }
 
-void CKestExtensionFile::ShareDestinationWith(const CKestExtensionFile& other) {
-  if (m_placement != nullptr && m_placement != other.m_placement && *m_placement == other.GetPlacement()) {
-    m_placement = other.m_placement;
+void CKestExtensionFile::SetDestination(std::string_view destination, SharedDestinations& shared) {
+  if (m_placement != nullptr || destination.empty()) {
+    SetDestination(destination);
+    return;
   }
+  auto found = shared.m_items.find(destination);
+  if (found == shared.m_items.end()) {
+    auto made = std::make_shared<Placement>();
+    made->destination = destination;
+    found = shared.m_items.insert(std::move(made)).first;
+  }
+  m_placement = *found;
+}
+
+void CKestExtensionFile::ShareDestination(SharedDestinations& shared) {
+  if (m_placement != nullptr && m_placement.use_count() == 1) {
+    m_placement = *shared.m_items.insert(m_placement).first;
+  }
+}
+
+std::size_t CKestExtensionFile::SharedDestinations::Hash::operator()(std::string_view destination) const {
+  return std::hash<std::string_view>{}(destination);
+}
+
+std::size_t CKestExtensionFile::SharedDestinations::Hash::operator()(const Item& item) const {
+  return (*this)(std::string_view(item->destination));
+}
+
+bool CKestExtensionFile::SharedDestinations::Same::operator()(const Item& a, const Item& b) const { return *a == *b; }
+
+bool CKestExtensionFile::SharedDestinations::Same::operator()(std::string_view destination, const Item& item) const {
+  return item->destination == destination && item->actualPath.empty() && item->winExtension.empty();
 }
 
 const CKestExtensionFile::Placement& CKestExtensionFile::GetPlacement() const {

@@ -2,6 +2,8 @@
 
 #include "description/typed_container.h"
 
+#include <unordered_set>
+
 namespace kest {
 
 /// One product that an extension supports.
@@ -64,7 +66,7 @@ private:
 };
 
 /// One file that an extension carries. A catalogue of thousands of extensions holds hundreds of thousands of these, so
-/// files that go to one folder share its text.
+/// files that go to one folder may share its text.
 class KEST_API CKestExtensionFile final : public CKestXmlObject {
 public:
   /// What a file is for.
@@ -99,9 +101,6 @@ public:
   [[nodiscard]] const CString& GetWinExtension() const;
   void SetWinExtension(std::string_view extension);
 
-  /// Lets this file use the other's text for an equal destination; changes no value.
-  void ShareDestinationWith(const CKestExtensionFile& other);
-
 private:
   struct Placement {
     CString destination;
@@ -109,6 +108,31 @@ private:
     CString winExtension;
     bool operator==(const Placement&) const = default;
   };
+
+public:
+  /// The destinations of files read so far. It may go before the files do: each keeps what it uses.
+  class KEST_API SharedDestinations {
+  private:
+    friend class CKestExtensionFile;
+    using Item = std::shared_ptr<Placement>;
+    struct Hash {
+      using is_transparent = void;
+      std::size_t operator()(std::string_view destination) const;
+      std::size_t operator()(const Item& item) const;
+    };
+    struct Same {
+      using is_transparent = void;
+      bool operator()(const Item& a, const Item& b) const;
+      bool operator()(std::string_view destination, const Item& item) const; ///< and nothing else
+    };
+    std::unordered_set<Item, Hash, Same> m_items;
+  };
+  /// The same as SetDestination, with the text of an equal destination where there is one.
+  void SetDestination(std::string_view destination, SharedDestinations& shared);
+  /// Lets this file use the text of files that are placed alike; changes no value.
+  void ShareDestination(SharedDestinations& shared);
+
+private:
   const Placement& GetPlacement() const;
   Placement& MakePlacement();
 

@@ -64,7 +64,6 @@ CKestExtensionXMLParser& CKestExtensionXMLParser::operator=(const CKestExtension
     m_foundRoot = other.m_foundRoot;
     m_errors = other.m_errors;
     m_observer = other.m_observer;
-    m_lastFile = nullptr;
   }
   return *this;
 }
@@ -200,19 +199,15 @@ void CKestExtensionXMLParser::MakeObject(const ElementRow& row, const char* name
   }
   ReadAttributes(row, name, *object, attributes);
   if (row.home == ElementRow::Home::kFiles) {
-    ShareDestination(static_cast<CKestExtensionFile&>(*object));
+    static_cast<CKestExtensionFile&>(*object).ShareDestination(GetDestinations());
   }
   if (row.push) {
     m_record->PushObject(object);
   }
 }
 
-// Neighbours in a list of files often go to one folder.
-void CKestExtensionXMLParser::ShareDestination(CKestExtensionFile& file) {
-  if (m_lastFile != nullptr) {
-    file.ShareDestinationWith(*m_lastFile);
-  }
-  m_lastFile = &file;
+CKestExtensionFile::SharedDestinations& CKestExtensionXMLParser::GetDestinations() {
+  return m_destinations != nullptr ? *m_destinations : m_ownDestinations;
 }
 
 // What no row names becomes a plain object, with all its attributes: so the payload of changes is captured.
@@ -241,7 +236,9 @@ void CKestExtensionXMLParser::ReadAttributes(const ElementRow& row, std::string_
                                              CKestXMLAttributes& attributes) {
   while (const char* name = attributes.GetNextAttr()) {
     const AttributeRow* known = FindAttributeRow(row, name);
-    if (known != nullptr) {
+    if (known != nullptr && known->isDestination) {
+      static_cast<CKestExtensionFile&>(object).SetDestination(attributes.GetValue(), GetDestinations());
+    } else if (known != nullptr) {
       known->read(object, attributes.GetValue());
     } else if (row.unknown == ElementRow::Unknown::kReport) {
       ReportUnknown(element, name);

@@ -19,6 +19,9 @@ public:
   CKestExtensionXMLParser(const CKestExtensionXMLParser& other);
   CKestExtensionXMLParser& operator=(const CKestExtensionXMLParser& other); ///< the same
 
+  /// Where the destinations of files are shared with other descriptions; borrowed. Without it they are shared within
+  /// this one.
+  void ShareDestinations(CKestExtensionFile::SharedDestinations* destinations) { m_destinations = destinations; }
   /// A root element was seen.
   [[nodiscard]] bool FoundExtensionTag() const { return m_foundRoot; }
   /// What the document says wrongly, in the order of discovery.
@@ -40,7 +43,7 @@ private:
                       CKestXMLAttributes& attributes);
   [[nodiscard]] CKestXmlObject* ContainerOf(const ElementRow& row) const;
   [[nodiscard]] CKestXmlObject* HomeOf(const ElementRow& row) const;
-  void ShareDestination(CKestExtensionFile& file);
+  [[nodiscard]] CKestExtensionFile::SharedDestinations& GetDestinations();
   void StartText(const ElementRow& row);
   void AppendText(std::string_view text, bool closed);
   void ReportUnknown(std::string_view element, std::string_view attribute);
@@ -56,7 +59,8 @@ private:
   bool m_foundRoot = false;
   CKestTypedList<CKestString> m_errors;
   DescriptionObserver* m_observer;
-  CKestExtensionFile* m_lastFile = nullptr; ///< borrowed from the record; neighbours often share a destination
+  CKestExtensionFile::SharedDestinations* m_destinations = nullptr; ///< borrowed
+  CKestExtensionFile::SharedDestinations m_ownDestinations;
   std::vector<std::unique_ptr<CKestXmlObject>> m_orphans; ///< objects without a parent, kept until the parser goes
 };
 

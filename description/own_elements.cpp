@@ -52,12 +52,16 @@ constexpr auto kToken = std::to_array<AttributeRow>({
     {"definition", Text<Token, &Token::SetDefinition>},
 });
 
+void ReadDestination(CKestXmlObject& object, std::string_view value) {
+  static_cast<CKestExtensionFile&>(object).SetDestination(value);
+}
+
 using File = CKestExtensionFile;
 constexpr auto kFile = std::to_array<AttributeRow>({
     {"source", Text<File, &File::SetSource>},
     {"name", Text<File, &File::SetSource>},
-    {"destination", Text<File, &File::SetDestination>},
-    {"location", Text<File, &File::SetDestination>},
+    {"destination", ReadDestination, true},
+    {"location", ReadDestination, true},
     {"platform", ReadFilePlatform},
     {"shared", Truthy<File, &File::SetShared>},
     {"systemfile", Truthy<File, &File::SetSystemFile>},

@@ -1,9 +1,15 @@
 #include "host/command_line.h"
 
+#include "host/text_width.h"
+#include "platform/text.h"
+
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <map>
+#include <numeric>
+#include <utility>
 
 namespace kest::host {
 namespace {
@@ -40,7 +46,13 @@ void AddFlag(CLI::App& app, const FlagSpec& flag, Options& options) {
       },
       flag.target);
   if (flag.choices) {
-    option->check(CLI::IsMember(SplitChoices(flag.choices)));
+    option->check(CLI::Validator(
+        [choices = flag.choices](const std::string& given) {
+          return SplitChoices(choices).contains(given)
+                     ? std::string()
+                     : fmt::format("takes {}, not \"{}\"", choices, ForTerminal(given));
+        },
+        ""));
   }
 }
 
@@ -88,15 +100,49 @@ struct Reader {
   }
 };
 
-// "kest [GROUP] WORD" of which nothing is known.
-std::string UnknownCommand(const std::vector<std::string>& arguments) {
-  for (const std::string& argument : arguments) {
-    if (!argument.empty() && argument.front() != '-') {
-      return argument == "machine" ? "machine what? new, show, start, stop, user or logon"
-                                   : "there is no command \"" + argument + "\"";
+// How many letters are to be put in, taken out, changed or swapped to make one word of the other.
+std::size_t Distance(const std::string& a, const std::string& b) {
+  std::vector<std::size_t> before;
+  std::vector<std::size_t> last;
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), 0);
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    before = std::exchange(last, row);
+    row[0] = i + 1;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      row[j + 1] = std::min({last[j] + (a[i] != b[j]), last[j + 1] + 1, row[j] + 1});
+      if (i > 0 && j > 0 && a[i] == b[j - 1] && a[i - 1] == b[j]) {
+        row[j + 1] = std::min(row[j + 1], before[j - 1] + 1);
+      }
     }
   }
-  return "no command was given";
+  return row.back();
+}
+
+// `words` begin with a command, or a group of them, that is not known.
+void TellUnknown(const std::vector<std::string>& words, CommandLine& line) {
+  const std::string group = !words.empty() && words.front() == "machine" ? "machine " : "";
+  const std::string word = words.size() > (group.empty() ? 0 : 1) ? words[group.empty() ? 0 : 1] : "";
+  const std::string given = group + word;
+  const std::string shown = ForTerminal(given);
+  line.problem = word.empty() ? (group.empty() ? "no command was given" : "no command was given for a machine")
+                              : "there is no command \"" + shown + "\"";
+  std::string known;
+  std::string nearest;
+  for (const CommandSpec& command : GetCommands()) {
+    const std::string name = command.name;
+    if (name.compare(0, group.size(), group) == 0) {
+      const std::string first = name.substr(group.size(), name.find(' ', group.size()) - group.size());
+      known += known.empty() ? first : known.ends_with(" " + first) || known == first ? "" : ", " + first;
+    }
+    if (given.size() < 64 && Distance(given, name) <= 2 &&
+        (nearest.empty() || Distance(given, name) < Distance(given, nearest))) {
+      nearest = name;
+    }
+  }
+  line.reason = "the commands are: " + known;
+  line.advice = word.empty() || nearest.empty() ? "see: kest help " + group : "did you mean: kest " + nearest;
+  text::Trim(line.advice);
 }
 
 } // namespace
@@ -118,8 +164,19 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
     reader.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {
     const CommandSpec* chosen = reader.Chosen();
-    line.problem = chosen ? error.what() : UnknownCommand(arguments);
-    line.about = chosen ? std::string(" ") + chosen->name : "";
+    const std::string about = chosen ? std::string(" ") + chosen->name : "";
+    std::vector<std::string> words = reader.app.remaining(true);
+    std::erase_if(words, [](const std::string& word) { return word.empty() || word.front() == '-'; });
+    if (!chosen && !words.empty() && dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+      for (const CLI::App* group : reader.app.get_subcommands()) {
+        words.insert(words.begin(), group->get_name());
+      }
+      TellUnknown(words, line);
+    } else {
+      line.problem = "the command line" + (chosen ? " of kest" + about : "") + " makes no sense";
+      line.reason = ForTerminal(error.what());
+      line.advice = "see: kest help" + about;
+    }
     // A script that asked for JSON gets it for a mistake, too.
     line.options.json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     return line;
@@ -133,13 +190,16 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
     return line;
   }
   if (!chosen) {
-    line.problem = UnknownCommand(arguments);
+    const auto groups = reader.app.get_subcommands();
+    TellUnknown(groups.empty() ? std::vector<std::string>() : std::vector{groups.front()->get_name()}, line);
     return line;
   }
   const int count = static_cast<int>(line.options.arguments.size());
   if (count < chosen->least || (chosen->most >= 0 && count > chosen->most)) {
-    line.about = std::string(" ") + chosen->name;
-    line.problem = std::string("usage: kest ") + chosen->name + " " + chosen->arguments;
+    line.problem =
+        fmt::format("kest {} was given too {} arguments", chosen->name, count < chosen->least ? "few" : "many");
+    line.reason = fmt::format("its usage is: kest {} {}", chosen->name, chosen->arguments);
+    line.advice = fmt::format("see: kest help {}", chosen->name);
     return line;
   }
   line.command = chosen;

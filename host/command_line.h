@@ -11,8 +11,9 @@ namespace kest::host {
 struct CommandLine {
   const CommandSpec* command = nullptr; ///< null: `problem` says why, or one of the two below is set
   Options options;
-  std::string problem;
-  std::string about; ///< of a problem: " " and the command that it is about; empty when none was understood
+  std::string problem; ///< what happened; the next two say why, and what to do
+  std::string reason;
+  std::string advice;
   bool wantsVersion = false;
   bool wantsHelp = false;
 };

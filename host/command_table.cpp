@@ -109,9 +109,9 @@ constexpr CommandSpec kCommands[] = {
      "Exit code 8 when something is wrong.", "check", RunValidate},
     {"recover", "", 0, 0, Completes::kNothing, NO_FLAGS, "take back what an interrupted operation left", "", "recover",
      RunRecover},
-    {"help", "[COMMAND]", 0, 2, Completes::kCommands, NO_FLAGS, "show help", "", nullptr, RunHelp},
+    {"help", "[COMMAND]", 0, 2, Completes::kCommands, NO_FLAGS, "show help", "", "help", RunHelp},
     {"completion", "bash|zsh|fish", 1, 1, Completes::kShells, NO_FLAGS, "print a completion script for a shell",
-     "For bash: source <(kest completion bash)", nullptr, RunCompletion},
+     "For bash: source <(kest completion bash)", "completion", RunCompletion},
 };
 
 constexpr std::pair<int, const char*> kExitCodes[] = {

@@ -36,7 +36,7 @@ struct CommandSpec {
   std::size_t flagCount;
   const char* summary;
   const char* text;   ///< the rest of its help; may be empty
-  const char* schema; ///< of its JSON document; null when it prints none
+  const char* schema; ///< of its JSON document
   int (*run)(Session&);
 
   [[nodiscard]] std::span<const FlagSpec> GetFlags() const { return {flags, flagCount}; }

@@ -3,9 +3,12 @@
 #include <fmt/format.h>
 
 #include <set>
+#include <vector>
 
 namespace kest::host {
 namespace {
+
+using std::string_view_literals::operator""sv;
 
 std::string Spaced(std::string text) {
   for (char& c : text) {
@@ -40,14 +43,27 @@ std::string Words(std::string_view first) {
   return words;
 }
 
-// Flags with a fixed set of values, each once.
-template <class Row> std::string ChoiceRows(Row row) {
-  std::string rows;
+/// What stands behind a flag.
+enum class Takes { kNothing, kChoice, kProduct, kFolder, kFile, kText };
+
+Takes TakesOf(const FlagSpec& flag) {
+  const std::string_view value = flag.value ? flag.value : "";
+  return flag.choices                                       ? Takes::kChoice
+         : value.empty()                                    ? Takes::kNothing
+         : value == "PRODUCT" || flag.name == "--product"sv ? Takes::kProduct
+         : value == "DIR"                                   ? Takes::kFolder
+         : value == "FILE" || value == "OUT.kep"            ? Takes::kFile
+                                                            : Takes::kText;
+}
+
+// Every flag for which `fits` holds, each name once.
+template <class Fits> std::vector<FlagSpec> FlagsThat(Fits fits) {
+  std::vector<FlagSpec> found;
   std::set<std::string> seen;
   const auto add = [&](std::span<const FlagSpec> flags) {
     for (const FlagSpec& flag : flags) {
-      if (flag.choices && seen.insert(flag.name).second) {
-        rows += row(flag);
+      if (fits(flag) && seen.insert(flag.name).second) {
+        found.push_back(flag);
       }
     }
   };
@@ -55,8 +71,21 @@ template <class Row> std::string ChoiceRows(Row row) {
   for (const CommandSpec& command : GetCommands()) {
     add(command.GetFlags());
   }
-  return rows;
+  return found;
 }
+
+// "-m|--machine|--wait": all that take such a value.
+template <class Fits> std::string FlagPattern(Fits fits, const char* between) {
+  std::string pattern;
+  for (const FlagSpec& flag : FlagsThat(fits)) {
+    pattern += pattern.empty() ? "" : between;
+    pattern += flag.letter ? fmt::format("-{}{}", flag.letter, between) : "";
+    pattern += flag.name;
+  }
+  return pattern;
+}
+
+bool HasValue(const FlagSpec& flag) { return TakesOf(flag) != Takes::kNothing; }
 
 constexpr const char* kListNames =
     "kest list --json 2>/dev/null | tr '{' '\\n' | sed -n 's/.*\"name\":\"\\([^\"]*\\)\",\"author\".*/\\1/p'";
@@ -65,9 +94,11 @@ constexpr const char* kListProducts =
 
 // What bash offers in place of an argument: a statement that fills COMPREPLY.
 std::string BashArguments(Completes what) {
+  // quoted as the user has begun to quote
   const auto lines = [](const char* source) {
-    return fmt::format("mapfile -t COMPREPLY < <({} | while IFS= read -r n; do [[ $n == \"$cur\"* ]] && printf '%q\\n' "
-                       "\"$n\"; done)",
+    return fmt::format("mapfile -t COMPREPLY < <({} | while IFS= read -r n; do printf -v q %q \"$n\"; "
+                       "if [[ $cur == [\\\"\\']* ]]; then [[ $n == \"${{cur:1}}\"* ]] && printf '%s\\n' \"$n\"; "
+                       "elif [[ $q == \"$cur\"* ]]; then printf '%s\\n' \"$q\"; fi; done)",
                        source);
   };
   switch (what) {
@@ -93,16 +124,21 @@ std::string Bash() {
   std::string text = "# completion of kest for bash\n_kest() {\n"
                      "  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command=\n"
                      "  COMPREPLY=()\n  case $prev in\n";
-  text += ChoiceRows([](const FlagSpec& flag) {
-    return fmt::format("    {}) mapfile -t COMPREPLY < <(compgen -W '{}' -- \"$cur\"); return ;;\n", flag.name,
-                       Spaced(flag.choices));
-  });
-  text += fmt::format("    -p|--product|--from|--to) {}; return ;;\n", BashArguments(Completes::kProductNames));
-  text += fmt::format("    -m|--machine) {}; return ;;\n", BashArguments(Completes::kFolders));
-  text += fmt::format("    -o|--output|--log) {}; return ;;\n  esac\n", BashArguments(Completes::kFiles));
-  text += "  local i\n  for ((i = 1; i < COMP_CWORD; i++)); do\n    case ${COMP_WORDS[i]} in\n"
-          "      -m|--machine|-p|--product|--wait|--log) ((i++)) ;;\n      -*) ;;\n"
-          "      *) if [[ -z $command ]]; then command=${COMP_WORDS[i]}\n"
+  for (const FlagSpec& flag : FlagsThat([](const FlagSpec& one) { return one.choices != nullptr; })) {
+    text += fmt::format("    {}) mapfile -t COMPREPLY < <(compgen -W '{}' -- \"$cur\"); return ;;\n", flag.name,
+                        Spaced(flag.choices));
+  }
+  for (const auto& [takes, completes] : {std::pair{Takes::kProduct, Completes::kProductNames},
+                                         {Takes::kFolder, Completes::kFolders},
+                                         {Takes::kFile, Completes::kFiles},
+                                         {Takes::kText, Completes::kNothing}}) {
+    const auto fits = [wanted = takes](const FlagSpec& flag) { return TakesOf(flag) == wanted; };
+    text += fmt::format("    {}) {}; return ;;\n", FlagPattern(fits, "|"), BashArguments(completes));
+  }
+  text += fmt::format("  esac\n  local i\n  for ((i = 1; i < COMP_CWORD; i++)); do\n    case ${{COMP_WORDS[i]}} in\n"
+                      "      {}) ((i++)) ;;\n      -*) ;;\n",
+                      FlagPattern(HasValue, "|"));
+  text += "      *) if [[ -z $command ]]; then command=${COMP_WORDS[i]}\n"
           "         elif [[ $command == machine ]]; then command=\"machine ${COMP_WORDS[i]}\"; fi ;;\n"
           "    esac\n  done\n";
   text += fmt::format("  local flags='{} --help'\n  case $command in\n", FlagNames(GetCommonFlags()));
@@ -127,6 +163,26 @@ std::string Quoted(const char* text) {
   return "'" + quoted + "'";
 }
 
+// What _arguments wants behind a flag.
+std::string ZshValue(const FlagSpec& flag) {
+  const std::string name = flag.value ? std::string(flag.value).substr(0, std::string_view(flag.value).find('[')) : "";
+  switch (TakesOf(flag)) {
+  case Takes::kNothing:
+    return "";
+  case Takes::kChoice:
+    return fmt::format(":{}:({})", name, Spaced(flag.choices));
+  case Takes::kProduct:
+    return fmt::format(":{}:_kest_products", name);
+  case Takes::kFolder:
+    return fmt::format(":{}:_directories", name);
+  case Takes::kFile:
+    return fmt::format(":{}:_files", name);
+  case Takes::kText:
+    break;
+  }
+  return fmt::format(":{}:", name);
+}
+
 std::string ZshFlags(std::span<const FlagSpec> flags) {
   std::string text;
   for (const FlagSpec& flag : flags) {
@@ -134,19 +190,13 @@ std::string ZshFlags(std::span<const FlagSpec> flags) {
     for (char& c : help) {
       c = c == '[' ? '(' : c == ']' ? ')' : c == ':' ? ',' : c;
     }
-    std::string value;
-    if (flag.choices) {
-      value = fmt::format(":{}:({})", flag.value, Spaced(flag.choices));
-    } else if (flag.value) {
-      const bool folder = std::string_view(flag.value) == "DIR";
-      value = fmt::format(":{}:{}", std::string_view(flag.value) == "NAME[:TYPE]" ? "NAME" : flag.value,
-                          folder                                                         ? "_directories"
-                          : flag.letter == 'o' || std::string_view(flag.value) == "FILE" ? "_files"
-                                                                                         : "");
-    }
-    text += fmt::format(" {}", Quoted(fmt::format("{}[{}]{}", flag.name, help, value).c_str()));
+    const char* again = std::holds_alternative<std::vector<std::string> Options::*>(flag.target) ? "*" : "";
+    const auto add = [&](const std::string& name) {
+      text += " " + Quoted(fmt::format("{}{}[{}]{}", again, name, help, ZshValue(flag)).c_str());
+    };
+    add(flag.name);
     if (flag.letter) {
-      text += fmt::format(" {}", Quoted(fmt::format("-{}[{}]{}", flag.letter, help, value).c_str()));
+      add(std::string("-") + flag.letter);
     }
   }
   return text;
@@ -159,9 +209,9 @@ std::string ZshArguments(Completes what) {
   case Completes::kFolders:
     return " '*:folder:_directories'";
   case Completes::kExtensions:
-    return fmt::format(" {}", Quoted(fmt::format("*:extension:{{compadd -- ${{(f)\"$({})\"}}}}", kListNames).c_str()));
+    return " '*:extension:_kest_extensions'";
   case Completes::kProductNames:
-    return fmt::format(" {}", Quoted(fmt::format("*:product:{{compadd -- ${{(f)\"$({})\"}}}}", kListProducts).c_str()));
+    return " '*:product:_kest_products'";
   case Completes::kCommands:
     return fmt::format(" '*:command:({})'", Words(""));
   case Completes::kShells:
@@ -169,15 +219,19 @@ std::string ZshArguments(Completes what) {
   case Completes::kNothing:
     break;
   }
-  return "";
+  return " '*: : '"; // the command itself is an argument, too
 }
 
 std::string Zsh() {
   std::string text =
-      "#compdef kest\n# completion of kest for zsh\n_kest() {\n  local command word\n"
-      "  for word in ${words[2,CURRENT-1]}; do\n    [[ $word == -* ]] && continue\n"
-      "    if [[ -z $command ]]; then command=$word\n"
-      "    elif [[ $command == machine ]]; then command=\"machine $word\"; fi\n  done\n  case $command in\n";
+      fmt::format("#compdef kest\n# completion of kest for zsh\n_kest_products() {{ compadd -- ${{(f)\"$({})\"}}; }}\n"
+                  "_kest_extensions() {{ compadd -- ${{(f)\"$({})\"}}; }}\n_kest() {{\n  local command word value\n"
+                  "  for word in ${{words[2,CURRENT-1]}}; do\n    if [[ -n $value ]]; then value=; continue; fi\n"
+                  "    case $word in\n      {}) value=1 ;;\n      -*) ;;\n"
+                  "      *) if [[ -z $command ]]; then command=$word\n"
+                  "         elif [[ $command == machine ]]; then command=\"machine $word\"; fi ;;\n    esac\n  done\n"
+                  "  case $command in\n",
+                  kListProducts, kListNames, FlagPattern(HasValue, "|"));
   text += fmt::format("    '') _arguments{} '*:command:({})' ;;\n", ZshFlags(GetCommonFlags()), Words(""));
   text += fmt::format("    machine) _arguments{} '*:command:({})' ;;\n", ZshFlags(GetCommonFlags()), Words("machine"));
   for (const CommandSpec& command : GetCommands()) {
@@ -188,13 +242,30 @@ std::string Zsh() {
   return text + "  esac\n}\nif [[ $funcstack[1] == _kest ]]; then _kest \"$@\"; else compdef _kest kest; fi\n";
 }
 
+std::string FishValue(const FlagSpec& flag) {
+  switch (TakesOf(flag)) {
+  case Takes::kNothing:
+    return "";
+  case Takes::kChoice:
+    return fmt::format(" -x -a '{}'", Spaced(flag.choices));
+  case Takes::kProduct:
+    return " -x -a " + Quoted(fmt::format("({})", kListProducts).c_str());
+  case Takes::kFolder:
+    return " -x -a '(__fish_complete_directories)'";
+  case Takes::kFile:
+    return " -r";
+  case Takes::kText:
+    break;
+  }
+  return " -x";
+}
+
 std::string FishFlags(std::span<const FlagSpec> flags, const std::string& condition) {
   std::string text;
   for (const FlagSpec& flag : flags) {
     text += "complete -c kest" + condition + " -l " + std::string(flag.name).substr(2);
     text += flag.letter ? fmt::format(" -s {}", flag.letter) : "";
-    text += flag.choices ? fmt::format(" -x -a '{}'", Spaced(flag.choices)) : flag.value ? " -r" : "";
-    text += fmt::format(" -d {}\n", Quoted(flag.help));
+    text += fmt::format("{} -d {}\n", FishValue(flag), Quoted(flag.help));
   }
   return text;
 }
@@ -220,21 +291,25 @@ std::string FishArguments(Completes what, const std::string& condition) {
 }
 
 std::string Fish() {
-  std::string text = "# completion of kest for fish\n";
+  const auto within = [](std::string_view command) {
+    return fmt::format(" -n 'contains -- \"{}\" (__kest_command)'", command);
+  };
+  std::string text = fmt::format("# completion of kest for fish\n"
+                                 "# the command that stands on the line before the cursor\n"
+                                 "function __kest_command\n  set -l words (commandline -opc)\n  set -l found\n"
+                                 "  set -e words[1]\n  while set -q words[1]\n    switch $words[1]\n"
+                                 "      case {}\n        set -e words[1]\n      case '-*'\n"
+                                 "      case '*'\n        set -a found $words[1]\n    end\n    set -e words[1]\n  end\n"
+                                 "  if set -q found[2]; and test $found[1] = machine\n"
+                                 "    echo \"$found[1] $found[2]\"\n  else if set -q found[1]\n    echo $found[1]\n"
+                                 "  end\nend\n",
+                                 FlagPattern(HasValue, " "));
   text += FishFlags(GetCommonFlags(), "");
-  text += fmt::format("complete -c kest -n __fish_use_subcommand -f -a '{}'\n", Words(""));
-  text += fmt::format(
-      "complete -c kest -n '__fish_seen_subcommand_from machine; and not __fish_seen_subcommand_from {}' -f "
-      "-a '{}'\n",
-      Words("machine"), Words("machine"));
+  text += fmt::format("complete -c kest -n 'test -z (__kest_command)' -f -a '{}'\n", Words(""));
+  text += fmt::format("complete -c kest{} -f -a '{}'\n", within("machine"), Words("machine"));
   for (const CommandSpec& command : GetCommands()) {
-    const std::string name = command.name;
-    const std::size_t blank = name.find(' ');
-    const std::string condition =
-        blank == name.npos ? fmt::format(" -n '__fish_seen_subcommand_from {}'", name)
-                           : fmt::format(" -n '__fish_seen_subcommand_from {}; and __fish_seen_subcommand_from {}'",
-                                         name.substr(0, blank), name.substr(blank + 1));
-    text += FishFlags(command.GetFlags(), condition) + FishArguments(command.completes, condition);
+    text +=
+        FishFlags(command.GetFlags(), within(command.name)) + FishArguments(command.completes, within(command.name));
   }
   return text;
 }

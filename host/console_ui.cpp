@@ -17,6 +17,7 @@ namespace kest::host {
 namespace {
 
 constexpr int kMostAttempts = 3;
+constexpr std::int64_t kBetweenLooks = 100; ///< milliseconds between two looks at a file in use
 
 int NumberOf(Message message) { return static_cast<int>(message); }
 
@@ -47,6 +48,12 @@ std::string DateText(const CKestDateTime& date) {
   return fmt::format("{:%Y-%m-%d}", fmt::gmtime(static_cast<std::time_t>(date.GetSeconds())));
 }
 
+// Whether no program that closes a file would help: the machine refused for another reason.
+bool IsBeyondWaiting(const MachineError& error) {
+  using Kind = MachineError::Kind;
+  return error.kind == Kind::kAccess || error.kind == Kind::kRefused || error.kind == Kind::kDiskFull;
+}
+
 // Lines of an engine text, without CR, fit for a terminal.
 std::string Lines(const char* text) { return ForTerminal(ToUtf8(text ? text : ""), true); }
 
@@ -59,6 +66,12 @@ void ConsoleUi::Begin() {
   m_number = 0;
   m_arguments.clear();
   m_deadline = -1;
+  m_several = false;
+}
+
+void ConsoleUi::BeginSeveral() {
+  Begin();
+  m_several = true;
 }
 
 const Outcome& ConsoleUi::GetOutcome() {
@@ -189,19 +202,31 @@ int ConsoleUi::AnswerInUse(const std::string& text) {
   if (GetOutcome().Stopped()) {
     return kCancel;
   }
+  const MachineError error = CKestOS::GetMachine().GetLastError();
+  if (IsBeyondWaiting(error) && (m_options.wait >= 0 || !m_terminal.CanAsk())) {
+    return kCancel; // the engine tells the reason
+  }
   if (m_options.wait >= 0) {
-    const std::int64_t now = CKestOS::GetMachine().MonotonicMilliseconds();
+    const auto now = [] { return CKestOS::GetMachine().MonotonicMilliseconds(); };
     if (m_deadline < 0) {
-      m_deadline = now + std::int64_t{m_options.wait} * 1000;
+      m_deadline = now() + std::int64_t{m_options.wait} * 1000;
     }
-    m_outcome.inUse = now >= m_deadline;
-    return m_outcome.inUse ? kCancel : kRetry;
+    // the engine may look again at once, and would then ask thousands of times
+    const std::int64_t next = std::min(now() + kBetweenLooks, m_deadline);
+    while (now() < next && !GetOutcome().Stopped()) {
+      CKestOS::AllowBackgroundProcessing();
+    }
+    m_outcome.inUse = now() >= m_deadline;
+    return m_outcome.inUse || GetOutcome().Stopped() ? kCancel : kRetry;
   }
   if (!m_terminal.CanAsk()) {
     Miss("--wait SEC", text);
     return kCancel;
   }
   m_terminal.Say(text);
+  if (IsBeyondWaiting(error)) {
+    m_terminal.Say("  (" + Shown(error.reason) + ")");
+  }
   const auto button = Pick("[r]etry  [c]ancel  (default r): ", {{"retry", kRetry}, {"cancel", kCancel}}, kRetry);
   m_outcome.declined |= button.value_or(kCancel) == kCancel;
   return button.value_or(kCancel);
@@ -210,7 +235,14 @@ int ConsoleUi::AnswerInUse(const std::string& text) {
 int ConsoleUi::ShowMessage(const char* text, int style) {
   const int number = std::exchange(m_number, 0);
   ShownMessage shown{number, style, Lines(text), ""};
-  m_terminal.Log(fmt::format("message {}: {}", number, shown.text));
+  std::vector<ShownMessage>& messages = m_outcome.messages;
+  // a file in use is asked about until it is free: that is one question
+  const bool again = style == kRetryCancel && !messages.empty() && messages.back().text == shown.text;
+  if (again) {
+    messages.pop_back();
+  } else {
+    m_terminal.Log(fmt::format("message {}: {}", number, shown.text));
+  }
   int button = kOk;
   switch (style) {
   case kYesNo:
@@ -226,7 +258,7 @@ int ConsoleUi::ShowMessage(const char* text, int style) {
     break;
   }
   shown.answer = style == kNotice ? "" : WordOf(style, button);
-  m_outcome.messages.push_back(std::move(shown));
+  messages.push_back(std::move(shown));
   return button;
 }
 
@@ -324,7 +356,17 @@ void ConsoleUi::BeginProgress(const char* caption, const char*, int) {
 }
 
 void ConsoleUi::SetProgressRange(int upper) { m_range = upper; }
-void ConsoleUi::SetProgressPosition(int position) { m_terminal.DrawProgress(m_caption, position, m_range); }
+
+void ConsoleUi::SetProgressPosition(int position) {
+  if (m_several) {
+    m_outcome.declined = false;
+    m_outcome.inUse = false;
+    m_outcome.equal = false;
+    m_deadline = -1;
+  }
+  m_terminal.DrawProgress(m_caption, position, m_range);
+}
+
 void ConsoleUi::EndProgress() { m_terminal.ClearProgress(); }
 
 } // namespace kest::host

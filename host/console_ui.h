@@ -42,6 +42,9 @@ public:
 
   /// Starts an operation: earlier outcomes are forgotten.
   void Begin();
+  /// Starts an operation on several extensions, one a step of the progress: what the user says of one does not stop the
+  /// others.
+  void BeginSeveral();
   /// As it is now: Ctrl-C counts whenever it comes.
   [[nodiscard]] const Outcome& GetOutcome();
 
@@ -92,6 +95,7 @@ private:
   std::vector<PackageEntry> m_entries;
   std::function<std::string(const std::string&)> m_readFolder;
   std::int64_t m_deadline = -1; ///< of the wait for files in use
+  bool m_several = false;       ///< see BeginSeveral
   std::string m_caption;
   int m_range = 0;
 };

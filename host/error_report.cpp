@@ -22,8 +22,8 @@ struct FailureRow {
 };
 
 constexpr FailureRow kFailures[] = {
-    {Failure::kDeclined, kDeclinedOrUnanswered, "it was declined", ""},
-    {Failure::kNotFound, kNotFoundHere, "a file, product or extension is not there", ""},
+    {Failure::kDeclined, kDeclinedOrUnanswered, "it was declined", "to go on after all, run it again"},
+    {Failure::kNotFound, kNotFoundHere, "a file, product or extension is not there", "see what is there: kest list"},
     {Failure::kUnsupportedProduct, kNoProductSupports, "no product here supports it",
      "see what is here: kest products --all"},
     {Failure::kBadPackage, kBadInput, "the package cannot be used",
@@ -33,8 +33,8 @@ constexpr FailureRow kFailures[] = {
     {Failure::kNoPermission, kInUseOrLocked, "you have no right to write there", "ask the owner of the machine folder"},
     {Failure::kLocked, kInUseOrLocked, "another process is changing the machine", "try again, or wait with --wait SEC"},
     {Failure::kDiskFull, kInUseOrLocked, "the disk is full", "make room and try again"},
-    {Failure::kAlreadyThere, kDone, "the same extension is enabled already", ""},
-    {Failure::kOther, kFailed, "", ""},
+    {Failure::kAlreadyThere, kDone, "the same extension is enabled already", "nothing is to be done"},
+    {Failure::kOther, kFailed, "the engine gives no reason", "try again with --verbose --log FILE"},
 };
 
 const FailureRow& RowOf(Failure failure) {
@@ -76,16 +76,19 @@ std::string Why(const OperationReport& report, const Outcome& outcome, int& numb
   if (!outcome.missingFlag.empty()) {
     return "a question needs an answer: " + ForTerminal(outcome.question);
   }
-  if (outcome.inUse) {
-    return "a file stayed in use";
-  }
   if (const OperationReport::Problem* problem = FatalProblem(report)) {
     number = problem->message;
     const std::string path = Shown(problem->path);
     const std::string reason = Shown(problem->reason);
+    if (outcome.inUse && !path.empty()) {
+      return path + " stayed in use" + (reason.empty() ? "" : ": " + reason);
+    }
     if (!reason.empty()) {
       return path.empty() || Names(reason, path) ? reason : path + ": " + reason;
     }
+  }
+  if (outcome.inUse) {
+    return "a file stayed in use";
   }
   if (outcome.declined) {
     return "you said no, or cancelled";
@@ -101,7 +104,8 @@ std::string Changed(const OperationReport& report) {
   if (report.undoneSteps == 0) {
     return "nothing";
   }
-  return fmt::format("nothing: all {} steps undone", report.undoneSteps) +
+  return (report.undoneSteps == 1 ? std::string("nothing: its one step undone")
+                                  : fmt::format("nothing: all {} steps undone", report.undoneSteps)) +
          (report.replaced.empty() ? "" : fmt::format(", \"{}\" put back", Shown(report.replaced)));
 }
 
@@ -173,11 +177,15 @@ ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcom
     error.next = "run: kest recover";
   } else if (!outcome.missingFlag.empty()) {
     error.next = "answer it with " + outcome.missingFlag;
-  } else if (outcome.inUse) {
-    error.next = RowOf(Failure::kInUse).next;
-  } else if (!outcome.Stopped()) {
+  } else if (outcome.interrupted || outcome.declined) {
+    error.next = RowOf(Failure::kDeclined).next;
+  } else {
     const OperationReport::Problem* problem = FatalProblem(report);
     error.next = problem && !problem->next.empty() ? Shown(problem->next) : RowOf(report.failure).next;
+    if (outcome.inUse) {
+      error.next += error.next.find("--wait") == std::string::npos ? ", or wait longer with --wait SEC" : "";
+      return error;
+    }
     if (problem && !problem->change.empty() && !changesOf.empty()) {
       error.next += (error.next.empty() ? "" : "; ") + fmt::format("see: kest info {} --changes", changesOf);
     }

@@ -21,7 +21,7 @@ struct ErrorReport {
   std::string why;
   std::string changed = "nothing";
   std::vector<std::string> left; ///< what lies there all the same
-  std::string next;              ///< what to do; empty: nothing is known
+  std::string next;              ///< what to do
   int message = 0;               ///< number of the engine's text; 0: none
 };
 

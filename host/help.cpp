@@ -2,6 +2,7 @@
 
 #include "host/commands.h"
 #include "host/session.h"
+#include "host/text_width.h"
 
 #include <fmt/format.h>
 
@@ -66,42 +67,56 @@ std::string HelpText(const CommandSpec& command) {
   return text + "\nFlags of every command: kest help\n";
 }
 
+int ShowText(Session& session, const char* schema, const std::string& text) {
+  if (session.options.json) {
+    session.document = MakeDocument(schema, true);
+    session.document["text"] = text;
+  } else {
+    session.terminal.Data(text);
+  }
+  return kDone;
+}
+
 int RunHelp(Session& session) {
   std::string name;
   for (const std::string& word : session.options.arguments) {
     name += (name.empty() ? "" : " ") + word;
   }
   if (name.empty()) {
-    session.terminal.Data(HelpText());
-    return kDone;
+    return ShowText(session, "help", HelpText());
   }
   if (const CommandSpec* command = FindCommand(name)) {
-    session.terminal.Data(HelpText(*command));
-    return kDone;
+    return ShowText(session, "help", HelpText(*command));
   }
-  bool group = false;
+  std::string group;
   for (const CommandSpec& command : GetCommands()) {
     if (std::string_view(command.name).substr(0, name.size() + 1) == name + " ") {
-      session.terminal.Data(fmt::format("{:<44}{}\n", Usage(command), command.summary));
-      group = true;
+      group += fmt::format("{:<44}{}\n", Usage(command), command.summary);
     }
   }
-  return group ? kDone
-               : session.Fail(kUsage, {"there is no command \"" + name + "\"", "", "nothing", {}, "see: kest help", 0});
+  if (!group.empty()) {
+    return ShowText(session, "help", group);
+  }
+  return session.Fail(kUsage, {"there is no command \"" + ForTerminal(name) + "\"",
+                               "help is there for commands alone",
+                               "nothing",
+                               {},
+                               "see which there are: kest help",
+                               0});
 }
 
 int RunCompletion(Session& session) {
   const std::string script = CompletionScript(session.options.arguments.front());
   if (script.empty()) {
-    return session.Fail(kUsage, {"there is no completion for \"" + session.options.arguments.front() + "\"",
-                                 "there are scripts for bash, zsh and fish",
-                                 "nothing",
-                                 {},
-                                 "",
-                                 0});
+    return session.Fail(kUsage,
+                        {"there is no completion for \"" + ForTerminal(session.options.arguments.front()) + "\"",
+                         "there are scripts for bash, zsh and fish",
+                         "nothing",
+                         {},
+                         "as in: kest completion bash",
+                         0});
   }
-  session.terminal.Data(script);
-  return kDone;
+  return ShowText(session, "completion", script);
 }
 
 } // namespace kest::host

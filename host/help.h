@@ -10,6 +10,8 @@ namespace kest::host {
 [[nodiscard]] std::string HelpText();
 /// The help of one command.
 [[nodiscard]] std::string HelpText(const CommandSpec& command);
+/// Prints a text that is all of a command's data; with --json as a document.
+int ShowText(Session& session, const char* schema, const std::string& text);
 /// A completion script for bash, zsh or fish; empty for any other shell.
 [[nodiscard]] std::string CompletionScript(const std::string& shell);
 

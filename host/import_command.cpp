@@ -5,6 +5,7 @@
 #include "host/selector.h"
 #include "host/session.h"
 #include "host/text_width.h"
+#include "platform/messages.h"
 #include "products/product.h"
 
 #include <fmt/format.h>
@@ -35,34 +36,44 @@ bool Choose(Session& session, const CKestProduct* from, std::vector<Installed>& 
   return true;
 }
 
+// What the receiving product has already is left as it is, and that is no failure.
+bool IsThereAlready(const OperationReport& part) {
+  return part.failure == OperationReport::Failure::kAlreadyThere ||
+         std::any_of(part.problems.begin(), part.problems.end(), [](const OperationReport::Problem& problem) {
+           return problem.message == static_cast<int>(Message::kEqualVersion);
+         });
+}
+
 int Summarize(Session& session, const CKestProduct& to) {
   const OperationReport& report = session.GetManager().GetLastReport();
   const Outcome& outcome = session.GetUi().GetOutcome();
-  int failed = 0;
+  std::size_t imported = 0;
+  std::size_t failed = 0;
   for (const OperationReport& part : report.parts) {
-    const ExitCode exit = part.Succeeded() ? kDone : ExitCodeOf(part, {});
+    const bool there = !part.Succeeded() && IsThereAlready(part);
+    const ExitCode exit = there ? kDone : ExitCodeOf(part, {});
     session.document["results"].push_back(ResultJson(session, "import", part, exit));
     session.document["results"].back()["messages"] = Json::array();
-    failed += !part.Succeeded();
+    imported += part.Succeeded() ? 1 : 0;
+    failed += exit != kDone ? 1 : 0;
     const std::string quoted = fmt::format("\"{}\" {}", ShownText(part.extension), Shown(part.version));
     session.terminal.Notice(
         part.Succeeded() ? fmt::format("Imported {}.", quoted)
+        : there          ? fmt::format("{} is there already.", quoted)
                          : fmt::format("Left out {}: {}", quoted, DescribeFailure(part, {}, quoted, "imported").why));
   }
   session.document["restart"] = RestartWord(report);
   if (outcome.Stopped() || (report.parts.empty() && !report.Succeeded())) {
     const ExitCode exit = ExitCodeOf(report, outcome);
     ErrorReport error = DescribeFailure(report, outcome, "the import", "done");
-    const std::size_t done = report.parts.size() - static_cast<std::size_t>(failed);
-    if (done > 0) {
+    if (imported > 0) {
       error.what = fmt::format("the import into {} was not completed", NameOf(to));
-      error.changed = fmt::format("what was imported stays ({} of it); the rest is as it was", done);
+      error.changed = fmt::format("what was imported stays ({} of it); the rest is as it was", imported);
     }
     return session.Fail(exit != kDone ? exit : outcome.interrupted ? kInterrupted : kDeclinedOrUnanswered, error);
   }
-  session.terminal.Notice(fmt::format("{} of {} extensions imported into {}.",
-                                      report.parts.size() - static_cast<std::size_t>(failed), report.parts.size(),
-                                      NameOf(to)));
+  session.terminal.Notice(
+      fmt::format("{} of {} extensions imported into {}.", imported, report.parts.size(), NameOf(to)));
   SayWhatHappened(session, report);
   return failed == 0 ? kDone : kSomeFailed;
 }
@@ -89,7 +100,9 @@ int RunImport(Session& session) {
     return exit;
   }
   if (from == to) {
-    return session.Fail(kUsage, {"import needs two products", "--from and --to are the same", "nothing", {}, "", 0});
+    return session.Fail(
+        kUsage,
+        {"import needs two products", "--from and --to are the same", "nothing", {}, "name another with --to", 0});
   }
   std::vector<Installed> chosen;
   if (!Choose(session, from, chosen, exit)) {
@@ -106,7 +119,7 @@ int RunImport(Session& session) {
   for (const Installed& one : chosen) {
     extensions.Append(one.extension);
   }
-  session.GetUi().Begin();
+  session.GetUi().BeginSeveral();
   session.GetManager().Import(from, to, extensions);
   return Summarize(session, *to);
 }

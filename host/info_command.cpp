@@ -148,7 +148,7 @@ std::string Indented(const std::string& text) {
   std::string out;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = std::min(text.find('\n', at), text.size());
-    out += "  " + ForTerminal(text.substr(at, end - at)) + "\n";
+    out += (end == at ? "" : "  ") + ForTerminal(text.substr(at, end - at)) + "\n";
     at = end + 1;
   }
   return out;
@@ -227,11 +227,14 @@ int Show(Session& session, const Subject& subject) {
   return kDone;
 }
 
-// A word that ends in .kep or .kei and names a file on this system is that file.
+bool LooksLikeFile(const std::string& word) {
+  return text::EndsWithNoCase(word, ".kep") || text::EndsWithNoCase(word, ".kei");
+}
+
+// Such a word that names a file on this system is that file.
 bool NamesFile(const std::string& word) {
   std::error_code error;
-  return (text::EndsWithNoCase(word, ".kep") || text::EndsWithNoCase(word, ".kei")) &&
-         std::filesystem::is_regular_file(word, error);
+  return LooksLikeFile(word) && std::filesystem::is_regular_file(word, error);
 }
 
 } // namespace
@@ -259,7 +262,16 @@ int RunInfo(Session& session) {
   if (!session.options.product.empty() && !(only = session.FindProduct(session.options.product, exit))) {
     return exit;
   }
-  const Installed one = Select(session, CollectInstalled(session, only), word, exit);
+  const std::vector<Installed> all = CollectInstalled(session, only);
+  if (LooksLikeFile(word) && Match(all, word).empty()) {
+    return session.Fail(kNotFoundHere, {ForTerminal(word) + " cannot be shown",
+                                        "there is no such file, and nothing installed is called so",
+                                        "nothing",
+                                        {},
+                                        "see what is installed: kest list",
+                                        0});
+  }
+  const Installed one = Select(session, all, word, exit);
   return one.extension ? Show(session, {one.product, one.extension}) : exit;
 }
 

@@ -62,8 +62,12 @@ const CKestProduct* Predict(Session& session, const CKestExtension& record) {
 
 int FailUnread(Session& session, const ExtensionFile& file, const std::string& name) {
   if (!file.exists) {
-    return session.Fail(kNotFoundHere,
-                        {fmt::format("{} was not installed", name), "there is no such file", "nothing", {}, "", 0});
+    return session.Fail(kNotFoundHere, {fmt::format("{} was not installed", name),
+                                        "there is no such file",
+                                        "nothing",
+                                        {},
+                                        "name a package (.kep) or a description (.kei)",
+                                        0});
   }
   const std::string why = file.isPackage && !file.record ? "the package cannot be used: " + file.problem
                           : !file.problem.empty()        ? file.problem

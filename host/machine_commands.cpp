@@ -47,7 +47,7 @@ std::optional<ErrorReport> CheckSample(const Options& options, SampleMachine& ma
                          fmt::format("these there are: {}", fmt::join(known, ", ")),
                          "nothing",
                          {},
-                         "",
+                         "name one of them, or none for all",
                          0};
     }
   }
@@ -55,10 +55,10 @@ std::optional<ErrorReport> CheckSample(const Options& options, SampleMachine& ma
     std::pair<std::string, int> user;
     if (!ReadUser(given, user)) {
       return ErrorReport{fmt::format("\"{}\" is no user", ForTerminal(given)),
-                         "a user is NAME or NAME:TYPE, as in anna:2",
+                         "a user is NAME or NAME:TYPE",
                          "nothing",
                          {},
-                         "",
+                         "as in: --user anna:2",
                          0};
     }
     machine.users.push_back(user);
@@ -68,7 +68,7 @@ std::optional<ErrorReport> CheckSample(const Options& options, SampleMachine& ma
   const bool known_user = std::any_of(users.begin(), users.end(), [&](const auto& u) { return u.first == current; });
   if (!current.empty() && !known_user && !(users.empty() && current == "user")) {
     return ErrorReport{fmt::format("\"{}\" is none of the users", ForTerminal(current)),
-                       "",
+                       "--current names one that --user makes",
                        "nothing",
                        {},
                        "add --user " + ForTerminal(current),
@@ -141,13 +141,16 @@ int SetRunning(Session& session, bool running) {
                                   "it has no executable on this machine",
                                   "nothing",
                                   {},
-                                  "",
+                                  "see what is there: kest machine show",
                                   0});
   }
   if (!session.GetMachine().SetProcessRunning(executable, running)) {
-    return session.Fail(
-        kInUseOrLocked,
-        {"machine.ini could not be written", Shown(session.GetMachine().GetLastError().reason), "nothing", {}, "", 0});
+    return session.Fail(kInUseOrLocked, {"machine.ini could not be written",
+                                         Shown(session.GetMachine().GetLastError().reason),
+                                         "nothing",
+                                         {},
+                                         "see that the machine folder can be written",
+                                         0});
   }
   session.terminal.Notice(fmt::format("{} {} on {}.", NameOf(*product),
                                       running ? "counts as running" : "no longer runs", session.GetMachineName()));
@@ -245,9 +248,12 @@ int RunMachineUser(Session& session) {
       continue;
     }
     if (!machine.SetCurrentUser(user.name)) {
-      return session.Fail(
-          kInUseOrLocked,
-          {"machine.ini could not be written", Shown(machine.GetLastError().reason), "nothing", {}, "", 0});
+      return session.Fail(kInUseOrLocked, {"machine.ini could not be written",
+                                           Shown(machine.GetLastError().reason),
+                                           "nothing",
+                                           {},
+                                           "see that the machine folder can be written",
+                                           0});
     }
     session.terminal.Notice(fmt::format("{} is the current user of {}.", Shown(user.name), session.GetMachineName()));
     session.document = MachineJson(session);

@@ -96,7 +96,7 @@ Json ResultJson(Session& session, const char* operation, const OperationReport& 
     entry["why"] = WordOf(kept.why);
     json["kept"].push_back(std::move(entry));
   }
-  json["rolled_back"] = !report.Succeeded() && report.rolledBack;
+  json["rolled_back"] = exit != kDone && !report.Succeeded() && report.rolledBack;
   json["left"] = Json::array();
   for (const OperationReport::Leftover& left : report.leftovers) {
     json["left"].push_back({{"path", PathJson(machine, left.path)}, {"why", ToUtf8(left.why)}});

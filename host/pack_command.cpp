@@ -60,12 +60,22 @@ int RunPack(Session& session) {
   const CString target = session.ReachFile(output, true);
   const CString source = session.ReachFile(input, false);
   if (source.empty() || !CKestOS::FileExists(source)) {
-    return session.Fail(kNotFoundHere, {name + " was not packed", "there is no such file", "nothing", {}, "", 0});
-  }
-  if (target.empty()) {
     return session.Fail(
         kNotFoundHere,
-        {name + " was not packed", "there is no folder for " + ForTerminal(output), "nothing", {}, "", 0});
+        {name + " was not packed", "there is no such file", "nothing", {}, "name a description (.kei)", 0});
+  }
+  if (target.empty()) {
+    return session.Fail(kNotFoundHere, {name + " was not packed",
+                                        "there is no folder for " + ForTerminal(output),
+                                        "nothing",
+                                        {},
+                                        "make the folder, or name another with -o",
+                                        0});
+  }
+  if (text::EndsWithNoCase(input, ".kep")) {
+    return session.Fail(
+        kBadInput,
+        {name + " was not packed", "it is a package already", "nothing", {}, "name a description (.kei)", 0});
   }
   if (CKestOS::FileExists(target) && !options.force) {
     return session.Fail(kDeclinedOrUnanswered, {name + " was not packed",
@@ -80,7 +90,11 @@ int RunPack(Session& session) {
     const OperationReport& report = session.GetManager().GetLastReport();
     const Outcome& outcome = session.GetUi().GetOutcome();
     const ExitCode code = ExitCodeOf(report, outcome);
-    return session.Fail(code == kDone ? kFailed : code, DescribeFailure(report, outcome, name, "packed"));
+    ErrorReport error = DescribeFailure(report, outcome, name, "packed");
+    if (code == kBadInput) {
+      error.next = "see: kest validate " + name;
+    }
+    return session.Fail(code == kDone ? kFailed : code, error);
   }
   return ShowPackage(session, output, target);
 }

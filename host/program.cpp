@@ -3,8 +3,12 @@
 #include "host/command_line.h"
 #include "host/help.h"
 #include "host/session.h"
+#include "host/text_width.h"
 
 #include <fmt/format.h>
+
+#include <cerrno>
+#include <cstring>
 
 #ifndef KEST_VERSION
 #define KEST_VERSION "0.0.0"
@@ -27,15 +31,18 @@ void Complete(Session& session, int exit) {
 
 int ReportUsage(Session& session, const CommandLine& line) {
   session.document = MakeDocument("error", false);
-  return session.Fail(kUsage, {line.problem, "", "nothing", {}, "see: kest help" + line.about, 0});
+  return session.Fail(kUsage, {line.problem, line.reason, "nothing", {}, line.advice, 0});
 }
 
 int Dispatch(Session& session, const CommandLine& line) {
   if (!session.terminal.Configure(line.options)) {
     session.document = MakeDocument("error", false);
-    return session.Fail(
-        kNotFoundHere,
-        {"the log cannot be written: " + line.options.log, "", "nothing", {}, "name another with --log FILE", 0});
+    return session.Fail(kNotFoundHere, {"the log cannot be written",
+                                        ForTerminal(line.options.log) + ": " + std::strerror(errno),
+                                        "nothing",
+                                        {},
+                                        "name another with --log FILE",
+                                        0});
   }
   if (line.wantsVersion) {
     if (line.options.json) {
@@ -47,16 +54,13 @@ int Dispatch(Session& session, const CommandLine& line) {
     return kDone;
   }
   if (line.wantsHelp) {
-    session.terminal.Data(line.command ? HelpText(*line.command) : HelpText());
-    return kDone;
+    return ShowText(session, "help", line.command ? HelpText(*line.command) : HelpText());
   }
   if (!line.command) {
     return ReportUsage(session, line);
   }
   session.command = line.command;
-  if (line.command->schema) {
-    session.document = EmptyDocument(*line.command);
-  }
+  session.document = EmptyDocument(*line.command);
   return line.command->run(session);
 }
 

@@ -15,8 +15,8 @@ int RunRecover(Session& session) {
   MachineFolder* machine = &session.GetMachine();
   const RecoveryReport& report = session.GetManager().GetRecoveryReport();
   ErrorReport incomplete{"what an interrupted operation left could not be taken back completely",
-                         "",
-                         "see above",
+                         "a program holds what has to be put back, or the disk refuses it",
+                         "what is listed is not as it was before; all else is",
                          {},
                          "free the files named, then run: kest recover",
                          0};

@@ -138,9 +138,9 @@ int UninstallOne(Session& session, const Installed& one) {
     return session.Fail(exit, DescribeFailure(declined, ui.GetOutcome(), quoted, "uninstalled"));
   }
   int restart = 0;
-  const bool disabled = !one.extension->IsEnabled();
-  const int result = session.GetManager().UninstallExtension(one.product, one.extension, true, false, true, true,
-                                                             disabled, restart, true);
+  // With the copies set aside: a package left by an enable would pass for one of a later install under the same name.
+  const int result =
+      session.GetManager().UninstallExtension(one.product, one.extension, true, false, true, true, true, restart, true);
   // The record left the catalogue with a success and is ours then.
   const std::unique_ptr<CKestExtension> gone(result == 0 ? one.extension : nullptr);
   return Finish(session, one, quoted, {"uninstall", "Uninstall", "uninstalled"});
@@ -155,6 +155,7 @@ int SetState(Session& session, const Installed& one, bool enable) {
                                      {"author", PlainText(one.extension->GetAuthorName())},
                                      {"version", one.extension->GetVersion().ToText()}};
     session.document["product"] = NameOf(*one.product);
+    session.document["rolled_back"] = false;
     return kDone;
   }
   if (!MayChange(session, one)) {

@@ -243,6 +243,10 @@ Json EmptyDocument(const CommandSpec& command) {
     document["problems"] = Json::array();
     return document;
   }
+  if (schema == "help" || schema == "completion") {
+    document["text"] = nullptr;
+    return document;
+  }
   document["machine"] = nullptr;
   constexpr std::pair<std::string_view, const char*> kLists[] = {
       {"products", "products"}, {"list", "extensions"},    {"pack", "entries"},

@@ -153,7 +153,12 @@ int ValidateOne(Session& session, const std::string& word) {
   const std::string name = ForTerminal(word);
   session.document["file"] = name;
   if (!file.exists) {
-    return session.Fail(kNotFoundHere, {name + " was not checked", "there is no such file", "nothing", {}, "", 0});
+    return session.Fail(kNotFoundHere, {name + " was not checked",
+                                        "there is no such file",
+                                        "nothing",
+                                        {},
+                                        "name a package (.kep) or a description (.kei)",
+                                        0});
   }
   std::vector<Problem> problems = std::move(listener.problems);
   if (!file.record) {
@@ -167,9 +172,18 @@ int ValidateOne(Session& session, const std::string& word) {
     CheckItems(*file.record, problems);
     CheckFiles(file, problems);
   }
+  int code = file.code;
+  if (file.isPackage && file.record) {
+    // what an install would unpack and refuse
+    CKestPackage package(file.path.c_str());
+    if (const int checked = package.Check(); checked != CKestPackage::kGood) {
+      code = checked;
+      problems.push_back({true, 0, "the package cannot be used: " + Shown(package.GetProblem())});
+    }
+  }
   std::stable_sort(problems.begin(), problems.end(),
                    [](const Problem& a, const Problem& b) { return a.line != 0 && (b.line == 0 || a.line < b.line); });
-  session.document = CheckJson(word, file.code, problems, problems.empty());
+  session.document = CheckJson(word, code, problems, problems.empty());
   if (!session.options.json) {
     for (const Problem& problem : problems) {
       const std::string place = problem.line ? fmt::format("{}:{}", name, problem.line) : name;

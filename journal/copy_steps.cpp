@@ -85,7 +85,7 @@ int CInstallCopyFile::PrepareStage() {
 int CInstallCopyFile::PreparePending() {
   Machine& machine = CKestOS::GetMachine();
   CString leaf;
-  if (!private_folders::GetLeaf(leaf)) {
+  if (!private_folders::GetLeaf(leaf) || !private_folders::HoldRoom()) {
     return -1;
   }
   const CString stem = leaf.substr(leaf.rfind('-') + 1);

@@ -1,6 +1,7 @@
 #include "journal/folder_steps.h"
 
 #include "journal/file_state.h"
+#include "journal/private_folders.h"
 #include "journal/step_record.h"
 
 #include "platform/os.h"
@@ -98,6 +99,10 @@ int CInstallDeleteFolder::Prepare() {
     return -1;
   }
   m_existed = presence == Presence::kPresent;
+  CString folder;
+  if (m_existed && private_folders::GetFor(m_folder, folder)) {
+    m_aside = folder + private_folders::NextName("dir");
+  }
   m_prepared = true;
   return 0;
 }
@@ -106,7 +111,11 @@ int CInstallDeleteFolder::Do() {
   if (Prepare() != 0) {
     return -1;
   }
-  return CKestOS::GetMachine().RemoveDirectory(m_folder) ? 0 : -1;
+  Machine& machine = CKestOS::GetMachine();
+  if (!m_aside.empty() && machine.MoveEmptyFolder(m_folder, m_aside)) {
+    return 0;
+  }
+  return machine.RemoveDirectory(m_folder) ? 0 : -1;
 }
 
 int CInstallDeleteFolder::Undo() {
@@ -118,8 +127,14 @@ int CInstallDeleteFolder::Undo() {
   if (machine.DirectoryExists(m_folder)) {
     return 0;
   }
-  m_restored = machine.CreateDirectory(m_folder);
+  m_restored = (!m_aside.empty() && machine.MoveEmptyFolder(m_aside, m_folder)) || machine.CreateDirectory(m_folder);
   return m_restored ? 0 : -1;
+}
+
+void CInstallDeleteFolder::Release() {
+  if (!m_aside.empty() && !private_folders::IsOperationOpen()) {
+    static_cast<void>(CKestOS::GetMachine().RemoveDirectory(m_aside));
+  }
 }
 
 bool CInstallDeleteFolder::Describe(StepRecord& record) const {
@@ -128,6 +143,9 @@ bool CInstallDeleteFolder::Describe(StepRecord& record) const {
   }
   record.SetKind(kKind);
   record.Add("folder", m_folder);
+  if (!m_aside.empty()) {
+    record.Add("aside", m_aside);
+  }
   return true;
 }
 
@@ -135,13 +153,13 @@ void CInstallDeleteFolder::CollectTouched(CKestTypedList<CKestString>& paths) co
 
 std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteFolder::FromRecord(const StepRecord& record,
                                                                             const RecordJudge& judge) {
-  static_cast<void>(judge); // what this step can do is make an empty folder
-  if (!RecordJudge::IsPlain(record.Get("folder"))) {
+  if (!RecordJudge::IsPlain(record.Get("folder")) || !judge.IsPrivateOrEmpty(record.Get("aside"))) {
     return nullptr;
   }
   auto step = std::make_unique<CInstallDeleteFolder>(record.Get("folder"));
   // the parents may be missing at this moment, so the spelling is the record's
   step->m_folder = record.Get("folder");
+  step->m_aside = record.Get("aside");
   step->m_prepared = true;
   step->m_existed = true;
   return step;

@@ -36,10 +36,10 @@ private:
 };
 
 /// Removes an empty folder.
-/// Do:      removes it; -1 when it is not empty or not there.
-/// Keeps:   whether it was there, and its name in the letter case that it had.
-/// Undo:    creates it when it was there before.
-/// Release: nothing.
+/// Do:      moves it into the private folder, or removes it where that cannot be; -1 when it is not empty or not there.
+/// Keeps:   the folder itself, and its name in the letter case that it had.
+/// Undo:    moves it back, which needs no room on the disk and keeps its rights; else creates it.
+/// Release: removes it.
 class KEST_API CInstallDeleteFolder : public CKestExtensionInstallStep {
 public:
   explicit CInstallDeleteFolder(const CString& folder);
@@ -47,6 +47,7 @@ public:
   int Prepare() override;
   int Do() override;
   int Undo() override;
+  void Release() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
   [[nodiscard]] CString GetTarget() const override { return m_folder; }
@@ -58,6 +59,7 @@ public:
 
 private:
   CString m_folder;
+  CString m_aside; ///< where the folder lies meanwhile; empty when there is no such place
   bool m_prepared = false;
   bool m_existed = false;
 };

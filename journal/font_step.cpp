@@ -53,7 +53,7 @@ int CInstallAddFontResource::Prepare() {
   m_existed = CKestOS::GetMachine().FileExists(m_destination);
   if (!m_existed) {
     CString folder;
-    if (!private_folders::GetFor(m_destination, folder)) {
+    if (!private_folders::GetFor(m_destination, folder) || !private_folders::HoldRoom()) {
       return -1;
     }
     const CString stage = folder + private_folders::NextName("fnt");

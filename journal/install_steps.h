@@ -7,3 +7,4 @@
 #include "journal/folder_steps.h"
 #include "journal/font_step.h"
 #include "journal/private_steps.h"
+#include "journal/whole_folder_steps.h"

@@ -14,14 +14,20 @@ constexpr std::string_view kVersion = "1";
 
 using Fields = std::vector<std::string_view>;
 
-// The header is on the disk before the first step is written. So a file that holds nothing, or nothing but what a write
-// of the header cut short can leave, is of an operation that never did anything.
+// The header is on the disk before the first step is done. So a file that holds nothing, or nothing but what a first
+// write cut short can leave, is of an operation that never did anything.
 bool IsTornHeader(std::string_view text) {
   const std::size_t written = text.find_first_not_of('\0');
   if (written == std::string_view::npos) {
     return true;
   }
   return kMagic.starts_with(text.substr(0, kMagic.size()));
+}
+
+// Whether the disk lacks the beginning of what was written, while it may have what followed.
+bool LacksBeginning(std::string_view text) {
+  constexpr std::size_t kSector = 512;
+  return text.substr(0, kSector).find_first_not_of('\0') == std::string_view::npos;
 }
 
 // Reads the lines one after the other into a content.
@@ -36,16 +42,17 @@ public:
     const Fields fields = journal_line::SplitFields(body);
     m_anySealed = true;
     if (!m_headerSeen) {
+      m_onlyFirstWrite = m_onlyFirstWrite && IsOfFirstWrite(fields);
       Header(fields);
     } else if (!Entry(fields, body)) {
       m_content.damaged = true; // sealed, yet nothing that we write: not a torn write
     }
   }
 
-  JournalContent Finish(bool headerCouldBeTorn) {
+  JournalContent Finish(bool headerCouldBeTorn, bool lacksBeginning) {
     if (!m_headerSeen) {
       m_content = JournalContent();
-      const bool unbegun = headerCouldBeTorn && !m_anySealed;
+      const bool unbegun = (headerCouldBeTorn && !m_anySealed) || (lacksBeginning && m_onlyFirstWrite);
       m_content.status = unbegun ? JournalContent::Status::kEmpty : JournalContent::Status::kForeign;
       return std::move(m_content);
     }
@@ -73,6 +80,10 @@ private:
     m_content.status = JournalContent::Status::kGood;
     m_headerSeen = true;
     m_damagedSinceStep = false;
+  }
+
+  static bool IsOfFirstWrite(const Fields& fields) {
+    return fields[0] == "F" || (fields[0] == "S" && fields.size() > 2 && fields[2] == "0");
   }
 
   static bool ParseSeconds(std::string_view text, long long& seconds) {
@@ -163,6 +174,7 @@ private:
   JournalContent m_content;
   bool m_headerSeen = false;
   bool m_anySealed = false;
+  bool m_onlyFirstWrite = true;
   bool m_damagedSinceStep = false;
   long m_lastFirst = 0;
 };
@@ -186,7 +198,7 @@ bool JournalFile::Create(const CString& path, const CString& operation) {
   const std::int64_t now = std::max<std::int64_t>(machine.Now().GetSeconds(), 0);
   Add(CString(kMagic) + '\t' + CString(kVersion) + '\t' + std::to_string(++s_operations) + '\t' + std::to_string(now) +
       '\t' + journal_line::Escape(operation));
-  return WriteAndSync();
+  return Write();
 }
 
 bool JournalFile::OpenToAppend(const CString& path, bool endsInLine) {
@@ -261,6 +273,7 @@ bool JournalFile::OverwriteAndSync(std::uint64_t offset, std::string_view body) 
 JournalContent ParseJournal(std::string_view text) {
   Reader reader;
   const bool couldBeTorn = IsTornHeader(text);
+  const bool lacksBeginning = LacksBeginning(text);
   bool endsInLine = true;
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
@@ -273,7 +286,7 @@ JournalContent ParseJournal(std::string_view text) {
     }
     text.remove_prefix(end + 1);
   }
-  JournalContent content = reader.Finish(couldBeTorn);
+  JournalContent content = reader.Finish(couldBeTorn, lacksBeginning);
   content.endsInLine = endsInLine;
   return content;
 }

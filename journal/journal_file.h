@@ -24,14 +24,14 @@ namespace kest {
 /// - `B`: a D before it does not hold: the operation is being undone
 /// - `X`: all is undone: only the clean-up is left
 ///
-/// The header is on the disk before anything else is written, and the lines of a pass, which go out in one write,
-/// before its first step is done. So a write that was cut short, or lost pages with the power, is the last one with
+/// The lines of a pass, which go out in one write, are on the disk before its first step is done, and the header with
+/// the first of them. So a write that was cut short, or lost pages with the power, is the last one with
 /// steps, and none of its steps was begun: a damaged line with nothing after it but lines of the same write, or marks
 /// of an undo, is passed over. A damaged line that a later write follows was whole once and its step may have been
 /// done; then the steps that can be read are undone, and the loss is reported.
 class KEST_API JournalFile {
 public:
-  /// Starts the file; false when it cannot be made.
+  /// Starts the file; false when it cannot be made. The header is brought to the disk with what is added first.
   [[nodiscard]] bool Create(const CString& path, const CString& operation);
   /// Goes on in the file of a dead process; `endsInLine` false ends its torn line first.
   [[nodiscard]] bool OpenToAppend(const CString& path, bool endsInLine);

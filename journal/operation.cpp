@@ -70,6 +70,7 @@ bool Operation::MarkReleased(long first) {
 }
 
 void Operation::MarkUndoing() {
+  private_folders::FreeRoom();
   if (m_mayBeMarked && m_file.IsOpen()) {
     // on a full disk no line can be added, but the mark itself can be changed
     m_file.Add("B");

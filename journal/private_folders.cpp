@@ -1,5 +1,6 @@
 #include "journal/private_folders.h"
 
+#include "platform/file.h"
 #include "platform/os.h"
 #include "platform/path.h"
 
@@ -11,6 +12,8 @@ namespace kest {
 namespace {
 
 constexpr std::size_t kLongestOwnName = 200;
+// More than the registry of one user takes.
+constexpr std::size_t kRoom = 1u << 20;
 
 // The folders of the process, as far as they are known. They belong to the temporary folder that stands in `temp`: when
 // the process gets another one, all of it is forgotten.
@@ -23,6 +26,7 @@ struct Folders {
   std::unordered_set<CString> deletedFolders;    // those that were made
   std::unordered_set<CString> deletedNames;      // folded
   std::function<bool(const CString&)> note;
+  CString room; // the file that holds it; empty when there is none
   bool operationOpen = false;
   bool trashedWhole = false;
 };
@@ -44,6 +48,7 @@ void Forget() {
   state.byFolder.clear();
   state.deletedFolders.clear();
   state.deletedNames.clear();
+  state.room.clear();
 }
 
 bool RefreshTemp() {
@@ -165,6 +170,30 @@ CString NextDeletedName(const CString& fileName) {
   name += fileName.size() <= kLongestOwnName ? fileName : CString("file");
   State().deletedNames.insert(text::Lower(name));
   return name;
+}
+
+bool HoldRoom() {
+  Folders& state = State();
+  CString folder;
+  if (!GetOwn(folder)) {
+    return false;
+  }
+  if (state.room.empty()) {
+    const CString path = folder + kRoomName;
+    if (!CKestFile::WriteAll(path, CString(kRoom, '.'))) {
+      return false;
+    }
+    state.room = path;
+  }
+  return true;
+}
+
+void FreeRoom() {
+  CString& room = State().room;
+  if (!room.empty()) {
+    static_cast<void>(CKestOS::GetMachine().DeleteFile(room));
+    room.clear();
+  }
 }
 
 bool Holds(const CString& path) {

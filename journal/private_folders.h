@@ -22,6 +22,11 @@ namespace private_folders {
 [[nodiscard]] KEST_API CString NextName(const char* prefix);
 /// A name for a deleted file: its own where that is free, else with a number before it.
 [[nodiscard]] KEST_API CString NextDeletedName(const CString& fileName);
+/// Holds room on the disk that undo may need (a registry file is written anew); false when there is none. Once an
+/// operation is enough.
+[[nodiscard]] bool HoldRoom();
+/// Gives it to the undo that begins now.
+void FreeRoom();
 /// Whether the path lies in the process's own temporary folder or one of the others.
 [[nodiscard]] KEST_API bool Holds(const CString& path);
 /// Deletes a private file that is no longer needed; while an operation is open nothing is done, since the folder goes
@@ -51,6 +56,7 @@ void Abandon();
 /// Names that the folders consist of, for the recovery.
 [[nodiscard]] KEST_API bool IsLeafName(std::string_view name);
 inline constexpr const char* kDeletedFolder = "deleted";
+inline constexpr const char* kRoomName = "room";
 inline constexpr const char* kJournalPrefix = "journal-";
 
 } // namespace private_folders

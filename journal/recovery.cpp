@@ -33,6 +33,8 @@ constexpr StepMaker kMakers[] = {
     {CInstallMakeWritable::kKind, CInstallMakeWritable::FromRecord},
     {CInstallNewFile::kKind, CInstallNewFile::FromRecord},
     {CInstallMoveFile::kKind, CInstallMoveFile::FromRecord},
+    {CInstallPlaceFolder::kKind, CInstallPlaceFolder::FromRecord},
+    {CInstallDeleteWholeFolder::kKind, CInstallDeleteWholeFolder::FromRecord},
 };
 
 OwnedStep MakeStep(std::string_view text, const RecordJudge& judge) {
@@ -178,6 +180,7 @@ private:
       entry.leftovers.push_back({journal.path, kept});
       return;
     }
+    CString room = kept + private_folders::kRoomName;
     UndoWalk walk(&file);
     bool understood = !journal.content.damaged;
     for (auto line = journal.content.steps.rbegin(); line != journal.content.steps.rend(); ++line) {
@@ -185,6 +188,10 @@ private:
         continue;
       }
       if (OwnedStep step = MakeStep(line->second, judge)) {
+        if (!room.empty()) {
+          static_cast<void>(CKestOS::GetMachine().DeleteFile(room)); // gone already, or never needed, is as well
+          room.clear();
+        }
         walk.Undo(step, line->first);
       } else {
         understood = false;

@@ -17,15 +17,22 @@ void FreeDistinct(const std::unordered_set<CKestExtension*>& records) {
 
 } // namespace
 
-Catalogue::~Catalogue() {
+Catalogue::~Catalogue() { Clear(); }
+
+void Catalogue::Clear() {
   std::unordered_set<CKestExtension*> records;
   for (const auto& [product, list] : m_lists) {
     records.insert(list.begin(), list.end());
   }
+  m_lists.clear();
+  m_gap = Gap{};
   FreeDistinct(records);
 }
 
 void Catalogue::Add(const CKestProduct* product, CKestExtension* extension) {
+  if (extension == nullptr) {
+    return;
+  }
   List& list = m_lists[product];
   const bool fitsGap = m_gap.extension == extension && m_gap.product == product && m_gap.count == list.size();
   list.insert(fitsGap ? list.begin() + static_cast<std::ptrdiff_t>(m_gap.at) : list.end(), extension);

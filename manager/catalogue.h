@@ -20,10 +20,13 @@ public:
   Catalogue(const Catalogue&) = delete;
   Catalogue& operator=(const Catalogue&) = delete;
 
-  /// Takes ownership. A record that was taken out by Remove goes back to where it stood when nothing else came or went.
+  /// Takes ownership; null is ignored. A record that was taken out by Remove goes back to where it stood when nothing
+  /// else came or went.
   void Add(const CKestProduct* product, CKestExtension* extension);
   /// Takes every entry of the record out of the product's list; the caller owns it then.
   void Remove(const CKestProduct* product, const CKestExtension* extension);
+  /// Frees all records: the products that they belong to go.
+  void Clear();
   /// Frees the product's records and takes over those of the list.
   void Replace(const CKestProduct* product, const CKestTypedList<CKestExtension*>& records);
   /// Null for a product that was never given a list.

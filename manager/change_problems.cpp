@@ -53,7 +53,7 @@ constexpr ReasonRow kConfigReasons[] = {
     {Config::kToolbarFailed, "has no such toolbar or button, or no place for it", kOtherVersion},
     {Config::kInsertBarFailed, "has no such category or button, or no place for it", kOtherVersion},
     {Config::kFileNotUpdatable, "cannot be written", "make the file writable and try again"},
-    {Config::kFailed, "cannot be read", kForeignFile},
+    {Config::kFailed, "cannot be read or backed up", kForeignFile},
 };
 
 constexpr ReasonRow kHelpReasons[] = {

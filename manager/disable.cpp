@@ -148,6 +148,10 @@ int CKestExtensionManager::DisableExtension(const CKestProduct* product, CKestEx
   if (operation.IsOutermost()) {
     state.NameInReport(*product, *extension);
   }
+  if (!extension->IsEnabled()) {
+    state.Fail(Failure::kOther, extension->GetPath(), "it is disabled already");
+    return -1;
+  }
   StepScope steps(state, "disable " + extension->GetName());
   DisableContext context{.state = state,
                          .product = *product,

@@ -41,7 +41,7 @@ public:
 
   // ---- lifecycle
   /// Takes back what a process that died left behind (see GetRecoveryReport), finds the products, makes the extensions
-  /// folders of those found. Always 0.
+  /// folders of those found. Called again it starts anew, with an empty catalogue. Always 0.
   int Init();
   /// Reads the installed descriptions of every product into the catalogue, in place of what was there. Always 0.
   int Load();
@@ -64,7 +64,7 @@ public:
   [[nodiscard]] CKestTypedIterator<CKestProduct*>* CreateProductReverseIterator() const;
   /// Appends the product's records to `out`, in catalogue order; nothing for a product without a list.
   void GetExtensions(const CKestProduct* product, CKestTypedList<CKestExtension*>& out) const;
-  /// Appends the record to the product's list and takes ownership.
+  /// Appends the record to the product's list and takes ownership; null is ignored.
   void AddExtension(const CKestProduct* product, CKestExtension* extension) override;
   /// Takes every entry of the record out of the product's list; the record is the caller's from now on.
   void RemoveExtension(const CKestProduct* product, CKestExtension* extension);

@@ -24,18 +24,24 @@ public:
     if (!EmptyTransient(folder, transient, *product)) {
       return;
     }
-    while (product != nullptr && product->CanDelete(folder.c_str()) && IsEmpty(folder)) {
-      PlanFolder(folder);
-      folder = WithoutBackslash(CKestPath(folder).GetFolder());
-      product = folder.empty() ? nullptr : m_context.state.FindOwner(folder);
-    }
+    CleanUpEmpty(std::move(folder));
   }
+
+  /// The same from above a folder that is gone.
+  void CleanUpAbove(const CString& folder) { CleanUpEmpty(WithoutBackslash(CKestPath(folder).GetFolder())); }
 
   std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
   std::vector<CString> paths;
   bool failed = false; ///< the machine could not tell what a folder holds
 
 private:
+  void CleanUpEmpty(CString folder) {
+    while (!folder.empty() && FindDeletable(folder) != nullptr && IsEmpty(folder)) {
+      PlanFolder(folder);
+      folder = WithoutBackslash(CKestPath(folder).GetFolder());
+    }
+  }
+
   [[nodiscard]] const CKestProduct* FindDeletable(const CString& folder) const {
     const CKestProduct* product = m_context.state.FindOwner(folder);
     return product != nullptr && product->CanDelete(folder.c_str()) ? product : nullptr;
@@ -140,7 +146,11 @@ bool CleanUpFolders(Context& context) {
   CKestExtensionManager::State& state = context.state;
   FolderCleanup cleanup(context);
   for (const CString& folder : context.folders) {
-    cleanup.CleanUp(folder);
+    if (context.goneFolders.count(text::Lower(folder)) != 0) {
+      cleanup.CleanUpAbove(folder);
+    } else {
+      cleanup.CleanUp(folder);
+    }
   }
   if (cleanup.failed) {
     state.FailByMachine(CString(), "a folder cannot be looked into");

@@ -31,8 +31,20 @@ int ImportEnabled(State& state, const CKestProduct& from, const CKestProduct& to
   return installed ? restart : 0;
 }
 
-/// The same file name below the receiving product's "Disabled" folder is used by an extension there.
-bool IsTaken(const State& state, const CString& path) { return state.owner.FindByPath(path.c_str()) != nullptr; }
+/// Another extension's description is not copied over: true when one has this path.
+bool RefuseTaken(State& state, const CString& path, const CKestExtension& extension) {
+  const CKestExtension* there = state.owner.FindByPath(path.c_str());
+  if (there == nullptr) {
+    return false;
+  }
+  if (text::EqualNoCase(there->GetName(), extension.GetName()) &&
+      text::EqualNoCase(there->GetAuthorName(), extension.GetAuthorName())) {
+    state.Fail(Failure::kAlreadyThere, path, "it is there already, disabled");
+  } else {
+    state.Fail(Failure::kOther, path, "the disabled extension \"" + there->GetName() + "\" has this file name");
+  }
+  return true;
+}
 
 /// A disabled extension comes over as what lies aside of it.
 void ImportDisabled(State& state, const CKestProduct& to, const CKestExtension& extension) {
@@ -42,8 +54,7 @@ void ImportDisabled(State& state, const CKestProduct& to, const CKestExtension& 
   description.SetExtension("kei");
   const CString folder = state.GetDisabledFolder(to);
   const CString target = folder + description.GetFileName();
-  if (IsTaken(state, target)) {
-    state.Fail(Failure::kAlreadyThere, target, "a disabled extension with this file name is there already");
+  if (RefuseTaken(state, target, extension)) {
     return;
   }
   StepScope steps(state, "import " + extension.GetName());

@@ -67,9 +67,11 @@ bool RemoveUserCopies(Context&);
 bool ResolveTokens(Context&);
 bool CheckFiles(Context&); ///< every destination is judged, questions are asked, read-only marks go
 bool ConvertExtension(Context&);
-bool CopyFiles(Context&);
+bool CopyFiles(Context&); ///< and plans the step that places the description
 bool ApplyChanges(Context&);
 bool PlaceDescription(Context&);
+/// The step of PlaceDescription, planned with those of the files, so that one wait for the disk does for all.
+[[nodiscard]] std::unique_ptr<CKestExtensionInstallStep> MakeDescriptionStep(const Context&);
 /// After the last step was committed.
 void TellRestart(Context&);
 

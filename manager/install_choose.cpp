@@ -149,7 +149,7 @@ bool ReplaceExisting(Context& context) {
     if (existing != nullptr && (context.userType == 2) != existing->IsShared()) {
       context.state.Fail(Failure::kNoPermission, existing->GetPath(),
                          "it is installed for other users than the current one installs for",
-                         static_cast<int>(Message::kScopeMismatch));
+                         static_cast<int>(Message::kScopeMismatch), "have that one uninstalled first");
       context.state.Ui().Notice(Message::kScopeMismatch);
       return false;
     }

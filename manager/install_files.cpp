@@ -2,6 +2,7 @@
 #include "journal/folder_steps.h"
 #include "journal/font_step.h"
 #include "journal/private_steps.h"
+#include "journal/whole_folder_steps.h"
 #include "manager/install.h"
 #include "platform/os.h"
 
@@ -101,14 +102,16 @@ bool FreeDestination(Context& context, const CString& path, bool exists) {
                           path, "the current user cannot replace it now");
   }
   do {
-    const Failure kind = FailureOf(CKestOS::GetMachine().GetLastError());
+    MachineError error = CKestOS::GetMachine().GetLastError();
     if (state.HelpUserFreeFile(path, false) != kRetry) {
-      state.Fail(kind == Failure::kNoPermission ? kind : Failure::kInUse, path, "it cannot be replaced now",
-                 static_cast<int>(Message::kFileInUse), "close the program that uses it and try again");
+      if (FailureOf(error) == Failure::kOther) {
+        error.kind = MachineError::Kind::kInUse;
+      }
+      state.FailByError(error, path, "it cannot be placed", static_cast<int>(Message::kFileInUse));
       return false;
     }
     state.WaitUntil([&] { return state.CanDeleteFile(path); });
-  } while (!CKestOS::CanUpdateFile(path));
+  } while (!MayUpdate(context, path, exists));
   return true;
 }
 
@@ -162,12 +165,22 @@ Answer CheckFile(Context& context, const FilePlacement::Resolver& resolver, cons
   return IsSystemPlace(file) || FreeDestination(context, path, exists) ? Answer::kGoOn : Answer::kEnd;
 }
 
-/// One planned step of the copy pass: a folder to make, or a file to place.
+/// One planned step of the copy pass: a folder to make, a file to place, or a new folder with its files.
 struct Planned {
   CString path;
   bool isFolder = false;
   bool existed = false;
   bool deferred = false;
+  bool stays = false;             ///< a font that is there already
+  std::vector<FilePlace> files{}; ///< of a folder that is placed with them
+};
+
+/// The files that go to one folder.
+struct FolderOfFiles {
+  CString source; ///< the folder that they all come from
+  std::vector<std::size_t> files;
+  bool mayBeWhole = true; ///< each keeps its name, and nothing else wants it
+  bool isPlanned = false;
 };
 
 struct Pass {
@@ -189,54 +202,131 @@ void CountSources(Context& context) {
   }
 }
 
+bool MayMove(const Context& context, const CString& source) {
+  const auto uses = context.sourceUses.find(text::Lower(source));
+  return uses != context.sourceUses.end() && uses->second == 1;
+}
+
 void PlanFile(Context& context, const CKestExtensionFile& file, const FilePlace& place, Pass& pass) {
   const CString& source = place.source.GetText();
   const CString& path = place.destination.GetText();
-  Planned planned{path, false, context.existing.count(path) != 0, false};
+  Planned planned{path, false, context.existing.count(path) != 0, false, false};
   if (IsFontPlace(file)) {
+    planned.stays = planned.existed;
     pass.steps.push_back(std::make_unique<CInstallAddFontResource>(source, path));
   } else {
     planned.deferred = IsSystemPlace(file);
     auto step = std::make_unique<CInstallCopyFile>(source, path, planned.deferred, context.fromPackage);
-    const auto uses = context.sourceUses.find(text::Lower(source));
-    step->SetMayMoveSource(uses != context.sourceUses.end() && uses->second == 1);
+    step->SetMayMoveSource(MayMove(context, source));
     pass.steps.push_back(std::move(step));
   }
   pass.planned.push_back(std::move(planned));
 }
 
-/// Gathers the folders and files of the copy pass, in order.
-bool GatherCopies(Context& context, Pass& pass) {
-  CKestExtensionManager::State& state = context.state;
-  const FilePlacement::Resolver resolver(state.placement, context.product, context.extension.get());
-  std::vector<CString> missing;
+struct PlacedFile {
+  const CKestExtensionFile* file;
+  FilePlace place;
+};
+
+/// The files of the copy pass with their places, in order.
+bool LocateFiles(Context& context, std::vector<PlacedFile>& files) {
+  const FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
     if (!IsPlaced(file)) {
       continue;
     }
-    const FilePlace place = resolver.Locate(file);
+    FilePlace place = resolver.Locate(file);
     const CString& path = place.destination.GetText();
     if (place.result == FilePlace::kUnresolved) {
       continue;
     }
-    if (place.result != FilePlace::kResolved || place.unsafe) {
-      state.Fail(Failure::kBadDescription, path, "its destination leads to no folder");
+    if (place.result != FilePlace::kResolved) {
+      context.state.Fail(Failure::kBadDescription, path, "its destination leads to no folder");
       return false;
     }
-    if (context.keep.count(path) != 0) {
+    if (place.unsafe) {
+      return context.Refuse(Failure::kBadDescription, Message::kParentInPath, {file.GetSource()}, path,
+                            "it leads out of its folder");
+    }
+    if (context.keep.count(path) == 0) {
+      files.push_back({&file, std::move(place)});
+    }
+  }
+  return true;
+}
+
+/// By lower-case folder.
+std::unordered_map<CString, FolderOfFiles> GroupByFolder(const Context& context, const std::vector<PlacedFile>& files) {
+  std::unordered_map<CString, FolderOfFiles> folders;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    const FilePlace& place = files[i].place;
+    FolderOfFiles& folder = folders[text::Lower(place.destination.GetFolder())];
+    if (folder.files.empty()) {
+      folder.source = place.source.GetFolder();
+    }
+    folder.files.push_back(i);
+    folder.mayBeWhole = folder.mayBeWhole && MayMove(context, place.source.GetText()) && !IsFontPlace(*files[i].file) &&
+                        !IsSystemPlace(*files[i].file) && folder.source == place.source.GetFolder() &&
+                        place.source.GetFileName() == place.destination.GetFileName();
+  }
+  return folders;
+}
+
+/// A folder that is new and of which all files lie ready together is placed by one step.
+bool PlanWholeFolder(const CString& path, const std::vector<PlacedFile>& files, FolderOfFiles& folder, Pass& pass) {
+  const CString source = WithoutBackslash(folder.source);
+  folder.mayBeWhole =
+      folder.mayBeWhole && folder.files.size() >= kWorthAFolder && CKestOS::GetMachine().SameVolume(source, path);
+  if (!folder.mayBeWhole) {
+    return false;
+  }
+  Planned planned;
+  planned.path = path;
+  planned.isFolder = true;
+  std::vector<CString> names;
+  for (const std::size_t i : folder.files) {
+    names.push_back(files[i].place.source.GetFileName());
+    planned.files.push_back(files[i].place);
+  }
+  if (!HoldsOnly(source, names, true)) {
+    return false;
+  }
+  pass.steps.push_back(std::make_unique<CInstallPlaceFolder>(source, path, std::move(names)));
+  pass.planned.push_back(std::move(planned));
+  folder.isPlanned = true;
+  return true;
+}
+
+/// Gathers the folders and files of the copy pass, in order.
+bool GatherCopies(Context& context, Pass& pass) {
+  CKestExtensionManager::State& state = context.state;
+  std::vector<PlacedFile> files;
+  if (!LocateFiles(context, files)) {
+    return false;
+  }
+  std::unordered_map<CString, FolderOfFiles> folders = GroupByFolder(context, files);
+  std::vector<CString> missing;
+  for (const PlacedFile& one : files) {
+    const CString folder = one.place.destination.GetFolder();
+    FolderOfFiles& group = folders[text::Lower(folder)];
+    if (group.isPlanned) {
       continue;
     }
     missing.clear();
-    const CString folder = place.destination.GetFolder();
     if (!state.CollectMissingFolders(folder, missing)) {
       state.ReportFolderNotCreated(WithoutBackslash(folder));
       return false;
     }
-    for (CString& one : missing) {
-      pass.steps.push_back(std::make_unique<CInstallCreateFolder>(one));
-      pass.planned.push_back({std::move(one), true, false, false});
+    for (std::size_t i = 0; i < missing.size(); ++i) {
+      if (i + 1 < missing.size() || !PlanWholeFolder(missing[i], files, group, pass)) {
+        pass.steps.push_back(std::make_unique<CInstallCreateFolder>(missing[i]));
+        pass.planned.push_back({missing[i], true, false, false, false});
+      }
     }
-    PlanFile(context, file, place, pass);
+    if (!group.isPlanned) {
+      group.mayBeWhole = false;
+      PlanFile(context, *one.file, one.place, pass);
+    }
   }
   return true;
 }
@@ -246,9 +336,13 @@ bool RetryCopy(Context& context, const CString& path) {
   CKestExtensionManager::State& state = context.state;
   for (;;) {
     const MachineError error = CKestOS::GetMachine().GetLastError();
-    if (state.HelpUserFreeFile(path, false) != kRetry) {
-      state.Fail(FailureOf(error), path, error.reason.empty() ? CString("it could not be placed") : error.reason,
-                 static_cast<int>(Message::kFileInUse), "close the program that uses it and try again");
+    // one of the machine's own, such as its registry, which is told of a file that waits for the next log-on
+    const bool isMachineFile = FailureOf(error) == Failure::kInUse && error.path.starts_with("/");
+    const int answer = isMachineFile ? state.HelpUserFreeFile(error.path + " (" + error.reason + ")", true)
+                                     : state.HelpUserFreeFile(path, false);
+    if (answer != kRetry) {
+      state.FailByError(error, isMachineFile ? error.path : path, "it could not be placed",
+                        static_cast<int>(Message::kFileInUse));
       return false;
     }
     bool done = false;
@@ -263,13 +357,49 @@ void NotePlaced(Context& context, const Planned& planned) {
   OperationReport& report = context.state.report;
   if (planned.isFolder) {
     report.created.push_back(planned.path);
+    for (const FilePlace& place : planned.files) {
+      report.created.push_back(place.destination.GetText());
+      context.Advance();
+    }
     return;
   }
   if (planned.deferred) {
     context.restart |= CKestExtensionManager::kRestartMachine;
   }
-  (planned.existed ? report.changed : report.created).push_back(planned.path);
+  if (planned.stays) {
+    report.kept.push_back({planned.path, OperationReport::Why::kFont});
+  } else {
+    (planned.existed ? report.changed : report.created).push_back(planned.path);
+  }
   context.Advance();
+}
+
+/// The folder could not be placed with its files, since somebody made it meanwhile for instance.
+bool PlaceOneByOne(Context& context, const Planned& folder) {
+  CKestInstallJournal& journal = context.state.journal;
+  context.state.knownFolders.erase(text::Lower(folder.path));
+  if (!context.state.EnsureFolderExists(folder.path)) {
+    return false;
+  }
+  std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
+  for (const FilePlace& place : folder.files) {
+    auto step = std::make_unique<CInstallCopyFile>(place.source, place.destination, false, true);
+    step->SetMayMoveSource(true);
+    steps.push_back(std::move(step));
+  }
+  if (journal.Plan(std::move(steps)) != 0) {
+    context.state.FailByMachine(CString(), "the journal could not be written");
+    return false;
+  }
+  for (const FilePlace& place : folder.files) {
+    const CString& path = place.destination.GetText();
+    if (context.state.IsCancelled() || (journal.RunNext() != 0 && !RetryCopy(context, path))) {
+      return false;
+    }
+    NotePlaced(context, {path, false, false, false, false});
+  }
+  journal.EndPass();
+  return true;
 }
 
 bool RunCopies(Context& context, const Pass& pass) {
@@ -278,6 +408,12 @@ bool RunCopies(Context& context, const Pass& pass) {
       return false;
     }
     if (context.state.journal.RunNext() != 0) {
+      if (!planned.files.empty()) {
+        if (!PlaceOneByOne(context, planned)) {
+          return false;
+        }
+        continue;
+      }
       if (planned.isFolder) {
         context.state.ReportFolderNotCreated(planned.path);
         return false;
@@ -331,13 +467,12 @@ bool CopyFiles(Context& context) {
   if (!GatherCopies(context, pass)) {
     return false;
   }
+  pass.steps.push_back(MakeDescriptionStep(context));
   if (journal.Plan(std::move(pass.steps)) != 0) {
     context.state.FailByMachine(CString(), "the journal could not be written");
     return false;
   }
-  const bool done = RunCopies(context, pass);
-  journal.EndPass();
-  return done;
+  return RunCopies(context, pass);
 }
 
 } // namespace kest::install

@@ -28,14 +28,19 @@ bool ApplyChanges(Context& context) {
                         context.enroll ? CKestProduct::Install : CKestProduct::Enable);
 }
 
-bool PlaceDescription(Context& context) {
-  CKestExtensionManager::State& state = context.state;
-  const FilePresence before = LookForFile(context.destination);
+std::unique_ptr<CKestExtensionInstallStep> MakeDescriptionStep(const Context& context) {
   auto step =
       std::make_unique<CInstallCopyFile>(context.descriptionPath, context.destination, false, context.fromPackage);
   const auto uses = context.sourceUses.find(text::Lower(context.descriptionPath));
   step->SetMayMoveSource(uses != context.sourceUses.end() && uses->second == 1);
-  const bool copied = state.journal.Run(std::move(step)) == 0;
+  return step;
+}
+
+bool PlaceDescription(Context& context) {
+  CKestExtensionManager::State& state = context.state;
+  const FilePresence before = LookForFile(context.destination);
+  const bool copied = state.journal.RunNext() == 0;
+  state.journal.EndPass();
   context.extension->SetPath(context.destination);
   if (!copied || !SaveDescription(context)) {
     state.FailByMachine(context.destination, "the description could not be stored",

@@ -115,6 +115,7 @@ bool UnpackPackage(Context& context) {
     state.Fail(kind == Failure::kOther ? Failure::kBadPackage : kind, context.path, package.GetProblem());
     return false;
   }
+  CKestOS::GetMachine().StartSync(folder);
   context.descriptionPath = folder + state.descriptionName;
   CKestPath(context.descriptionPath).Split(state.unpackFolder, state.descriptionName);
   return true;
@@ -161,7 +162,8 @@ bool AskAgreement(Context& context) {
     return true;
   }
   const CString prompt = FormatMessage(Message::kAgreementPrompt, {context.extension->GetName()});
-  return context.state.Ui().ConfirmAgreement(Message::kAgreementPrompt, prompt, BuildLegalAgreement()) ||
+  return context.state.Ui().ConfirmAgreement(Message::kAgreementPrompt, prompt, BuildLegalAgreement(),
+                                             {context.extension->GetName()}) ||
          context.Declined(Message::kAgreementPrompt);
 }
 

@@ -41,6 +41,8 @@ CKestExtensionManagerUI* CKestExtensionManager::GetUI() const { return m_state->
 int CKestExtensionManager::Init() {
   m_state->recovery = RecoverInterruptedOperations();
   CKestOS::InitMultiUserMembers();
+  m_state->catalogue.Clear(); // keyed by the products that go now
+  m_state->placement.Forget();
   m_state->products = MakeServedProducts();
   for (const auto& product : m_state->products) {
     product->Initialize();

@@ -79,12 +79,17 @@ void State::Note(OperationReport::Problem problem) {
 }
 
 void State::FailByMachine(const CString& path, const CString& what, int message) {
-  const MachineError error = CKestOS::GetMachine().GetLastError();
+  FailByError(CKestOS::GetMachine().GetLastError(), path, what, message);
+}
+
+void State::FailByError(const MachineError& error, const CString& path, const CString& what, int message) {
   CString next;
   if (FailureOf(error) == OperationReport::Failure::kDiskFull) {
     next = "make room on the disk and try again";
   } else if (FailureOf(error) == OperationReport::Failure::kInUse) {
-    next = "close the program that uses the file and try again";
+    // a file of the machine itself is the registry, which all of its programs have open
+    next = error.path.starts_with("/") ? "end the running programs of the machine and try again"
+                                       : "close the program that uses the file and try again";
   }
   const CString reason = error.reason.empty() ? what : what + ": " + error.reason;
   Fail(FailureOf(error), path.empty() ? error.path : path, reason, message, next);

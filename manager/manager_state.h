@@ -84,6 +84,8 @@ struct CKestExtensionManager::State {
   void Note(OperationReport::Problem problem);
   /// The same, the kind and reason taken from the machine's last error where it has one.
   void FailByMachine(const CString& path, const CString& what, int message = 0);
+  /// The same for an error that was remembered, since a question to the user may follow it.
+  void FailByError(const MachineError& error, const CString& path, const CString& what, int message = 0);
 
   /// Whether the description, or an installed file that it lists, is newer; nothing when the machine cannot tell.
   [[nodiscard]] std::optional<bool> HasFilesNewerThan(const CKestProduct& product, const CString& descriptionPath,

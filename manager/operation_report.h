@@ -62,9 +62,9 @@ struct OperationReport {
   CString product;                        ///< name; empty when none was chosen
   CString replaced;                       ///< name of the extension that was replaced or disabled; empty when none
 
-  std::vector<CString> created;    ///< files that were not there before
+  std::vector<CString> created;    ///< files and folders that were not there before
   std::vector<CString> changed;    ///< files that were there and have new content
-  std::vector<CString> deleted;    ///< files that are gone
+  std::vector<CString> deleted;    ///< files and folders that are gone
   std::vector<Kept> kept;          ///< files that were left as they were
   std::vector<Problem> problems;   ///< in the order in which they were met
   std::vector<Leftover> leftovers; ///< see Leftover

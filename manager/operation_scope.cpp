@@ -6,6 +6,7 @@
 #include "platform/os.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace kest {
 namespace {
@@ -22,6 +23,40 @@ WriterLock WaitForLock(CKestExtensionManager::State& state) {
       return lock;
     }
   }
+}
+
+// What was taken away and put back by one operation was changed; what was written was not kept.
+void SettleReport(OperationReport& report) {
+  if (report.deleted.empty() && report.kept.empty()) {
+    return;
+  }
+  std::unordered_set<CString> written;
+  std::unordered_set<CString> folders;
+  for (const CString& path : report.created) {
+    written.insert(text::Lower(path));
+    folders.insert(text::Lower(WithoutBackslash(CKestPath(path).GetFolder())));
+  }
+  std::unordered_set<CString> again;
+  std::erase_if(report.deleted, [&](const CString& path) {
+    const CString key = text::Lower(path);
+    return written.count(key) != 0 && (again.insert(key), true);
+  });
+  std::erase_if(report.created, [&](const CString& path) {
+    const CString key = text::Lower(path);
+    if (again.count(key) == 0) {
+      return false;
+    }
+    if (folders.count(key) == 0) { // a folder is what it was
+      report.changed.push_back(path);
+    }
+    return true;
+  });
+  for (const CString& path : report.changed) {
+    written.insert(text::Lower(path));
+  }
+  std::erase_if(report.kept, [&](const OperationReport::Kept& kept) {
+    return !written.insert(text::Lower(kept.path)).second; // named twice, too
+  });
 }
 
 void StartReport(CKestExtensionManager::State& state, OperationReport::Operation operation) {
@@ -60,6 +95,10 @@ OperationScope::~OperationScope() {
   CKestProduct::SetBackedUpFiles(std::move(m_backedUp));
   if (!m_outermost) {
     return;
+  }
+  SettleReport(m_state.report);
+  for (OperationReport& part : m_state.report.parts) {
+    SettleReport(part);
   }
   if (m_locked) {
     if (!m_state.journal.GetLeftovers().empty() && !m_state.report.rolledBack) {

@@ -5,6 +5,8 @@
 #include "platform/os.h"
 #include "platform/package.h"
 
+#include <algorithm>
+
 namespace kest {
 namespace {
 
@@ -91,16 +93,21 @@ bool CheckItems(PackContext& context) {
       {extension.GetDesc().empty(), Message::kItemDescription},
       {extension.GetUIAccess().empty(), Message::kItemUiAccess},
   };
+  bool complete = true;
   CString list;
   CString names;
   for (const auto& one : items) {
-    const CString item = one.missing && !context.repackage ? LoadMessage(one.item) : CString();
+    if (!one.missing) {
+      continue;
+    }
+    complete = false;
+    const CString item = LoadMessage(one.item);
     if (!item.empty()) {
       list += "\r\n" + item;
       names += (names.empty() ? "" : ", ") + item;
     }
   }
-  if (list.empty()) {
+  if (complete || context.repackage) {
     return true;
   }
   context.state.Fail(Failure::kBadDescription, context.description, "it lacks " + names,
@@ -118,6 +125,23 @@ bool ShowError(PackContext& context, const CKestPackage& package, const CString&
   context.state.Fail(kind, path, problem.empty() ? CString("it could not be packed") : problem);
   context.state.Ui().NoticeText(Message{0}, "Error");
   return false;
+}
+
+/// The name that a source has in a package: separators as for the look-up of the file, one between two folders.
+CString EntryName(const CString& source) {
+  CKestPath path(source);
+  path.LocalizePathSeparators();
+  const CString& whole = path.GetText();
+  CString name;
+  for (std::size_t begin = 0; begin < whole.size();) {
+    const std::size_t end = std::min(text::FindBackslash(whole, begin), whole.size());
+    if (end > begin) {
+      name += name.empty() ? "" : "\\";
+      name.append(whole, begin, end - begin);
+    }
+    begin = end + 1;
+  }
+  return name;
 }
 
 /// Packs one file of the description. True when the next one may follow.
@@ -146,8 +170,7 @@ bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::R
                           {place.source.GetFileName(), static_cast<long long>(kLongestName)}, path,
                           "its name is longer than other platforms take");
   }
-  const int code = context.repackage ? package.PackFile(file.GetSource().c_str(), path.c_str(), true, false)
-                                     : package.PackFile(path.c_str(), true, false);
+  const int code = package.PackFile(EntryName(file.GetSource()).c_str(), path.c_str(), true, false);
   return code == CKestPackage::kGood || ShowError(context, package, path, code);
 }
 
@@ -192,8 +215,8 @@ bool BuildPackage(PackContext& context) {
   State& state = context.state;
   CString folder;
   if (!CKestOS::GetTempPath(folder) || !CKestOS::GetTempFileName(folder, "kep", context.temporary)) {
-    state.FailByMachine(folder, "no temporary file could be made");
-    return false;
+    return context.Refuse(-1, FailureOf(CKestOS::GetMachine().GetLastError()), Message::kPackageNotCreated, {folder},
+                          folder, "no temporary file could be made");
   }
   CKestPackage package(nullptr);
   const int code = package.Create(context.temporary.c_str());

@@ -96,6 +96,14 @@ CString FilePlacement::LocalizeFolder(const CString& folder, const CKestProduct*
   return destination.GetText();
 }
 
+CString FilePlacement::GetPlacedName(const CKestExtensionFile& file) {
+  CKestPath source(file.GetSource());
+  if (!source.IsEmpty()) {
+    source.LocalizePathSeparators();
+  }
+  return NameFor(source, file.GetWinExtension());
+}
+
 const CKestTokenMap& FilePlacement::GetTokens(const CKestProduct& product, const CString& destination) const {
   auto [found, isNew] = m_tokens.try_emplace(&product);
   ProductTokens& tokens = found->second;

@@ -47,6 +47,9 @@ public:
   [[nodiscard]] CString LocalizeFolder(const CString& folder, const CKestProduct* product,
                                        const CKestExtension* extension) const;
 
+  /// The name that a file has where it is placed, whatever its folder.
+  [[nodiscard]] static CString GetPlacedName(const CKestExtensionFile& file);
+
   /// The same for many files of one extension: its own tokens are gathered once.
   class Resolver {
   public:

@@ -2,25 +2,22 @@
 
 #include "description/extension.h"
 
+#include <algorithm>
+
 namespace kest {
 namespace {
 
-/// Calls `visit` with each place of a file of every record but one, until it answers true.
+/// Calls `visit` with each file of every record but one, until it answers true.
 template <class Visit>
-bool AnyPlace(const CKestExtensionManager::State& state, const CKestProduct* product, const CKestExtension* except,
-              const Visit& visit) {
+bool AnyFile(const CKestExtensionManager::State& state, const CKestExtension* except, const Visit& visit) {
   for (const auto& [owner, list] : state.catalogue.All()) {
     for (const CKestExtension* extension : list) {
       if (extension == except) {
         continue;
       }
-      const FilePlacement::Resolver resolver(state.placement, product, extension);
       for (const CKestExtensionFile& file : extension->GetFiles()) {
-        if (IsPlaced(file)) {
-          const FilePlace place = resolver.Locate(file);
-          if (place.result == FilePlace::kResolved && visit(place.destination.GetText())) {
-            return true;
-          }
+        if (IsPlaced(file) && visit(*extension, file)) {
+          return true;
         }
       }
     }
@@ -28,17 +25,46 @@ bool AnyPlace(const CKestExtensionManager::State& state, const CKestProduct* pro
   return false;
 }
 
+std::size_t HashOf(std::string_view name) { return std::hash<CString>{}(text::Lower(name)); }
+
 } // namespace
 
-bool References::Holds(const CString& path) {
-  if (!m_places) {
-    m_places.emplace();
-    (void)AnyPlace(m_state, m_product, m_except, [this](const CString& place) {
-      m_places->insert(text::Lower(place));
-      return false;
-    });
+void References::Gather() {
+  if (m_isGathered) {
+    return;
   }
-  return m_places->count(text::Lower(path)) != 0;
+  m_isGathered = true;
+  (void)AnyFile(m_state, m_except, [this](const CKestExtension& extension, const CKestExtensionFile& file) {
+    m_files.push_back({HashOf(FilePlacement::GetPlacedName(file)), &extension, &file});
+    return false;
+  });
+  std::stable_sort(m_files.begin(), m_files.end(), [](const Named& a, const Named& b) { return a.name < b.name; });
+}
+
+void References::Locate(std::size_t name) {
+  if (!m_looked.insert(name).second) {
+    return;
+  }
+  const auto begin = std::lower_bound(m_files.begin(), m_files.end(), name,
+                                      [](const Named& file, std::size_t wanted) { return file.name < wanted; });
+  std::optional<FilePlacement::Resolver> resolver;
+  const CKestExtension* resolved = nullptr;
+  for (auto file = begin; file != m_files.end() && file->name == name; ++file) {
+    if (resolved != file->extension) {
+      resolver.emplace(m_state.placement, m_product, file->extension);
+      resolved = file->extension;
+    }
+    const FilePlace place = resolver->Locate(*file->file);
+    if (place.result == FilePlace::kResolved) {
+      m_places.insert(text::Lower(place.destination.GetText()));
+    }
+  }
+}
+
+bool References::Holds(const CString& path) {
+  Gather();
+  Locate(HashOf(CKestPath(path).GetFileName()));
+  return m_places.contains(text::Lower(path));
 }
 
 bool CKestExtensionManager::IsFileReferenced(const CKestProduct* product, const char* path,
@@ -46,8 +72,17 @@ bool CKestExtensionManager::IsFileReferenced(const CKestProduct* product, const 
   if (m_state->depth == 0) {
     m_state->placement.Forget();
   }
-  return path != nullptr &&
-         AnyPlace(*m_state, product, except, [path](const CString& place) { return text::EqualNoCase(place, path); });
+  if (path == nullptr) {
+    return false;
+  }
+  const CString name = CKestPath(path).GetFileName();
+  return AnyFile(*m_state, except, [&](const CKestExtension& extension, const CKestExtensionFile& file) {
+    if (!text::EqualNoCase(FilePlacement::GetPlacedName(file), name)) {
+      return false;
+    }
+    const FilePlace place = FilePlacement::Resolver(m_state->placement, product, &extension).Locate(file);
+    return place.result == FilePlace::kResolved && text::EqualNoCase(place.destination.GetText(), path);
+  });
 }
 
 } // namespace kest

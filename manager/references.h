@@ -2,11 +2,10 @@
 
 #include "manager/manager_state.h"
 
-#include <optional>
-
 namespace kest {
 
-/// Where the extensions in the catalogue, but for one, place their files. Gathered in one walk, at the first question.
+/// Where the extensions in the catalogue, but for one, place their files. Their names are gathered in one walk, at the
+/// first question; where a file lies is found out when one of its name is asked for.
 class References {
 public:
   /// All borrowed. The catalogue must not change while the object lives.
@@ -15,10 +14,21 @@ public:
   [[nodiscard]] bool Holds(const CString& path);
 
 private:
+  struct Named {
+    std::size_t name; ///< hash of it
+    const CKestExtension* extension;
+    const CKestExtensionFile* file;
+  };
+  void Gather();
+  void Locate(std::size_t name);
+
   const CKestExtensionManager::State& m_state;
   const CKestProduct* m_product;
   const CKestExtension* m_except;
-  std::optional<std::unordered_set<CString>> m_places;
+  bool m_isGathered = false;
+  std::vector<Named> m_files;               ///< by name
+  std::unordered_set<std::size_t> m_looked; ///< names whose files are among the places
+  std::unordered_set<CString> m_places;     ///< lower case
 };
 
 } // namespace kest

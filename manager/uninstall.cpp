@@ -1,6 +1,7 @@
 #include "manager/uninstall.h"
 
 #include "journal/delete_steps.h"
+#include "journal/whole_folder_steps.h"
 #include "manager/changes.h"
 #include "platform/os.h"
 
@@ -71,6 +72,85 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
       return false;
     }
   }
+  return true;
+}
+
+/// The files that go out of one folder.
+struct FilesOfFolder {
+  CString path;
+  std::vector<CString> paths;
+  std::vector<CString> names; ///< as stored, when the folder goes with them
+};
+
+/// Whether the folder holds nothing but these files, and may go, too. Notes their names.
+bool MayGoWhole(Context& context, FilesOfFolder& folder) {
+  const CKestProduct* product = context.state.FindOwner(folder.path);
+  std::vector<FolderEntry> entries;
+  if (folder.paths.size() < kWorthAFolder || product == nullptr || !product->CanDelete(folder.path.c_str()) ||
+      !CKestOS::GetMachine().ListFolder(folder.path, entries) || entries.size() != folder.paths.size()) {
+    return false;
+  }
+  std::unordered_set<CString> ours;
+  for (const CString& path : folder.paths) {
+    ours.insert(text::Lower(CKestPath(path).GetFileName()));
+  }
+  for (const FolderEntry& entry : entries) {
+    if (entry.isFolder || entry.isLink || ours.erase(text::Lower(entry.name)) == 0) {
+      folder.names.clear();
+      return false;
+    }
+    folder.names.push_back(entry.name);
+  }
+  return true;
+}
+
+void AddFileSteps(const FilesOfFolder& folder, std::vector<std::unique_ptr<CKestExtensionInstallStep>>& steps) {
+  for (const CString& path : folder.paths) {
+    steps.push_back(std::make_unique<CInstallDeleteFile>(path));
+  }
+}
+
+/// Runs the planned steps of a folder's files.
+bool RunFileSteps(Context& context, const FilesOfFolder& folder) {
+  CKestExtensionManager::State& state = context.state;
+  for (const CString& path : folder.paths) {
+    if (state.IsCancelled() || state.journal.RunNext() != 0) {
+      if (!state.WantsCancel()) {
+        state.FailByMachine(path, "it could not be deleted");
+      }
+      return false;
+    }
+    state.report.deleted.push_back(path);
+    context.Advance();
+  }
+  return true;
+}
+
+/// Runs the planned step of a folder; when it cannot go as a whole, since somebody put something into it meanwhile for
+/// instance, its files go alone.
+bool DeleteWhole(Context& context, const FilesOfFolder& folder) {
+  CKestExtensionManager::State& state = context.state;
+  if (state.IsCancelled()) {
+    return false;
+  }
+  if (state.journal.RunNext() != 0) {
+    std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
+    AddFileSteps(folder, steps);
+    if (state.journal.Plan(std::move(steps)) != 0) {
+      state.FailByMachine(CString(), "the journal could not be written");
+      return false;
+    }
+    const bool done = RunFileSteps(context, folder);
+    state.journal.EndPass();
+    return done;
+  }
+  for (const CString& path : folder.paths) {
+    state.report.deleted.push_back(path);
+    context.Advance();
+  }
+  state.report.deleted.push_back(folder.path);
+  state.knownFolders.erase(text::Lower(folder.path));
+  context.goneFolders.insert(text::Lower(folder.path));
   return true;
 }
 
@@ -147,40 +227,43 @@ bool ConvertExtension(Context& context) {
 bool DeleteFiles(Context& context) {
   CKestExtensionManager::State& state = context.state;
   References references(state, &context.product, &context.extension);
-  std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
-  std::vector<CString> paths;
+  std::vector<FilesOfFolder> folders;
+  std::unordered_map<CString, std::size_t> known;
   std::unordered_set<CString> planned;
-  std::unordered_set<CString> folders;
-  const bool known = ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
+  const bool looked = ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
     if (const auto why = WhyKept(file, path, references)) {
       state.report.kept.push_back({path, *why});
     } else if (planned.insert(text::Lower(path)).second) {
-      steps.push_back(std::make_unique<CInstallDeleteFile>(path));
-      paths.push_back(path);
       const CString folder = WithoutBackslash(CKestPath(path).GetFolder());
-      if (folders.insert(text::Lower(folder)).second) {
+      const auto [place, isNew] = known.try_emplace(text::Lower(folder), folders.size());
+      if (isNew) {
+        folders.push_back({folder, {}, {}});
         context.folders.push_back(folder);
       }
+      folders[place->second].paths.push_back(path);
     }
     return true;
   });
-  if (!known) {
+  if (!looked) {
     return false;
+  }
+  std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
+  for (FilesOfFolder& folder : folders) {
+    if (MayGoWhole(context, folder)) {
+      steps.push_back(std::make_unique<CInstallDeleteWholeFolder>(folder.path, folder.names));
+    } else {
+      AddFileSteps(folder, steps);
+    }
   }
   if (state.journal.Plan(std::move(steps)) != 0) {
     state.FailByMachine(CString(), "the journal could not be written");
     return false;
   }
-  for (const CString& path : paths) {
-    if (state.IsCancelled() || state.journal.RunNext() != 0) {
-      if (!state.WantsCancel()) {
-        state.FailByMachine(path, "it could not be deleted");
-      }
+  for (const FilesOfFolder& folder : folders) {
+    if (!(folder.names.empty() ? RunFileSteps(context, folder) : DeleteWhole(context, folder))) {
       state.journal.EndPass();
       return false;
     }
-    state.report.deleted.push_back(path);
-    context.Advance();
   }
   state.journal.EndPass();
   return true;

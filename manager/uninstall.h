@@ -28,7 +28,8 @@ struct Context {
   JournalScope::Kind kind = JournalScope::Kind::kOrdinary;
 
   // ---- found
-  std::vector<CString> folders{}; ///< of the files that went, each once, in order
+  std::vector<CString> folders{};            ///< of the files that went, each once, in order
+  std::unordered_set<CString> goneFolders{}; ///< those of them that went as a whole, in lower case
   int position = 0;
 
   void Advance();

@@ -1,6 +1,7 @@
 #include "menus/line_repairs.h"
 
 #include <array>
+#include <span>
 
 namespace kest {
 namespace {
@@ -106,20 +107,32 @@ void RepairBareWord(CString& line, std::string_view word) {
   line = std::move(out);
 }
 
-} // namespace
-
-bool MayNeedRepair(std::string_view text) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (kIsSign[static_cast<unsigned char>(text[i])] && IsSuspect(text, i))
+/// Whether some repair may apply, that of ampersands aside unless it counts.
+bool HasSuspect(std::string_view text, bool ampersandsCount) {
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  for (const char* at = begin;; ++at) {
+    while (at != end && !kIsSign[static_cast<unsigned char>(*at)])
+      ++at;
+    if (at == end)
+      return false;
+    if (IsSuspect(text, static_cast<std::size_t>(at - begin)) && (ampersandsCount || *at != '&'))
       return true;
   }
-  return false;
 }
+
+} // namespace
+
+bool MayNeedRepair(std::string_view text) { return HasSuspect(text, true); }
 
 void RepairMenuLine(CString& line) {
   if (!MayNeedRepair(line))
     return;
-  for (const Repair& repair : kEscapes)
+  // most lines that need a repair need this one alone
+  text::ReplaceAll(line, kEscapes.front().text, kEscapes.front().becomes);
+  if (!HasSuspect(line, false))
+    return;
+  for (const Repair& repair : std::span(kEscapes).subspan(1))
     text::ReplaceAll(line, repair.text, repair.becomes);
   for (const std::string_view word : kBareWords)
     RepairBareWord(line, word);

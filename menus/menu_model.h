@@ -2,6 +2,7 @@
 
 #include "menus/menu_node.h"
 
+#include <typeinfo>
 #include <vector>
 
 namespace kest {
@@ -136,5 +137,14 @@ public:
   void SetVisible(bool visible) { m_flag = visible; }
   void BuildXml(int level, CString& text) const override;
 };
+
+/// The object as a node, or null. Most are items, which costs less to see than a cast does.
+[[nodiscard]] inline MenusNode* AsNode(CKestXmlObject* object) {
+  return &typeid(*object) == &typeid(CKestExtensionMenuItem) ? static_cast<MenusNode*>(object)
+                                                             : dynamic_cast<MenusNode*>(object);
+}
+[[nodiscard]] inline const MenusNode* AsNode(const CKestXmlObject* object) {
+  return AsNode(const_cast<CKestXmlObject*>(object));
+}
 
 } // namespace kest

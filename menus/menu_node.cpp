@@ -86,7 +86,7 @@ CKestXmlObject* MenusNode::Insert(std::size_t at, std::unique_ptr<CKestXmlObject
   CKestXmlObject* object = child.get();
   Children& children = EditChildren();
   children.insert(children.begin() + static_cast<std::ptrdiff_t>(at), std::move(child));
-  if (auto* node = dynamic_cast<MenusNode*>(object)) {
+  if (auto* node = AsNode(object)) {
     node->m_holder = this;
     node->m_topLevel = false;
     if (node->m_kind == Kind::kSeparator) {
@@ -114,7 +114,7 @@ std::unique_ptr<CKestXmlObject> MenusNode::Detach(std::size_t at) {
     NotePair(at - 1);
   if (MenusIndex* index = GetIndex())
     index->Remove(child.get());
-  if (auto* node = dynamic_cast<MenusNode*>(child.get()))
+  if (auto* node = AsNode(child.get()))
     node->m_holder = nullptr;
   return child;
 }
@@ -142,7 +142,7 @@ std::unique_ptr<CKestXmlObject> MenusNode::RemoveChild(const CKestXmlObject* chi
 
 void MenusNode::AdoptAll() {
   for (const auto& child : GetChildren()) {
-    if (auto* node = dynamic_cast<MenusNode*>(child.get())) {
+    if (auto* node = AsNode(child.get())) {
       node->m_holder = this;
       node->m_topLevel = false;
     }

@@ -69,7 +69,8 @@ bool CKestMenusXmlFile::BuildContent(CString& content) const {
   content.reserve(content.size() + m_loadedSize + m_loadedSize / 16);
   MenusWriter writer(content);
   writer.WriteChildren(*this, 0);
-  text::ReplaceAll(content, "dynamic=\"true\"", "dynamic");
+  // with the blank, for a format may have an attribute whose name only ends so
+  text::ReplaceAll(content, " dynamic=\"true\"", " dynamic");
   return writer.IsReadable() && content.size() <= kMostBytes;
 }
 

@@ -90,7 +90,7 @@ void MenusIndex::Grow() {
 void MenusIndex::Add(CKestXmlObject* object, MenusNode* holder) {
   if (m_hasTexts)
     AddTexts(object, holder);
-  auto* node = dynamic_cast<MenusNode*>(object);
+  auto* node = AsNode(object);
   if (!node)
     return;
   node->m_indexed = true;
@@ -108,7 +108,7 @@ void MenusIndex::Remove(CKestXmlObject* object) {
         RemoveText(m_separators, reference, separator);
     }
   }
-  auto* node = dynamic_cast<MenusNode*>(object);
+  auto* node = AsNode(object);
   if (!node)
     return;
   Unlink(node);
@@ -134,7 +134,7 @@ void MenusIndex::BuildTexts() {
     for (const auto& child : parent.GetChildren()) {
       ++m_steps;
       AddTexts(child.get(), holder);
-      if (auto* node = dynamic_cast<MenusNode*>(child.get()))
+      if (auto* node = AsNode(child.get()))
         self(self, *node, node);
     }
   };

@@ -62,7 +62,7 @@ CString MenuName(std::string_view name) {
 void MenusWriter::Write(const CKestXmlObject& object, int level) {
   if (level > kDeepest)
     m_readable = false;
-  const auto* node = dynamic_cast<const MenusNode*>(&object);
+  const auto* node = AsNode(&object);
   if (!node) {
     if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&object);
         comment && comment->GetForm() == CKestXmlComment::Form::kMarkup) {

@@ -13,6 +13,8 @@ namespace {
 
 // Descriptors kept at a time; far below what a process may have, so that packages and files find room beside them.
 constexpr std::size_t kMostOpen = 200;
+// Reading so many names once a moment costs less than two looks for each change made in it.
+constexpr std::size_t kFewNames = 512;
 
 CString KeyOf(const WindowsPath& path, std::size_t count) {
   CString key = {path.drive, ':'};
@@ -55,7 +57,6 @@ const FolderMount* FolderCache::FindMount(const WindowsPath& path, std::size_t c
   return nullptr;
 }
 
-/// Changes with the coarse clock and with each folder that we take away; 0 when checks do not hold at all.
 std::int64_t FolderCache::GetMoment() const {
   timespec now{};
   if (!m_trusting || clock_gettime(CLOCK_MONOTONIC_COARSE, &now) != 0) {
@@ -123,6 +124,18 @@ std::optional<MachineError> FolderCache::Find(const WindowsPath& path, std::size
     failure = Keep(key, std::move(descriptor), found);
   }
   return failure == 0 ? std::nullopt : std::optional(DescribeErrno(failure, key));
+}
+
+bool FolderCache::FindFolderOf(std::string_view path, FoundFolder& found, std::string_view& name) {
+  constexpr std::size_t kRoot = 3;
+  const std::size_t cut = path.rfind('\\');
+  // a backslash after such a byte may be the second half of a character
+  if (cut == std::string_view::npos || cut < kRoot || static_cast<unsigned char>(path[cut - 1]) >= 0x80) {
+    return false;
+  }
+  name = path.substr(cut + 1);
+  m_spelling.assign(path.substr(0, cut));
+  return FindAlias(m_spelling, found);
 }
 
 int FolderCache::Enter(const FoundFolder& parent, std::string_view name, HostDescriptor& descriptor,
@@ -196,7 +209,7 @@ CString FolderCache::FindName(const FoundFolder& folder, std::string_view name, 
   if (fstat(folder.Get(), &now) != 0) {
     return {};
   }
-  if (!known.namesKnown || !SameTime(known.namesDate, now.st_mtim)) {
+  if (!known.namesKnown || known.isDateOver || !SameTime(known.namesDate, now.st_mtim)) {
     ReadNames(known, now.st_mtim);
   }
   known.namesChecked = moment;
@@ -225,6 +238,7 @@ void FolderCache::ReadNames(KnownFolder& folder, const timespec& date) {
   }
   closedir(listing);
   folder.namesDate = date;
+  folder.isDateOver = false;
   folder.namesKnown = true;
 }
 
@@ -240,11 +254,22 @@ void FolderCache::BeginChange(const FoundFolder& folder) { BeginChangeOf(folder.
 
 void FolderCache::BeginChangeOf(HostIdentity folder, int descriptor) {
   const auto it = m_folders.find(folder);
-  struct stat now {};
-  if (it != m_folders.end() && it->second->namesKnown &&
-      (fstat(descriptor, &now) != 0 || !SameTime(now.st_mtim, it->second->namesDate))) {
-    it->second->namesKnown = false; // another program changed it: what it did must not pass for ours
+  if (it == m_folders.end() || !it->second->namesKnown || IsToBeReadAnew(*it->second)) {
+    return;
   }
+  KnownFolder& known = *it->second;
+  struct stat now {};
+  if (known.isDateOver || fstat(descriptor, &now) != 0 || !SameTime(now.st_mtim, known.namesDate)) {
+    known.namesKnown = false; // another program changed it: what it did must not pass for ours
+  } else {
+    known.namesChecked = GetMoment();
+  }
+}
+
+/// Whether a change needs no look: the names were checked in this moment, and reading them when it is over is cheap.
+bool FolderCache::IsToBeReadAnew(const KnownFolder& folder) const {
+  const std::int64_t moment = GetMoment();
+  return moment != 0 && folder.namesChecked == moment && folder.names.size() <= kFewNames;
 }
 
 void FolderCache::Added(const FoundFolder& folder, const CString& name) {
@@ -277,7 +302,11 @@ void FolderCache::Removed(const FoundFolder& folder, const CString& name) {
 
 void FolderCache::AcceptDate(KnownFolder& folder, int descriptor) {
   struct stat now {};
-  folder.namesKnown = fstat(descriptor, &now) == 0;
+  if (IsToBeReadAnew(folder)) {
+    folder.isDateOver = true;
+    return;
+  }
+  folder.namesKnown = !folder.isDateOver && fstat(descriptor, &now) == 0;
   folder.namesDate = now.st_mtim;
   folder.namesChecked = GetMoment();
 }

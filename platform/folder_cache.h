@@ -28,6 +28,7 @@ struct KnownFolder {
   bool namesKnown = false;
   bool hasTwins = false;                      ///< two names differ in letter case alone
   timespec namesDate{};                       ///< last-write time of the folder that the names belong to
+  bool isDateOver = false;                    ///< we changed it since and have not looked: read anew after the moment
   std::int64_t namesChecked = 0;              ///< moment at which that time was seen to hold
   std::unordered_map<CString, CString> names; ///< folded to stored; of two that differ in case alone the first by bytes
 };
@@ -47,7 +48,8 @@ struct FoundFolder {
 /// a link that leaves its mount; what is kept is checked against the disk before each use, so that a folder exchanged
 /// for another between two calls is entered anew. While this process is the machine's one writer a check holds for one
 /// moment, a tick of the system's coarse clock (some milliseconds): a folder exchanged within it is entered by its
-/// descriptor, which leads nowhere else.
+/// descriptor, which leads nowhere else. Names of a small folder that we change are read anew when the moment is over,
+/// instead of looking before and after each change whether it was the only one.
 class FolderCache {
 public:
   FolderCache() = default;
@@ -69,6 +71,10 @@ public:
   /// The folder that the first `count` components of a path name. What went wrong, else nothing.
   [[nodiscard]] std::optional<MachineError> Find(const WindowsPath& path, std::size_t count, FoundFolder& found);
 
+  /// The folder of a file, if it was found under this very spelling before; `name` is what follows it, not looked at.
+  /// False: nothing is known, and the path has to be taken apart.
+  [[nodiscard]] bool FindFolderOf(std::string_view path, FoundFolder& found, std::string_view& name);
+
   /// How `name` is stored in the folder: itself if it is there as given, else the name that differs in letter case
   /// alone, else empty. `info` describes the entry (links are not followed) when the result is not empty.
   [[nodiscard]] CString FindName(const FoundFolder& folder, std::string_view name, struct stat& info);
@@ -83,6 +89,8 @@ public:
 
   /// How often the names of a folder were read.
   [[nodiscard]] std::uint64_t GetFolderReads() const { return m_reads; }
+  /// Changes with the coarse clock and with each folder that we take away; 0 when checks do not hold at all.
+  [[nodiscard]] std::int64_t GetMoment() const;
 
 private:
   struct Alias {
@@ -99,7 +107,6 @@ private:
                                         static_cast<std::uint64_t>(id.device));
     }
   };
-  [[nodiscard]] std::int64_t GetMoment() const;
   [[nodiscard]] bool FindAlias(const CString& key, FoundFolder& found);
   [[nodiscard]] int Enter(const FoundFolder& parent, std::string_view name, HostDescriptor& descriptor,
                           FoundFolder& found);
@@ -107,6 +114,7 @@ private:
   void GiveUpOthers(const KnownFolder* keep);
   void ReadNames(KnownFolder& folder, const timespec& date);
   void AddName(KnownFolder& folder, const CString& name);
+  [[nodiscard]] bool IsToBeReadAnew(const KnownFolder& folder) const;
   void AcceptDate(KnownFolder& folder, int descriptor);
 
   int m_codePage = 0;
@@ -117,6 +125,7 @@ private:
   bool m_trusting = false;
   std::int64_t m_epoch = 0;
   std::uint64_t m_reads = 0;
+  CString m_spelling; ///< of FindFolderOf, kept for its memory
 };
 
 } // namespace kest

@@ -184,6 +184,12 @@ bool ForwardingMachine::CreatePrivateDirectory(const CString& path) {
 bool ForwardingMachine::RemoveDirectory(const CString& path) {
   return Ask({"RemoveDirectory", true, &path}) && Answer(m_next.RemoveDirectory(path));
 }
+bool ForwardingMachine::MoveEmptyFolder(const CString& from, const CString& to) {
+  return Ask({"MoveEmptyFolder", true, &from}) && Answer(m_next.MoveEmptyFolder(from, to));
+}
+bool ForwardingMachine::MoveFolder(const CString& from, const CString& to) {
+  return Ask({"MoveFolder", true, &from}) && Answer(m_next.MoveFolder(from, to));
+}
 bool ForwardingMachine::RemoveTree(const CString& path) {
   return Ask({"RemoveTree", true, &path}) && Answer(m_next.RemoveTree(path));
 }
@@ -199,6 +205,7 @@ bool ForwardingMachine::GetFreeSpace(const CString& path, std::uint64_t& bytes) 
 bool ForwardingMachine::SyncPaths(const std::vector<CString>& paths) {
   return Ask({"SyncPaths", true, paths.empty() ? nullptr : &paths.front()}) && Answer(m_next.SyncPaths(paths));
 }
+void ForwardingMachine::StartSync(const CString& path) { m_next.StartSync(path); }
 bool ForwardingMachine::GetSystemFolder(CString& path) {
   return Ask({"GetSystemFolder", false, nullptr}) && Answer(m_next.GetSystemFolder(path));
 }

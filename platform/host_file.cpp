@@ -103,6 +103,10 @@ int CopyContents(int from, const struct stat& info, int to) {
 HostFile::HostFile(std::shared_ptr<HostFileOwner> owner, HostDescriptor file, HostTarget target, OpenMode mode)
     : m_owner(std::move(owner)), m_file(std::move(file)), m_target(std::move(target)), m_mode(mode) {}
 
+HostFile::HostFile(std::shared_ptr<HostFileOwner> owner, HostDescriptor file, HostTarget target, std::uint64_t size)
+    : m_owner(std::move(owner)), m_file(std::move(file)), m_target(std::move(target)), m_mode(OpenMode::kRead),
+      m_sizeAtOpen(size) {}
+
 HostFile::HostFile(std::shared_ptr<HostFileOwner> owner, UnnamedFile file, HostTarget target)
     : m_owner(std::move(owner)), m_unnamed(std::move(file)), m_target(std::move(target)), m_mode(OpenMode::kReplace) {}
 
@@ -118,6 +122,7 @@ bool HostFile::Fail(int code) {
 }
 
 std::int64_t HostFile::Read(char* buffer, std::size_t count) {
+  m_sizeAtOpen.reset();
   ssize_t result = 0;
   do {
     result = read(Get(), buffer, count);
@@ -129,6 +134,7 @@ std::int64_t HostFile::Read(char* buffer, std::size_t count) {
 }
 
 std::int64_t HostFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t count) {
+  m_sizeAtOpen.reset();
   ssize_t result = 0;
   do {
     result = pread(Get(), buffer, count, static_cast<off_t>(offset));
@@ -164,6 +170,11 @@ bool HostFile::WriteAt(std::uint64_t offset, const char* bytes, std::size_t coun
 }
 
 bool HostFile::GetSize(std::uint64_t& size) {
+  if (m_sizeAtOpen) {
+    size = *m_sizeAtOpen;
+    m_sizeAtOpen.reset();
+    return true;
+  }
   struct stat info {};
   if (fstat(Get(), &info) != 0) {
     return m_owner->Fail(errno, m_target.path);

@@ -46,6 +46,8 @@ public:
 class HostFile : public MachineFile {
 public:
   HostFile(std::shared_ptr<HostFileOwner> owner, HostDescriptor file, HostTarget target, OpenMode mode);
+  /// A file for reading that was this long when it was opened, a moment ago.
+  HostFile(std::shared_ptr<HostFileOwner> owner, HostDescriptor file, HostTarget target, std::uint64_t size);
   /// A file that takes its place on Close.
   HostFile(std::shared_ptr<HostFileOwner> owner, UnnamedFile file, HostTarget target);
   ~HostFile() override;
@@ -71,6 +73,7 @@ private:
   UnnamedFile m_unnamed;
   HostTarget m_target;
   OpenMode m_mode;
+  std::optional<std::uint64_t> m_sizeAtOpen; ///< until it is asked for, or the file is read
   bool m_hasDate = false;
   CKestDateTime m_date;
   bool m_failed = false;

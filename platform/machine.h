@@ -128,6 +128,11 @@ public:
   [[nodiscard]] virtual bool CreatePrivateDirectory(const CString& path) = 0;
   /// An empty folder alone.
   [[nodiscard]] virtual bool RemoveDirectory(const CString& path) = 0;
+  /// Renames an empty folder on one volume, so that it keeps its rights and dates. False, and the folder where it was,
+  /// when it holds anything, and when `to` exists in any letter case.
+  [[nodiscard]] virtual bool MoveEmptyFolder(const CString& from, const CString& to) = 0;
+  /// Renames a folder with all it holds, on one volume. False, and nothing moved, when `to` exists in any letter case.
+  [[nodiscard]] virtual bool MoveFolder(const CString& from, const CString& to) = 0;
   /// A folder with all it holds; links in it are removed, not followed. For private folders only.
   [[nodiscard]] virtual bool RemoveTree(const CString& path) = 0;
   /// Entries without "." and "..", sorted without regard to case. False for a missing folder.
@@ -142,6 +147,9 @@ public:
   /// Brings files and folders to the disk: write-back of all is started first, then each is waited for. A path that
   /// does not exist is passed over.
   [[nodiscard]] virtual bool SyncPaths(const std::vector<CString>& paths) = 0;
+  /// Has the volume of `path` begin to bring to the disk what was written to it, without waiting: a SyncPaths that
+  /// comes later has less to wait for. Promises nothing.
+  virtual void StartSync(const CString& path) { static_cast<void>(path); }
   /// Takes the lock of the machine's one writer (freed by the system when the process dies), waiting at most
   /// `milliseconds`. Taken twice by one process it counts; each success wants one UnlockWriter.
   virtual WriterLock LockWriter(std::int64_t milliseconds) = 0;

@@ -92,6 +92,38 @@ bool IsPlainFile(MachineFolder::State& state, const CString& path, FoundEntry& f
   return state.FindEntry(path, file, true) && file.Exists() && S_ISREG(file.info.st_mode);
 }
 
+/// Opens the plain file that bears exactly the name of the entry, as nearly all do: the look for the name is saved. Not
+/// open for anything else.
+HostDescriptor OpenAsNamed(const FoundEntry& entry, struct stat& info) {
+  HostDescriptor file(
+      openat(entry.folder.Get(), entry.name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_NOFOLLOW));
+  if (file.IsOpen() && (fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode))) {
+    file.Reset();
+  }
+  return file;
+}
+
+std::unique_ptr<MachineFile> OpenToRead(const std::shared_ptr<MachineFolder::State>& state, const CString& path) {
+  FoundEntry entry;
+  if (!state->FindPlace(path, entry)) {
+    return nullptr;
+  }
+  struct stat info {};
+  HostDescriptor file = OpenAsNamed(entry, info);
+  if (!file.IsOpen()) {
+    entry.stored = state->GetFolders().FindName(entry.folder, entry.name, entry.info);
+    if (entry.Exists() || state->Fail(ENOENT, path)) {
+      file = state->OpenFile(entry, O_RDONLY, info);
+    }
+  }
+  if (!file.IsOpen()) {
+    return nullptr;
+  }
+  HostTarget target{entry.folder.descriptor, entry.folder.folder->identity, entry.GetTargetName(), path, -1};
+  return std::make_unique<HostFile>(state, std::move(file), std::move(target),
+                                    static_cast<std::uint64_t>(info.st_size));
+}
+
 } // namespace
 
 MachineFolder::MachineFolder(CString hostFolder) : m_state(std::make_shared<State>(hostFolder)) {}
@@ -194,7 +226,7 @@ bool MachineFolder::CanUpdateFile(const CString& path) {
   if (entry.IsFolder()) {
     return m_state->Fail(EISDIR, path);
   }
-  if (faccessat(entry.folder.Get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+  if (!m_state->MayUserChange(entry.folder)) {
     return m_state->Fail(errno, path);
   }
   if (!entry.Exists() || entry.IsLink()) {
@@ -203,21 +235,15 @@ bool MachineFolder::CanUpdateFile(const CString& path) {
   if (entry.IsReadOnly()) {
     return m_state->Fail(Kind::kAccess, path, "the file is read-only");
   }
-  struct stat info {};
-  const HostDescriptor file = m_state->OpenFile(entry, O_RDWR, info);
-  if (!file.IsOpen()) {
-    return false;
+  if (!S_ISREG(entry.info.st_mode)) {
+    return m_state->Fail(Kind::kRefused, path, "it is no plain file");
   }
-  if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+  const HostDescriptor file(
+      openat(entry.folder.Get(), entry.stored.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!file.IsOpen() || flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
     return m_state->Fail(errno, path);
   }
-  const CString stored = FoldName(GetStoredPath(path), m_state->GetFolders().GetCodePage());
-  for (const CString& program : GetRunningProcesses()) {
-    if (FoldName(program, m_state->GetFolders().GetCodePage()) == stored) {
-      return m_state->Fail(Kind::kInUse, path, "the program is running");
-    }
-  }
-  return true;
+  return !m_state->IsRunning(entry) || m_state->Fail(Kind::kInUse, path, "the program is running");
 }
 
 bool MachineFolder::GetFileDateTime(const CString& path, CKestDateTime& date) {
@@ -307,19 +333,15 @@ CString MachineFolder::GetStoredPath(const CString& path) {
 // ----------------------------------------------------------------------------------------------------------
 
 std::unique_ptr<MachineFile> MachineFolder::Open(const CString& path, OpenMode mode) {
+  if (mode == OpenMode::kRead) {
+    return OpenToRead(m_state, path);
+  }
   FoundEntry entry;
   if (!m_state->FindEntry(path, entry)) {
     return nullptr;
   }
   struct stat info {};
   HostTarget target{entry.folder.descriptor, entry.folder.folder->identity, entry.GetTargetName(), path, -1};
-  if (mode == OpenMode::kRead) {
-    HostDescriptor file;
-    if (entry.Exists() || m_state->Fail(ENOENT, path)) {
-      file = m_state->OpenFile(entry, O_RDONLY, info);
-    }
-    return file.IsOpen() ? std::make_unique<HostFile>(m_state, std::move(file), std::move(target), mode) : nullptr;
-  }
   const bool isBad = !m_state->MayChange(entry.folder, path) || (entry.IsFolder() && !m_state->Fail(EISDIR, path)) ||
                      (entry.IsReadOnly() && !m_state->Fail(Kind::kAccess, path, "the file is read-only")) ||
                      (mode == OpenMode::kCreateNew && entry.Exists() && !m_state->Fail(EEXIST, path));
@@ -345,11 +367,12 @@ std::unique_ptr<MachineFile> MachineFolder::Open(const CString& path, OpenMode m
   const int flags = mode == OpenMode::kCreateNew ? O_EXCL | O_RDWR : O_APPEND | O_RDWR;
   HostDescriptor file(openat(entry.folder.Get(), target.name.c_str(),
                              flags | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666));
-  if (!file.IsOpen() || fstat(file.Get(), &info) != 0) {
+  const bool isNew = file.IsOpen() && mode == OpenMode::kCreateNew; // what was just made is a plain file
+  if (!file.IsOpen() || (!isNew && fstat(file.Get(), &info) != 0)) {
     (void)m_state->Fail(errno, path);
     return nullptr;
   }
-  if (!S_ISREG(info.st_mode)) {
+  if (!isNew && !S_ISREG(info.st_mode)) {
     (void)m_state->Fail(Kind::kRefused, path, "it is no plain file");
     return nullptr;
   }

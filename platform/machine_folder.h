@@ -79,11 +79,14 @@ public:
   [[nodiscard]] bool CreateDirectory(const CString& path) override;
   [[nodiscard]] bool CreatePrivateDirectory(const CString& path) override;
   [[nodiscard]] bool RemoveDirectory(const CString& path) override;
+  [[nodiscard]] bool MoveEmptyFolder(const CString& from, const CString& to) override;
+  [[nodiscard]] bool MoveFolder(const CString& from, const CString& to) override;
   [[nodiscard]] bool RemoveTree(const CString& path) override;
   [[nodiscard]] bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) override;
   [[nodiscard]] bool SameVolume(const CString& a, const CString& b) override;
   [[nodiscard]] bool GetFreeSpace(const CString& path, std::uint64_t& bytes) override;
   [[nodiscard]] bool SyncPaths(const std::vector<CString>& paths) override;
+  void StartSync(const CString& path) override;
   WriterLock LockWriter(std::int64_t milliseconds) override;
   void UnlockWriter() override;
   void ForgetFolders() override;

@@ -11,6 +11,8 @@
 #include <set>
 #include <sys/file.h>
 #include <sys/statvfs.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
 #include <unordered_set>
 
@@ -57,6 +59,22 @@ private:
   std::vector<HostDescriptor> m_files;
   std::vector<HostDescriptor> m_folders;
 };
+
+/// False as well when it cannot be read.
+bool IsEmptyFolder(int folder) {
+  const int fd = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const std::unique_ptr<DIR, int (*)(DIR*)> list(fd < 0 ? nullptr : fdopendir(fd), closedir);
+  if (!list) {
+    return false;
+  }
+  while (const dirent* const entry = readdir(list.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      return false;
+    }
+  }
+  return true;
+}
 
 /// The folder that a file lies in; the path itself when it ends in a backslash or has none.
 std::string_view FolderOf(std::string_view path) {
@@ -138,6 +156,72 @@ bool MachineFolder::RemoveDirectory(const CString& path) {
     return m_state->Fail(errno, path);
   }
   m_state->GetFolders().Removed(entry.folder, entry.stored);
+  return true;
+}
+
+bool MachineFolder::MoveEmptyFolder(const CString& from, const CString& to) {
+  FoundEntry source;
+  FoundEntry target;
+  if (!m_state->FindEntry(from, source, false, true) || !m_state->FindEntry(to, target, false, true) ||
+      !m_state->MayChange(source.folder, from) || !m_state->MayChange(target.folder, to)) {
+    return false;
+  }
+  if (!source.IsFolder()) {
+    return m_state->Fail(source.Exists() ? ENOTDIR : ENOENT, from);
+  }
+  if (target.Exists()) {
+    return m_state->Fail(EEXIST, to);
+  }
+  // looked into by descriptor before and after, since somebody may put a file there meanwhile
+  const HostDescriptor folder(
+      openat(source.folder.Get(), source.stored.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!folder.IsOpen()) {
+    return m_state->Fail(errno, from);
+  }
+  if (!IsEmptyFolder(folder.Get())) {
+    return m_state->Fail(ENOTEMPTY, from);
+  }
+  FolderCache& folders = m_state->GetFolders();
+  folders.BeginChange(source.folder);
+  folders.BeginChange(target.folder);
+  folders.ForgetChecks();
+  const int sourceFolder = source.folder.Get();
+  const int targetFolder = target.folder.Get();
+  if (renameat2(sourceFolder, source.stored.c_str(), targetFolder, target.name.c_str(), RENAME_NOREPLACE) != 0) {
+    return m_state->Fail(errno, from);
+  }
+  if (!IsEmptyFolder(folder.Get()) &&
+      renameat2(targetFolder, target.name.c_str(), sourceFolder, source.stored.c_str(), RENAME_NOREPLACE) == 0) {
+    return m_state->Fail(ENOTEMPTY, from);
+  }
+  folders.Removed(source.folder, source.stored);
+  folders.Added(target.folder, target.name);
+  return true;
+}
+
+bool MachineFolder::MoveFolder(const CString& from, const CString& to) {
+  FoundEntry source;
+  FoundEntry target;
+  if (!m_state->FindEntry(from, source, false, true) || !m_state->FindEntry(to, target, false, true) ||
+      !m_state->MayChange(source.folder, from) || !m_state->MayChange(target.folder, to)) {
+    return false;
+  }
+  if (!source.IsFolder()) {
+    return m_state->Fail(source.Exists() ? ENOTDIR : ENOENT, from);
+  }
+  if (target.Exists()) {
+    return m_state->Fail(EEXIST, to);
+  }
+  FolderCache& folders = m_state->GetFolders();
+  folders.BeginChange(source.folder);
+  folders.BeginChange(target.folder);
+  folders.ForgetChecks();
+  if (renameat2(source.folder.Get(), source.stored.c_str(), target.folder.Get(), target.name.c_str(),
+                RENAME_NOREPLACE) != 0) {
+    return m_state->Fail(errno, from);
+  }
+  folders.Removed(source.folder, source.stored);
+  folders.Added(target.folder, target.name);
   return true;
 }
 
@@ -266,6 +350,28 @@ bool MachineFolder::SyncPaths(const std::vector<CString>& paths) {
   }
   const int code = flush.Wait();
   return code == 0 || m_state->Fail(code, paths.empty() ? CString() : paths.front());
+}
+
+void MachineFolder::StartSync(const CString& path) {
+  WindowsPath parsed;
+  FoundFolder folder;
+  std::size_t count = 0;
+  if (!m_state->FindDeepest(path, parsed, folder, count, true)) {
+    return;
+  }
+  // a description of its own, so that the one who waits later is told of what went wrong
+  const int fd = openat(folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) {
+    return;
+  }
+  try {
+    std::thread([fd] {
+      (void)syncfs(fd);
+      close(fd);
+    }).detach();
+  } catch (const std::system_error&) {
+    close(fd); // no thread to be had: then all of it is waited for later
+  }
 }
 
 /// Flushes every volume that one of the paths lies on. Each folder is looked for once, whatever it holds.

@@ -162,6 +162,23 @@ bool MachineFolder::State::FindFolder(const CString& path, FoundFolder& found, b
 }
 
 bool MachineFolder::State::FindEntry(const CString& path, FoundEntry& entry, bool quiet, bool mayEndInBackslash) {
+  if (!FindPlace(path, entry, quiet, mayEndInBackslash)) {
+    return false;
+  }
+  entry.stored = m_folders.FindName(entry.folder, entry.name, entry.info);
+  return true;
+}
+
+bool MachineFolder::State::FindPlace(const CString& path, FoundEntry& entry, bool quiet, bool mayEndInBackslash) {
+  constexpr std::size_t kSurelyShort = 1024;
+  std::string_view name;
+  CString reason;
+  if (path.size() <= kSurelyShort && m_folders.FindFolderOf(path, entry.folder, name) &&
+      IsComponentAllowed(name, reason)) {
+    entry.path = path;
+    entry.name = name;
+    return true;
+  }
   WindowsPath parsed;
   MachineError why{MachineError::Kind::kRefused, path, {}};
   bool isFound = ParseWindowsPath(path, m_folders.GetCodePage(), parsed, why.reason);
@@ -184,7 +201,6 @@ bool MachineFolder::State::FindEntry(const CString& path, FoundEntry& entry, boo
   }
   entry.path = path;
   entry.name = parsed.parts.back();
-  entry.stored = m_folders.FindName(entry.folder, entry.name, entry.info);
   return true;
 }
 
@@ -253,6 +269,36 @@ bool MachineFolder::State::MayChange(const FoundFolder& folder, const CString& p
     return Fail(MachineError::Kind::kAccess, path, "the folder is read-only");
   }
   return true;
+}
+
+bool MachineFolder::State::MayUserChange(const FoundFolder& folder) {
+  const std::int64_t moment = m_folders.GetMoment();
+  if (moment != 0 && moment == m_askedOf && m_userMayChange == folder.folder->identity) {
+    return true;
+  }
+  if (faccessat(folder.Get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+    return false;
+  }
+  m_askedOf = moment;
+  m_userMayChange = folder.folder->identity;
+  return true;
+}
+
+bool MachineFolder::State::IsRunning(const FoundEntry& file) {
+  const std::int64_t moment = m_folders.GetMoment();
+  if (moment == 0 || moment != m_programsOf) {
+    m_programs.clear();
+    for (const MachineIni::Entry& entry : GetIni().GetEntries("processes")) {
+      m_programs.push_back(FoldName(entry.line, m_folders.GetCodePage()));
+    }
+    m_programsOf = moment;
+  }
+  if (m_programs.empty()) {
+    return false;
+  }
+  const CString& folder = file.folder.storedPath;
+  const CString path = folder + (folder.back() == '\\' ? "" : "\\") + file.stored;
+  return std::find(m_programs.begin(), m_programs.end(), FoldName(path, m_folders.GetCodePage())) != m_programs.end();
 }
 
 HostDescriptor MachineFolder::State::OpenFile(const FoundEntry& entry, int flags, struct stat& info) {

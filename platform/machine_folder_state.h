@@ -40,6 +40,9 @@ public:
   [[nodiscard]] bool FindFolder(const CString& path, FoundFolder& found, bool quiet = false);
   [[nodiscard]] bool FindEntry(const CString& path, FoundEntry& entry, bool quiet = false,
                                bool mayEndInBackslash = false);
+  /// The same without a look for the entry itself: it stays "missing".
+  [[nodiscard]] bool FindPlace(const CString& path, FoundEntry& entry, bool quiet = false,
+                               bool mayEndInBackslash = false);
   /// The same for an entry that must be there.
   [[nodiscard]] bool FindExisting(const CString& path, FoundEntry& entry);
   /// The deepest folder on the way that exists, and how many components lead to it.
@@ -47,6 +50,10 @@ public:
                                  bool quiet = false);
   /// Whether entries of the folder may be made, removed and renamed: by mark and by mount, whoever the user is.
   [[nodiscard]] bool MayChange(const FoundFolder& folder, const CString& path);
+  /// Whether the system lets the current user change the entries of the folder. Asked once a moment.
+  [[nodiscard]] bool MayUserChange(const FoundFolder& folder);
+  /// Whether the file is the program of one of the machine's processes.
+  [[nodiscard]] bool IsRunning(const FoundEntry& file);
   /// Opens an existing plain file, also through a link that stays in the drive.
   [[nodiscard]] HostDescriptor OpenFile(const FoundEntry& entry, int flags, struct stat& info);
   [[nodiscard]] HostTarget TargetFor(const FoundEntry& entry);
@@ -107,6 +114,10 @@ private:
   [[nodiscard]] int WriteRootFile(const char* name, std::string_view content, bool sync);
 
   FolderCache m_folders;
+  std::int64_t m_askedOf = 0; ///< the moment in which m_userMayChange was found
+  HostIdentity m_userMayChange;
+  std::int64_t m_programsOf = 0;   ///< the moment in which the programs were read
+  std::vector<CString> m_programs; ///< folded
   std::vector<std::unique_ptr<FolderMount>> m_mounts;
   HostDescriptor m_trash;
   HostIdentity m_trashIdentity;

@@ -28,6 +28,8 @@ public:
   bool CreateDirectory(const CString&) override { return false; }
   bool CreatePrivateDirectory(const CString&) override { return false; }
   bool RemoveDirectory(const CString&) override { return false; }
+  bool MoveEmptyFolder(const CString&, const CString&) override { return false; }
+  bool MoveFolder(const CString&, const CString&) override { return false; }
   bool RemoveTree(const CString&) override { return false; }
   bool ListFolder(const CString&, std::vector<FolderEntry>&) override { return false; }
 

@@ -102,6 +102,11 @@ int CKestPackage::UnPackTo(const CString& folder, const std::function<bool()>& s
   return code == kGood ? m_reader->UnPackTo(folder, stop, m_problem) : code;
 }
 
+int CKestPackage::Check() {
+  const int code = OpenReader();
+  return code == kGood ? m_reader->Check(m_problem) : code;
+}
+
 int CKestPackage::UnPackToMemory(const CString& name, std::uint64_t limit, CString& content) {
   const int code = OpenReader();
   return code == kGood ? m_reader->UnPackToMemory(name, limit, content, m_problem) : code;

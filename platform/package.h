@@ -14,6 +14,8 @@ struct PackageLimits {
   std::uint64_t entries = 100000;            ///< files in one package
   std::uint64_t bytesPerFile = 256ull << 20; ///< of one file, unpacked
   std::uint64_t bytesInAll = 512ull << 20;   ///< of all files, unpacked
+  std::uint64_t usualRatio = 100;            ///< files that unpack to more than so many times their size ...
+  std::uint64_t bytesInflated = 64ull << 20; ///< ... have so many bytes in all, unpacked
 };
 
 /// One entry, as the directory of the package tells it.
@@ -60,6 +62,8 @@ public:
   /// replaced, dates restored, links never followed; nothing lands outside. A failure may leave files below the folder.
   /// `stop` (may be empty) is asked before each file: true ends the unpacking with kCannotWrite.
   [[nodiscard]] int UnPackTo(const CString& folder, const std::function<bool()>& stop = {});
+  /// Unpacks everything to nowhere: refuses what UnPackTo would refuse, whatever the disk.
+  [[nodiscard]] int Check();
   /// Unpacks one entry into memory (at most `limit` bytes).
   [[nodiscard]] int UnPackToMemory(const CString& name, std::uint64_t limit, CString& content);
   /// Why the last call did not give 0, in words; empty after success.

@@ -12,7 +12,31 @@ constexpr char kSeparator = '\\';
 // directly by what lies in it.
 constexpr char kKeySeparator = '\x01';
 
+// What is wrong with a byte of a name; null for most.
+const char* JudgeByte(char c) {
+  if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+    return "has a control byte";
+  }
+  switch (c) {
+  case ':':
+    return "has a colon";
+  case '"':
+    return "has a quote";
+  case '*':
+  case '?':
+  case '<':
+  case '>':
+  case '|':
+    return "has a character that no file name may have";
+  default:
+    return nullptr;
+  }
+}
+
 bool IsDeviceName(std::string_view component) {
+  if (std::string_view("cpanlCPANL").find(component[0]) == std::string_view::npos) {
+    return false; // none of them begins so
+  }
   std::string_view stem = component.substr(0, component.find('.'));
   stem = stem.substr(0, stem.find_last_not_of(' ') + 1);
   static constexpr std::array<std::string_view, 7> kDevices = {"con",    "prn",     "aux",   "nul",
@@ -71,20 +95,10 @@ const char* JudgePathComponent(std::string_view component) {
     return "is that of a device";
   }
   for (std::size_t at = 0; at < component.size(); ++at) {
-    const char c = component[at];
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-      return "has a control byte";
+    if (const char* reason = JudgeByte(component[at])) {
+      return reason;
     }
-    if (c == ':') {
-      return "has a colon";
-    }
-    if (c == '"') {
-      return "has a quote";
-    }
-    if (std::string_view("*?<>|").find(c) != std::string_view::npos) {
-      return "has a character that no file name may have";
-    }
-    at += text::IsLeadByte(c) && at + 1 < component.size() ? 1 : 0;
+    at += static_cast<unsigned char>(component[at]) >= 0x80 && text::IsLeadByte(component[at]) ? 1 : 0;
   }
   return nullptr;
 }

@@ -5,18 +5,9 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include <zlib.h>
-
 namespace kest {
 
 namespace {
-
-constexpr std::size_t kOutputSize = 128 * 1024;
-
-std::uint32_t Crc(std::uint32_t crc, std::string_view bytes) {
-  return static_cast<std::uint32_t>(
-      crc32(crc, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size())));
-}
 
 // Makes the folders of a package below the one that it is unpacked to, each once, and none through a link.
 class FolderMaker {
@@ -68,22 +59,6 @@ CString CannotWrite(const CString& path) {
 
 } // namespace
 
-// One stream for all entries: setting one up costs more than unpacking a small file.
-struct PackageReader::Inflater {
-  Inflater() : output(kOutputSize) { ready = inflateInit2(&stream, -MAX_WBITS) == Z_OK; }
-  ~Inflater() {
-    if (ready) {
-      inflateEnd(&stream);
-    }
-  }
-  Inflater(const Inflater&) = delete;
-  Inflater& operator=(const Inflater&) = delete;
-
-  z_stream stream{};
-  bool ready = false;
-  std::vector<char> output;
-};
-
 PackageReader::PackageReader() = default;
 PackageReader::~PackageReader() = default;
 
@@ -122,7 +97,7 @@ int PackageReader::CopyStored(const ZipEntry& entry, std::uint64_t at, const Sin
       return CKestPackage::kUnreadable;
     }
     bytes = bytes.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(left, bytes.size())));
-    crc = Crc(crc, bytes);
+    crc = ContinueCrc(crc, bytes);
     if (!sink(bytes)) {
       return CKestPackage::kCannotWrite;
     }
@@ -132,52 +107,63 @@ int PackageReader::CopyStored(const ZipEntry& entry, std::uint64_t at, const Sin
   return CKestPackage::kGood;
 }
 
+// All packed bytes of an entry that is unpacked at once; empty when they cannot be read.
+std::string_view PackageReader::ReadPacked(const ZipEntry& entry, std::uint64_t at) {
+  const auto size = static_cast<std::size_t>(entry.packedSize);
+  if (size <= FileWindow::kSize) {
+    return m_window->At(at, size).substr(0, size);
+  }
+  m_packed.resize(std::max(m_packed.size(), size));
+  for (std::size_t filled = 0; filled < size;) {
+    const std::int64_t got = m_file->ReadAt(at + filled, m_packed.data() + filled, size - filled);
+    if (got <= 0) {
+      return {};
+    }
+    filled += static_cast<std::size_t>(got);
+  }
+  return std::string_view(m_packed).substr(0, size);
+}
+
 int PackageReader::Inflate(const ZipEntry& entry, std::uint64_t at, const Sink& sink, std::uint32_t& crc,
                            CString& problem) {
-  if (m_inflater == nullptr) {
-    m_inflater = std::make_unique<Inflater>();
+  Inflater::Result result = Inflater::Result::kUnreadable;
+  const auto take = [&](std::string_view bytes) {
+    crc = ContinueCrc(crc, bytes);
+    return sink(bytes);
+  };
+  if (std::max(entry.size, entry.packedSize) <= Inflater::kMostAtOnce) {
+    const std::string_view packed = ReadPacked(entry, at);
+    if (!packed.empty() || entry.packedSize == 0) {
+      std::string_view bytes;
+      result = m_inflater.InflateAtOnce(packed, static_cast<std::size_t>(entry.size), bytes);
+      if (result == Inflater::Result::kGood && !bytes.empty() && !take(bytes)) {
+        result = Inflater::Result::kStopped;
+      }
+    }
+  } else {
+    const auto next = [&] {
+      const std::string_view bytes = m_window->At(at, 1);
+      at += bytes.size();
+      return bytes;
+    };
+    result = m_inflater.InflateInPieces(entry.packedSize, entry.size, next, take);
   }
-  z_stream& stream = m_inflater->stream;
-  if (!m_inflater->ready || inflateReset(&stream) != Z_OK) {
-    problem = "out of memory";
-    return CKestPackage::kCannotWrite;
-  }
-  std::vector<char>& output = m_inflater->output;
-  const auto damaged = [&] {
+  switch (result) {
+  case Inflater::Result::kGood:
+    return CKestPackage::kGood;
+  case Inflater::Result::kDamaged:
     problem = DescribeEntryProblem(entry.name, "is damaged: it does not unpack to the size that it promises");
     return CKestPackage::kDamaged;
-  };
-  std::uint64_t unread = entry.packedSize;
-  std::uint64_t written = 0;
-  stream.avail_in = 0;
-  for (int status = Z_OK; status != Z_STREAM_END;) {
-    if (stream.avail_in == 0 && unread > 0) {
-      std::string_view bytes = m_window->At(at, 1);
-      if (bytes.empty()) {
-        problem = DescribeEntryProblem(entry.name, "cannot be read");
-        return CKestPackage::kUnreadable;
-      }
-      bytes = bytes.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(unread, bytes.size())));
-      stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data())); // zlib only reads it
-      stream.avail_in = static_cast<uInt>(bytes.size());
-      at += bytes.size();
-      unread -= bytes.size();
-    }
-    stream.next_out = reinterpret_cast<Bytef*>(output.data());
-    stream.avail_out = static_cast<uInt>(output.size());
-    status = inflate(&stream, Z_NO_FLUSH);
-    const std::size_t produced = output.size() - stream.avail_out;
-    if ((status != Z_OK && status != Z_STREAM_END) || produced > entry.size - written) {
-      return damaged();
-    }
-    const std::string_view bytes(output.data(), produced);
-    crc = Crc(crc, bytes);
-    written += produced;
-    if (produced > 0 && !sink(bytes)) {
-      return CKestPackage::kCannotWrite;
-    }
+  case Inflater::Result::kUnreadable:
+    problem = DescribeEntryProblem(entry.name, "cannot be read");
+    return CKestPackage::kUnreadable;
+  case Inflater::Result::kNoMemory:
+    problem = "out of memory";
+    break;
+  case Inflater::Result::kStopped:
+    break;
   }
-  return written == entry.size && unread == 0 && stream.avail_in == 0 ? CKestPackage::kGood : damaged();
+  return CKestPackage::kCannotWrite;
 }
 
 int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString& problem) {
@@ -225,6 +211,15 @@ int PackageReader::UnPackTo(const CString& folder, const std::function<bool()>& 
     }
   }
   return CKestPackage::kGood;
+}
+
+int PackageReader::Check(CString& problem) {
+  int code = CKestPackage::kGood;
+  for (std::size_t i = 0; i < m_entries.size() && code == CKestPackage::kGood; ++i) {
+    code = Unpack(
+        m_entries[i], [](std::string_view) { return true; }, problem);
+  }
+  return code;
 }
 
 int PackageReader::UnPackToMemory(const CString& name, std::uint64_t limit, CString& content, CString& problem) {

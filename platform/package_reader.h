@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/inflater.h"
 #include "platform/zip_directory.h"
 
 #include <functional>
@@ -19,23 +20,25 @@ public:
   [[nodiscard]] int Open(const CString& path, const PackageLimits& limits, CString& problem);
   [[nodiscard]] const std::vector<ZipEntry>& GetEntries() const { return m_entries; }
   [[nodiscard]] int UnPackTo(const CString& folder, const std::function<bool()>& stop, CString& problem);
+  [[nodiscard]] int Check(CString& problem);
   [[nodiscard]] int UnPackToMemory(const CString& name, std::uint64_t limit, CString& content, CString& problem);
 
 private:
   using Sink = std::function<bool(std::string_view)>;
-  struct Inflater;
 
   [[nodiscard]] int Unpack(const ZipEntry& entry, const Sink& sink, CString& problem);
   [[nodiscard]] int CopyStored(const ZipEntry& entry, std::uint64_t at, const Sink& sink, std::uint32_t& crc,
                                CString& problem);
   [[nodiscard]] int Inflate(const ZipEntry& entry, std::uint64_t at, const Sink& sink, std::uint32_t& crc,
                             CString& problem);
+  [[nodiscard]] std::string_view ReadPacked(const ZipEntry& entry, std::uint64_t at);
   [[nodiscard]] int WriteFile(const CString& path, const ZipEntry& entry, CString& problem);
 
   std::unique_ptr<MachineFile> m_file;
   std::unique_ptr<FileWindow> m_window;
   std::vector<ZipEntry> m_entries;
-  std::unique_ptr<Inflater> m_inflater;
+  Inflater m_inflater;
+  CString m_packed; ///< of an entry too large for the window
 };
 
 } // namespace kest

@@ -239,7 +239,9 @@ CString Lower(std::string_view value) {
   return result;
 }
 
-bool EqualNoCase(std::string_view a, std::string_view b) { return a.size() == b.size() && CompareNoCase(a, b) == 0; }
+bool EqualNoCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && (a == b || CompareNoCase(a, b) == 0);
+}
 
 int CompareNoCase(std::string_view a, std::string_view b) {
   FoldingReader left(a);

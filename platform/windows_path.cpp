@@ -38,7 +38,8 @@ bool ParseWindowsPath(std::string_view text, int codePage, WindowsPath& path, CS
   path.parts.clear();
   std::size_t start = 3;
   for (std::size_t i = 3; i <= text.size(); ++i) {
-    if (i < text.size() && IsLeadByteOf(codePage, text[i]) && i + 1 < text.size()) {
+    const bool isAscii = i == text.size() || static_cast<unsigned char>(text[i]) < 0x80;
+    if (!isAscii && IsLeadByteOf(codePage, text[i]) && i + 1 < text.size()) {
       ++i;
       continue;
     }

@@ -25,6 +25,9 @@ void CKestXMLParser::Session::OnEnd(void* self, const XML_Char* name) {
     return;
   }
   --session.m_depth;
+  if (!session.IsNew()) {
+    return;
+  }
   if (session.m_mapped) {
     session.m_owner.OnElementEnd(BytesOf(name).c_str());
   } else {
@@ -50,7 +53,9 @@ void CKestXMLParser::Session::OnCDataStart(void* self) {
   if (!session.HasFailed()) {
     session.FlushText();
     session.m_inCData = true;
-    session.m_owner.OnCDataSectionStart();
+    if (session.IsNew()) {
+      session.m_owner.OnCDataSectionStart();
+    }
   }
 }
 
@@ -59,7 +64,9 @@ void CKestXMLParser::Session::OnCDataEnd(void* self) {
   if (!session.HasFailed()) {
     session.FlushText();
     session.m_inCData = false;
-    session.m_owner.OnCDataSectionEnd();
+    if (session.IsNew()) {
+      session.m_owner.OnCDataSectionEnd();
+    }
   }
 }
 
@@ -67,7 +74,9 @@ void CKestXMLParser::Session::OnCommentText(void* self, const XML_Char* text) {
   auto& session = *static_cast<Session*>(self);
   if (!session.HasFailed()) {
     session.FlushText();
-    session.m_owner.OnComment(session.RestoreMarkup(text).c_str());
+    if (session.IsNew()) {
+      session.m_owner.OnComment(session.RestoreMarkup(text).c_str());
+    }
   }
 }
 
@@ -75,14 +84,24 @@ void CKestXMLParser::Session::OnOther(void* self, const XML_Char* text, int leng
   auto& session = *static_cast<Session*>(self);
   if (!session.HasFailed()) {
     session.FlushText();
-    const CString markup = session.RestoreMarkup(std::string_view(text, static_cast<std::size_t>(length)));
-    session.m_owner.OnDefault(markup.c_str(), static_cast<int>(markup.size()));
+    if (session.IsNew()) {
+      const CString markup = session.RestoreMarkup(std::string_view(text, static_cast<std::size_t>(length)));
+      session.m_owner.OnDefault(markup.c_str(), static_cast<int>(markup.size()));
+    }
   }
 }
 
 void CKestXMLParser::Session::OnEntity(void* self, const XML_Char*, int, const XML_Char*, int, const XML_Char*,
                                        const XML_Char*, const XML_Char*, const XML_Char*) {
   static_cast<Session*>(self)->Stop("entity declarations are not accepted");
+}
+
+bool CKestXMLParser::Session::IsNew() {
+  if (m_told == 0) {
+    return true;
+  }
+  --m_told;
+  return false;
 }
 
 void CKestXMLParser::Session::StartElement(const char* name, const char** attributes) {
@@ -96,6 +115,9 @@ void CKestXMLParser::Session::StartElement(const char* name, const char** attrib
     return;
   }
   if (m_checkAttributeSize && !CheckAttributes(attributes)) {
+    return;
+  }
+  if (!IsNew()) {
     return;
   }
   // a document type may give further attributes their defaults; those follow the written ones
@@ -142,6 +164,10 @@ void CKestXMLParser::Session::FlushText() {
   if (m_text.empty()) {
     return;
   }
+  if (!IsNew()) {
+    m_text.clear();
+    return;
+  }
   if (m_mapped) {
     const CString bytes = BytesOf(m_inCData && m_hasKeptReferences ? RestoreReferences(m_text) : m_text);
     m_owner.OnCData(bytes.c_str(), static_cast<int>(bytes.size()));
@@ -159,7 +185,9 @@ void CKestXMLParser::Session::AppendCDataPiece(std::string_view piece) {
       return;
     }
     FlushText();
-    m_owner.OnCData("\n", 1);
+    if (IsNew()) {
+      m_owner.OnCData("\n", 1);
+    }
     piece.remove_prefix(feed + 1);
   }
 }

@@ -55,7 +55,7 @@ public:
   /// skips the calls. `text` is one line, or all of them.
   [[nodiscard]] virtual bool MayRewrite(std::string_view text) const;
   /// One raw line without its end, before it is parsed; may rewrite it. Non-zero ends the parse with that code. The XML
-  /// declaration is not passed.
+  /// declaration is not passed. The same lines may be passed again from the first one on, and must become the same.
   virtual int OnPreProcessLine(CString& line);
   /// A start tag; both arguments are borrowed during the call.
   virtual void OnElementStart(const char* name, CKestXMLAttributes& attributes);

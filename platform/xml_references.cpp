@@ -41,9 +41,21 @@ int NumberOf(std::string_view digits) {
   return static_cast<int>(value);
 }
 
+struct NamedByte {
+  std::string_view name;
+  char byte;
+};
+constexpr NamedByte kNamed[] = {{"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}};
+
 // Whether the "&" at the start of `text` begins a reference that the parser would not decode. Anything that is no
 // reference at all is left for the parser to complain about.
 bool IsForeignReference(std::string_view text) {
+  return FindReference(text.substr(0, kLongestName + 2)).kind == Reference::Kind::kForeign;
+}
+
+} // namespace
+
+Reference FindReference(std::string_view text) {
   std::size_t end = 1;
   const bool number = text.size() > 1 && text[1] == '#';
   end += number;
@@ -51,22 +63,28 @@ bool IsForeignReference(std::string_view text) {
     ++end;
   }
   if (end >= text.size() || text[end] != ';') {
-    return false;
+    return {};
   }
+  using Kind = Reference::Kind;
   if (number) {
-    return NumberOf(text.substr(2, end - 2)) > static_cast<int>(kLargestByte);
+    const int value = NumberOf(text.substr(2, end - 2));
+    const Kind kind = value < 0 ? Kind::kNone : value > static_cast<int>(kLargestByte) ? Kind::kForeign : Kind::kByte;
+    return {kind, kind == Kind::kByte ? static_cast<char>(value) : '\0', end + 1};
   }
   const std::string_view name = text.substr(1, end - 1);
-  return !name.empty() && name != "amp" && name != "lt" && name != "gt" && name != "quot" && name != "apos";
+  for (const NamedByte& named : kNamed) {
+    if (named.name == name) {
+      return {Kind::kByte, named.byte, end + 1};
+    }
+  }
+  return {name.empty() ? Kind::kNone : Kind::kForeign, '\0', end + 1};
 }
-
-} // namespace
 
 bool ProtectReferences(std::string_view text, CString& out) {
   bool found = false;
   std::size_t copied = 0;
   for (std::size_t at = text.find('&'); at != std::string_view::npos; at = text.find('&', at + 1)) {
-    if (!IsForeignReference(text.substr(at, kLongestName + 2))) {
+    if (!IsForeignReference(text.substr(at))) {
       continue;
     }
     if (!found) {
@@ -99,10 +117,22 @@ void AppendBytesOf(std::string_view utf8, CString& out) {
       const auto trail = static_cast<unsigned char>(utf8[++i]);
       out += static_cast<char>(((lead & 0x03u) << 6u) | (trail & 0x3Fu));
     } else {
-      out += '\1';
+      out += kKeptReference;
       i += 2;
     }
   }
+}
+
+bool StartsWithEncodingMark(std::string_view bytes) {
+  return bytes.starts_with("\xEF\xBB\xBF") || bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE");
+}
+
+int CountLineEnds(std::string_view text) {
+  int count = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    count += text[i] == '\n' || (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'));
+  }
+  return count;
 }
 
 CString BytesOf(std::string_view utf8) {

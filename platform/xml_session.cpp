@@ -57,19 +57,7 @@ bool IsAscii(std::string_view bytes) {
   return true;
 }
 
-bool StartsWithEncodingMark(std::string_view bytes) {
-  return bytes.starts_with("\xEF\xBB\xBF") || bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE");
-}
-
 bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
-int CountLineEnds(std::string_view text) {
-  int count = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    count += text[i] == '\n' || (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'));
-  }
-  return count;
-}
 
 // Index behind a document type declaration that begins at `at`; npos when it does not end.
 std::size_t SkipDoctype(std::string_view text, std::size_t at) {
@@ -138,12 +126,15 @@ CKestXMLParser::Session::Session(CKestXMLParser& owner) : m_owner(owner) {
 CKestXMLParser::Session::~Session() {
   m_owner.m_session = nullptr;
   ExpatOwner expat(m_expat);
-  if (m_keepExpat) {
+  if (m_keepExpat && expat != nullptr) {
     t_idleExpat = std::move(expat);
   }
 }
 
 int CKestXMLParser::Session::GetLine() const {
+  if (m_plain) {
+    return m_plain->GetLine();
+  }
   return m_expat == nullptr ? 0 : static_cast<int>(XML_GetCurrentLineNumber(m_expat)) + m_lineOffset;
 }
 
@@ -159,13 +150,26 @@ int CKestXMLParser::Session::Run(std::string_view content, bool lines, bool seve
     return m_code;
   }
   CutDeclaration(content);
-  if (lines && m_owner.MayRewrite(content)) {
-    FeedLines(content);
-  } else {
-    Deliver(content, true);
+  const bool byLine = lines && m_owner.MayRewrite(content);
+  m_plain.emplace(m_owner, m_owner.m_limits, severalRoots, m_lineOffset);
+  FeedAll(content, byLine);
+  if (m_plain->HasGivenUp()) {
+    m_told = m_plain->GetTold();
+    m_plain.reset();
+    FeedAll(content, byLine);
   }
   return m_code;
 }
+
+void CKestXMLParser::Session::FeedAll(std::string_view content, bool byLine) {
+  if (byLine) {
+    FeedLines(content);
+  } else {
+    (void)Deliver(content, true);
+  }
+}
+
+bool CKestXMLParser::Session::HasEnded() const { return HasFailed() || (m_plain && m_plain->HasGivenUp()); }
 
 // Byte order mark at the start, end-of-file marks of old systems at the end.
 bool CKestXMLParser::Session::CutMarks(std::string_view& content) {
@@ -215,18 +219,24 @@ void CKestXMLParser::Session::FeedLines(std::string_view content) {
   CString line;
   int number = m_lineOffset;
   std::size_t at = 0;
+  std::size_t due = kPieceSize; // of what is prepared, before it is parsed
   std::size_t nextFeed = content.find('\n');
   std::size_t nextReturn = content.find('\r');
-  while (at < content.size() && !HasFailed()) {
+  while (at < content.size() && !HasEnded()) {
     const std::size_t end = std::min({nextFeed, nextReturn, content.size()});
     const std::string_view raw = content.substr(at, end - at);
     ++number;
     if (m_owner.MayRewrite(raw)) {
       line = raw;
       const int refusal = m_owner.OnPreProcessLine(line);
+      if (refusal != 0 && m_plain) {
+        m_plain->GiveUp();
+        return;
+      }
       if (refusal != 0) {
-        Deliver(prepared, false);
+        (void)Deliver(prepared, false);
         if (!HasFailed()) {
+          FlushText();
           Fail(refusal, number, "the line cannot be read");
         }
         return;
@@ -247,17 +257,26 @@ void CKestXMLParser::Session::FeedLines(std::string_view content) {
       nextReturn = content.find('\r', at);
     }
     const bool placed = !m_severalRoots || m_rootOpen;
-    if (prepared.size() >= kPieceSize && (placed || FindRootPlace(prepared) != std::string_view::npos)) {
-      Deliver(prepared, false);
-      prepared.clear();
+    if (prepared.size() >= due) {
+      if (placed || FindRootPlace(prepared) != std::string_view::npos) {
+        prepared.erase(0, Deliver(prepared, false));
+      }
+      // what could not be parsed yet (a comment of megabytes) is not tried again for each line of it
+      due = std::max(kPieceSize, 2 * prepared.size());
     }
   }
-  if (!HasFailed()) {
-    Deliver(prepared, true);
+  if (!HasEnded()) {
+    (void)Deliver(prepared, true);
   }
 }
 
-void CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
+// A run of text may go on in the next piece, so only markup, a failure and the end of the document tell it.
+// How many bytes are done with; the others are to come again.
+std::size_t CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
+  if (m_plain) {
+    return m_plain->Read(piece, final).value_or(0);
+  }
+  const std::size_t size = piece.size();
   if (ProtectReferences(piece, m_rewritten)) {
     piece = m_rewritten;
     m_hasKeptReferences = true;
@@ -265,7 +284,7 @@ void CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
   const bool ascii = IsAscii(piece);
   m_mapped |= !ascii || piece.find("&#") != std::string_view::npos;
   if (m_expat == nullptr && !Start(piece, final && ascii)) {
-    return;
+    return size;
   }
   if (m_severalRoots && !m_rootOpen) {
     const std::size_t place = std::min(FindRootPlace(piece), piece.size());
@@ -278,9 +297,7 @@ void CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
   if (final && m_severalRoots) {
     Feed(kRootEnd, true);
   }
-  if (!HasFailed()) {
-    FlushText();
-  }
+  return size;
 }
 
 // For a document that is ASCII as a whole UTF-8 means the same and is what expat works in.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/xml_parser.h"
+#include "platform/xml_plain.h"
 
 #include <expat.h>
 
@@ -8,7 +9,8 @@
 
 namespace kest {
 
-/// One parse: brings the bytes of a document to expat and its events to the parser object.
+/// One parse: brings the bytes of a document to expat and its events to the parser object. Plain documents are read
+/// without expat.
 ///
 /// expat is told that the document is ISO-8859-1, whatever it declares, and each character that it reports is mapped
 /// back to its byte. References that expat would not decode go through it as one character of the private-use area.
@@ -28,13 +30,17 @@ private:
   bool CutMarks(std::string_view& content);
   void CutDeclaration(std::string_view& content);
   void FeedLines(std::string_view content);
-  void Deliver(std::string_view piece, bool final);
+  void FeedAll(std::string_view content, bool byLine);
+  [[nodiscard]] std::size_t Deliver(std::string_view piece, bool final);
   bool Start(std::string_view piece, bool final);
   void Feed(std::string_view bytes, bool final);
   void Fail(int code, int line, std::string_view reason);
   [[nodiscard]] bool HasFailed() const { return m_code != 0; }
+  [[nodiscard]] bool HasEnded() const;
 
   // the way out
+  /// Whether an event is to be told: false for as many as were told before expat began.
+  [[nodiscard]] bool IsNew();
   static void OnStart(void* self, const XML_Char* name, const XML_Char** attributes);
   static void OnEnd(void* self, const XML_Char* name);
   static void OnText(void* self, const XML_Char* text, int length);
@@ -53,6 +59,8 @@ private:
   void Stop(std::string_view reason);
 
   CKestXMLParser& m_owner;
+  std::optional<PlainXml> m_plain; ///< until it gives up
+  std::size_t m_told = 0;          ///< events that it has told and expat will report again
   XML_Parser m_expat = nullptr;
   int m_code = 0;
   bool m_severalRoots = false;

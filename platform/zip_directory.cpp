@@ -197,10 +197,15 @@ public:
   bool Read(std::uint64_t count, CString& problem) {
     m_entries.reserve(count);
     std::uint64_t total = 0;
+    std::uint64_t inflated = 0;
     for (std::uint64_t i = 0; i < count; ++i) {
       const char* reason = ReadRecord();
       if (reason == nullptr && (total += m_entries.back().size) > m_limits.bytesInAll) {
         reason = "makes the package too large";
+      }
+      if (reason == nullptr && IsInflated(m_entries.back()) &&
+          (inflated += m_entries.back().size) > m_limits.bytesInflated) {
+        reason = "unpacks to far more than it holds";
       }
       if (reason != nullptr) {
         problem = m_entries.empty() ? CString(reason) : DescribeEntryProblem(m_entries.back().name, reason);
@@ -230,6 +235,10 @@ public:
   }
 
 private:
+  [[nodiscard]] bool IsInflated(const ZipEntry& entry) const {
+    return entry.size / m_limits.usualRatio > entry.packedSize;
+  }
+
   const char* ReadRecord() {
     ZipEntry& entry = m_entries.emplace_back();
     const std::string_view header = std::string_view(m_bytes).substr(m_at);

@@ -82,11 +82,12 @@ bool ConfigRun::Run(const CKestHelpChanges* set) {
   CString relativePath;
   set->GetPath(relativePath);
   m_path = CKestOS::GetMachine().GetStoredPath(JoinPath({m_product.m_helpFolder.GetText(), relativePath}));
-  if (m_path.empty()) {
+  // a set that names no file of its own leads to the help folder itself
+  if (m_path.empty() || CKestOS::DirectoryExists(m_path)) {
     return Stop(HelpCode::kFailed);
   }
-  if (AppendMakeWritable(m_steps, m_path) != 0 || (m_multiUser && !CKestOS::CanUpdateFile(m_path))) {
-    return Stop(ConfigCode::kFileNotUpdatable);
+  if (MakeUpdatable()) {
+    return true;
   }
   if (BackUp()) {
     return Stop(HelpCode::kFailed);
@@ -108,17 +109,18 @@ bool ConfigRun::Run(const CKestHelpChanges* set) {
 /// Reads what the machine says of its users. A machine that cannot say would lead the changes to other files than it
 /// otherwise does, so that stops.
 bool ConfigRun::LearnOfUsers() {
-  if (!m_product.SupportsMultiUser()) {
-    return false;
-  }
   Machine& machine = CKestOS::GetMachine();
   const auto failed = [&] {
     const MachineError::Kind kind = machine.GetLastError().kind;
     return kind != MachineError::Kind::kNone && kind != MachineError::Kind::kNotFound;
   };
-  m_multiUser = CKestOS::IsSupportedMultiUserSystem();
-  if (!m_multiUser) {
+  m_multiUserMachine = CKestOS::IsSupportedMultiUserSystem();
+  if (!m_multiUserMachine) {
     return failed() && Stop(ConfigCode::kFileNotUpdatable, Counting::kUncounted);
+  }
+  m_perUser = m_product.SupportsMultiUser();
+  if (!m_perUser) {
+    return false;
   }
   CKestPath shared;
   if (!m_product.GetSharedBinPath(shared)) {
@@ -195,7 +197,7 @@ ConfigRun::Next ConfigRun::Locate(const CKestConfigChanges& set, const CString& 
   if (set.AllowNewFile()) {
     return Next::kEdit;
   }
-  return m_multiUser ? CopyFreshFile(relativePath, folder) : stop(ConfigCode::kFileMissing);
+  return m_perUser ? CopyFreshFile(relativePath, folder) : stop(ConfigCode::kFileMissing);
 }
 
 /// Gives the folder a file from the shared configuration, or else from the one that the product was installed with.
@@ -231,12 +233,7 @@ ConfigRun::Next ConfigRun::CopyFreshFile(const CString& relativePath, const CStr
   return Next::kEdit;
 }
 
-bool ConfigRun::PrepareExisting() {
-  if (AppendMakeWritable(m_steps, m_path) != 0 || (m_multiUser && !CKestOS::CanUpdateFile(m_path))) {
-    return Stop(ConfigCode::kFileNotUpdatable);
-  }
-  return BackUp() && Stop(ConfigCode::kFailed);
-}
+bool ConfigRun::PrepareExisting() { return MakeUpdatable() || (BackUp() && Stop(ConfigCode::kFailed)); }
 
 bool ConfigRun::MakeChanges(const CKestConfigChanges& set, CKestXmlFile& file) {
   for (const std::unique_ptr<CKestXmlObject>& child : set.GetChildren()) {
@@ -302,6 +299,14 @@ bool ConfigRun::MakeChanges(const CKestHelpChanges& set, CKestXmlFile& file) {
 
 // ---- the file at hand -----------------------------------------------------------------------------------------------
 
+/// Where several users share a machine, a file that cannot be changed belongs to somebody else: no use in waiting for
+/// it.
+bool ConfigRun::MakeUpdatable() {
+  const bool updatable =
+      AppendMakeWritable(m_steps, m_path) == 0 && (!m_multiUserMachine || CKestOS::CanUpdateFile(m_path));
+  return !updatable && Stop(ConfigCode::kFileNotUpdatable);
+}
+
 /// Once for each file and operation. True when it cannot be; the caller says so.
 bool ConfigRun::BackUp() {
   if (CKestTidemark::BackUpFileExists(m_path)) {
@@ -356,8 +361,7 @@ ConfigRun::Answer ConfigRun::LookFor(const CString& path) {
   return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ? Answer::kNo : Answer::kUnknown;
 }
 
-// ---- errors
-// -----------------------------------------------------------------------------------------------------------
+// ---- errors ---------------------------------------------------------------------------------------------------------
 
 bool ConfigRun::Stop(ConfigCode code, Counting counting) {
   m_tally.critical += counting == Counting::kCounted ? 1 : 0;

@@ -50,6 +50,7 @@ private:
   [[nodiscard]] bool MakeChanges(const CKestHelpChanges& set, CKestXmlFile& file);
 
   // ---- the file at hand
+  [[nodiscard]] bool MakeUpdatable();
   [[nodiscard]] bool BackUp();
   [[nodiscard]] bool WaitUntilUpdatable();
   [[nodiscard]] bool CreateMissingFolders(const CString& folder);
@@ -71,9 +72,10 @@ private:
   Operation m_operation;
   Tally m_tally;
 
-  bool m_multiUser = false;
-  bool m_allUsers = false;
-  CString m_sharedBinPath; ///< empty on a machine for one user
+  bool m_multiUserMachine = false;
+  bool m_perUser = false;  ///< the product keeps its configuration per user on this machine
+  bool m_allUsers = false; ///< the changes are for everybody's
+  CString m_sharedBinPath; ///< empty when nothing is kept per user
   CString m_path;          ///< of the file at hand, as stored
   bool m_existing = false;
   CString m_change; ///< the change at hand in words

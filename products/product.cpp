@@ -127,9 +127,11 @@ void CKestProduct::AddExtensionsFrom(const CKestPath& folder, bool enabled, bool
     prefix += '\\';
   }
   CKestFileFinder finder;
+  CKestExtensionFile::SharedDestinations destinations;
   for (bool more = finder.FindFirst(prefix + "*.kei"); more; more = finder.FindNext()) {
     auto extension = std::make_unique<CKestExtension>();
-    if (finder.IsFolder() || extension->Load((prefix + finder.GetFileName()).c_str(), nullptr) != 0) {
+    if (finder.IsFolder() ||
+        extension->Load((prefix + finder.GetFileName()).c_str(), nullptr, nullptr, &destinations) != 0) {
       continue;
     }
     extension->SetEnabled(enabled);

@@ -78,12 +78,12 @@ public:
   [[nodiscard]] virtual int GetAppSignature() const { return 0; }
   /// The least file version of an executable that counts as it.
   [[nodiscard]] virtual double GetAppSignatureVersion() const = 0;
-  /// Registry key by which it is found; empty for products that are found otherwise.
+  /// Registry key by which it is found; left alone by products that are found otherwise.
   virtual void GetAppRegKey(CString& key) const;
   virtual void GetAppRegValName(CString& name) const; ///< value of that key that holds the folder
   /// Registry values that may hold its folder, in the order in which they are tried.
   virtual void GetAppRegPaths(CKestTypedList<CKestString>& paths) const;
-  /// Changes a destination that the product places otherwise.
+  /// Changes a destination that the product places otherwise: its folder, never the file's name.
   virtual void MassageDestination(CString& destination) const;
   /// Brings a record that was written for an older product into the shape of this one.
   virtual void MassageExtension(CKestExtension* extension) const;

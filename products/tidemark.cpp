@@ -2,13 +2,13 @@
 
 #include "description/extension.h"
 #include "platform/os.h"
-#include "products/discovery.h"
 #include "products/legacy_conversion.h"
 
 namespace kest {
 
 namespace {
 
+constexpr const char* kFamily = "Tidemark";
 constexpr const char* kFamilyName = "tidemark";
 constexpr const char* kVantageName = "vantage";
 constexpr const char* kConfiguration = "Configuration";
@@ -29,12 +29,21 @@ constexpr const char* kTidemark6Paths[] = {"Software\\Kestrel\\Tidemark\\6\\Inst
                                            "Software\\Kestrel\\Tidemark 6 Beta 3\\Installation\\InstallPath",
                                            "Software\\Kestrel\\Tidemark 6 Beta 2\\Registration\\Location"};
 
-constexpr WebEditorConstants kTidemark3 = {"Tidemark 3",   3.0, SignatureOf("TDM3"), kFamilyName,
-                                           "Tidemark.exe", "",  kTidemark3Paths,     false};
-constexpr WebEditorConstants kTidemark4 = {"Tidemark 4",   4.0, SignatureOf("TDM4"), kFamilyName,
-                                           "Tidemark.exe", "",  kTidemark4Paths,     false};
+constexpr WebEditorConstants kTidemark3 = {
+    {"Tidemark 3", 3.0, SignatureOf("TDM3"), kFamily, kFamilyName, "Tidemark.exe", "", true},
+    "",
+    kTidemark3Paths,
+    false};
+constexpr WebEditorConstants kTidemark4 = {
+    {"Tidemark 4", 4.0, SignatureOf("TDM4"), kFamily, kFamilyName, "Tidemark.exe", "", true},
+    "",
+    kTidemark4Paths,
+    false};
 constexpr WebEditorConstants kTidemark6 = {
-    "Tidemark Nova", 6.0, SignatureOf("TDM6"), kFamilyName, "Tidemark.exe", "TidemarkD.exe", kTidemark6Paths, true};
+    {"Tidemark Nova", 6.0, SignatureOf("TDM6"), kFamily, kFamilyName, "Tidemark.exe", "", true},
+    "TidemarkD.exe",
+    kTidemark6Paths,
+    true};
 
 std::string_view Given(const char* value) { return value != nullptr ? value : ""; }
 
@@ -49,16 +58,8 @@ std::string_view NameWithoutVersion(std::string_view name) {
 
 } // namespace
 
-CKestTidemark::CKestTidemark(const WebEditorConstants& constants) : m_constants(constants), m_name(constants.name) {}
-
-void CKestTidemark::Initialize() {
-  FoundProgram found;
-  if (!FindProgram(found)) {
-    return;
-  }
-  m_version = found.version;
-  SetPaths(CKestPath(found.path).GetFolder(), CString());
-}
+CKestTidemark::CKestTidemark(const WebEditorConstants& constants)
+    : CKestShippedProduct(constants.product), m_constants(constants) {}
 
 bool CKestTidemark::FindProgram(FoundProgram& found) {
   if (FindRunningProgram(GetExecutableFileName(), GetAppSignatureVersion(), found)) {
@@ -140,29 +141,13 @@ void CKestTidemark::SetUserFolders(const CString& userName) {
   m_sharedExtensionsFolder = CKestPath(JoinPath({shared.GetText(), configuration, kExtensions}));
 }
 
-void CKestTidemark::GetName(CString& name) const { name = m_name; }
 void CKestTidemark::GetConfigurationFolderName(CString& name) const { name = kConfiguration; }
 
-void CKestTidemark::GetExtensionsFolderFor(const CKestPath& binPath, CKestPath& out) const {
-  out = CKestPath(WithBackslash(JoinPath({binPath.GetText(), GetConfigurationFolderName(), kExtensions})));
-}
-
-bool CKestTidemark::IsInstalled() const { return !m_installFolder.IsEmpty(); }
-
-bool CKestTidemark::IsRunning() const {
-  FoundProgram found;
-  return FindRunningProgram(GetExecutableFileName(), GetAppSignatureVersion(), found);
-}
-
-void CKestTidemark::GetInstallFolder(CString& folder) const { folder = m_installFolder.GetText(); }
-void CKestTidemark::GetExtensionsFolder(CString& folder) const { folder = m_extensionsFolder.GetText(); }
 void CKestTidemark::GetSharedExtensionsFolder(CString& folder) const { folder = m_sharedExtensionsFolder.GetText(); }
 
 bool CKestTidemark::BelongsTo(const char* path) const {
   return LiesBelow(path, m_installFolder) || LiesBelow(path, m_userFolder);
 }
-
-bool CKestTidemark::CanDelete(const char*) const { return true; }
 
 void CKestTidemark::Refresh() const {
   CKestOS::WinExec(m_installFolder.GetText() + GetExecutableFileName() + " " + kReloadArgument, kShowNormal);
@@ -182,10 +167,6 @@ bool CKestTidemark::RequiresRestart(CKestExtension* extension, bool installing) 
   return extension->GetType() != kCommandType && extension->GetType() != kObjectType;
 }
 
-void CKestTidemark::GetBazaarName(CString& name) const { name = m_constants.bazaarName; }
-bool CKestTidemark::IsSupported() const { return true; }
-void CKestTidemark::GetVersion(CKestVersionNumber& version) const { version = m_version; }
-
 bool CKestTidemark::Supports(const char* productName, const char* version) const {
   const std::string_view name = NameWithoutVersion(Given(productName));
   if (text::StartsWithNoCase(kFamilyName, name)) {
@@ -195,17 +176,12 @@ bool CKestTidemark::Supports(const char* productName, const char* version) const
          CKestVersionNumber(Given(version)).Compare("4") <= 0;
 }
 
-void CKestTidemark::GetProductFamily(CString& family) const { family = "Tidemark"; }
-int CKestTidemark::GetAppSignature() const { return m_constants.signature; }
-double CKestTidemark::GetAppSignatureVersion() const { return m_constants.signatureVersion; }
-
 void CKestTidemark::GetAppRegPaths(CKestTypedList<CKestString>& paths) const {
   for (const char* path : m_constants.registryPaths) {
     paths.Append(path);
   }
 }
 
-void CKestTidemark::GetExecutableFileName(CString& name) const { name = m_constants.executable; }
 void CKestTidemark::GetDebugExecutableFileName(CString& name) const { name = m_constants.debugExecutable; }
 
 void CKestTidemark::GetTransientFolders(CKestTypedList<CKestString>& names) const {

@@ -2,54 +2,32 @@
 
 #include "config/config_change.h"
 #include "config/help_change.h"
-#include "products/product.h"
-
-#include <span>
+#include "products/shipped_product.h"
 
 namespace kest {
 
 class ConfigRun;
-struct FoundProgram;
 
-/// What tells one web editor from another. One row a class, in tidemark.cpp and vantage.cpp.
+/// What web editors have beside the rest. One row a class, in tidemark.cpp and vantage.cpp.
 struct WebEditorConstants {
-  const char* name;
-  double signatureVersion;
-  int signature; ///< four characters
-  const char* bazaarName;
-  const char* executable;
+  ProductConstants product;
   const char* debugExecutable;                ///< empty when there is none
   std::span<const char* const> registryPaths; ///< tried in order: key, backslash, value name
   bool multiUser;                             ///< keeps its configuration per user where the machine has several
 };
 
 /// The web-page editors and their application-server edition.
-class KEST_API CKestTidemark : public CKestProduct {
+class KEST_API CKestTidemark : public CKestShippedProduct {
 public:
-  void Initialize() override;
   void SetPaths(const CString& installFolder, const CString& userName) override;
-  void GetName(CString& name) const override;
   void GetConfigurationFolderName(CString& name) const override;
-  void GetExtensionsFolderFor(const CKestPath& binPath, CKestPath& out) const override;
-  [[nodiscard]] bool IsInstalled() const override;
-  [[nodiscard]] bool IsRunning() const override;
-  void GetInstallFolder(CString& folder) const override;
-  void GetExtensionsFolder(CString& folder) const override;
   void GetSharedExtensionsFolder(CString& folder) const override;
   [[nodiscard]] bool BelongsTo(const char* path) const override;
-  [[nodiscard]] bool CanDelete(const char* path) const override;
   void Refresh() const override;
   [[nodiscard]] bool RequiresRestart(const char* path, bool installing) const override;
   [[nodiscard]] bool RequiresRestart(CKestExtension* extension, bool installing) const override;
-  void GetBazaarName(CString& name) const override;
-  [[nodiscard]] bool IsSupported() const override;
-  void GetVersion(CKestVersionNumber& version) const override;
   [[nodiscard]] bool Supports(const char* productName, const char* version) const override;
-  void GetProductFamily(CString& family) const override;
-  [[nodiscard]] int GetAppSignature() const override;
-  [[nodiscard]] double GetAppSignatureVersion() const override;
   void GetAppRegPaths(CKestTypedList<CKestString>& paths) const override;
-  void GetExecutableFileName(CString& name) const override;
   void GetDebugExecutableFileName(CString& name) const override;
   void GetTransientFolders(CKestTypedList<CKestString>& names) const override;
   void GetTransientFileExtensions(CKestTypedList<CKestString>& extensions) const override;
@@ -62,14 +40,12 @@ public:
   [[nodiscard]] int ProcessHelpChanges(CKestTypedVector<CKestExtensionInstallStep*>* steps, CKestExtensionManagerUI* ui,
                                        const CKestExtension* extension, OperationType operation) const override;
   using CKestProduct::GetConfigurationFolderName;
-  using CKestProduct::GetExecutableFileName;
-  using CKestProduct::GetExtensionsFolder;
-  using CKestProduct::GetInstallFolder;
-  using CKestProduct::GetName;
 
 protected:
   /// The row must outlive the product.
   explicit CKestTidemark(const WebEditorConstants& constants);
+
+  [[nodiscard]] bool FindProgram(FoundProgram& found) override;
 
   /// Applies or takes back one set. True: the operation must stop. Messages are added to `errorText`.
   [[nodiscard]] bool ProcessConfigChanges(CKestTypedVector<CKestExtensionInstallStep*>* steps,
@@ -87,20 +63,15 @@ protected:
 private:
   friend class ConfigRun;
 
-  [[nodiscard]] bool FindProgram(FoundProgram& found);
   [[nodiscard]] bool FindInRegistry(FoundProgram& found);
   void SetUserFolders(const CString& userName);
 
   const WebEditorConstants& m_constants;
-  CString m_name;
-  CKestPath m_installFolder;
   CKestPath m_userFolder; ///< holds this user's configuration folder; else the install folder
   CKestPath m_configurationFolder;
   CKestPath m_sharedConfigurationFolder; ///< in the install folder
   CKestPath m_helpFolder;
-  CKestPath m_extensionsFolder;
   CKestPath m_sharedExtensionsFolder;
-  CKestVersionNumber m_version;
   bool m_userConfigurationSelected = false; ///< SetPaths named a user on a multi-user system
 };
 

@@ -1,8 +1,6 @@
 #include "products/vantage.h"
 
 #include "description/extension.h"
-#include "platform/os.h"
-#include "products/discovery.h"
 
 #include <array>
 
@@ -22,18 +20,20 @@ constexpr const char* kVantage4Paths[] = {"Software\\Kestrel\\Tidemark Vantage\\
                                           "Software\\Kestrel\\Tidemark Vantage\\4\\Registration\\Location"};
 constexpr std::array kVantage4Executables = {"Vantage.exe", "VantageStudio.exe"};
 
-constexpr WebEditorConstants kVantage1 = {"Tidemark Vantage 1", 1.0, SignatureOf("VTG1"), kVantageName,
-                                          "Vantage.exe",        "",  kVantage1Paths,      false};
-constexpr WebEditorConstants kVantage4 = {"Tidemark Vantage 4",    4.0, SignatureOf("VTG4"), kVantageName,
-                                          kVantage4Executables[0], "",  kVantage4Paths,      false};
+constexpr WebEditorConstants kVantage1 = {
+    {"Tidemark Vantage 1", 1.0, SignatureOf("VTG1"), "Tidemark", kVantageName, "Vantage.exe", "", true},
+    "",
+    kVantage1Paths,
+    false};
+constexpr WebEditorConstants kVantage4 = {
+    {"Tidemark Vantage 4", 4.0, SignatureOf("VTG4"), "Tidemark", kVantageName, kVantage4Executables[0], "", true},
+    "",
+    kVantage4Paths,
+    false};
 
 } // namespace
 
 CKestVantage::CKestVantage(const WebEditorConstants& constants) : CKestTidemark(constants) {}
-
-bool CKestVantage::RequiresRestart(const char* path, bool installing) const {
-  return CKestTidemark::RequiresRestart(path, installing);
-}
 
 bool CKestVantage::RequiresRestart(CKestExtension* extension, bool installing) const {
   if (extension == nullptr) {
@@ -61,17 +61,10 @@ void CKestVantage::MapTokens(const CString&, const CString&, CKestTokenMap& toke
 
 CKestVantage1::CKestVantage1() : CKestVantage(kVantage1) {}
 
-CKestVantage4::CKestVantage4() : CKestVantage(kVantage4), m_executable(kVantage4Executables[0]) {}
+CKestVantage4::CKestVantage4() : CKestVantage(kVantage4) {}
 
 void CKestVantage4::DetermineExecutableFileName(const CString& installFolder) {
-  for (const char* name : kVantage4Executables) {
-    if (CKestOS::FileExists(installFolder + name)) {
-      m_executable = name;
-      return;
-    }
-  }
+  ChooseExecutable(kVantage4Executables, installFolder);
 }
-
-void CKestVantage4::GetExecutableFileName(CString& name) const { name = m_executable; }
 
 } // namespace kest

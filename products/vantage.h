@@ -7,7 +7,7 @@ namespace kest {
 /// The application-server edition of the web editor.
 class KEST_API CKestVantage : public CKestTidemark {
 public:
-  [[nodiscard]] bool RequiresRestart(const char* path, bool installing) const override;
+  using CKestTidemark::RequiresRestart;
   [[nodiscard]] bool RequiresRestart(CKestExtension* extension, bool installing) const override;
   [[nodiscard]] bool Supports(const char* productName, const char* version) const override;
   void MapTokens(const CString& destination, const CString& userFolder, CKestTokenMap& tokens) const override;
@@ -25,11 +25,6 @@ class KEST_API CKestVantage4 : public CKestVantage {
 public:
   CKestVantage4();
   void DetermineExecutableFileName(const CString& installFolder) override;
-  void GetExecutableFileName(CString& name) const override;
-  using CKestProduct::GetExecutableFileName;
-
-private:
-  CString m_executable;
 };
 
 } // namespace kest

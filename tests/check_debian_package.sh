@@ -1,17 +1,18 @@
 #!/usr/bin/env bash
-# Builds the Debian package of a finished build, lets lintian look at it, and tries it in a scratch root.
+# Builds the Debian package, lets lintian look at it, and tries it in a scratch root.
 # Usage: check_debian_package.sh BUILD WORK
 set -eu
 build=$1 work=$2
 fail() { printf 'FAILED: %s\n' "$*"; exit 1; }
 
 rm -rf "$work" && mkdir -p "$work"
+cmake --build "$build" --target kest_cli kest_completions > "$work/build.log" || { tail -n 30 "$work/build.log"; fail "the build"; }
 (cd "$build" && cpack -G DEB -B "$work/out" > "$work/cpack.log" 2>&1) || { tail -n 30 "$work/cpack.log"; fail "cpack"; }
 package=$(find "$work/out" -maxdepth 1 -name 'kest_*.deb')
 [ "$(wc -l <<< "$package")" -eq 1 ] && [ -n "$package" ] || fail "not one package: $package"
 
 depends=$(dpkg-deb -f "$package" Depends)
-for needed in libc6 libexpat1 libzip4 zlib1g; do
+for needed in libc6 libdeflate0 libexpat1 libzip4 zlib1g; do
   grep -qE "(^|, )$needed" <<< "$depends" || fail "$needed is not among what the package depends on: $depends"
 done
 if command -v lintian > /dev/null; then

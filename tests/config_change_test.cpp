@@ -7,25 +7,18 @@
 #include "config/source_format_changes.h"
 #include "config/text_level.h"
 #include "config/toolbar_changes.h"
+#include "support/damage.h"
 #include "support/temp_machine.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
+#include <tuple>
 
 namespace kest::test {
 namespace {
 
 using Code = CKestConfigChange::ErrorCode;
 using Action = CKestConfigChange::Action;
-
-std::string Sample(const std::string& name) {
-  std::ifstream in(std::string(KEST_SOURCE_DIR) + "/tests/data/config/" + name, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
 
 CKestTextConfigFile TextFile(const std::string& content) {
   CKestTextConfigFile file;
@@ -35,21 +28,7 @@ CKestTextConfigFile TextFile(const std::string& content) {
 
 // ---- frame
 
-TEST(ConfigChange, CriticalAndNonCriticalCodes) {
-  EXPECT_FALSE(CKestConfigChange::IsCriticalError(static_cast<Code>(9)));
-  EXPECT_FALSE(CKestConfigChange::IsNonCriticalError(static_cast<Code>(9)));
-  EXPECT_TRUE(CKestConfigChange::IsCriticalError(Code::kMenuNotChanged));
-  EXPECT_TRUE(CKestConfigChange::IsNonCriticalError(static_cast<Code>(3)));
-  EXPECT_TRUE(CKestConfigChange::IsNonCriticalError(Code::kPlacedInDefaultCategory));
-  EXPECT_TRUE(CKestHelpChange::IsCriticalError(CKestHelpChange::kNotUpdatable));
-}
-
 TEST(ConfigChanges, SetsKnowTheirFiles) {
-  CString path;
-  CKestFTPExtensionMapChanges().GetPath(path);
-  EXPECT_EQ(path, "\\FTPExtensionMap.txt");
-  CKestHelpBookChanges().GetPath(path);
-  EXPECT_EQ(path, "help.xml");
   CKestToolbarConfigChanges toolbars;
   toolbars.SetFileName("TOOLBARS.xml");
   EXPECT_FALSE(toolbars.AllowNewFile());
@@ -61,8 +40,6 @@ TEST(ConfigChanges, SetsKnowTheirFiles) {
   text.clear();
   toolbars.BuildXml(0, text);
   EXPECT_EQ(text, "<toolbar-changes file=\"mine.xml\">\r\n</toolbar-changes>\r\n");
-  toolbars.GetPath(path);
-  EXPECT_EQ(path, "Toolbars\\mine.xml");
   const auto file = toolbars.CreateConfigFile(false);
   CString content;
   static_cast<CKestGenericXmlFile&>(*file).BuildContent(content);
@@ -86,7 +63,7 @@ TEST(ConfigChanges, APathThatLeavesTheFolderIsUnsafe) {
 
 TEST(GenericXmlFile, TextIsKeptThroughLoadAndSave) {
   CKestGenericXmlFile file;
-  ASSERT_EQ(file.LoadContent(Sample("toolbars.xml")), 0);
+  ASSERT_EQ(file.LoadContent(ConfigSample("toolbars.xml")), 0);
   CString text;
   file.BuildContent(text);
   for (const char* kept :
@@ -103,24 +80,14 @@ TEST(GenericXmlFile, TextIsKeptThroughLoadAndSave) {
 
 TEST(GenericXmlFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
   for (const char* name : {"toolbars.xml", "insertbar.xml", "KRDocumentTypes.xml", "TagLibraries.vtm", "help.xml"}) {
-    const std::string sample = Sample(name);
-    const auto check = [&](const std::string& content) {
+    ForEveryCutAndChange(ConfigSample(name), "<\"&; -", [](const std::string& content) {
       CKestGenericXmlFile file;
-      if (file.LoadContent(content) != 0)
-        return;
-      CString text;
-      file.BuildContent(text);
-      CKestGenericXmlFile again;
-      ASSERT_EQ(again.LoadContent(text), 0) << content << "\n->\n" << text;
-    };
-    for (std::size_t at = 0; at < sample.size(); ++at) {
-      check(sample.substr(0, at));
-      for (const char c : {'<', '"', '&', ';', ' ', '-'}) {
-        std::string changed = sample;
-        changed[at] = c;
-        check(changed);
+      if (file.LoadContent(content) == 0) {
+        CString text;
+        file.BuildContent(text);
+        ASSERT_EQ(CKestGenericXmlFile().LoadContent(text), 0) << content << "\n->\n" << text;
       }
-    }
+    });
   }
 }
 
@@ -179,7 +146,7 @@ std::string Ids(const CKestXmlObject* container) {
 
 TEST(RecordChanges, InsertOverwriteUndoAndRemove) {
   CKestGenericXmlFile file;
-  ASSERT_EQ(file.LoadContent(Sample("KRDocumentTypes.xml")), 0);
+  ASSERT_EQ(file.LoadContent(ConfigSample("KRDocumentTypes.xml")), 0);
   CKestDocumentTypeChangeInsert insert;
   auto html = Object("DocumentType", "html");
   html->SetAttribute("title", "A &amp; B");
@@ -199,6 +166,25 @@ TEST(RecordChanges, InsertOverwriteUndoAndRemove) {
   EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
   EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kDocumentTypeFailed);
   EXPECT_EQ(Ids(file.FindTag("documenttypes")), "New");
+}
+
+TEST(RecordChanges, ManyAreOverwrittenAsFewAre) {
+  CKestGenericXmlFile file;
+  ASSERT_EQ(
+      file.LoadContent("<doc><documenttypes><documenttype id=\"D3\"/></documenttypes><toolbarset><toolbar id=\"T\">"
+                       "<button id=\"D3\"/></toolbar></toolbarset></doc>"),
+      0);
+  CKestDocumentTypeChangeInsert records;
+  CKestToolbarItemChangeInsert items;
+  items.SetPrependTo("T");
+  for (const char* id : {"d0", "d1", "d2", "d3", "d4", "d5", "d6", "d7", "D1", "", ""}) {
+    records.AppendChild(Object("documenttype", id));
+    items.AppendChild(Object("button", id));
+  }
+  EXPECT_EQ(records.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(Ids(file.FindTag("documenttypes")), "d3 d0 D1 d2 d4 d5 d6 d7  ");
+  EXPECT_EQ(items.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
+  EXPECT_EQ(Ids(file.FindTag("toolbarset")), "T(d0 d2 d4 d5 d6 d7 d1   d3)");
 }
 
 TEST(RecordChanges, TheFamilysCodeTellsWhatIsMissing) {
@@ -221,14 +207,7 @@ TEST(RecordChanges, TheFamilysCodeTellsWhatIsMissing) {
 // ---- toolbars and insert bar
 
 TEST(ToolbarItems, GoWhereTheLocationSays) {
-  const struct {
-    int action;
-    const char* location;
-    const char* group;
-    Code code;
-    const char* ids;
-    const char* undone;
-  } rows[] = {
+  const std::tuple<int, const char*, const char*, Code, const char*, const char*> rows[] = {
       {Action::kInsertBefore, "b", "", Code::kSuccess, "T(a x y b) U(c)", "T(a b) U(c)"},
       {Action::kInsertAfter, "B", "", Code::kSuccess, "T(a b x y) U(c)", "T(a b) U(c)"},
       {Action::kPrependTo, "u", "", Code::kSuccess, "T(a b) U(x y c)", "T(a b) U(c)"},
@@ -239,43 +218,39 @@ TEST(ToolbarItems, GoWhereTheLocationSays) {
       {Action::kAppendTo, "none", "U", Code::kPlacedInDefaultToolbar, "T(a b) U(c) Miscellaneous_Toolbar(x y)",
        "T(a b) U(c) Miscellaneous_Toolbar()"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [action, location, group, code, ids, undone] : rows) {
     CKestGenericXmlFile file;
     ASSERT_EQ(file.LoadContent("<toolbarset><toolbar id=\"T\"><button id=\"a\"/><button id=\"b\"/></toolbar>"
                                "<toolbar id=\"U\"><button id=\"c\"/></toolbar></toolbarset>"),
               0);
     CKestToolbarItemChangeInsert insert;
-    insert.SetAction(row.action, row.location);
-    insert.SetToolbarID(row.group);
+    insert.SetAction(action, location);
+    insert.SetToolbarID(group);
     insert.AppendChild(Object("button", "x"));
     insert.AppendChild(Object("button", "y"));
-    EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), row.code);
-    EXPECT_EQ(Ids(file.FindTag("toolbarset")), row.ids);
-    EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), row.code) << "what is there is overwritten in place";
-    EXPECT_EQ(Ids(file.FindTag("toolbarset")), row.ids);
+    EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), code);
+    EXPECT_EQ(Ids(file.FindTag("toolbarset")), ids);
+    EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), code) << "what is there is overwritten in place";
+    EXPECT_EQ(Ids(file.FindTag("toolbarset")), ids);
     EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
-    EXPECT_EQ(Ids(file.FindTag("toolbarset")), row.undone);
+    EXPECT_EQ(Ids(file.FindTag("toolbarset")), undone);
   }
 }
 
 TEST(InsertBarGroups, MergePlaceAndUndo) {
-  const struct {
-    int action;
-    const char* location;
-    const char* ids;
-  } rows[] = {
+  const std::tuple<int, const char*, const char*> rows[] = {
       {Action::kInsertAfter, "A", "A(a n) X(x) Y() B()"},
       {Action::kInsertBefore, "B", "A(a n) X(x) Y() B()"},
       {Action::kInsertAfter, "none", "A(a n) B() X(x) Y()"},
       {Action::kNoAction, "", "A(a n) B() X(x) Y()"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [action, location, ids] : rows) {
     CKestGenericXmlFile file;
     ASSERT_EQ(file.LoadContent("<insertbar><category id=\"A\"><button id=\"a\"/></category><category id=\"B\"/>"
                                "</insertbar>"),
               0);
     CKestInsertbarChangeInsert insert;
-    insert.SetAction(row.action, row.location);
+    insert.SetAction(action, location);
     auto x = Object("category", "X");
     x->AppendChild(Object("button", "x"));
     insert.AppendChild(std::move(x));
@@ -285,7 +260,7 @@ TEST(InsertBarGroups, MergePlaceAndUndo) {
     insert.AppendChild(std::move(merged));
     insert.AppendChild(Object("category", "Y"));
     EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
-    EXPECT_EQ(Ids(file.FindTag("insertbar")), row.ids);
+    EXPECT_EQ(Ids(file.FindTag("insertbar")), ids);
     EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
     EXPECT_EQ(Ids(file.FindTag("insertbar")), "A(a) B()");
     CKestInsertbarItemChangeRemove remove;
@@ -303,13 +278,7 @@ TEST(InsertBarGroups, MergePlaceAndUndo) {
 // ---- text files
 
 TEST(ExtensionsChanges, FileInChangeFileOut) {
-  const struct {
-    const char* in;
-    const char* list;
-    const char* description;
-    const char* inserted;
-    const char* undone;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*, const char*, const char*> rows[] = {
       {"HTM,HTML:HTML Documents\r\n", "SHTM", "html documents", "HTM,HTML,SHTM:HTML Documents\r\n",
        "HTM,HTML:HTML Documents\r\n"},
       {"HTM:HTML Documents", "XYZ", "Mine", "HTM:HTML Documents\r\nXYZ:Mine\r\n", "HTM:HTML Documents\r\n"},
@@ -318,43 +287,39 @@ TEST(ExtensionsChanges, FileInChangeFileOut) {
       {"", "XYZ", "C &amp; D", "XYZ:C & D\r\n", ""},
       {"XYZ,HTM:Mine\r\n", "xyz", "Mine", "HTM,xyz:Mine\r\n", "HTM:Mine\r\n"},
   };
-  for (const auto& row : rows) {
-    CKestTextConfigFile file = TextFile(row.in);
+  for (const auto& [in, list, description, inserted, undone] : rows) {
+    CKestTextConfigFile file = TextFile(in);
     CKestExtensionsChangeInsert insert;
-    insert.SetExtension(row.list);
-    insert.SetDescription(row.description);
+    insert.SetExtension(list);
+    insert.SetDescription(description);
     for (int i = 0; i < 2; ++i) {
       EXPECT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
-      EXPECT_EQ(file.GetContent(), row.inserted) << row.in;
+      EXPECT_EQ(file.GetContent(), inserted) << in;
     }
     EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
-    EXPECT_EQ(file.GetContent(), row.undone);
+    EXPECT_EQ(file.GetContent(), undone);
   }
 }
 
 TEST(ExtensionsChanges, RemovalTakesWholeEntriesAlone) {
-  const struct {
-    const char* in;
-    const char* list;
-    const char* description;
-    const char* out;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
       {"HTM,HTML,SHTML:H\r\n", "html", "", "HTM,SHTML:H\r\n"},
       {"HTM,SHTML:H\r\n", "HTM", "", "SHTML:H\r\n"},
       {"HTM:H\r\nJS:J\r\n", "HTM", "", "JS:J\r\n"},
+      {"HTM:H\nJS:J\n", "HTM", "", "JS:J\n"},
       {"HTM:H\r\n", "HTM", "Other", "HTM:H\r\n"},
       {"A,HTM:All\r\nHTM,B:H\r\n", "HTM", "", "A:All\r\nB:H\r\n"},
       {"A,A,B,B:x\r\n", "A,B", "", ""},
       {"JS:HTM\r\n", "HTM", "", "JS:HTM\r\n"},
       {"no line end", "x", "", "no line end"},
   };
-  for (const auto& row : rows) {
-    CKestTextConfigFile file = TextFile(row.in);
+  for (const auto& [in, list, description, out] : rows) {
+    CKestTextConfigFile file = TextFile(in);
     CKestExtensionsChangeRemove remove;
-    remove.SetExtension(row.list);
-    remove.SetDescription(row.description);
+    remove.SetExtension(list);
+    remove.SetDescription(description);
     EXPECT_EQ(remove.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
-    EXPECT_EQ(file.GetContent(), row.out) << row.in;
+    EXPECT_EQ(file.GetContent(), out) << in;
   }
   CKestGenericXmlFile other;
   CKestExtensionsChangeInsert insert;
@@ -366,30 +331,29 @@ TEST(ExtensionsChanges, RemovalTakesWholeEntriesAlone) {
 }
 
 TEST(FtpMapChanges, LinesStandInOrder) {
-  const std::string sample = Sample("FTPExtensionMap.txt");
-  const struct {
-    const char* extension;
-    int type;
-    const char* line;
-    const char* before; ///< the line that follows it
-  } rows[] = {
+  const std::string sample = ConfigSample("FTPExtensionMap.txt");
+  const std::tuple<const char*, int, const char*, const char*> rows[] = {
       {"aaa", 0, "aaa\tBINARY\r\n", "ASP\t"},
       {"HTM", 1, "HTM\tASCII\r\n", "SHTM\t"},
       {"zzz", 0, "zzz\tBINARY\r\n", ""},
   };
-  for (const auto& row : rows) {
+  for (const auto& [extension, type, line, before] : rows) {
     CKestTextConfigFile file = TextFile(sample);
     CKestFTPExtensionMapChangeInsert insert;
-    insert.SetExtension(row.extension);
-    insert.SetType(row.type);
+    insert.SetExtension(extension);
+    insert.SetType(type);
     for (int i = 0; i < 2; ++i)
       ASSERT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
-    EXPECT_EQ(file.GetContent().size(), sample.size() + std::string(row.line).size());
-    EXPECT_NE(file.GetContent().find(std::string(row.line) + row.before), CString::npos) << file.GetContent();
+    EXPECT_EQ(file.GetContent().size(), sample.size() + std::string(line).size());
+    EXPECT_NE(file.GetContent().find(std::string(line) + before), CString::npos) << file.GetContent();
     EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
     EXPECT_EQ(file.GetContent(), sample);
   }
+  CKestTextConfigFile withFeeds = TextFile("HTM\tASCII\nTXT\tASCII\n");
   CKestFTPExtensionMapChangeInsert insert;
+  insert.SetExtension("HTM");
+  EXPECT_EQ(insert.MakeChange(nullptr, &withFeeds, nullptr), Code::kSuccess);
+  EXPECT_EQ(withFeeds.GetContent(), "HTM\tBINARY\r\nTXT\tASCII\n");
   insert.SetExtension("xyz");
   insert.SetType(CKestFTPExtensionMapChangeInsert::kAscii);
   EXPECT_EQ(insert.DescribeInWords(), "FTP extension \"xyz\" as ASCII");
@@ -399,30 +363,27 @@ TEST(FtpMapChanges, LinesStandInOrder) {
 }
 
 TEST(SourceFormatChanges, EntriesStandInOrderOnLinesOfTheirOwn) {
-  const std::string sample = Sample("SourceFormat.txt");
-  const struct {
-    const char* name;
-    const char* around;
-  } rows[] = {
+  const std::string sample = ConfigSample("SourceFormat.txt");
+  const std::pair<const char*, const char*> rows[] = {
       {"abbr", "<a>\r\n<abbr indent igroup=\"3\">\r\n<br "},
       {"Strong", "<br break=\"0,0,0,1\">\r\n<Strong indent igroup=\"3\">\r\n<table "},
       {"zz", "igroup=\"2\">\r\n<zz indent igroup=\"3\">\r\n<?attributes>"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, around] : rows) {
     CKestTextConfigFile file = TextFile(sample);
     CKestSourceFormatChangeElementInsert insert;
-    insert.SetName(row.name);
+    insert.SetName(name);
     insert.SetIndent(TriStateBool::kTrue);
     insert.SetNoFormat(TriStateBool::kFalse);
     insert.SetIndentGroup(3);
     for (int i = 0; i < 2; ++i)
       ASSERT_EQ(insert.MakeChange(nullptr, &file, nullptr), Code::kSuccess);
-    EXPECT_NE(file.GetContent().find(row.around), CString::npos) << file.GetContent();
+    EXPECT_NE(file.GetContent().find(around), CString::npos) << file.GetContent();
     EXPECT_EQ(insert.UndoChange(nullptr, &file, nullptr), Code::kSuccess);
     EXPECT_EQ(file.GetContent(), sample);
     CString text;
     insert.BuildXml(1, text);
-    EXPECT_EQ(text, "\t<element-insert name=\"" + std::string(row.name) +
+    EXPECT_EQ(text, "\t<element-insert name=\"" + std::string(name) +
                         "\" indent=\"true\" indentGroup=\"3\" noformat=\"false\" />\r\n");
   }
   CKestTextConfigFile file = TextFile(sample);
@@ -433,27 +394,22 @@ TEST(SourceFormatChanges, EntriesStandInOrderOnLinesOfTheirOwn) {
 }
 
 TEST(SourceFormatChanges, FailuresLeaveTheContentAlone) {
-  const struct {
-    const char* content;
-    const char* name;
-    Code element;
-    Code attribute;
-  } rows[] = {
+  const std::tuple<const char*, const char*, Code, Code> rows[] = {
       {"<?elements>\r\n<?end>", "x", Code::kElementsSectionMissing, Code::kAttributesSectionMissing},
       {"<?elements>\r\n<?attributes>\r\n<?end>", "", Code::kElementInsertWithoutName,
        Code::kAttributeInsertWithoutName},
       {"<?elements>\r\n<x \r\n<?attributes>\r\n<x \r\n<?end>", "x", Code::kEntryUnclosed, Code::kEntryUnclosed},
       {"", "x", Code::kElementsSectionMissing, Code::kAttributesSectionMissing},
   };
-  for (const auto& row : rows) {
-    CKestTextConfigFile file = TextFile(row.content);
+  for (const auto& [content, name, ofElement, ofAttribute] : rows) {
+    CKestTextConfigFile file = TextFile(content);
     CKestSourceFormatChangeElementInsert element;
-    element.SetName(row.name);
+    element.SetName(name);
     CKestSourceFormatChangeAttributeInsert attribute;
-    attribute.SetName(row.name);
-    EXPECT_EQ(element.MakeChange(nullptr, &file, nullptr), row.element) << row.content;
-    EXPECT_EQ(attribute.MakeChange(nullptr, &file, nullptr), row.attribute) << row.content;
-    EXPECT_EQ(file.GetContent(), row.content);
+    attribute.SetName(name);
+    EXPECT_EQ(element.MakeChange(nullptr, &file, nullptr), ofElement) << content;
+    EXPECT_EQ(attribute.MakeChange(nullptr, &file, nullptr), ofAttribute) << content;
+    EXPECT_EQ(file.GetContent(), content);
   }
 }
 
@@ -472,7 +428,7 @@ TEST(TextChanges, EveryPrefixOfASampleIsEditedWithoutHarm) {
                                                              {"SourceFormat.txt", &element},
                                                              {"SourceFormat.txt", &attribute}};
   for (const auto& [name, change] : rows) {
-    const std::string sample = Sample(name);
+    const std::string sample = ConfigSample(name);
     for (std::size_t cut = 0; cut <= sample.size(); ++cut) {
       CKestTextConfigFile file = TextFile(sample.substr(0, cut));
       if (change->MakeChange(nullptr, &file, nullptr) == Code::kSuccess) {

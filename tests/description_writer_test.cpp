@@ -5,6 +5,7 @@
 #include "menus/menu_model.h"
 #include "menus/menu_sets.h"
 #include "support/description_text.h"
+#include "support/golden.h"
 #include "support/temp_machine.h"
 
 #include <gmock/gmock.h>
@@ -17,6 +18,22 @@ using test::Record;
 using test::RecordOf;
 using test::Written;
 
+// A set with its path, and each change in its own words: only objects of the change's own class have any.
+template <class Set> void TellSet(const Set& set, std::ostream& out) {
+  CString path;
+  set.GetPath(path);
+  out << path << '\n' << Written(set);
+  for (const auto& child : set.GetChildren()) {
+    const auto* change = dynamic_cast<const CKestConfigChange*>(child.get());
+    const auto* help = dynamic_cast<const CKestHelpChange*>(child.get());
+    out << "  "
+        << (change != nullptr ? change->DescribeInWords()
+            : help != nullptr ? help->DescribeInWords()
+                              : "no change: " + child->GetTag())
+        << '\n';
+  }
+}
+
 // Everything that a record says, in a form of the test's own.
 std::string Told(const CKestExtension& record) {
   std::ostringstream out;
@@ -24,26 +41,40 @@ std::string Told(const CKestExtension& record) {
       << '|' << record.GetTypeLabel() << '|' << record.RequiresRestart() << '|' << record.GetAuthorName() << '\n'
       << record.GetDesc() << '\n'
       << record.GetUIAccess() << '\n'
-      << record.IsShiftJIS() << '\n';
+      << record.IsEnabled() << record.IsShared() << record.IsShiftJIS() << record.HasMultiplePrimaryProducts()
+      << record.HasMenuChanges() << record.HasInsertbarConfigChanges() << '\n';
   for (const CKestExtensionProduct& product : record.GetProducts()) {
     out << product.GetName() << '|' << product.GetVersion() << '|' << product.IsPrimary() << product.IsRequired()
-        << '\n';
+        << (&product == record.GetPrimaryProduct()) << '\n';
   }
   for (const CKestExtensionToken& token : record.GetTokens()) {
     out << token.GetName() << '|' << token.GetPrompt() << '|' << token.GetDefault() << '|' << token.GetDefinition()
         << '\n';
   }
+  CKestTokenMap tokens;
+  out << record.HasUserDefinedTokens() << record.GetUserDefinedTokens(tokens);
+  for (const auto& [name, folder] : tokens) {
+    out << ' ' << name << "=" << folder;
+  }
+  out << '\n';
   for (const CKestExtensionFile& file : record.GetFiles()) {
     out << file.GetSource() << '|' << file.GetDestination() << '|' << file.IsShared() << file.IsSystemFile()
         << file.GetPlatform() << '|' << file.GetActualPath() << '|' << file.GetWinExtension() << '\n';
   }
   for (const auto& set : record.GetConfigChanges()) {
-    out << Written(*set);
+    TellSet(*set, out);
   }
   for (const auto& set : record.GetHelpChanges()) {
-    out << Written(*set);
+    TellSet(*set, out);
   }
   return out.str();
+}
+
+TEST(DescriptionReader, EveryValueOfTheSampleIsRead) {
+  const CKestExtension record = Record(test::SampleDescription());
+  test::ExpectGolden("every_element.txt", Told(record));
+  EXPECT_EQ(record.GetLicenseAgreement(), "Use it as you like.<br>\tNo warranty.");
+  EXPECT_EQ(record.GetMasterConfigChanges(), record.GetConfigChanges().front().get());
 }
 
 TEST(DescriptionWriter, WhatItWritesReadsBackTheSame) {
@@ -86,16 +117,27 @@ TEST(DescriptionWriter, WritesOnlyWhatARecordHas) {
 
 TEST(DescriptionWriter, FilesThatShareADestinationKeepTheirOwn) {
   CKestExtensionFile first;
-  first.SetDestination("$tidemark/commands");
+  CKestExtensionFile third;
+  CKestExtensionFile fourth;
+  {
+    CKestExtensionFile::SharedDestinations shared;
+    first.SetDestination("$tidemark/commands", shared);
+    third.SetDestination("$tidemark/commands", shared);
+    third.SetActualPath("C:\\x");
+    third.ShareDestination(shared);
+    fourth.SetDestination("$tidemark/commands", shared);
+    EXPECT_EQ(&fourth.GetDestination(), &first.GetDestination());
+    fourth.SetActualPath("C:\\x");
+    fourth.ShareDestination(shared);
+  }
   CKestExtensionFile second(first);
   second.SetDestination("$fonts");
-  CKestExtensionFile third;
-  third.SetDestination("$tidemark/commands");
-  third.ShareDestinationWith(first);
-  third.SetActualPath("C:\\x");
   EXPECT_EQ(first.GetDestination() + first.GetActualPath(), "$tidemark/commands");
   EXPECT_EQ(second.GetDestination(), "$fonts");
   EXPECT_EQ(third.GetDestination() + third.GetActualPath(), "$tidemark/commandsC:\\x");
+  EXPECT_EQ(&fourth.GetDestination(), &third.GetDestination());
+  fourth.SetWinExtension("txt");
+  EXPECT_EQ(third.GetWinExtension() + fourth.GetWinExtension(), "txt");
 }
 
 TEST(DescriptionWriter, EscapesTheTextsByItsOwnRules) {

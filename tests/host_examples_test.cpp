@@ -1,6 +1,7 @@
 #include "support/program_fixture.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace kest::host {
@@ -33,6 +34,26 @@ protected:
     EXPECT_EQ((result.out + result.err).find("warning"), std::string::npos) << words[0] << "\n"
                                                                             << result.out << result.err;
   }
+  /// What came before gave every configuration file the form that the editor of it gives.
+  void expectTheSameTreesAgain(const Words& install, const std::string& name) const {
+    runs({"machine", "logon"});
+    const Words logOn = {"machine", "logon"}; // puts a system file in place
+    runs(logOn);
+    const test::MachineSnapshot before = snapshot();
+    runs(install);
+    const test::MachineSnapshot installed = snapshot();
+    std::map<std::string, test::MachineSnapshot> first;
+    for (const char* step : {"disable", "enable", "disable", "enable"}) {
+      runs({step, name, "-y"});
+      runs(logOn);
+      const test::MachineSnapshot now = snapshot();
+      // an enabled extension's package stays aside for the next time that it is disabled
+      EXPECT_EQ(difference(first.try_emplace(step, now).first->second, now, ".kep"), "") << step;
+      EXPECT_TRUE(*step == 'e' || !difference(installed, now, ".kep").empty());
+    }
+    runs({"uninstall", name, "-y"});
+    EXPECT_EQ(difference(before, snapshot()), "");
+  }
 };
 
 TEST_P(Examples, IsPackedInstalledSetAsideAndTakenAway) {
@@ -55,6 +76,7 @@ TEST_P(Examples, IsPackedInstalledSetAsideAndTakenAway) {
     runs({"uninstall", name, "-y"});
     EXPECT_TRUE(json({"list"}, 0)["extensions"].empty());
   }
+  expectTheSameTreesAgain({"install", package, "-y", "--accept-agreement"}, name);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Examples, ::testing::ValuesIn(ExampleNames()), [](const auto& row) {

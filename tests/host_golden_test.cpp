@@ -1,7 +1,10 @@
+#include "host/command_table.h"
 #include "support/program_fixture.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
+#include <set>
 
 namespace kest::host {
 namespace {
@@ -21,10 +24,29 @@ protected:
     }
     words.emplace_back("--json");
     const ProcessResult result = kest(words);
-    const Ordered document = Ordered::parse(inT(result.out), nullptr, false);
-    EXPECT_FALSE(document.is_discarded()) << name << "\n" << result.out << result.err;
+    Ordered document = Ordered::parse(inT(result.out), nullptr, false);
+    ASSERT_FALSE(document.is_discarded()) << name << "\n" << result.out << result.err;
     EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 1) << name;
+    EXPECT_EQ(document["ok"], result.exit == 0) << name;
+    expectFourParts(document, name);
+    for (const Ordered& one : document.value("results", Ordered::array())) {
+      expectFourParts(one, name);
+    }
+    for (const CommandSpec& command : GetCommands()) {
+      if (name == command.name || name.starts_with(std::string(command.name) + " ")) {
+        m_ways[command.name].insert(result.exit == 0);
+      }
+    }
+    if (document.contains("text") && document["text"].is_string()) {
+      EXPECT_GT(document["text"].get<std::string>().size(), 100U);
+      document["text"] = "...";
+    }
     m_found.push_back({{"command", name}, {"exit", result.exit}, {"document", document}});
+  }
+  static void expectFourParts(const Ordered& document, const std::string& name) {
+    for (const char* part : {"what", "why", "changed", "next"}) {
+      EXPECT_TRUE(!document.contains("error") || document["error"][part] != "") << name << ": " << part;
+    }
   }
   [[nodiscard]] std::string inT(std::string text) const {
     const std::string folder = m_folder.string();
@@ -45,6 +67,8 @@ protected:
     }
   }
   Ordered m_found = Ordered::array();
+  std::map<std::string, std::set<bool>>
+      m_ways; ///< of each command that was run: whether it was done, whether it failed
 };
 
 TEST_F(Golden, EveryCommandPrintsItsDocument) {
@@ -89,10 +113,31 @@ TEST_F(Golden, EveryCommandPrintsItsDocument) {
   run({"uninstall", "Table Tools", "-p", "Tidemark Nova", "-y"});
   run({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement"});
   run({"import", "--from", "Tidemark 4"});
+  run({"install", description, "-y", "--accept-agreement", "-p", "Tidemark 4"});
+  run({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement"});
+  run({"enable", "Nothing"});
+  run({"machine", "start", "Tidemark"});
+  run({"machine", "stop", "Tidemark"});
+  run({"help"});
+  run({"help", "frobnicate"});
+  for (const char* shell : {"bash", "zsh", "fish", "tcsh"}) {
+    run({"completion", shell});
+  }
+  for (const char* command : {"products", "recover", "machine logon", "machine show"}) {
+    Words words = {"-m", m_folder / "nowhere"};
+    std::istringstream name(command);
+    for (std::string word; name >> word;) {
+      words.insert(words.end() - 2, word);
+    }
+    run(words);
+  }
   run({"frobnicate"});
   run({"list", "--sort", "colour"});
   run({"--version"});
   compare("commands.json");
+  for (const CommandSpec& command : GetCommands()) {
+    EXPECT_EQ(m_ways[command.name].size(), 2U) << command.name << " is to be seen done and failing";
+  }
 }
 
 } // namespace

@@ -19,45 +19,16 @@ protected:
   [[nodiscard]] std::size_t listed() const { return json({"list"}, 0)["extensions"].size(); }
 };
 
-TEST_F(Operations, AListIsADocumentEvenWhenItIsEmpty) {
-  const auto document = json({"list"}, 0);
-  EXPECT_EQ(document["schema"], "kest.list/1");
-  EXPECT_EQ(document["machine"], (m_folder / "pc").string());
-  EXPECT_EQ(document["extensions"], nlohmann::json::array());
-  EXPECT_EQ(kest({"list"}).out, "");
-  EXPECT_EQ(kest({"list", "-p", "Tidemark 9"}).exit, 4);
-}
-
-TEST_F(Operations, InstallListInfoUninstall) {
-  const auto result = json({"install", package({}), "-y", "--accept-agreement"}, 0);
-  EXPECT_EQ(result["schema"], "kest.result/1");
-  EXPECT_EQ(result["operation"], "install");
-  EXPECT_EQ(result["product"], "Tidemark Nova");
-  EXPECT_EQ(result["extension"]["name"], "Table Tools");
-  EXPECT_EQ(result["restart"], "none");
+TEST_F(Operations, PathsInDocumentsLeadToTheFiles) {
+  EXPECT_EQ(kest({"list"}).out, "") << "nothing is listed without a word";
+  install({});
   EXPECT_TRUE(installedFile("tabletools.htm"));
-
-  const auto list = json({"list", "-p", "tidemark nova"}, 0);
-  ASSERT_EQ(list["extensions"].size(), 1U);
-  const auto& extension = list["extensions"][0];
-  EXPECT_EQ(extension["author"], "Jane Doe");
-  EXPECT_EQ(extension["type"]["id"], 1);
-  EXPECT_EQ(extension["type"]["keyword"], "command");
-  EXPECT_EQ(extension["state"], "enabled");
-  EXPECT_EQ(extension["scope"], "user");
-  EXPECT_EQ(extension["files"], 1);
+  const auto extension = json({"list", "-p", "tidemark nova"}, 0)["extensions"][0];
   EXPECT_TRUE(std::filesystem::exists(extension["description"]["host"].get<std::string>()));
-
   const auto info = json({"info", "Table Tools"}, 0)["extension"];
-  EXPECT_EQ(info["text"], "Sorts tables.");
-  ASSERT_EQ(info["files"].size(), 1U);
   EXPECT_TRUE(std::filesystem::exists(info["files"][0]["installed"]["host"].get<std::string>())) << info;
-  EXPECT_EQ(info["products"][0]["primary"], true);
-
-  const auto gone = json({"uninstall", "Table Tools", "-y"}, 0);
-  EXPECT_EQ(gone["operation"], "uninstall");
+  EXPECT_EQ(kest({"uninstall", "Table Tools", "-y"}).exit, 0);
   EXPECT_FALSE(installedFile("tabletools.htm"));
-  EXPECT_EQ(listed(), 0U);
 }
 
 TEST_F(Operations, QuestionsWithoutATerminalNameTheirFlagAndChangeNothing) {
@@ -78,8 +49,6 @@ TEST_F(Operations, QuestionsWithoutATerminalNameTheirFlagAndChangeNothing) {
 
 TEST_F(Operations, VersionsAreReplacedOnlyAsAsked) {
   install({});
-  const auto equal = json({"install", package({}), "-y", "--accept-agreement"}, 0);
-  EXPECT_EQ(equal["changed"], nlohmann::json::array()) << "nothing to do";
   EXPECT_EQ(json({"install", package({}), "-y", "--accept-agreement", "--reinstall"}, 0)["replaced"], "Table Tools");
 
   Extension newer;
@@ -116,16 +85,10 @@ TEST_F(Operations, AClashOfDescriptionNamesDisablesOnlyWhenAsked) {
   EXPECT_EQ(json({"list", "--state", "disabled"}, 0)["extensions"][0]["name"], "Table Tools");
 }
 
-TEST_F(Operations, DisableAndEnable) {
+TEST_F(Operations, DisablingTwiceHasNothingToDo) {
   install({});
-  EXPECT_EQ(json({"disable", "Table Tools"}, 0)["operation"], "disable");
-  EXPECT_FALSE(installedFile("tabletools.htm"));
-  EXPECT_EQ(json({"list"}, 0)["extensions"][0]["state"], "disabled");
-  EXPECT_EQ(json({"disable", "Table Tools"}, 0)["changed"], nlohmann::json::array()) << "nothing to do";
-  EXPECT_EQ(json({"enable", "Table Tools"}, 0)["operation"], "enable");
-  EXPECT_TRUE(installedFile("tabletools.htm"));
-  EXPECT_EQ(json({"list"}, 0)["extensions"][0]["state"], "enabled");
-  EXPECT_EQ(kest({"disable", "Nothing"}).exit, 4);
+  EXPECT_EQ(kest({"disable", "Table Tools"}).exit, 0);
+  EXPECT_EQ(json({"disable", "Table Tools"}, 0)["changed"], nlohmann::json::array());
 }
 
 TEST_F(Operations, WordsThatFitSeveralExtensionsNameTheCandidates) {
@@ -146,23 +109,12 @@ TEST_F(Operations, WordsThatFitSeveralExtensionsNameTheCandidates) {
   EXPECT_EQ(json({"list", "--sort", "author", "--reverse"}, 0)["extensions"][0]["author"], "John Roe");
 }
 
-TEST_F(Operations, OneExtensionInTwoProductsIsToldApartByTheProduct) {
-  install({});
-  install({}, {"-p", "Tidemark 4"});
-  EXPECT_EQ(kest({"disable", "Table Tools"}).exit, 4);
-  EXPECT_EQ(kest({"disable", "Table Tools", "-p", "Tidemark 4"}).exit, 0);
-  const auto list = json({"list", "--state", "disabled"}, 0)["extensions"];
-  ASSERT_EQ(list.size(), 1U);
-  EXPECT_EQ(list[0]["product"], "Tidemark 4");
-}
-
 TEST_F(Operations, SeveralAtOnceEndWithASummary) {
   Extension other;
   other.name = "Other";
   other.file = "other";
   const auto all = json(
       {"install", package({}), (m_folder / "missing.kep").string(), package(other), "-y", "--accept-agreement"}, 10);
-  EXPECT_EQ(all["schema"], "kest.results/1");
   ASSERT_EQ(all["results"].size(), 3U);
   EXPECT_EQ(all["results"][0]["ok"], true);
   EXPECT_EQ(all["results"][1]["exit"], 4);
@@ -183,31 +135,11 @@ TEST_F(Operations, BadInputHasItsCode) {
   EXPECT_EQ(listed(), 0U);
 }
 
-TEST_F(Operations, AFailedInstallSaysSoInFourParts) {
-  Extension bad;
-  bad.more =
-      "<configuration-changes><menu-insert insertAfter=\"nowhere\"><menuitem name=\"x\" id=\"y\" /></menu-insert>"
-      "<shortcut-insert listid=\"\"><shortcut key=\"a\" id=\"b\" /></shortcut-insert></configuration-changes>"
-      "<documenttype-changes><documenttype-remove id=\"missing\" /></documenttype-changes>";
-  const auto result = json({"install", package(bad), "-y", "--accept-agreement"}, 1);
-  EXPECT_EQ(result["rolled_back"], true);
-  for (const char* part : {"what", "why", "changed"}) {
-    EXPECT_NE(result["error"][part], "") << part;
-  }
-  EXPECT_FALSE(result["messages"].empty());
-  EXPECT_FALSE(installedFile("tabletools.htm"));
-  EXPECT_EQ(listed(), 0U);
-}
-
 TEST_F(Operations, PackingGivesTheSameBytesAndReplacesOnlyByForce) {
   const std::string description = describe({});
   const std::string out = (m_folder / "out.kep").string();
-  const auto document = json({"pack", description, "-o", out}, 0);
-  EXPECT_EQ(document["schema"], "kest.pack/1");
-  ASSERT_EQ(document["entries"].size(), 2U);
-  EXPECT_GT(document["entries"][1]["size"], 0);
+  EXPECT_EQ(kest({"pack", description, "-o", out}).exit, 0);
   const std::string first = read(out);
-  EXPECT_EQ(kest({"pack", description, "-o", out}).exit, 3);
   EXPECT_EQ(kest({"pack", description, "-o", out, "--force"}).exit, 0);
   EXPECT_EQ(read(out), first);
   EXPECT_EQ(kest({"pack", description}).exit, 0) << "beside the description when no name is given";
@@ -215,19 +147,6 @@ TEST_F(Operations, PackingGivesTheSameBytesAndReplacesOnlyByForce) {
   std::filesystem::remove(m_folder / "src/tabletools.htm");
   EXPECT_NE(kest({"pack", description, "-o", out, "--force"}).exit, 0) << "a file is missing";
   EXPECT_EQ(read(out), first) << "the old package stays";
-  EXPECT_EQ(kest({"pack", (m_folder / "none.kei").string()}).exit, 4);
-}
-
-TEST_F(Operations, ImportSaysWhatCameOverAndWhatDidNot) {
-  install({}, {"-p", "Tidemark 4"});
-  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova"}).exit, 3) << "an agreement is asked for";
-  const auto document =
-      json({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement", "-y"}, 0);
-  EXPECT_EQ(document["schema"], "kest.results/1");
-  ASSERT_EQ(document["results"].size(), 1U);
-  EXPECT_TRUE(installedFile("tabletools.htm"));
-  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark 4"}).exit, 2);
-  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "Nothing"}).exit, 4);
 }
 
 TEST_F(Operations, ValidatingNamesTheLine) {
@@ -239,8 +158,6 @@ TEST_F(Operations, ValidatingNamesTheLine) {
                                          "<file source=\"a\" destination=\"b\" />\n</files>\n"
                                          "</kestrel-extension>\n")},
            8);
-  EXPECT_EQ(document["schema"], "kest.check/1");
-  EXPECT_EQ(document["code"], 0);
   std::set<int> lines;
   for (const auto& problem : document["problems"]) {
     if (problem["line"].is_number()) {
@@ -254,12 +171,6 @@ TEST_F(Operations, ValidatingNamesTheLine) {
   EXPECT_EQ(broken["problems"][0]["line"], 2) << broken;
   EXPECT_EQ(json({"validate", write("no.kep", "PK")}, 8)["problems"].size(), 1U);
   EXPECT_EQ(json({"validate", (m_folder / "none.kei").string()}, 4)["exit"], 4);
-}
-
-TEST_F(Operations, NothingToRecoverIsADocumentToo) {
-  const auto document = json({"recover"}, 0);
-  EXPECT_EQ(document["schema"], "kest.recover/1");
-  EXPECT_EQ(document["operations"], nlohmann::json::array());
 }
 
 TEST_F(Operations, AReaderThatGoesAwayIsNoCrash) {

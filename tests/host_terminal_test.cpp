@@ -1,6 +1,7 @@
 #include "support/program_fixture.h"
 #include "support/temp_machine.h"
 
+#include <array>
 #include <optional>
 
 #include <fcntl.h>
@@ -19,6 +20,41 @@ protected:
     makeMachine();
     m_package = package({});
   }
+  /// Runs up to the prompt, three times: Ctrl-C, the end of input and nonsense each leave the machine as it was.
+  void leaves(const Words& words, const std::string& prompt, int columns = 80) const {
+    const struct {
+      const char* name;
+      void (*press)(PseudoTerminal&);
+      int exit;
+    } ways[] = {{"Ctrl-C", [](PseudoTerminal& t) { t.PressCtrlC(); }, 130},
+                {"end", [](PseudoTerminal& t) { t.PressCtrlD(); }, 3},
+                {"nonsense",
+                 [](PseudoTerminal& t) {
+                   for (int i = 0; i < 3; ++i) {
+                     t.TypeLine("../7");
+                   }
+                 },
+                 3}};
+    const bool takesAnything = prompt.find("leaves") != std::string::npos;
+    const test::MachineSnapshot before = test::TakeSnapshot(m_folder / "pc");
+    Words command = {KEST_PROGRAM};
+    command.insert(command.end(), words.begin(), words.end());
+    std::map<std::string, std::string> variables = environment();
+    variables["LINES"] = takesAnything ? "24" : "200"; // where the agreement comes in pages, and where it does not
+    for (const auto& way : ways) {
+      SCOPED_TRACE(words[1] + " " + prompt + " " + way.name);
+      if (takesAnything && way.name == std::string("nonsense")) {
+        continue;
+      }
+      PseudoTerminal terminal(command, variables, columns);
+      ASSERT_TRUE(terminal.WaitFor(prompt)) << terminal.GetScreen();
+      way.press(terminal);
+      EXPECT_EQ(terminal.Finish(), way.exit) << terminal.GetScreen();
+      EXPECT_NE(terminal.GetScreen().find("  changed  nothing"), std::string::npos) << terminal.GetScreen();
+      const auto ignore = [](const std::string& path) { return path.starts_with("trash"); };
+      EXPECT_EQ(DescribeDifference(before, test::TakeSnapshot(m_folder / "pc"), ignore), "");
+    }
+  }
   [[nodiscard]] std::size_t listed() const { return json({"list"}, 0)["extensions"].size(); }
   std::string m_package;
 };
@@ -31,6 +67,11 @@ void ReachAgreement(PseudoTerminal& terminal) {
 }
 
 TEST_F(OnTerminal, TheAgreementIsTypedOut) {
+  PseudoTerminal refused = onTerminal({"install", m_package});
+  ReachAgreement(refused);
+  refused.TypeLine("no");
+  EXPECT_EQ(refused.Finish(), 3) << refused.GetScreen();
+  EXPECT_EQ(listed(), 0U);
   PseudoTerminal terminal = onTerminal({"install", m_package});
   ReachAgreement(terminal);
   terminal.TypeLine("y");
@@ -38,28 +79,6 @@ TEST_F(OnTerminal, TheAgreementIsTypedOut) {
   terminal.TypeLine("yes");
   EXPECT_EQ(terminal.Finish(), 0) << terminal.GetScreen();
   EXPECT_EQ(listed(), 1U);
-}
-
-TEST_F(OnTerminal, EveryWayOutOfAQuestionChangesNothing) {
-  using Way = void (*)(PseudoTerminal&);
-  const std::pair<Way, int> ways[] = {
-      {[](PseudoTerminal& t) { t.PressCtrlC(); }, 130},
-      {[](PseudoTerminal& t) { t.PressCtrlD(); }, 3},
-      {[](PseudoTerminal& t) { t.TypeLine("no"); }, 3},
-      {[](PseudoTerminal& t) {
-         for (const char* nonsense : {"perhaps", "", "7"}) {
-           t.TypeLine(nonsense);
-         }
-       },
-       3},
-  };
-  for (const auto& [way, exit] : ways) {
-    PseudoTerminal terminal = onTerminal({"install", m_package});
-    ReachAgreement(terminal);
-    way(terminal);
-    EXPECT_EQ(terminal.Finish(), exit) << terminal.GetScreen();
-    EXPECT_EQ(listed(), 0U);
-  }
 }
 
 /// Holds a file, or the whole machine, as a program does that has it open.
@@ -125,44 +144,43 @@ TEST_F(EveryQuestion, IsLeftByCtrlCByTheEndOfInputAndByNonsenseWithoutATrace) {
     Words words;
     const char* prompt;
     bool held = false;
+    int columns = 80;
   } questions[] = {
       {{"install", m_token}, "q leaves -- "},
+      {{"install", m_token}, "q leaves -- ", false, 20},
+      {{"install", m_token}, "yes or no: "},
       {{"install", m_newer, "--accept-agreement"}, "[Y/n]"},
       {{"install", m_package, "--accept-agreement"}, "[y/N]"},
       {{"install", m_older, "--accept-agreement"}, "[y/N]"},
       {{"install", m_clash, "--accept-agreement"}, "[y/N]"},
       {{"install", m_token, "--accept-agreement"}, "Folder for \"Where to?\" [C:\\Sites]: "},
       {{"install", m_occupied, "--accept-agreement"}, "[c]ancel  (default "},
-      {{"install", m_occupied, "--accept-agreement", "--on-existing", "overwrite"}, "(default r): ", true},
+      {{"install", m_occupied, "--accept-agreement", "--on-existing", "overwrite"}, "(default r): ", true, 20},
       {{"uninstall", "Table Tools"}, "[y/N]"},
   };
   for (const auto& question : questions) {
-    const std::string what = question.words[1] + " " + question.prompt;
     std::optional<Holder> holder;
     if (question.held) {
       holder.emplace(own);
     }
-    PseudoTerminal interrupted = onTerminal(question.words);
-    ASSERT_TRUE(interrupted.WaitFor(question.prompt)) << what << interrupted.GetScreen();
-    interrupted.PressCtrlC();
-    EXPECT_EQ(interrupted.Finish(), 130) << what << interrupted.GetScreen();
-    expectUnchanged(what);
-    PseudoTerminal ended = onTerminal(question.words);
-    ASSERT_TRUE(ended.WaitFor(question.prompt)) << what << ended.GetScreen();
-    ended.PressCtrlD();
-    EXPECT_EQ(ended.Finish(), 3) << what << ended.GetScreen();
-    expectUnchanged(what);
-    const bool takesAnything = std::string(question.prompt).find("leaves") != std::string::npos;
-    if (!takesAnything) {
-      PseudoTerminal nonsense = onTerminal(question.words);
-      ASSERT_TRUE(nonsense.WaitFor(question.prompt)) << what << nonsense.GetScreen();
-      for (int i = 0; i < 3; ++i) {
-        nonsense.TypeLine("../7");
-      }
-      EXPECT_EQ(nonsense.Finish(), 3) << what << nonsense.GetScreen();
-      expectUnchanged(what);
-    }
+    leaves(question.words, question.prompt, question.columns);
   }
+}
+
+TEST_F(OnTerminal, CopiesOfOtherUsersAreAskedAboutAndStayWhenTheQuestionIsLeft) {
+  std::filesystem::remove_all(m_folder / "pc");
+  makeMachine({"--product", "Tidemark Nova", "--multi-user", "--user", "boss:2", "--user", "anna:1"});
+  EXPECT_EQ(kest({"machine", "user", "anna"}).exit, 0);
+  install({});
+  EXPECT_EQ(kest({"machine", "user", "boss"}).exit, 0);
+  EXPECT_EQ(listed(), 0U);
+  leaves({"install", m_package, "--accept-agreement"}, "[y/N]");
+  PseudoTerminal agreed = onTerminal({"install", m_package, "--accept-agreement"});
+  ASSERT_TRUE(agreed.WaitFor("[y/N]")) << agreed.GetScreen();
+  agreed.TypeLine("y");
+  EXPECT_EQ(agreed.Finish(), 0) << agreed.GetScreen();
+  EXPECT_EQ(kest({"machine", "user", "anna"}).exit, 0);
+  EXPECT_EQ(json({"list"}, 0)["extensions"][0]["scope"], "shared");
 }
 
 TEST_F(EveryQuestion, CtrlCEndsWorkThatAsksNothing) {
@@ -183,6 +201,14 @@ TEST_F(EveryQuestion, CtrlCEndsWorkThatAsksNothing) {
     EXPECT_EQ(terminal.GetScreen().find("Install \"Table"), std::string::npos) << terminal.GetScreen();
     expectUnchanged(held.string());
   }
+}
+
+TEST_F(EveryQuestion, AWaitForAFileInUseAsksOnceHoweverOftenTheFileIsLookedAt) {
+  const Holder holder(m_folder / "pc/drive_c" / kOccupied);
+  const auto result =
+      json({"install", m_occupied, "-y", "--accept-agreement", "--on-existing", "overwrite", "--wait", "1"}, 7);
+  EXPECT_EQ(result["messages"].size(), 3U) << "agreement, existing file, file in use";
+  expectUnchanged("wait");
 }
 
 TEST_F(EveryQuestion, TheFolderOfATokenIsTypedOrGivenByItsName) {
@@ -210,6 +236,39 @@ TEST_F(OnTerminal, MessagesComeInTheLanguageOfTheUser) {
   const std::size_t warning = mine.err.find("words/xx.txt:3: ");
   EXPECT_NE(warning, std::string::npos) << mine.err;
   EXPECT_EQ(mine.err.find("warning:", warning), std::string::npos) << "said once";
+}
+
+// As a newcomer types it, who answers yes.
+TEST_F(OnTerminal, TheSessionOfTheReadMeWorks) {
+  std::istringstream readme(read(KEST_SOURCE_DIR "/README.md"));
+  std::filesystem::remove_all(m_folder / "pc");
+  std::filesystem::create_symlink(KEST_SOURCE_DIR "/examples", m_folder / "examples");
+  const std::string programs = std::filesystem::path(KEST_PROGRAM).parent_path().string() + ":/usr/bin:/bin";
+  PseudoTerminal shell({"/bin/bash", "--norc", "-i"}, {{"HOME", m_folder}, {"PATH", programs}}, 200, 200);
+  shell.TypeLine("cd; PS1='ne''xt> '");
+  std::string asked;
+  for (std::string line; std::getline(readme, line);) {
+    if (!line.starts_with("    $ ") || line.starts_with("    $ PATH=")) {
+      continue;
+    }
+    ASSERT_TRUE(shell.WaitFor("next> ")) << shell.GetScreen();
+    shell.TypeLine(line.substr(6));
+    for (const auto& [command, question, answer] :
+         {std::array{"kest install", "yes or no: ", "yes"}, {"kest uninstall", "[y/N] ", "y"}}) {
+      if (line.find(command) != std::string::npos) {
+        ASSERT_TRUE(shell.WaitFor(question)) << shell.GetScreen();
+        shell.TypeLine(answer);
+        asked += command;
+      }
+    }
+  }
+  ASSERT_TRUE(shell.WaitFor("next> ")) << shell.GetScreen();
+  EXPECT_EQ(asked, "kest installkest uninstall");
+  for (const char* done :
+       {"Made a machine", "Packed", "Installed", "1 extension", "Disabled", "Enabled", "Uninstalled"}) {
+    EXPECT_NE(shell.GetScreen().find(done), std::string::npos) << done << "\n" << shell.GetScreen();
+  }
+  EXPECT_EQ(shell.GetScreen().find("error:"), std::string::npos) << shell.GetScreen();
 }
 
 TEST_F(OnTerminal, TheSummaryStandsBelowTheTable) {

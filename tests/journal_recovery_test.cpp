@@ -4,11 +4,46 @@
 #include "journal/private_folders.h"
 
 #include <fstream>
+#include <numeric>
+#include <sstream>
 
 namespace kest::test {
 namespace {
 
-using Mode = CountingMachine::Mode;
+void Operate() {
+  CKestInstallJournal journal;
+  static_cast<void>(RunScript(journal));
+}
+
+void Recover() { static_cast<void>(RecoverInterruptedOperations()); }
+
+/// A machine with something for each kind of step.
+class FilledMachine : public TempMachine {
+public:
+  FilledMachine() { FillMachine(*this); }
+  /// The script, or what is to be done instead, in a process that is killed at its n-th changing call. True when it
+  /// came to its end.
+  bool Survives(int killAt, const std::function<void()>& work = Operate) {
+    CKestOS::SetMachine(nullptr);
+    const bool survived = SurvivesInChild(*this, killAt, work);
+    Reopen();
+    return survived;
+  }
+  /// As the next start of the process would do it: without its private folder.
+  void EndFailures() {
+    CKestOS::SetMachine(nullptr);
+    CKestOS::SetMachine(&Get());
+  }
+};
+
+std::string ReadJournal(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void WriteJournal(const std::filesystem::path& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+}
 
 struct Reference {
   MachineState before;
@@ -17,8 +52,7 @@ struct Reference {
 
 const Reference& GetReference() {
   static const Reference reference = [] {
-    TempMachine pc;
-    FillMachine(pc);
+    FilledMachine pc;
     Reference made;
     made.before = StateOf(pc);
     CKestInstallJournal journal;
@@ -55,14 +89,14 @@ TEST(JournalRecovery, AnUndisturbedOperationLeavesItsWorkAndNothingElse) {
   }
 }
 
-class FailingCalls : public ::testing::TestWithParam<Mode> {};
+class FailingCalls : public ::testing::TestWithParam<bool> {};
 
 TEST_P(FailingCalls, EveryCallThatFailsLeavesTheMachineAsBeforeOrDone) {
   int undone = 0;
   for (int n = 1;; ++n) {
-    TempMachine pc;
-    FillMachine(pc);
-    CountingMachine machine(pc.Get(), GetParam(), n);
+    FilledMachine pc;
+    FailingMachine machine(pc.Get());
+    machine.arm(n, GetParam());
     CKestOS::SetMachine(&machine);
     bool done = false;
     bool leftovers = false;
@@ -71,15 +105,14 @@ TEST_P(FailingCalls, EveryCallThatFailsLeavesTheMachineAsBeforeOrDone) {
       done = RunScript(journal);
       leftovers = !journal.GetLeftovers().empty();
     }
-    const bool fired = machine.GetCalls() >= n;
-    CKestOS::SetMachine(nullptr);
-    CKestOS::SetMachine(&pc.Get());
-    if (GetParam() == Mode::kFailOnce) {
+    const bool fired = machine.fired();
+    pc.EndFailures();
+    if (!GetParam()) {
       // the way back is open, so nothing has to wait for the next start
       EXPECT_FALSE(leftovers) << "call " << n;
       ASSERT_EQ((done ? GetReference().after : GetReference().before).Difference(StateOf(pc)), "") << "call " << n;
     } else {
-      static_cast<void>(RecoverInterruptedOperations());
+      Recover();
       ASSERT_EQ(Mixed(pc), "") << "call " << n;
       if (done) {
         ASSERT_EQ(GetReference().after.Difference(StateOf(pc)), "") << "told done at call " << n;
@@ -94,24 +127,14 @@ TEST_P(FailingCalls, EveryCallThatFailsLeavesTheMachineAsBeforeOrDone) {
   EXPECT_GT(undone, 50);
 }
 
-INSTANTIATE_TEST_SUITE_P(OnceAndFromThere, FailingCalls, ::testing::Values(Mode::kFailOnce, Mode::kFailFromThere));
-
-void Operate() {
-  CKestInstallJournal journal;
-  static_cast<void>(RunScript(journal));
-}
-
-void Recover() { static_cast<void>(RecoverInterruptedOperations()); }
+INSTANTIATE_TEST_SUITE_P(OnceAndFromThere, FailingCalls, ::testing::Bool());
 
 TEST(JournalRecovery, AKillAtAnyChangingCallIsUndoneByTheNextStart) {
   int before = 0;
   int after = 0;
   for (int n = 1;; ++n) {
-    TempMachine pc;
-    FillMachine(pc);
-    CKestOS::SetMachine(nullptr);
-    const bool survived = SurvivesInChild(pc, n, Operate);
-    pc.Reopen();
+    FilledMachine pc;
+    const bool survived = pc.Survives(n);
     const RecoveryReport report = RecoverInterruptedOperations();
     for (const RecoveryReport::Entry& entry : report.entries) {
       EXPECT_TRUE(entry.leftovers.empty()) << "kill " << n;
@@ -131,43 +154,32 @@ TEST(JournalRecovery, AKillAtAnyChangingCallIsUndoneByTheNextStart) {
 
 TEST(JournalRecovery, ARecoveryMayItselfBeKilledAtAnyCall) {
   for (int n = 9;; n += 19) {
-    bool everSurvived = false;
     for (int m = 1;; ++m) {
-      TempMachine pc;
-      FillMachine(pc);
-      CKestOS::SetMachine(nullptr);
-      everSurvived = SurvivesInChild(pc, n, Operate);
-      if (everSurvived) {
-        break;
+      FilledMachine pc;
+      if (pc.Survives(n)) {
+        return;
       }
-      const bool recovered = SurvivesInChild(pc, m, Recover);
-      pc.Reopen();
+      const bool recovered = pc.Survives(m, Recover);
       Recover();
       ASSERT_EQ(Mixed(pc), "") << "kill " << n << ", recovery killed at " << m;
       if (recovered) {
         break;
       }
     }
-    if (everSurvived) {
-      break;
-    }
   }
 }
 
 TEST(JournalRecovery, ARecoveryWhoseCallsFailIsFinishedByTheNext) {
-  for (const Mode mode : {Mode::kFailOnce, Mode::kFailFromThere}) {
+  for (const bool persistent : {false, true}) {
     for (int n = 1;; n += 3) {
-      TempMachine pc;
-      FillMachine(pc);
-      CKestOS::SetMachine(nullptr);
-      ASSERT_FALSE(SurvivesInChild(pc, 60, Operate));
-      pc.Reopen();
-      CountingMachine machine(pc.Get(), mode, n);
+      FilledMachine pc;
+      ASSERT_FALSE(pc.Survives(60));
+      FailingMachine machine(pc.Get());
+      machine.arm(n, persistent);
       CKestOS::SetMachine(&machine);
       Recover();
-      const bool fired = machine.GetCalls() >= n;
-      CKestOS::SetMachine(nullptr);
-      CKestOS::SetMachine(&pc.Get());
+      const bool fired = machine.fired();
+      pc.EndFailures();
       Recover();
       ASSERT_EQ(Mixed(pc), "") << "call " << n;
       if (!fired) {
@@ -181,29 +193,21 @@ TEST(JournalRecovery, ARecoveryWhoseCallsFailIsFinishedByTheNext) {
 class DamagedJournal : public ::testing::Test {
 protected:
   void Kill() {
-    m_pc = std::make_unique<TempMachine>();
-    FillMachine(*m_pc);
-    CKestOS::SetMachine(nullptr);
-    ASSERT_FALSE(SurvivesInChild(*m_pc, m_killAt, Operate));
-    m_pc->Reopen();
+    m_pc = std::make_unique<FilledMachine>();
+    ASSERT_FALSE(m_pc->Survives(70));
     m_journal = FindJournal(*m_pc);
     ASSERT_FALSE(m_journal.empty());
-    std::ifstream in(m_journal, std::ios::binary);
-    m_text.assign(std::istreambuf_iterator<char>(in), {});
-  }
-  void WriteJournal(const std::string& text) const {
-    std::ofstream(m_journal, std::ios::binary | std::ios::trunc) << text;
+    m_text = ReadJournal(m_journal);
   }
 
-  static constexpr int m_killAt = 70;
-  std::unique_ptr<TempMachine> m_pc;
+  std::unique_ptr<FilledMachine> m_pc;
   std::filesystem::path m_journal;
   std::string m_text;
 };
 
 TEST_F(DamagedJournal, ATornLastLineIsNoError) {
   Kill();
-  WriteJournal(m_text + "S\t99\t99\tdelete\tpath=C:\\app\\repl");
+  WriteJournal(m_journal, m_text + "S\t99\t99\tdelete\tpath=C:\\app\\repl");
   const RecoveryReport report = RecoverInterruptedOperations();
   ASSERT_EQ(report.entries.size(), 1u);
   EXPECT_TRUE(report.entries[0].leftovers.empty());
@@ -215,7 +219,7 @@ TEST_F(DamagedJournal, ALostLineInTheMiddleIsReportedAndEverythingKept) {
   const std::size_t at = m_text.find("make-writable");
   ASSERT_NE(at, std::string::npos);
   m_text[at] = 'M';
-  WriteJournal(m_text);
+  WriteJournal(m_journal, m_text);
   const RecoveryReport report = RecoverInterruptedOperations();
   ASSERT_EQ(report.entries.size(), 1u);
   EXPECT_EQ(report.entries[0].leftovers.size(), 1u);
@@ -223,40 +227,32 @@ TEST_F(DamagedJournal, ALostLineInTheMiddleIsReportedAndEverythingKept) {
   EXPECT_EQ(m_pc->Read("C:\\app\\Marked.txt"), "old marked bytes");
 }
 
-TEST_F(DamagedJournal, AForeignFileIsReportedAndNothingIsTouched) {
-  for (const std::string& text : {std::string("some text\n"), journal_line::Seal("kest-journal\t2\t1\t5\tlater")}) {
-    Kill();
-    WriteJournal(text);
-    const MachineState before = StateOf(*m_pc);
-    const RecoveryReport report = RecoverInterruptedOperations();
-    ASSERT_EQ(report.entries.size(), 1u);
-    EXPECT_EQ(report.entries[0].leftovers.size(), 1u);
-    EXPECT_EQ(before.Difference(StateOf(*m_pc)), "");
-  }
-}
-
 // A step's line may name any path. What an undo of it would move out of a private folder must lie in one.
-TEST_F(DamagedJournal, ALineThatLeadsOutsideThePrivateFolderIsNotActedOn) {
-  const char* const lines[] = {
-      "delete\tpath=C:\\app\\evil.txt\tkept=C:\\app\\replaced.txt",
-      "delete\tpath=C:\\app\\evil.txt\tkept=C:\\windows\\temp\\x\\..\\..\\..\\app\\replaced.txt",
-      "copy\tto=C:\\app\\replaced.txt\tstage=C:\\app\\none",
-      "copy\tto=replaced.txt\tstage=C:\\windows\\temp\\none",
-      "new-file\tpath=C:\\app\\replaced.txt\taside=C:\\app\\aside",
-      "font\tto=C:\\app\\replaced.txt\tstage=C:\\app\\none",
-      "backup\tfile=C:\\app\\evil.txt\tcopy=C:\\app\\b\tstage=C:\\app\\none\tkept=C:\\app\\replaced.txt",
-      "move\tfrom=C:\\app\\evil.txt:stream\tto=C:\\app\\replaced.txt",
-      "wipe\tpath=C:\\app\\replaced.txt",
-  };
-  for (const char* line : lines) {
+TEST_F(DamagedJournal, WhatIsForeignOrLeadsOutsideThePrivateFolderIsReportedAndNotActedOn) {
+  std::vector<std::string> texts = {"some text\n", journal_line::Seal("kest-journal\t2\t1\t5\tlater")};
+  for (const char* line : {
+           "delete\tpath=C:\\app\\evil.txt\tkept=C:\\app\\replaced.txt",
+           "delete\tpath=C:\\app\\evil.txt\tkept=C:\\windows\\temp\\x\\..\\..\\..\\app\\replaced.txt",
+           "copy\tto=C:\\app\\replaced.txt\tstage=C:\\app\\none",
+           "copy\tto=replaced.txt\tstage=C:\\windows\\temp\\none",
+           "new-file\tpath=C:\\app\\replaced.txt\taside=C:\\app\\aside",
+           "font\tto=C:\\app\\replaced.txt\tstage=C:\\app\\none",
+           "backup\tfile=C:\\app\\evil.txt\tcopy=C:\\app\\b\tstage=C:\\app\\none\tkept=C:\\app\\replaced.txt",
+           "move\tfrom=C:\\app\\evil.txt:stream\tto=C:\\app\\replaced.txt",
+           "delete-folder\tfolder=C:\\app\\evil\taside=C:\\app\\none",
+           "wipe\tpath=C:\\app\\replaced.txt",
+       }) {
+    texts.push_back(journal_line::Seal("kest-journal\t1\t1\t5\tplanted") +
+                    journal_line::Seal("S\t0\t0\t" + CString(line)));
+  }
+  for (const std::string& text : texts) {
     Kill();
-    WriteJournal(journal_line::Seal("kest-journal\t1\t1\t5\tplanted") +
-                 journal_line::Seal("S\t0\t0\t" + CString(line)));
+    WriteJournal(m_journal, text);
     const MachineState before = StateOf(*m_pc);
     const RecoveryReport report = RecoverInterruptedOperations();
-    ASSERT_EQ(report.entries.size(), 1u) << line;
-    EXPECT_EQ(report.entries[0].leftovers.size(), 1u) << line;
-    EXPECT_EQ(before.Difference(StateOf(*m_pc)), "") << line;
+    ASSERT_EQ(report.entries.size(), 1u) << text;
+    EXPECT_EQ(report.entries[0].leftovers.size(), 1u) << text;
+    EXPECT_EQ(before.Difference(StateOf(*m_pc)), "") << text;
   }
 }
 
@@ -292,6 +288,18 @@ TEST_F(DamagedJournal, AChangedByteCostsItsLineAtMost) {
   }
 }
 
+// Header and first steps go out in one write, of which the disk may have got the end alone.
+TEST(JournalFile, AFirstWriteThatLostItsBeginningNeverBegan) {
+  const auto seal = [](const char* body) { return journal_line::Seal(body); };
+  const std::string lost(512, '\0');
+  const std::string first = "rest of a line\n" + seal("S\t1\t0\tmake-writable\tpath=C:\\a.txt");
+  EXPECT_EQ(ParseJournal(lost + first).status, JournalContent::Status::kEmpty);
+  for (const char* later : {"S\t2\t2\tmake-writable\tpath=C:\\b.txt", "D", "U\t1", "R\t1\t1", "X"}) {
+    EXPECT_EQ(ParseJournal(lost + first + seal(later)).status, JournalContent::Status::kForeign) << later;
+  }
+  EXPECT_EQ(ParseJournal("x" + lost + first).status, JournalContent::Status::kForeign);
+}
+
 TEST(JournalRecovery, WhatAKilledUnpackLeftIsRemoved) {
   TempMachine pc;
   const MachineState before = StateOf(pc);
@@ -316,40 +324,33 @@ TEST(JournalRecovery, APackageCannotPlantAJournal) {
 // Steps that were undone may meet an undo once more when the power took the marks.
 TEST(JournalRecovery, AnUndoWhoseUnsyncedMarksWereLostIsRepeatedWithoutHarm) {
   for (int m = 1;; ++m) {
-    TempMachine pc;
-    FillMachine(pc);
-    CKestOS::SetMachine(nullptr);
-    ASSERT_FALSE(SurvivesInChild(pc, 80, Operate));
-    const bool recovered = SurvivesInChild(pc, m, Recover);
-    pc.Reopen();
+    FilledMachine pc;
+    ASSERT_FALSE(pc.Survives(80));
+    const bool recovered = pc.Survives(m, Recover);
     if (const std::filesystem::path path = FindJournal(pc); !path.empty()) {
-      std::ifstream in(path, std::ios::binary);
-      std::string kept;
-      std::string line;
-      std::vector<std::string> unsynced;
-      while (std::getline(in, line)) {
-        // a mark is on the disk only when a later sync took it along: of the last stretch of marks nothing may be there
-        unsynced.push_back(line + "\n");
+      std::istringstream in(ReadJournal(path));
+      std::vector<std::string> lines;
+      for (std::string line; std::getline(in, line);) {
+        lines.push_back(line + "\n");
       }
-      std::size_t end = unsynced.size();
-      while (end > 0 && unsynced[end - 1].starts_with("U\t")) {
+      // a mark is on the disk only when a later sync took it along: of the last stretch of marks nothing may be there,
+      std::size_t end = lines.size();
+      while (end > 0 && lines[end - 1].starts_with("U\t")) {
         --end;
       }
-      // the synced ones are those up to the last of a step that the disk does not tell of
-      for (std::size_t i = unsynced.size(); i-- > end;) {
-        const std::string number = unsynced[i].substr(2, unsynced[i].find('\t', 2) - 2);
-        for (const std::string& other : unsynced) {
+      // but for those up to the last of a step that the disk does not tell of
+      for (std::size_t i = lines.size(); i-- > end;) {
+        const std::string number = lines[i].substr(2, lines[i].find('\t', 2) - 2);
+        for (const std::string& other : lines) {
+          const auto is = [&](const char* kind) { return other.find(kind) != std::string::npos; };
           if (other.starts_with("S\t" + number + "\t") &&
-              (other.find("\tmove\t") != std::string::npos || other.find("\tnew-file\t") != std::string::npos ||
-               other.find("\tmake-writable\t") != std::string::npos)) {
+              (is("\tmove\t") || is("\tnew-file\t") || is("\tmake-writable\t"))) {
             end = std::max(end, i + 1);
           }
         }
       }
-      for (std::size_t i = 0; i < end; ++i) {
-        kept += unsynced[i];
-      }
-      std::ofstream(path, std::ios::binary | std::ios::trunc) << kept;
+      lines.resize(end);
+      WriteJournal(path, std::accumulate(lines.begin(), lines.end(), std::string()));
     }
     Recover();
     ASSERT_EQ(Mixed(pc), "") << "recovery killed at " << m;

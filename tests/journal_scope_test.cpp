@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <thread>
+
 namespace kest::test {
 namespace {
 
@@ -26,59 +29,19 @@ protected:
   MachineState m_before;
 };
 
-TEST_F(JournalScopeTest, AScopeThatIsNotCommittedUndoesItsSteps) {
-  {
-    JournalScope scope(m_journal);
-    EXPECT_EQ(Copy("a.txt"), 0);
-    EXPECT_EQ(Copy("b.txt"), 0);
-    EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
-    EXPECT_TRUE(scope.HasSteps());
-  }
-  EXPECT_EQ(Difference(), "");
-  EXPECT_TRUE(m_journal.IsEmpty());
-}
-
-TEST_F(JournalScopeTest, ACommittedInnerOperationIsUndoneWithTheOuterOne) {
-  JournalScope outer(m_journal);
-  EXPECT_EQ(Copy("a.txt"), 0);
-  {
-    JournalScope inner(m_journal);
-    EXPECT_FALSE(inner.IsOutermost());
-    EXPECT_EQ(Copy("b.txt"), 0);
-    EXPECT_TRUE(inner.Commit());
-  }
-  EXPECT_EQ(m_journal.GetCount(), 2u);
-  EXPECT_TRUE(outer.RollBack());
-  EXPECT_EQ(Difference(), "");
-}
-
 TEST_F(JournalScopeTest, AnInnerFailureLeavesTheStepsOfTheOuterOperation) {
   JournalScope outer(m_journal);
   EXPECT_EQ(Copy("a.txt"), 0);
+  EXPECT_TRUE(outer.HasSteps());
   {
     JournalScope inner(m_journal);
+    EXPECT_FALSE(inner.IsOutermost());
     EXPECT_EQ(Copy("b.txt"), 0);
   }
   EXPECT_FALSE(m_pc.Exists("C:\\app\\b.txt"));
   EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
   EXPECT_TRUE(outer.Commit());
   EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
-}
-
-TEST_F(JournalScopeTest, AFinalInnerOperationStaysWhateverBecomesOfTheOuterOne) {
-  m_pc.Write("C:\\app\\copy.txt", "somebody's copy");
-  {
-    JournalScope outer(m_journal);
-    EXPECT_EQ(Copy("a.txt"), 0);
-    {
-      JournalScope inner(m_journal, JournalScope::Kind::kFinal);
-      EXPECT_EQ(m_journal.Run(std::make_unique<CInstallDeleteFile>("C:\\app\\copy.txt")), 0);
-      EXPECT_TRUE(inner.Commit());
-    }
-    EXPECT_EQ(m_journal.GetCount(), 1u);
-  }
-  EXPECT_FALSE(m_pc.Exists("C:\\app\\copy.txt"));
-  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "old a");
 }
 
 TEST_F(JournalScopeTest, AFinalInnerOperationStaysWhenTheProcessDiesLater) {
@@ -106,6 +69,35 @@ TEST_F(JournalScopeTest, AFinalInnerOperationStaysWhenTheProcessDiesLater) {
     }
     ASSERT_LT(n, 200);
   }
+}
+
+// What a start could not undo waits for the next one, and another operation may have been killed by then.
+TEST_F(JournalScopeTest, OfTwoDeadOperationsTheLaterIsUndoneFirst) {
+  CKestOS::SetMachine(nullptr);
+  for (const char* source : {"C:\\src\\a.txt", "C:\\src\\b.txt"}) {
+    EXPECT_FALSE(SurvivesInChild(m_pc, 1000, [source] {
+      CKestInstallJournal journal;
+      JournalScope scope(journal);
+      static_cast<void>(journal.Run(std::make_unique<CInstallCopyFile>(source, "C:\\app\\a.txt", false, false)));
+      kill(getpid(), SIGKILL);
+    }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100)); // they are told apart by the second
+  }
+  m_pc.Reopen();
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new b");
+  EXPECT_EQ(RecoverInterruptedOperations().entries.size(), 2U);
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalScopeTest, AFolderThatSomebodyElseUsesByNowStays) {
+  JournalScope scope(m_journal);
+  EXPECT_EQ(m_journal.Run(std::make_unique<CInstallCreateFolder>("C:\\app\\made")), 0);
+  EXPECT_EQ(Copy("a.txt"), 0);
+  m_pc.Write("C:\\app\\made\\theirs.txt", "somebody's");
+  EXPECT_TRUE(scope.RollBack()) << "nothing of ours is left";
+  EXPECT_TRUE(m_journal.GetLeftovers().empty());
+  EXPECT_EQ(m_pc.Read("C:\\app\\made\\theirs.txt"), "somebody's");
+  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "old a");
 }
 
 // Enabling an extension again while an operation is undone is an operation of its own, in the middle of the undo.

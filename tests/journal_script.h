@@ -4,12 +4,13 @@
 #include "journal/journal.h"
 
 #include "platform/file.h"
-#include "platform/forwarding_machine.h"
 #include "platform/os.h"
 #include "platform/path.h"
 
+#include "support/failing_machine.h"
 #include "support/temp_machine.h"
 
+#include <algorithm>
 #include <csignal>
 #include <functional>
 #include <sys/wait.h>
@@ -85,6 +86,8 @@ inline void FillMachine(TempMachine& pc) {
   pc.Write("C:\\app\\toolbars.xml", "<toolbars/>", 1600);
   pc.Write("C:\\app\\a.kei", "description", 1700);
   pc.MakeFolder("C:\\app\\Disabled");
+  pc.Write("C:\\app\\Whole\\A.txt", "goes with its folder", 1800);
+  pc.Write("C:\\app\\Whole\\b.txt", "goes too", 1900);
   Machine& machine = pc.Get();
   EXPECT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnce, "other", "keep.exe"));
   EXPECT_TRUE(
@@ -99,6 +102,16 @@ inline bool Unpack(const CString& name, const CString& content, CString& path) {
   }
   path = folder + name;
   return CKestFile::WriteAll(path, content) && CKestOS::SetFileDateTime(path, CKestDateTime(9000));
+}
+
+/// The same into a folder of its own; `folder` without trailing backslash.
+inline bool UnpackFolder(const std::vector<CString>& names, CString& folder) {
+  if (!CKestOS::GetTempPath(folder) || !CKestOS::CreateDirectory(folder += "unpacked", false)) {
+    return false;
+  }
+  CString path;
+  return std::all_of(names.begin(), names.end(),
+                     [&](const CString& name) { return Unpack("unpacked\\" + name, "of a folder", path); });
 }
 
 inline std::unique_ptr<CInstallCopyFile> MovedCopy(const CString& source, const CString& destination) {
@@ -119,13 +132,17 @@ inline bool RunScript(CKestInstallJournal& journal) {
   CString first;
   CString second;
   CString finished;
-  if (!Unpack("one.txt", "new bytes", first) || !Unpack("two.txt", "new marked bytes", second) ||
-      !Unpack("made.kep", "a package", finished) || AppendMakeWritable(&journal, "C:\\app\\marked.txt") != 0) {
+  CString folder;
+  if (!UnpackFolder({"x.txt", "y.txt"}, folder) || !Unpack("one.txt", "new bytes", first) ||
+      !Unpack("two.txt", "new marked bytes", second) || !Unpack("made.kep", "a package", finished) ||
+      AppendMakeWritable(&journal, "C:\\app\\marked.txt") != 0) {
     return false;
   }
   std::vector<std::unique_ptr<CKestExtensionInstallStep>> pass;
   pass.push_back(std::make_unique<CInstallCreateFolder>("C:\\app\\new"));
   pass.push_back(std::make_unique<CInstallCreateFolder>("C:\\app\\new\\deep\\"));
+  pass.push_back(
+      std::make_unique<CInstallPlaceFolder>(folder, "C:\\app\\new\\whole", std::vector<CString>{"x.txt", "y.txt"}));
   pass.push_back(MovedCopy(first, "C:\\app\\Replaced.txt"));
   pass.push_back(MovedCopy(second, "C:\\app\\marked.txt"));
   pass.push_back(
@@ -153,6 +170,8 @@ inline bool RunScript(CKestInstallJournal& journal) {
       }
     }
     if (journal.Run(std::make_unique<CInstallDeleteFolder>("C:\\app\\LEAVING")) != 0 ||
+        journal.Run(std::make_unique<CInstallDeleteWholeFolder>("C:\\app\\whole",
+                                                                std::vector<CString>{"A.txt", "b.txt"})) != 0 ||
         journal.Run(std::make_unique<CInstallMoveFile>("C:\\app\\a.kei", "C:\\app\\Disabled\\a.kei")) != 0 ||
         journal.Run(std::make_unique<CInstallPlaceFile>(finished, "C:\\app\\Disabled\\a.kep")) != 0 ||
         !inner.Commit()) {
@@ -172,47 +191,14 @@ inline bool RunScript(CKestInstallJournal& journal) {
   return scope.Commit();
 }
 
-/// Fails, or kills the process at, a call counted from 1.
-class CountingMachine : public ForwardingMachine {
-public:
-  enum class Mode { kCount, kFailOnce, kFailFromThere, kKill };
-  CountingMachine(Machine& next, Mode mode, int at) : ForwardingMachine(next), m_mode(mode), m_at(at) {}
-  [[nodiscard]] int GetCalls() const { return m_calls; }
-
-protected:
-  bool Allow(const Call& call) override {
-    if (m_mode == Mode::kKill && !call.changes) {
-      return true;
-    }
-    ++m_calls;
-    switch (m_mode) {
-    case Mode::kKill:
-      if (m_calls == m_at) {
-        kill(getpid(), SIGKILL);
-      }
-      return true;
-    case Mode::kFailOnce:
-      return m_calls != m_at;
-    case Mode::kFailFromThere:
-      return m_calls < m_at;
-    case Mode::kCount:
-      break;
-    }
-    return true;
-  }
-
-private:
-  Mode m_mode;
-  int m_at;
-  int m_calls = 0;
-};
-
 /// Runs `work` in a process of its own that is killed at its n-th changing call. True when it came to its end.
 inline bool SurvivesInChild(const TempMachine& pc, int killAt, const std::function<void()>& work) {
   const pid_t child = fork();
   if (child == 0) {
     MachineFolder folder(pc.GetRoot().string());
-    CountingMachine machine(folder, killAt > 0 ? CountingMachine::Mode::kKill : CountingMachine::Mode::kCount, killAt);
+    FailingMachine machine(folder);
+    machine.instead([] { kill(getpid(), SIGKILL); });
+    machine.armForChanges(killAt);
     CKestOS::SetMachine(&machine);
     work();
     CKestOS::SetMachine(nullptr);

@@ -33,36 +33,24 @@ TEST_F(JournalSteps, ACopyTakesDateAndGivesBackBytesDateAndCase) {
   EXPECT_EQ(Difference(), "");
 }
 
-TEST_F(JournalSteps, ACopyToANewPlaceIsTakenAway) {
-  CInstallCopyFile step("C:\\src\\new.txt", "C:\\app\\fresh.txt", false, false);
-  EXPECT_EQ(step.Do(), 0);
-  EXPECT_TRUE(m_pc.Exists("C:\\app\\fresh.txt"));
-  EXPECT_EQ(step.Undo(), 0);
-  EXPECT_EQ(Difference(), "");
-}
-
 TEST_F(JournalSteps, AnUndoOfAStepThatFailedTouchesNothing) {
   m_pc.MakeFolder("C:\\app\\folder");
   m_pc.Write("C:\\app\\taken", "taken");
   m_before = StateOf(m_pc);
-  const std::unique_ptr<CKestExtensionInstallStep> steps[] = {
-      std::unique_ptr<CKestExtensionInstallStep>(
-          new CInstallCopyFile("C:\\src\\none", "C:\\app\\Old.txt", false, false)),
-      std::unique_ptr<CKestExtensionInstallStep>(
-          new CInstallCopyFile("C:\\src\\new.txt", "C:\\app\\folder", false, false)),
-      std::unique_ptr<CKestExtensionInstallStep>(
-          new CInstallCopyFile("C:\\src\\new.txt", "C:\\no\\file", false, false)),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFile("C:\\app\\none.txt")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFile("C:\\app\\folder")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallBackupFile("C:\\app\\none.xml", "C:\\app\\none.xbk")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallBackupFile("C:\\app\\Old.txt", "C:\\app\\folder")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallCreateFolder("C:\\app\\Old.txt")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFolder("C:\\app")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallDeleteFolder("C:\\none")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallMoveFile("C:\\app\\Old.txt", "C:\\app\\taken")),
-      std::unique_ptr<CKestExtensionInstallStep>(new CInstallMoveFile("C:\\app\\none", "C:\\app\\x")),
-      std::unique_ptr<CKestExtensionInstallStep>(
-          new CInstallAddFontResource("C:\\src\\none", "C:\\windows\\Fonts\\n.ttf")),
+  const std::shared_ptr<CKestExtensionInstallStep> steps[] = {
+      std::make_shared<CInstallCopyFile>("C:\\src\\none", "C:\\app\\Old.txt", false, false),
+      std::make_shared<CInstallCopyFile>("C:\\src\\new.txt", "C:\\app\\folder", false, false),
+      std::make_shared<CInstallCopyFile>("C:\\src\\new.txt", "C:\\no\\file", false, false),
+      std::make_shared<CInstallDeleteFile>("C:\\app\\none.txt"),
+      std::make_shared<CInstallDeleteFile>("C:\\app\\folder"),
+      std::make_shared<CInstallBackupFile>("C:\\app\\none.xml", "C:\\app\\none.xbk"),
+      std::make_shared<CInstallBackupFile>("C:\\app\\Old.txt", "C:\\app\\folder"),
+      std::make_shared<CInstallCreateFolder>("C:\\app\\Old.txt"),
+      std::make_shared<CInstallDeleteFolder>("C:\\app"),
+      std::make_shared<CInstallDeleteFolder>("C:\\none"),
+      std::make_shared<CInstallMoveFile>("C:\\app\\Old.txt", "C:\\app\\taken"),
+      std::make_shared<CInstallMoveFile>("C:\\app\\none", "C:\\app\\x"),
+      std::make_shared<CInstallAddFontResource>("C:\\src\\none", "C:\\windows\\Fonts\\n.ttf"),
   };
   for (const auto& step : steps) {
     EXPECT_EQ(step->Do(), -1) << step->GetTarget();
@@ -133,22 +121,6 @@ TEST_F(JournalSteps, ADeletedFileDoesNotComeBackOverSomebodyElses) {
   EXPECT_EQ(m_pc.Read(step.GetKept()), "old");
 }
 
-TEST_F(JournalSteps, ABackupLeavesItsCopyOnReleaseAndNoneOnUndo) {
-  CInstallBackupFile undone("C:\\app\\Old.txt", "C:\\app\\Old.tbk");
-  EXPECT_EQ(undone.Do(), 0);
-  EXPECT_EQ(m_pc.Read("C:\\app\\Old.tbk"), "old");
-  ASSERT_TRUE(CKestFile::WriteAll("C:\\app\\Old.txt", "changed"));
-  EXPECT_EQ(undone.Undo(), 0);
-  EXPECT_EQ(undone.Undo(), 0);
-  EXPECT_EQ(Difference(), "");
-  CInstallBackupFile released("C:\\app\\Old.txt", "C:\\app\\Old.tbk");
-  EXPECT_EQ(released.Do(), 0);
-  ASSERT_TRUE(CKestFile::WriteAll("C:\\app\\Old.txt", "changed"));
-  released.Release();
-  EXPECT_EQ(m_pc.Read("C:\\app\\Old.tbk"), "old");
-  EXPECT_EQ(m_pc.Read("C:\\app\\Old.txt"), "changed");
-}
-
 TEST_F(JournalSteps, FoldersThatWereThereStay) {
   m_pc.MakeFolder("C:\\app\\There");
   m_before = StateOf(m_pc);
@@ -160,11 +132,84 @@ TEST_F(JournalSteps, FoldersThatWereThereStay) {
   EXPECT_TRUE(m_pc.Exists("C:\\app\\made"));
   EXPECT_EQ(made.Undo(), 0);
   EXPECT_EQ(made.Undo(), 0);
+  // the folder itself comes back, with its rights, since making one may need room that the disk no longer has
+  std::filesystem::permissions(m_pc.HostPath("C:\\app\\There"), std::filesystem::perms(0710));
   CInstallDeleteFolder removed("C:\\app\\THERE");
   EXPECT_EQ(removed.Do(), 0);
   EXPECT_FALSE(m_pc.Exists("C:\\app\\There"));
   EXPECT_EQ(removed.Undo(), 0);
+  EXPECT_EQ(std::filesystem::status(m_pc.HostPath("C:\\app\\There")).permissions(), std::filesystem::perms(0710));
   EXPECT_EQ(Difference(), "");
+}
+
+// Somebody puts a file into a folder of ours before it is moved, or between the look and the move.
+TEST_F(JournalSteps, AWholeFolderTakesNothingOfOthersWithIt) {
+  const std::vector<CString> names = {"a.txt", "b.txt"};
+  const auto lay = [&](const CString& folder) {
+    for (const CString& name : names) {
+      m_pc.Write(folder + "\\" + name, "ours");
+    }
+  };
+  for (const bool late : {false, true}) {
+    SCOPED_TRACE(late);
+    FailingMachine machine(m_pc.Get());
+    CKestOS::SetMachine(&machine);
+    const auto putUsersFile = [&](const CString& folder, int changes) {
+      machine.instead([&, folder] { m_pc.Write(folder + "\\user.txt", "the user's"); });
+      if (late) {
+        machine.armForChanges(changes);
+      } else {
+        m_pc.Write(folder + "\\user.txt", "the user's");
+      }
+    };
+    lay("C:\\app\\gone");
+    CInstallDeleteWholeFolder gone("C:\\app\\gone", names);
+    ASSERT_EQ(gone.Prepare(), 0);
+    putUsersFile("C:\\app\\gone", 1);
+    EXPECT_EQ(gone.Do(), -1);
+    machine.disarm();
+    EXPECT_EQ(m_pc.Read("C:\\app\\gone\\user.txt"), "the user's");
+    EXPECT_EQ(m_pc.Read("C:\\app\\gone\\a.txt"), "ours");
+
+    CString temp;
+    ASSERT_TRUE(CKestOS::GetTempPath(temp));
+    lay(temp + "unpacked");
+    CInstallPlaceFolder placed(temp + "unpacked", "C:\\app\\placed", names);
+    EXPECT_EQ(placed.Do(), 0);
+    EXPECT_EQ(m_pc.Read("C:\\app\\placed\\b.txt"), "ours");
+    putUsersFile("C:\\app\\placed", 1);
+    EXPECT_EQ(placed.Undo(), 0);
+    machine.disarm();
+    EXPECT_EQ(placed.Undo(), 0);
+    EXPECT_EQ(m_pc.Read("C:\\app\\placed\\user.txt"), "the user's");
+    EXPECT_FALSE(m_pc.Exists("C:\\app\\placed\\a.txt"));
+    CKestOS::RemoveTempFolder();
+    CKestOS::SetMachine(&m_pc.Get());
+    for (const char* folder : {"C:\\app\\gone", "C:\\app\\placed"}) {
+      EXPECT_TRUE(m_pc.Get().RemoveTree(folder));
+    }
+  }
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, AWholeFolderComesBackIntoOneMadeAnewAndTakesNoOthersPlace) {
+  m_pc.Write("C:\\app\\Whole\\a.txt", "ours");
+  CInstallDeleteWholeFolder gone("C:\\app\\WHOLE", {"a.txt"});
+  EXPECT_EQ(gone.Do(), 0);
+  EXPECT_FALSE(m_pc.Exists("C:\\app\\Whole"));
+  m_pc.Write("C:\\app\\Whole\\user.txt", "the user's");
+  EXPECT_EQ(gone.Undo(), 0);
+  EXPECT_EQ(gone.Undo(), -1);
+  EXPECT_EQ(m_pc.Read("C:\\app\\Whole\\a.txt"), "ours");
+  EXPECT_EQ(m_pc.Read("C:\\app\\Whole\\user.txt"), "the user's");
+
+  CString temp;
+  ASSERT_TRUE(CKestOS::GetTempPath(temp));
+  m_pc.Write(temp + "unpacked\\a.txt", "new");
+  CInstallPlaceFolder placed(temp + "unpacked", "C:\\app\\whole", {"a.txt"});
+  EXPECT_EQ(placed.Do(), -1);
+  EXPECT_EQ(placed.Undo(), 0);
+  EXPECT_EQ(m_pc.Read("C:\\app\\Whole\\a.txt"), "ours");
 }
 
 TEST_F(JournalSteps, AFontThatIsThereIsNotTouched) {
@@ -188,16 +233,6 @@ TEST_F(JournalSteps, AnAddedFontTakesItsListEntriesWithIt) {
   ASSERT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kFontList, "F", "c:\\WINDOWS\\fonts\\F.ttf"));
   EXPECT_EQ(font.Undo(), 0);
   EXPECT_TRUE(m_pc.Get().GetFontResources().empty());
-  EXPECT_EQ(Difference(), "");
-}
-
-TEST_F(JournalSteps, AReadOnlyMarkComesBack) {
-  m_pc.SetReadOnly("C:\\app\\Old.txt", true);
-  m_before = StateOf(m_pc);
-  CInstallMakeWritable step("C:\\app\\Old.txt");
-  EXPECT_EQ(step.Do(), 0);
-  EXPECT_FALSE(m_pc.Get().IsFileReadOnly("C:\\app\\Old.txt"));
-  EXPECT_EQ(step.Undo(), 0);
   EXPECT_EQ(Difference(), "");
 }
 

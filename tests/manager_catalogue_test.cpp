@@ -2,6 +2,8 @@
 #include "manager/manager_state.h"
 #include "support/kest_fixture.h"
 
+#include <tuple>
+
 namespace kest::test {
 namespace {
 
@@ -22,6 +24,9 @@ TEST_F(CatalogueTest, KnowsTheProductsFoundAndTheOthers) {
   EXPECT_TRUE(manager().IsProductInstalled("tidemark nova"));
   EXPECT_FALSE(manager().IsProductInstalled("Prism 4"));
   EXPECT_FALSE(manager().IsProductInstalled(nullptr));
+  const std::unique_ptr<CKestProduct> made(CKestExtensionManager::CreateProduct("TIDEMARK NOVA", "D:\\Elsewhere\\"));
+  ASSERT_NE(made, nullptr);
+  EXPECT_EQ(made->GetInstallFolder(), "D:\\Elsewhere\\");
   const std::unique_ptr<CKestTypedIterator<CKestProduct*>> forward(manager().CreateProductIterator());
   const std::unique_ptr<CKestTypedIterator<CKestProduct*>> backward(manager().CreateProductReverseIterator());
   std::vector<std::string> names;
@@ -35,10 +40,9 @@ TEST_F(CatalogueTest, KnowsTheProductsFoundAndTheOthers) {
 }
 
 TEST_F(CatalogueTest, InitMakesTheExtensionsFoldersOfProductsFoundAlone) {
-  std::filesystem::remove_all(m_pc.HostPath(std::string(kNova) + "Configuration\\Extensions"));
-  m_pc.Reopen();
-  start();
-  EXPECT_TRUE(m_pc.Exists(std::string(kNova) + "Configuration\\Extensions\\Disabled"));
+  std::filesystem::remove_all(m_pc.HostPath(kConfiguration + "Extensions"));
+  restart();
+  EXPECT_TRUE(m_pc.Exists(kDescriptions + "Disabled"));
   EXPECT_FALSE(m_pc.Exists("C:\\Program Files\\Kestrel\\Prism 4"));
 }
 
@@ -50,20 +54,17 @@ TEST_F(CatalogueTest, ARecordListedTwiceIsRemovedOnceForAllAndFreedOnce) {
   manager().AddExtension(nova(), once);
   manager().AddExtension(nova(), once); // freed by the manager, once
   manager().RemoveExtension(nova(), twice);
-  CKestTypedList<CKestExtension*> records;
-  manager().GetExtensions(nova(), records);
-  EXPECT_EQ(records.GetCount(), 2u);
+  EXPECT_EQ(records(nova()).size(), 2u);
   manager().RemoveExtension(four(), twice); // a product without a list
   std::unique_ptr<CKestExtension>{twice}.reset();
 }
 
 TEST_F(CatalogueTest, LoadReadsEnabledAndDisabledDescriptionsAndReplacesTheOldRecords) {
-  const std::string folder = std::string(kNova) + "Configuration\\Extensions\\";
+  const std::string folder = kDescriptions;
   m_pc.Write(folder + "b.kei", package("Beta").text());
   m_pc.Write(folder + "Disabled\\a.kei", package("Alpha").text());
   m_pc.Write(folder + "broken.kei", "<kestrel-extension name=");
-  m_pc.Reopen();
-  start();
+  restart();
   ASSERT_NE(find("Beta"), nullptr);
   EXPECT_TRUE(find("Beta")->IsEnabled());
   ASSERT_NE(find("Alpha"), nullptr);
@@ -123,43 +124,26 @@ TEST_F(CatalogueTest, EveryTypeHasALabelAndAnUnknownOneLeavesTheOutputAlone) {
 }
 
 TEST_F(CatalogueTest, TheDetailJoinsDescriptionAndAccessAndDecodesBreaksAndBlanks) {
-  const struct {
-    const char* description;
-    const char* access;
-    const char* detail;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*> rows[] = {
       {"Counts<BR>words&nbsp;fast", "See the<br>menu&amp;nbsp;bar", "Counts\r\nwords fast\r\n\r\nSee the\r\nmenu bar"},
       {"", "Only here", "Only here"},
       {"Only this", "", "Only this"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [description, access, joined] : rows) {
     CKestExtension record;
-    record.SetDesc(row.description);
-    record.SetUIAccess(row.access);
+    record.SetDesc(description);
+    record.SetUIAccess(access);
     CString detail = "old";
     manager().GetExtensionDetail(&record, detail);
-    EXPECT_EQ(detail, row.detail);
+    EXPECT_EQ(detail, joined);
   }
   CString detail = "old";
   manager().GetExtensionDetail(nullptr, detail);
   EXPECT_EQ(detail, "");
 }
 
-TEST_F(CatalogueTest, ProductsAreMadeByNameForAFolderOfTheirs) {
-  const std::unique_ptr<CKestProduct> made(CKestExtensionManager::CreateProduct("TIDEMARK NOVA", "D:\\Elsewhere\\"));
-  ASSERT_NE(made, nullptr);
-  CString folder;
-  made->GetInstallFolder(folder);
-  EXPECT_EQ(folder, "D:\\Elsewhere\\");
-  const std::unique_ptr<CKestProduct> found(CKestExtensionManager::CreateProduct("Tidemark Nova", ""));
-  ASSERT_NE(found, nullptr);
-  found->GetInstallFolder(folder);
-  EXPECT_EQ(folder, kNova);
-  EXPECT_EQ(CKestExtensionManager::CreateProduct("Tidemark 3", ""), nullptr);
-}
-
 TEST_F(CatalogueTest, WithoutAHostOperationsFailAndDoNothing) {
-  const CString kep = pack(package("Word Count").file("wc.htm", "$tidemark/Configuration/Commands"));
+  const CString kep = pack(package("Word Count").file("wc.htm", kToCommands));
   CKestExtension* record = tryInstall(kep);
   ASSERT_NE(record, nullptr);
   const MachineSnapshot before = m_pc.Snapshot();
@@ -168,10 +152,10 @@ TEST_F(CatalogueTest, WithoutAHostOperationsFailAndDoNothing) {
   int restart = 7;
   EXPECT_EQ(tryInstall(kep), nullptr);
   EXPECT_EQ(manager().UninstallExtension(nova(), record, true, true, true, true, true, restart, false), -1);
-  EXPECT_NE(manager().DisableExtension(nova(), record, false), 0);
-  EXPECT_EQ(manager().EnableExtension(nova(), record), -1);
+  EXPECT_NE(disable(record), 0);
+  EXPECT_EQ(enable(record), -1);
   EXPECT_EQ(manager().CreatePackage(record->GetPath().c_str(), "C:\\x.kep", nova(), true, false, false), -1);
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  expectUntouched(before);
   EXPECT_TRUE(record->IsEnabled());
 }
 

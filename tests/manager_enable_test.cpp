@@ -5,20 +5,15 @@
 namespace kest::test {
 namespace {
 
-const std::string kConfiguration = std::string("C:\\Program Files\\Kestrel\\Tidemark 6\\") + "Configuration\\";
-const std::string kDisabled = kConfiguration + "Extensions\\Disabled\\";
-
 class EnableTest : public KestFixture {
 protected:
   static ExtensionBuilder tool() {
     return package("Tool")
-        .file("tool.htm", "$tidemark/Configuration/Commands", "tool")
+        .file("tool.htm", kToCommands, "tool")
+        .file("readme", "$tidemark/Configuration/Shared/tool/deep", "r", "win-extension=\"txt\"")
         .file("tool.js", "$tidemark/Configuration/Shared/tool", "code")
-        .changes("<extensions-changes><extension-insert extension=\"SHTML\" description=\"HTML Documents\" />"
-                 "</extensions-changes>\n");
+        .changesTheList();
   }
-  [[nodiscard]] int disable(CKestExtension* record) { return manager().DisableExtension(nova(), record, false); }
-  [[nodiscard]] int enable(CKestExtension* record) { return manager().EnableExtension(nova(), record); }
 };
 
 TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
@@ -46,7 +41,8 @@ TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
   EXPECT_TRUE(record->IsEnabled());
   EXPECT_EQ(record->GetPath(), path);
   EXPECT_EQ(find("Tool"), record) << "the catalogue keeps its record";
-  EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "tool");
+  EXPECT_EQ(m_pc.Read(kCommands + "tool.htm"), "tool");
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Shared\\tool\\deep\\readme.txt"), "r");
   EXPECT_EQ(m_pc.Read(kConfiguration + "Extensions.txt"), list);
   EXPECT_FALSE(m_pc.Exists(kDisabled + "tool.kei"));
   const MachineSnapshot enabled = settled();
@@ -59,18 +55,17 @@ TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
   const std::string untouched = "HTM,HTML:HTML Documents\r\nTXT:Text Files\r\n";
   EXPECT_EQ(m_pc.Read(kConfiguration + "Extensions.txt"), untouched);
   m_pc.Write(kConfiguration + "Extensions.txt", untouched); // an edited file has a date of its own
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  expectUntouched(before);
 }
 
 TEST_F(EnableTest, AChangedFileMakesANewPackage) {
   CKestExtension* record = installed(tool());
-  ASSERT_NE(record, nullptr);
   ASSERT_EQ(disable(record), 0);
   ASSERT_EQ(enable(record), 0);
-  m_pc.Write(kConfiguration + "Commands\\tool.htm", "changed by the user", 4000000000);
+  m_pc.Write(kCommands + "tool.htm", "changed by the user", 4000000000);
   ASSERT_EQ(disable(record), 0);
   ASSERT_EQ(enable(record), 0);
-  EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "changed by the user");
+  EXPECT_EQ(m_pc.Read(kCommands + "tool.htm"), "changed by the user");
 }
 
 TEST_F(EnableTest, ANameTakenAmongTheDisabledIsLeftToItsOwnerUnderANewName) {
@@ -94,35 +89,31 @@ TEST_F(EnableTest, ANameTakenAmongTheDisabledIsLeftToItsOwnerUnderANewName) {
 TEST_F(EnableTest, EnablingWhileAnEqualOneIsEnabledChangesNothing) {
   CKestExtension* old = installed(tool());
   ASSERT_EQ(disable(old), 0);
-  ASSERT_NE(installed(tool().descriptionNamed("tool_too.kei")), nullptr);
+  installed(tool().descriptionNamed("tool_too.kei"));
   const MachineSnapshot before = m_pc.Snapshot();
   m_host.clear();
   EXPECT_EQ(enable(old), -1);
   EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{4133});
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  expectUntouched(before);
   EXPECT_FALSE(old->IsEnabled());
 }
 
 TEST_F(EnableTest, AMissingFileKeepsAnExtensionFromBeingDisabled) {
   CKestExtension* record = installed(tool());
-  ASSERT_NE(record, nullptr);
   std::filesystem::remove(m_pc.HostPath(kConfiguration + "Shared\\tool\\tool.js"));
-  m_pc.Reopen();
+  restart();
   const MachineSnapshot before = m_pc.Snapshot();
-  start();
   record = find("Tool");
-  ASSERT_NE(record, nullptr);
   m_host.clear();
   EXPECT_NE(disable(record), 0);
   EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{4024});
   EXPECT_TRUE(record->IsEnabled());
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  expectUntouched(before);
 }
 
 TEST_F(EnableTest, TheUserIsToldWhatARunningProductNeeds) {
   CKestExtension* record = installed(tool().requiresRestart());
-  ASSERT_NE(record, nullptr);
-  ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", true));
+  runNova();
   ASSERT_EQ(disable(record), 0);
   ASSERT_EQ(enable(record), 0);
   EXPECT_EQ(m_host.noticeNumbers(), (std::vector<int>{4124, 4123}));

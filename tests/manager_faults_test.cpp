@@ -9,8 +9,6 @@
 namespace kest::test {
 namespace {
 
-const std::string kConfiguration = std::string("C:\\Program Files\\Kestrel\\Tidemark 6\\") + "Configuration\\";
-
 /// What happens at the n-th machine call: it fails, it and all after it fail, or the host asks the operation to end.
 enum class Fault { kOnce, kForGood, kCancel };
 
@@ -20,19 +18,18 @@ protected:
   static ExtensionBuilder tool(const char* version) {
     return package("Tool")
         .version(version)
-        .file("tool.htm", "$tidemark/Configuration/Commands", std::string("tool ") + version)
+        .file("tool.htm", kToCommands, std::string("tool ") + version)
         .file("new/deep.js", "$tidemark/Configuration/Shared/new/deep", "code")
-        .file("Over.htm", "$tidemark/Configuration/Commands", "over", "shared=\"true\"")
+        .file("Over.htm", kToCommands, "over", "shared=\"true\"")
         .file("fancy.ttf", "$fonts", "glyphs")
         .file("part.dll", "$system", "new")
-        .changes("<extensions-changes><extension-insert extension=\"SHTML\" description=\"HTML Documents\" />"
-                 "</extensions-changes>\n");
+        .changesTheList();
   }
 
   /// What an operation that failed must leave: the machine and the catalogue as they were.
-  void expectAsBefore(const MachineSnapshot& before, const std::vector<std::string>& records) {
-    EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
-    EXPECT_EQ(catalogue(), records);
+  void expectAsBefore(const MachineSnapshot& before, const std::vector<std::string>& all) {
+    expectUntouched(before);
+    EXPECT_EQ(catalogue(), all);
     EXPECT_TRUE(isTempEmpty());
   }
 
@@ -58,7 +55,7 @@ protected:
       failing.disarm();
       SCOPED_TRACE("call " + std::to_string(n) + (persistent ? " and all after it: " : ": ") + failing.name());
       if (fault == Fault::kCancel && !done && report().parts.empty()) {
-        EXPECT_EQ(report().failure, OperationReport::Failure::kDeclined);
+        EXPECT_EQ(report().failure, Failure::kDeclined);
       }
       if (!done && persistent) {
         // undo and clean-up need a machine that works: what could not be done then is done at the next start
@@ -134,8 +131,8 @@ TEST_P(Faults, Install) {
   loop(
       GetParam(),
       [this] {
-        m_pc.Write(kConfiguration + "Commands\\over.htm", "the user's own");
-        m_pc.SetReadOnly(kConfiguration + "Commands\\over.htm", true);
+        m_pc.Write(kCommands + "over.htm", "the user's own");
+        m_pc.SetReadOnly(kCommands + "over.htm", true);
         m_kep = pack(tool("1.0"));
       },
       [this] { return tryInstall(m_kep) != nullptr; });
@@ -180,7 +177,7 @@ TEST_P(Faults, Uninstall) {
 TEST_P(Faults, Disable) {
   loop(
       GetParam(), [this] { installed(package("Plain").file("p.htm", "$tidemark/Configuration/Plain")); },
-      [this] { return manager().DisableExtension(nova(), find("Plain"), false) == 0; });
+      [this] { return disable(find("Plain")) == 0; });
 }
 
 TEST_P(Faults, Enable) {
@@ -188,9 +185,9 @@ TEST_P(Faults, Enable) {
       GetParam(),
       [this] {
         CKestExtension* record = installed(package("Plain").file("p.htm", "$tidemark/Configuration/Plain"));
-        EXPECT_EQ(manager().DisableExtension(nova(), record, false), 0);
+        EXPECT_EQ(disable(record), 0);
       },
-      [this] { return manager().EnableExtension(nova(), find("Plain")) == 0; });
+      [this] { return enable(find("Plain")) == 0; });
 }
 
 TEST_P(Faults, Pack) {
@@ -203,9 +200,9 @@ TEST_P(Faults, Import) {
   loop(
       GetParam(), [this] { installed(package("Plain").file("p.htm", "$tidemark/Configuration/Plain"), four()); },
       [this] {
-        CKestTypedList<CKestExtension*> records;
-        manager().GetExtensions(four(), records);
-        (void)manager().Import(four(), nova(), records);
+        CKestTypedList<CKestExtension*> all;
+        manager().GetExtensions(four(), all);
+        (void)manager().Import(four(), nova(), all);
         return report().parts.size() == 1 && report().parts[0].Succeeded();
       });
 }
@@ -216,6 +213,61 @@ INSTANTIATE_TEST_SUITE_P(Machine, Faults, ::testing::Values(Fault::kOnce, Fault:
                                   : row.param == Fault::kForGood ? "ForGood"
                                                                  : "Cancelled";
                          });
+
+/// Lets somebody else act right before a folder is moved.
+class MachineWithANeighbour : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+  [[nodiscard]] bool MoveFolder(const CString& from, const CString& to) override {
+    if (act) {
+      std::exchange(act, nullptr)();
+    }
+    return ForwardingMachine::MoveFolder(from, to);
+  }
+  std::function<void()> act;
+};
+
+using NeighbourTest = KestFixture;
+
+// A folder that is moved with all its files is no reason to take, to overwrite or to lose what somebody puts there
+// meanwhile, or to give up.
+TEST_F(NeighbourTest, AFolderThatSomebodyUsesMeanwhileStaysTheirs) {
+  MachineWithANeighbour machine(m_pc.Get());
+  CKestOS::SetMachine(&machine);
+  start();
+  const std::string folder = kConfiguration + "Shared\\pages\\";
+  ExtensionBuilder pages("Pages");
+  for (int i = 0; i < 12; ++i) {
+    pages.file("pages/page" + std::to_string(i) + ".htm", "$tidemark/Configuration/Shared/pages", "a page");
+  }
+  const CString path = pack(pages);
+  const auto countFiles = [&] {
+    std::vector<FolderEntry> entries;
+    return m_pc.Get().ListFolder(folder, entries) ? static_cast<int>(entries.size()) : -1;
+  };
+  const auto neighbour = [&] { m_pc.Write(folder + "theirs.htm", "theirs"); };
+
+  machine.act = neighbour;
+  CKestExtension* record = tryInstall(path);
+  ASSERT_NE(record, nullptr);
+  EXPECT_FALSE(machine.act);
+  EXPECT_EQ(countFiles(), 13);
+  EXPECT_EQ(uninstall(record), 0);
+  EXPECT_EQ(countFiles(), 1);
+  EXPECT_EQ(m_pc.Read(folder + "theirs.htm"), "theirs");
+
+  ASSERT_TRUE(m_pc.Get().RemoveTree(folder));
+  record = tryInstall(path);
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(countFiles(), 12);
+  machine.act = neighbour;
+  EXPECT_EQ(uninstall(record), 0);
+  EXPECT_FALSE(machine.act);
+  EXPECT_EQ(countFiles(), 1);
+  EXPECT_EQ(m_pc.Read(folder + "theirs.htm"), "theirs");
+  m_manager.reset();
+  CKestOS::SetMachine(&m_pc.Get());
+}
 
 } // namespace
 } // namespace kest::test

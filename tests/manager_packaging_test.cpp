@@ -2,6 +2,8 @@
 #include "platform/package.h"
 #include "support/kest_fixture.h"
 
+#include <tuple>
+
 namespace kest::test {
 namespace {
 
@@ -23,7 +25,7 @@ protected:
 TEST_F(PackagingTest, HoldsTheDescriptionFirstThenTheFilesBelowIt) {
   ASSERT_EQ(create(lay(package("Empty"))), 0);
   EXPECT_EQ(names(), std::vector<CString>{"empty.kei"});
-  const ExtensionBuilder two = package("Two").file("a.htm", "$tidemark").file("sub/b.js", "$tidemark", "b");
+  const ExtensionBuilder two = package("Two").file("a.htm", "$tidemark").file("/sub//b.js", "$tidemark", "b");
   ASSERT_EQ(create(lay(two)), 0) << "an old package is replaced";
   EXPECT_EQ(names(), (std::vector<CString>{"two.kei", "a.htm", "sub\\b.js"}));
   EXPECT_TRUE(isTempEmpty());
@@ -43,14 +45,7 @@ TEST_F(PackagingTest, ProgressIsShownForMoreThanTwoFiles) {
 
 TEST_F(PackagingTest, WhatCannotBePackedIsRefusedAndAnOldPackageStays) {
   const std::string longName(32, 'x');
-  const struct {
-    const char* claim;
-    std::function<ExtensionBuilder()> build;
-    bool portable;
-    int message;
-    int code;
-    const char* removed; ///< a file that is not there after all
-  } rows[] = {
+  const std::tuple<const char*, std::function<ExtensionBuilder()>, bool, int, int, const char*> rows[] = {
       {"a description's name for other platforms",
        [&] { return package("Long").descriptionNamed(longName.substr(4) + ".kei"); }, true, 4131, -1, ""},
       {"a file's name", [&] { return package("Long").file(longName + ".htm", "$tidemark"); }, false, 4131, -1, ""},
@@ -61,18 +56,18 @@ TEST_F(PackagingTest, WhatCannotBePackedIsRefusedAndAnOldPackageStays) {
       {"a missing file", [] { return package("X").file("a.htm", "$tidemark"); }, false, 4024, -1, "a.htm"},
       {"a way up", [] { return package("X").file("../a.htm", "$tidemark"); }, false, 4172, -5, ""},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.claim);
+  for (const auto& [claim, build, portable, message, code, removed] : rows) {
+    SCOPED_TRACE(claim);
     m_pc.Write(kTarget, "an old package");
-    const ExtensionBuilder extension = row.build();
+    const ExtensionBuilder extension = build();
     const CString description = lay(extension);
-    if (*row.removed != '\0') {
-      std::filesystem::remove(m_pc.HostPath("C:\\Work\\X\\" + std::string(row.removed)));
+    if (*removed != '\0') {
+      std::filesystem::remove(m_pc.HostPath("C:\\Work\\X\\" + std::string(removed)));
     }
     m_pc.Reopen();
     m_host.clear();
-    EXPECT_EQ(create(description, false, false, row.portable), row.code);
-    EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{row.message});
+    EXPECT_EQ(create(description, false, false, portable), code);
+    EXPECT_EQ(m_host.noticeNumbers(), std::vector<int>{message});
     EXPECT_EQ(m_pc.Read(kTarget), "an old package");
     EXPECT_TRUE(isTempEmpty());
     EXPECT_FALSE(report().Succeeded());
@@ -80,12 +75,10 @@ TEST_F(PackagingTest, WhatCannotBePackedIsRefusedAndAnOldPackageStays) {
 }
 
 TEST_F(PackagingTest, RepackagingTakesTheInstalledFilesAndLeavesOutTheOtherPlatforms) {
-  CKestExtension* record =
-      installed(package("Mixed")
-                    .file("a.htm", "$tidemark/Configuration/Commands", "a")
-                    .file("readme", "$tidemark/Configuration/Commands", "r", "win-extension=\"txt\"")
-                    .file("m.htm", "$tidemark/Configuration/Commands", "m", "platform=\"mac\""));
-  ASSERT_NE(record, nullptr);
+  CKestExtension* record = installed(package("Mixed")
+                                         .file("a.htm", kToCommands, "a")
+                                         .file("readme", kToCommands, "r", "win-extension=\"txt\"")
+                                         .file("m.htm", kToCommands, "m", "platform=\"mac\""));
   ASSERT_EQ(create(record->GetPath(), true), 0);
   EXPECT_EQ(names(), (std::vector<CString>{"mixed.kei", "a.htm", "readme"}));
 }
@@ -102,18 +95,17 @@ protected:
 };
 
 TEST_F(ImportTest, CarriesEnabledAndDisabledOnesOverAndNamesWhatStayed) {
-  const char* place = "$tidemark/Configuration/Commands";
-  CKestExtension* one = installed(package("One").file("one.htm", place, "1"), four());
-  CKestExtension* off = installed(package("Off").file("off.htm", place, "2"), four());
-  ASSERT_EQ(manager().DisableExtension(four(), off, false), 0);
-  CKestExtension* broken = installed(package("Broken").file("broken.htm", place), four());
+  CKestExtension* one = installed(package("One").file("one.htm", kToCommands, "1"), four());
+  CKestExtension* off = installed(package("Off").file("off.htm", kToCommands, "2"), four());
+  ASSERT_EQ(disable(off, four()), 0);
+  CKestExtension* broken = installed(package("Broken").file("broken.htm", kToCommands), four());
   std::filesystem::remove(m_pc.HostPath(std::string(kFour) + "Configuration\\Commands\\broken.htm"));
   m_pc.Reopen();
   m_host.clear();
   m_host.accept();
   EXPECT_TRUE(import({one, nullptr, off, broken}));
   ASSERT_NE(find("One"), nullptr);
-  EXPECT_EQ(m_pc.Read(std::string(kNova) + "Configuration\\Commands\\one.htm"), "1");
+  EXPECT_EQ(m_pc.Read(kCommands + "one.htm"), "1");
   ASSERT_NE(find("Off"), nullptr);
   EXPECT_FALSE(find("Off")->IsEnabled());
   EXPECT_EQ(find("Broken"), nullptr);
@@ -124,8 +116,8 @@ TEST_F(ImportTest, CarriesEnabledAndDisabledOnesOverAndNamesWhatStayed) {
   EXPECT_FALSE(report().parts[2].Succeeded());
   EXPECT_TRUE(isTempEmpty());
   EXPECT_FALSE(m_host.isProgressOpen());
-  EXPECT_EQ(manager().EnableExtension(nova(), find("Off")), 0) << "what came over works";
-  EXPECT_EQ(m_pc.Read(std::string(kNova) + "Configuration\\Commands\\off.htm"), "2");
+  EXPECT_EQ(enable(find("Off")), 0) << "what came over works";
+  EXPECT_EQ(m_pc.Read(kCommands + "off.htm"), "2");
 }
 
 TEST_F(ImportTest, DecliningTheAgreementImportsNothing) {
@@ -133,23 +125,22 @@ TEST_F(ImportTest, DecliningTheAgreementImportsNothing) {
   const MachineSnapshot before = m_pc.Snapshot();
   m_host.accept(false);
   EXPECT_TRUE(import({one}));
-  EXPECT_EQ(report().failure, OperationReport::Failure::kDeclined);
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_EQ(report().failure, Failure::kDeclined);
+  expectUntouched(before);
   EXPECT_EQ(find("One"), nullptr);
 }
 
 TEST_F(ImportTest, ADisabledOneWhoseFileNameIsTakenIsLeftOut) {
-  const char* place = "$tidemark/Configuration/Commands";
-  CKestExtension* theirs = installed(package("Theirs").descriptionNamed("same.kei").file("t.htm", place));
-  ASSERT_EQ(manager().DisableExtension(nova(), theirs, false), 0);
-  CKestExtension* ours = installed(package("Ours").descriptionNamed("same.kei").file("o.htm", place), four());
-  ASSERT_EQ(manager().DisableExtension(four(), ours, false), 0);
+  CKestExtension* theirs = installed(package("Theirs").descriptionNamed("same.kei").file("t.htm", kToCommands));
+  ASSERT_EQ(disable(theirs), 0);
+  CKestExtension* ours = installed(package("Ours").descriptionNamed("same.kei").file("o.htm", kToCommands), four());
+  ASSERT_EQ(disable(ours, four()), 0);
   const MachineSnapshot before = m_pc.Snapshot();
   m_host.accept();
   EXPECT_TRUE(import({ours}));
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  expectUntouched(before);
   ASSERT_EQ(report().parts.size(), 1u);
-  EXPECT_EQ(report().parts[0].failure, OperationReport::Failure::kAlreadyThere);
+  EXPECT_EQ(report().parts[0].failure, Failure::kOther) << "it is somebody else's name";
 }
 
 } // namespace

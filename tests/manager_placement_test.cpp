@@ -2,7 +2,10 @@
 #include "journal/journal.h"
 #include "manager/manager_state.h"
 #include "manager/operation_scope.h"
+#include "manager/references.h"
 #include "support/kest_fixture.h"
+
+#include <tuple>
 
 namespace kest::test {
 namespace {
@@ -27,25 +30,20 @@ protected:
 
 TEST_F(PlacementTest, DestinationsBecomePathsByTheirLeadingToken) {
   const std::string nova = kNova;
-  const struct {
-    const char* source;
-    const char* destination;
-    std::string path;
-    const char* winExtension;
-  } rows[] = {
+  const std::tuple<const char*, const char*, std::string, const char*> rows[] = {
       {"a.dll", "$system", "C:\\windows\\system32\\a.dll", ""},
       {"a.dll", "$SYSTEM/deep:er", "C:\\windows\\system32\\deep\\er\\a.dll", ""},
       {"f/fancy.ttf", "$fonts", "C:\\windows\\Fonts\\fancy.ttf", ""},
-      {"wc.htm", "$tidemark/Configuration/Commands", nova + "Configuration\\Commands\\wc.htm", ""},
+      {"wc.htm", kToCommands, nova + "Configuration\\Commands\\wc.htm", ""},
       {"sub/wc.htm", "$tidemark/Configuration/Commands/WC.HTM", nova + "Configuration\\Commands\\wc.htm", ""},
       {"wc.htm", "/$tidemark/x", nova + "x\\wc.htm", ""},
       {"readme", "$tidemark", nova + "readme.txt", "txt"},
       {"readme.htm", "$tidemark", nova + "readme.htm", "txt"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [source, destination, placed, winExtension] : rows) {
     std::string path;
-    EXPECT_EQ(localize(row.source, row.destination, path, row.winExtension), 0) << row.destination;
-    EXPECT_EQ(path, row.path) << row.destination;
+    EXPECT_EQ(localize(source, destination, path, winExtension), 0) << destination;
+    EXPECT_EQ(path, placed) << destination;
   }
   EXPECT_EQ(m_source, "C:\\unpacked\\readme.htm");
 }
@@ -85,12 +83,7 @@ TEST_F(PlacementTest, WithoutAProductTheYoungestInstalledOneThatKnowsTheTokenPla
 }
 
 TEST_F(PlacementTest, UnsafePlacesAreMarkedHoweverTheyHideTheWayUp) {
-  const struct {
-    const char* source;
-    const char* destination;
-    const char* winExtension;
-    bool unsafe;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*, bool> rows[] = {
       {"a.htm", "$tidemark/x", "", false},    {"a.htm", "$tidemark:..:x", "", true},
       {"..:a.htm", "$tidemark", "", true},    {"a.htm", "$up/x", "", true},
       {"a", "$tidemark", "txt\\x", true},     {"a", "$tidemark", "t:x", true},
@@ -104,18 +97,18 @@ TEST_F(PlacementTest, UnsafePlacesAreMarkedHoweverTheyHideTheWayUp) {
   }
   state().unpackFolder = "C:\\unpacked\\";
   const FilePlacement::Resolver resolver(state().placement, nova(), &extension);
-  for (const auto& row : rows) {
+  for (const auto& [source, destination, winExtension, unsafe] : rows) {
     CKestExtensionFile file;
-    file.SetSource(row.source);
-    file.SetDestination(row.destination);
-    file.SetWinExtension(row.winExtension);
-    EXPECT_EQ(resolver.Locate(file).unsafe, row.unsafe) << row.source << " to " << row.destination;
+    file.SetSource(source);
+    file.SetDestination(destination);
+    file.SetWinExtension(winExtension);
+    EXPECT_EQ(resolver.Locate(file).unsafe, unsafe) << source << " to " << destination;
   }
 }
 
 TEST_F(PlacementTest, AFolderIsMadeWithItsParentsAndGoesWithARollBack) {
   const MachineSnapshot before = m_pc.Snapshot();
-  const CString folder = std::string(kNova) + "Configuration\\New\\Deeper\\";
+  const CString folder = kConfiguration + "New\\Deeper\\";
   {
     const OperationScope operation(state(), OperationReport::Operation::kInstall);
     StepScope steps(state(), "test");
@@ -123,11 +116,11 @@ TEST_F(PlacementTest, AFolderIsMadeWithItsParentsAndGoesWithARollBack) {
     EXPECT_EQ(state().journal.GetCount(), 2u);
     EXPECT_TRUE(state().EnsureFolderExists(folder)) << "known now";
     EXPECT_EQ(state().journal.GetCount(), 2u);
-    EXPECT_TRUE(m_pc.Exists(std::string(kNova) + "Configuration\\New\\Deeper"));
+    EXPECT_TRUE(m_pc.Exists(kConfiguration + "New\\Deeper"));
     EXPECT_FALSE(state().EnsureFolderExists("Q:\\no\\such\\drive"));
     EXPECT_FALSE(state().EnsureFolderExists(""));
   }
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  expectUntouched(before);
 }
 
 TEST_F(PlacementTest, AFolderThatCannotBeMadeIsTold) {
@@ -141,11 +134,11 @@ TEST_F(PlacementTest, AFolderThatCannotBeMadeIsTold) {
 }
 
 TEST_F(PlacementTest, ARunningProductKeepsItsScriptExtensions) {
-  const std::string script = std::string(kNova) + "Configuration\\JSExtensions\\x.dll";
+  const std::string script = kConfiguration + "JSExtensions\\x.dll";
   EXPECT_TRUE(state().CanDeleteFile(script));
-  ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", true));
+  runNova();
   EXPECT_FALSE(state().CanDeleteFile(script));
-  EXPECT_TRUE(state().CanDeleteFile(std::string(kNova) + "Configuration\\Commands\\x.htm"));
+  EXPECT_TRUE(state().CanDeleteFile(kCommands + "x.htm"));
   EXPECT_TRUE(state().CanDeleteFile("C:\\windows\\jsextensions\\x.dll")) << "no product's";
 }
 
@@ -163,13 +156,31 @@ TEST_F(PlacementTest, HelpWithAFileNamesTheProductThatHasIt) {
 TEST_F(PlacementTest, AFileIsReferencedByAnyOtherCataloguedExtensionDisabledOnesIncluded) {
   const std::string shared = "$tidemark/Configuration/Shared";
   CKestExtension* one = installed(package("One").file("common.js", shared, "c", "shared=\"true\""));
-  ASSERT_NE(one, nullptr);
-  const std::string path = std::string(kNova) + "Configuration\\Shared\\common.js";
+  const std::string path = kConfiguration + "Shared\\common.js";
   EXPECT_FALSE(manager().IsFileReferenced(nova(), path.c_str(), one));
   EXPECT_TRUE(manager().IsFileReferenced(nova(), text::Lower(path).c_str(), nullptr));
-  EXPECT_EQ(manager().DisableExtension(nova(), one, false), 0);
+  EXPECT_EQ(disable(one), 0);
   EXPECT_TRUE(manager().IsFileReferenced(nova(), path.c_str(), nullptr));
   EXPECT_FALSE(manager().IsFileReferenced(nova(), nullptr, nullptr));
+}
+
+TEST_F(PlacementTest, SharedFilesStayWhereAnotherExtensionHasOneOfTheNameThere) {
+  const std::string shared = "$tidemark/Configuration/Shared";
+  const std::string flag = "shared=\"true\"";
+  CKestExtension* one =
+      installed(package("One").file("common.js", shared, "c", flag).file("own.js", shared, "o", flag));
+  installed(package("Two").file("lib/COMMON.js", shared + "/Elsewhere", "c", flag));
+  const std::string folder = kConfiguration + "Shared\\";
+  {
+    References others(state(), nova(), one);
+    EXPECT_FALSE(others.Holds(folder + "common.js"));
+    EXPECT_TRUE(others.Holds(folder + "elsewhere\\common.js"));
+    EXPECT_FALSE(others.Holds(folder + "own.js"));
+    EXPECT_FALSE(others.Holds(folder));
+  }
+  References all(state(), nova(), nullptr);
+  EXPECT_TRUE(all.Holds(folder + "Common.js"));
+  EXPECT_TRUE(all.Holds(folder + "own.js"));
 }
 
 } // namespace

@@ -1,28 +1,13 @@
 #include "description/extension.h"
 #include "support/kest_fixture.h"
 
+#include <tuple>
+
 namespace kest::test {
 namespace {
 
-const std::string kConfiguration = std::string("C:\\Program Files\\Kestrel\\Tidemark 6\\") + "Configuration\\";
-
 using UninstallTest = KestFixture;
 using Why = OperationReport::Why;
-
-TEST_F(UninstallTest, TakesAwayWhatTheInstallBrought) {
-  const CString kep = pack(package("Word Count")
-                               .file("wc.htm", "$tidemark/Configuration/Commands")
-                               .file("a.js", "$tidemark/Configuration/Shared/wc/deep")
-                               .file("readme", "$tidemark/Configuration/Shared/wc", "r", "win-extension=\"txt\""));
-  const MachineSnapshot before = m_pc.Snapshot();
-  CKestExtension* record = tryInstall(kep);
-  ASSERT_NE(record, nullptr);
-  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Shared\\wc\\readme.txt"));
-  EXPECT_EQ(uninstall(record), 0);
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
-  EXPECT_TRUE(catalogue().empty());
-  EXPECT_TRUE(isTempEmpty());
-}
 
 TEST_F(UninstallTest, SharedFontAndSystemFilesStayAndThePreviewSaysWhy) {
   const char* shared = "shared=\"true\"";
@@ -37,7 +22,7 @@ TEST_F(UninstallTest, SharedFontAndSystemFilesStayAndThePreviewSaysWhy) {
   ASSERT_NE(two, nullptr);
   const MachineSnapshot before = m_pc.Snapshot();
   const UninstallPreview preview = manager().PreviewUninstall(nova(), one);
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  expectUntouched(before);
   std::map<std::string, std::pair<bool, Why>> expected = {
       {kConfiguration + "Shared\\common.js", {true, Why::kShared}},
       {kConfiguration + "Shared\\mine.js", {false, Why::kShared}},
@@ -57,54 +42,45 @@ TEST_F(UninstallTest, SharedFontAndSystemFilesStayAndThePreviewSaysWhy) {
 }
 
 TEST_F(UninstallTest, TransientFoldersGoWithTheFolderUnlessAnythingElseLiesThere) {
-  const struct {
-    const char* claim;
-    std::vector<std::string> extra;
-    bool goes;
-  } rows[] = {
+  const std::tuple<const char*, std::vector<std::string>, bool> rows[] = {
       {"notes of both levels", {"_notes\\a.kno", "_notes\\deeper\\b.KNO"}, true},
       {"a foreign file among the notes", {"_notes\\a.kno", "_notes\\z.txt"}, false},
       {"a foreign file beside the notes", {"_notes\\a.kno", "mine.txt"}, false},
       {"a foreign folder", {"_notes\\a.kno", "other\\a.kno"}, false},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.claim);
+  for (const auto& [claim, extra, goes] : rows) {
+    SCOPED_TRACE(claim);
     const std::string folder = kConfiguration + "Shared\\wc\\";
-    CKestExtension* record = installed(package("Notes").file("a.js", "$tidemark/Configuration/Shared/wc"));
-    for (const std::string& path : row.extra) {
+    installed(package("Notes").file("a.js", "$tidemark/Configuration/Shared/wc"));
+    for (const std::string& path : extra) {
       m_pc.Write(folder + path, "note");
     }
-    m_pc.Reopen();
-    start();
-    record = find("Notes");
-    ASSERT_NE(record, nullptr);
-    EXPECT_EQ(uninstall(record), 0);
+    restart();
+    EXPECT_EQ(uninstall(find("Notes")), 0);
     EXPECT_FALSE(m_pc.Exists(folder + "a.js"));
-    EXPECT_EQ(m_pc.Exists(kConfiguration + "Shared"), !row.goes);
+    EXPECT_EQ(m_pc.Exists(kConfiguration + "Shared"), !goes);
     std::filesystem::remove_all(m_pc.HostPath(kConfiguration + "Shared"));
-    m_pc.Reopen();
-    start();
+    restart();
   }
 }
 
 TEST_F(UninstallTest, AFileThatTheRunningProductHoldsCancelsOrIsWaitedFor) {
   CKestExtension* record = installed(package("Script").file("x.dll", "$tidemark/Configuration/JSExtensions"));
-  ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", true));
+  runNova();
   const MachineSnapshot before = m_pc.Snapshot();
   m_host.answer(Message::kFileInUseBy, kRetry).answer(Message::kFileInUseBy, kCancel);
   EXPECT_EQ(uninstall(record), -1);
-  EXPECT_EQ(report().failure, OperationReport::Failure::kInUse);
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  EXPECT_EQ(report().failure, Failure::kInUse);
+  expectUntouched(before);
   EXPECT_EQ(find("Script"), record);
-  m_host.answer(Message::kFileInUseBy, kRetry,
-                [this] { ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", false)); });
+  m_host.answer(Message::kFileInUseBy, kRetry, [this] { runNova(false); });
   EXPECT_EQ(uninstall(record), 0);
 }
 
 TEST_F(UninstallTest, TheClosingMessageAndFlagFollowTheRunningProduct) {
   const auto closing = [this](bool running) {
-    CKestExtension* record = installed(package("Plain").file("p.htm", "$tidemark/Configuration/Commands"));
-    EXPECT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", running));
+    CKestExtension* record = installed(package("Plain").file("p.htm", kToCommands));
+    runNova(running);
     m_host.clear();
     int restart = 7;
     EXPECT_EQ(manager().UninstallExtension(nova(), record, true, false, true, true, true, restart, true), 0);
@@ -119,39 +95,34 @@ TEST_F(UninstallTest, TheClosingMessageAndFlagFollowTheRunningProduct) {
 }
 
 TEST_F(UninstallTest, ADisabledOneLosesItsCopiesAloneAndTouchesNoOthersFiles) {
-  const char* place = "$tidemark/Configuration/Commands";
-  CKestExtension* old = installed(package("Tool").descriptionNamed("one.kei").file("tool.htm", place, "old"));
-  ASSERT_EQ(manager().DisableExtension(nova(), old, false), 0);
-  CKestExtension* newer =
-      installed(package("Tool").version("2.0").descriptionNamed("two.kei").file("tool.htm", place, "new"));
-  ASSERT_NE(newer, nullptr);
+  CKestExtension* old = installed(package("Tool").descriptionNamed("one.kei").file("tool.htm", kToCommands, "old"));
+  ASSERT_EQ(disable(old), 0);
+  installed(package("Tool").version("2.0").descriptionNamed("two.kei").file("tool.htm", kToCommands, "new"));
   EXPECT_EQ(uninstall(old), 0);
-  EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "new");
-  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\one.kei"));
-  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\one.kep"));
+  EXPECT_EQ(m_pc.Read(kCommands + "tool.htm"), "new");
+  EXPECT_FALSE(m_pc.Exists(kDisabled + "one.kei"));
+  EXPECT_FALSE(m_pc.Exists(kDisabled + "one.kep"));
   EXPECT_EQ(catalogue().size(), 1u);
 }
 
 TEST_F(UninstallTest, TheCopiesOfAnotherExtensionWithTheSameFileNameStay) {
-  const char* place = "$tidemark/Configuration/Commands";
-  CKestExtension* other = installed(package("Other").descriptionNamed("same.kei").file("o.htm", place));
-  ASSERT_EQ(manager().DisableExtension(nova(), other, false), 0);
-  CKestExtension* record = installed(package("Mine").descriptionNamed("same.kei").file("m.htm", place));
-  ASSERT_NE(record, nullptr);
+  CKestExtension* other = installed(package("Other").descriptionNamed("same.kei").file("o.htm", kToCommands));
+  ASSERT_EQ(disable(other), 0);
+  CKestExtension* record = installed(package("Mine").descriptionNamed("same.kei").file("m.htm", kToCommands));
   EXPECT_EQ(uninstall(record), 0);
-  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\same.kei"));
-  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Extensions\\Disabled\\same.kep"));
-  EXPECT_EQ(manager().EnableExtension(nova(), other), 0);
-  EXPECT_TRUE(m_pc.Exists(kConfiguration + "Commands\\o.htm"));
+  EXPECT_TRUE(m_pc.Exists(kDisabled + "same.kei"));
+  EXPECT_TRUE(m_pc.Exists(kDisabled + "same.kep"));
+  EXPECT_EQ(enable(other), 0);
+  EXPECT_TRUE(m_pc.Exists(kCommands + "o.htm"));
 }
 
 TEST_F(UninstallTest, AnUninstallThatLeavesItsStepsToNobodyFinishesThem) {
-  CKestExtension* record = installed(package("Plain").file("p.htm", "$tidemark/Configuration/Commands"));
+  CKestExtension* record = installed(package("Plain").file("p.htm", kToCommands));
   int restart = 0;
   EXPECT_EQ(manager().UninstallExtension(nova(), record, false, true, false, true, true, restart, false), 0);
   std::unique_ptr<CKestExtension>{record}.reset();
   m_manager.reset(); // would take back what nobody finished
-  EXPECT_FALSE(m_pc.Exists(kConfiguration + "Commands\\p.htm"));
+  EXPECT_FALSE(m_pc.Exists(kCommands + "p.htm"));
 }
 
 } // namespace

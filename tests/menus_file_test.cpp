@@ -1,5 +1,6 @@
 #include "menus/line_repairs.h"
 #include "menus/menus_file.h"
+#include "support/damage.h"
 #include "support/menus_builder.h"
 #include "support/temp_machine.h"
 
@@ -50,16 +51,14 @@ TEST(MenusFile, BrokenLinesAreRepairedAndStayAsTheyAreThen) {
 }
 
 TEST(MenusFile, OneLineComesOutAs) {
-  const struct {
-    const char* in;
-    const char* out;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"<menuitem name=\"A &amp; B\" id=\"i\" />", "<menuitem name=\"A &amp; B\" id=\"i\" />"},
       {"<menuitem name=\"A && B &C\" id=\"i\" />", "<menuitem name=\"A && B _C\" id=\"i\" />"},
       {"<menuitem id=\"i\" dynamic command=\"a && b\" />", "<menuitem dynamic command=\"a && b\" id=\"i\" />"},
       {"<menuitem id=\"i\" unknown=\"x\" domRequired=\"No\" />", "<menuitem domRequired=\"false\" id=\"i\" />"},
       {"<MENUITEM ID=\"i\" Key=\"F1\" />", "<menuitem key=\"F1\" id=\"i\" />"},
       {"<format id=\"f\" zeta=\"1\" alpha=\"2\" />", "<format title=\"\" zeta=\"1\" alpha=\"2\" id=\"f\" />"},
+      {"<format isdynamic=\"true\" dynamic=\"true\" />", "<format title=\"\" isdynamic=\"true\" dynamic />"},
       {"<separator references=\"a,,b,\" id=\"s\" app=\"x\" />", "<separator id=\"s\" app=\"x\" references=\"a,b\" />"},
       {"<separator references=\"a,a\" />", "<separator references=\"a\" />"},
       {"<!--  a <% b & c &amp; dynamic d -->", "<!-- a <% b & c &amp; dynamic d -->"},
@@ -67,8 +66,8 @@ TEST(MenusFile, OneLineComesOutAs) {
       {"<menuitem id=\"i\" /><x><menu id=\"y\"/><!-- z --></x>", "<menuitem id=\"i\" />"},
       {"<shortcut id=\"k\" /><menuitem id=\"i\" />", "<menuitem id=\"i\" />"},
   };
-  for (const auto& row : rows)
-    EXPECT_EQ(LoadAndWrite(InMenu(row.in)), InMenu(row.out)) << row.in;
+  for (const auto& [in, out] : rows)
+    EXPECT_EQ(LoadAndWrite(InMenu(in)), InMenu(out)) << in;
 }
 
 TEST(MenusFile, AnUnknownElementIsTransparentAtTheTopAlone) {
@@ -227,10 +226,7 @@ TEST(MenusFile, SearchOutputsTellWhereTheMatchStands) {
 // ---- separators
 
 TEST(MenusFile, ExtraSeparatorsGo) {
-  const struct {
-    const char* children; ///< "-" a separator, "-x" one with a reference, else an item
-    const char* left;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"-,i,-,-,j,-,-", "m(i,-[standard],j)"},
       {"-", "m()"},
       {"i,-", "m(i)"},
@@ -240,10 +236,10 @@ TEST(MenusFile, ExtraSeparatorsGo) {
       {"-,-,i", "m(-,i)"},
       {"i,j", "m(i,j)"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [children, left] : rows) {
     CKestExtensionMenu menu;
     menu.SetID("m");
-    std::istringstream in(row.children);
+    std::istringstream in(children);
     std::string word;
     while (std::getline(in, word, ',')) {
       if (word[0] != '-') {
@@ -256,7 +252,7 @@ TEST(MenusFile, ExtraSeparatorsGo) {
       menu.AppendChild(std::move(separator));
     }
     menu.RemoveExtraSeparators();
-    EXPECT_EQ(Outline(menu), row.left) << row.children;
+    EXPECT_EQ(Outline(menu), left) << children;
   }
 }
 
@@ -281,16 +277,7 @@ void CheckStaysReadable(const std::string& content) {
 
 TEST(MenusFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
   for (const char* name : {"Menus.xml", "BrokenMenus.xml"}) {
-    const std::string sample = ConfigSample(name);
-    for (std::size_t cut = 0; cut < sample.size(); ++cut)
-      CheckStaysReadable(sample.substr(0, cut));
-    for (std::size_t at = 0; at < sample.size(); ++at) {
-      for (const char c : {'<', '"', '\'', ' ', '-', '\n'}) {
-        std::string changed = sample;
-        changed[at] = c;
-        CheckStaysReadable(changed);
-      }
-    }
+    ForEveryCutAndChange(ConfigSample(name), "<\"' -\n", CheckStaysReadable);
   }
 }
 

@@ -45,7 +45,9 @@ endif()
 add_packaging_test(consumer SLOW
   NEEDS packaging_plain "a program without sanitizers or counters cannot be linked with this build"
   COMMAND bash "${CMAKE_CURRENT_SOURCE_DIR}/consumer/check_consumer.sh" "${CMAKE_SOURCE_DIR}" "${packaging_work}/consumer"
-          $<TARGET_FILE:kest_cli> ${consumer_builds})
+          $<TARGET_FILE:kest_cli> ${consumer_builds} "${packaging_work}/kest_objects")
+file(GENERATE OUTPUT "${packaging_work}/kest_objects"
+  CONTENT "$<JOIN:$<TARGET_OBJECTS:kest_host>,\n>\n$<JOIN:$<TARGET_OBJECTS:kest_cli>,\n>\n")
 
 find_program(KEST_MANDOC mandoc)
 add_packaging_test(man_pages NEEDS KEST_MANDOC "mandoc is not installed (scripts/setup check)"

@@ -103,6 +103,8 @@ TEST_F(ForwardingMachineTest, RefusedCallsChangeNothingAndAnswerNo) {
                           machine.CreateDirectory(R"(C:\b)"),
                           machine.CreatePrivateDirectory(R"(C:\b)"),
                           machine.RemoveDirectory(folder),
+                          machine.MoveEmptyFolder(folder, to),
+                          machine.MoveFolder(folder, to),
                           machine.RemoveTree(folder),
                           machine.ListFolder(folder, entries),
                           machine.SameVolume(from, to),

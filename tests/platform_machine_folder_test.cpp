@@ -306,6 +306,15 @@ TEST_F(MachineFolderTest, FoldersAreMadeWithParentsAndRemovedOnlyEmpty) {
   EXPECT_EQ(FailureOf(pc().RemoveDirectory(R"(C:\Program Files\A)"), Kind::kNotEmpty, R"(C:\Program Files\A)"), "");
   EXPECT_TRUE(pc().RemoveDirectory(R"(C:\program files\a\b\c\)"));
   EXPECT_FALSE(pc().RemoveDirectory(R"(C:\)"));
+  EXPECT_EQ(
+      FailureOf(pc().MoveEmptyFolder(R"(C:\Program Files\A)", R"(C:\aside)"), Kind::kNotEmpty, R"(C:\Program Files\A)"),
+      "");
+  EXPECT_EQ(FailureOf(pc().MoveEmptyFolder(R"(C:\Program Files\A\b)", R"(C:\program FILES)"), Kind::kExists,
+                      R"(C:\program FILES)"),
+            "");
+  EXPECT_TRUE(pc().MoveEmptyFolder(R"(C:\Program Files\a\b)", R"(C:\Aside)"));
+  EXPECT_FALSE(pc().DirectoryExists(R"(C:\Program Files\A\B)"));
+  EXPECT_TRUE(pc().MoveEmptyFolder(R"(C:\aside)", R"(C:\Program Files\A\B)"));
   ASSERT_TRUE(pc().CreatePrivateDirectory(R"(C:\windows\temp\kest-1)"));
   EXPECT_FALSE(pc().CreatePrivateDirectory(R"(C:\windows\temp\KEST-1)"));
   struct stat info {};

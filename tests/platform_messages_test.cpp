@@ -1,34 +1,30 @@
 #include "platform/host_ui.h"
 #include "platform/message_file.h"
+#include "support/temp_machine.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <set>
-#include <sstream>
 
 namespace kest {
 namespace {
 
-// The numbers of an unbroken range.
-void AddRange(std::set<int>& numbers, int first, int last) {
-  for (int number = first; number <= last; ++number) {
-    numbers.insert(number);
-  }
-}
-
 TEST(Messages, EveryNumberThatTheEngineUsesHasAText) {
-  std::set<int> wanted;
-  AddRange(wanted, 4000, 4032);
-  for (int number : {4034, 4035, 4036, 4038, 4039, 4040, 4041, 4043, 4108, 4110, 4136}) {
-    wanted.insert(number);
+  std::set<int> wanted = {4108, 4110, 4136};
+  for (const auto& [first, last] : {std::pair{4000, 4032},
+                                    {4034, 4036},
+                                    {4038, 4041},
+                                    {4043, 4043},
+                                    {4045, 4079},
+                                    {4083, 4084},
+                                    {4086, 4107},
+                                    {4111, 4115},
+                                    {4117, 4135},
+                                    {4138, 4172}}) {
+    for (int number = first; number <= last; ++number) {
+      wanted.insert(number);
+    }
   }
-  AddRange(wanted, 4045, 4079);
-  AddRange(wanted, 4083, 4084);
-  AddRange(wanted, 4086, 4107);
-  AddRange(wanted, 4111, 4115);
-  AddRange(wanted, 4117, 4135);
-  AddRange(wanted, 4138, 4172);
   std::set<int> found;
   int last = 0;
   for (const MessageText& row : GetMessageTable()) {
@@ -120,11 +116,8 @@ TEST(Messages, TheAgreementIsMadeOfWholeLines) {
 }
 
 TEST(MessageFile, GermanIsComplete) {
-  std::ifstream stream(KEST_SOURCE_DIR "/host/messages/de.txt", std::ios::binary);
-  std::ostringstream content;
-  content << stream.rdbuf();
   MessageFile german;
-  german.SetText(content.str());
+  german.SetText(test::ReadHostFile(KEST_SOURCE_DIR "/host/messages/de.txt"));
   for (const MessageFile::Problem& problem : german.GetProblems()) {
     ADD_FAILURE() << "line " << problem.line << ": " << problem.reason;
   }

@@ -1,4 +1,5 @@
 #include "platform/file.h"
+#include "platform/inflater.h"
 #include "platform/os.h"
 #include "platform/package.h"
 #include "platform/package_names.h"
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 
 namespace kest {
 namespace {
@@ -48,14 +50,19 @@ protected:
     return code;
   }
 
+  // What has changed but for the package, and for what lies in the folder that it is unpacked to.
+  [[nodiscard]] std::string Changed(const test::MachineSnapshot& before, bool butForTarget = false) const {
+    return test::DescribeDifference(before, m_pc.Snapshot(), [&](const std::string& path) {
+      return path == "drive_c/p.kep" || (butForTarget && path.starts_with("drive_c/target/"));
+    });
+  }
+
   void ExpectRefused(const std::string& zip, const char* what) {
     const auto before = m_pc.Snapshot();
     CString problem;
     EXPECT_EQ(Unpack(zip, problem), CKestPackage::kDamaged) << what;
     EXPECT_FALSE(problem.empty()) << what;
-    EXPECT_EQ(
-        test::DescribeDifference(before, m_pc.Snapshot(), [](const auto& path) { return path == "drive_c/p.kep"; }), "")
-        << what;
+    EXPECT_EQ(Changed(before), "") << what;
   }
 };
 
@@ -86,6 +93,7 @@ TEST_F(Package, GivesBackNamesBytesAndDates) {
   std::vector<CString> names;
   ASSERT_EQ(package.UnPackFileNames(names), 0) << package.GetProblem();
   EXPECT_EQ(names, expected);
+  EXPECT_EQ(package.Check(), 0) << package.GetProblem();
   ASSERT_EQ(package.UnPackTo(kTarget), 0) << package.GetProblem();
   for (const auto& file : files) {
     const CString path = CString(kTarget) + "\\" + file.name;
@@ -155,29 +163,19 @@ TEST_F(Package, UnfinishedPackageLeavesTheOldOne) {
 }
 
 TEST_F(Package, NamesMarkedAsUtf8OnlyWhenTheyAre) {
-  struct {
-    CString name;
-    bool marked;
-  } rows[] = {{"plain", false}, {"b\xC3\xBC", true}, {"b\xFC", false}};
-  for (const auto& row : rows) {
-    m_pc.Write("C:\\src\\a", "a");
+  m_pc.Write("C:\\src\\a", "a");
+  const std::pair<const char*, std::optional<bool>> rows[] = {{"plain", false}, {"b\xC3\xBC", true},  {"b\xFC", false},
+                                                              {"\xC0\xAF", {}}, {"\xED\xA0\x80", {}}, {"a\xC3", {}}};
+  for (const auto& [name, marked] : rows) {
     CKestPackage package(nullptr);
     ASSERT_EQ(package.Create(kPackage), 0);
-    ASSERT_EQ(package.PackFile(row.name.c_str(), "C:\\src\\a", true, false), 0);
+    ASSERT_EQ(package.PackFile(name, "C:\\src\\a", true, false), 0);
     ASSERT_TRUE(package.Finish()) << package.GetProblem();
-    EXPECT_EQ((m_pc.Read(kPackage)[7] & 8) != 0, row.marked) << row.name;
+    const bool isMarked = (m_pc.Read(kPackage)[7] & 8) != 0;
+    EXPECT_EQ(isMarked, marked.value_or(isMarked)) << name;
     std::vector<CString> names;
     ASSERT_EQ(package.UnPackFileNames(names), 0);
-    EXPECT_EQ(names, std::vector<CString>{row.name}) << "bytes come back as they were";
-  }
-  for (const char* broken : {"\xC0\xAF", "\xED\xA0\x80", "a\xC3"}) {
-    CKestPackage package(nullptr);
-    ASSERT_EQ(package.Create(kPackage), 0);
-    ASSERT_EQ(package.PackFile(broken, "C:\\src\\a", true, false), 0);
-    ASSERT_TRUE(package.Finish()) << package.GetProblem();
-    std::vector<CString> names;
-    ASSERT_EQ(package.UnPackFileNames(names), 0);
-    EXPECT_EQ(names, std::vector<CString>{broken});
+    EXPECT_EQ(names, std::vector<CString>{name}) << "bytes come back as they were";
   }
 }
 
@@ -270,28 +268,31 @@ TEST_F(Package, RefusesDirectoriesThatLie) {
 
 // What only unpacking shows may leave files in the folder, never outside of it.
 TEST_F(Package, UnpackingChecksSizesAndSums) {
-  const std::string big(200000, 'z');
-  const std::string packed = test::Deflate(big);
-  const ZipItem items[] = {
-      {.name = "a", .content = "1", .crc = 7u},
-      {.name = "a", .content = big, .deflated = true, .crc = 7u},
-      {.name = "a", .content = big, .deflated = true, .size = 199999u},
-      {.name = "a", .content = big, .deflated = true, .size = 200001u},
-      {.name = "a", .content = big, .deflated = true, .packed = packed + "more"},
-      {.name = "a", .content = big, .deflated = true, .packed = packed.substr(0, packed.size() - 1)},
-      {.name = "a", .content = big, .deflated = true, .packed = "\xFF" + packed.substr(1)},
-      {.name = "a", .content = "1", .localName = "b"},
-  };
-  const auto before = m_pc.Snapshot();
-  for (const ZipItem& item : items) {
+  // one that is unpacked at once, and one in pieces
+  for (const std::uint32_t size : {200000u, static_cast<std::uint32_t>(Inflater::kMostAtOnce) + 1}) {
+    const std::string big(size, 'z');
+    const std::string packed = test::Deflate(big);
+    const ZipItem whole = {.name = "a", .content = big, .deflated = true};
     CString problem;
-    EXPECT_EQ(Unpack(BuildZip({item}), problem), CKestPackage::kDamaged);
-    EXPECT_NE(problem.find("\"a\""), CString::npos) << problem;
+    ASSERT_EQ(Unpack(BuildZip({whole}), problem), 0) << problem;
+    EXPECT_TRUE(m_pc.Read("C:\\target\\a") == big);
+    std::vector<ZipItem> items(6, whole);
+    items[0].crc = 7u;
+    items[1].size = size - 1;
+    items[2].size = size + 1;
+    items[3].packed = packed + "more";
+    items[4].packed = packed.substr(0, packed.size() - 1);
+    items[5].packed = "\xFF" + packed.substr(1);
+    items.push_back({.name = "a", .content = "1", .crc = 7u});
+    items.push_back({.name = "a", .content = "1", .localName = "b"});
+    const auto before = m_pc.Snapshot();
+    for (const ZipItem& item : items) {
+      EXPECT_EQ(Unpack(BuildZip({item}), problem), CKestPackage::kDamaged);
+      EXPECT_EQ(CKestPackage(kPackage).Check(), CKestPackage::kDamaged) << problem;
+      EXPECT_NE(problem.find("\"a\""), CString::npos) << problem;
+    }
+    EXPECT_EQ(Changed(before, true), "");
   }
-  EXPECT_EQ(test::DescribeDifference(
-                before, m_pc.Snapshot(),
-                [](const std::string& path) { return path == "drive_c/p.kep" || path.starts_with("drive_c/target/"); }),
-            "");
 }
 
 TEST_F(Package, EveryTruncationGivesACode) {
@@ -304,8 +305,7 @@ TEST_F(Package, EveryTruncationGivesACode) {
         << length;
     EXPECT_FALSE(problem.empty()) << length;
   }
-  EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot(), [](const auto& path) { return path == "drive_c/p.kep"; }),
-            "");
+  EXPECT_EQ(Changed(before), "");
 }
 
 TEST_F(Package, EveryChangedByteGivesACodeOrAPackage) {
@@ -321,10 +321,7 @@ TEST_F(Package, EveryChangedByteGivesACodeOrAPackage) {
       EXPECT_EQ(problem.empty(), code == 0) << at;
     }
   }
-  EXPECT_EQ(test::DescribeDifference(
-                before, m_pc.Snapshot(),
-                [](const std::string& path) { return path == "drive_c/p.kep" || path.starts_with("drive_c/target/"); }),
-            "");
+  EXPECT_EQ(Changed(before, true), "");
 }
 
 TEST_F(Package, TellsWhatIsNoPackageFromWhatCannotBeRead) {
@@ -352,6 +349,9 @@ TEST_F(Package, KeepsToTheLimits) {
   ExpectRefused(BuildZip({{.name = "a", .content = std::string(1001, 'a'), .deflated = true}}), "a file");
   ExpectRefused(BuildZip({{.name = "1"}, {.name = "2"}, {.name = "3"}, {.name = "4"}}), "entries");
   ExpectRefused(BuildZip({{.name = "1/2/3/4/5"}}), "folders");
+  CKestPackage::SetLimits({.usualRatio = 10, .bytesInflated = 1500});
+  ExpectRefused(BuildZip({full, second}), "inflated");
+  EXPECT_EQ(Unpack(BuildZip({full, {.name = "b", .content = std::string(1000, 'a')}}), problem), 0) << problem;
 }
 
 TEST_F(Package, FollowsNoLinksWhenUnpacking) {

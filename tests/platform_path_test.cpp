@@ -2,17 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace kest {
 namespace {
 
 TEST(Path, CutsAtTheLastBackslash) {
-  struct {
-    const char* path;
-    const char* folder;
-    const char* name;
-    const char* extension;
-    const char* parent;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*, const char*, const char*> rows[] = {
       {"C:\\a\\b.kei", "C:\\a\\", "b.kei", "kei", "C:\\a"},
       {"C:\\a.b\\c", "C:\\a.b\\", "c", "", "C:\\a.b"}, // the dot is the folder's
       {"C:\\a\\b\\", "C:\\a\\b\\", "", "", "C:\\a"},
@@ -24,16 +20,16 @@ TEST(Path, CutsAtTheLastBackslash) {
       {"C:\\x.", "C:\\", "x.", "", "C:"},
       {"", "", "", "", ""},
   };
-  for (const auto& row : rows) {
-    const CKestPath path(row.path);
-    EXPECT_EQ(path.GetFolder(), row.folder) << row.path;
-    EXPECT_EQ(path.GetFileName(), row.name) << row.path;
-    EXPECT_EQ(path.GetExtension(), row.extension) << row.path;
-    EXPECT_EQ(path.GetParent(), row.parent) << row.path;
+  for (const auto& [whole, before, last, extension, parent] : rows) {
+    const CKestPath path(whole);
+    EXPECT_EQ(path.GetFolder(), before) << whole;
+    EXPECT_EQ(path.GetFileName(), last) << whole;
+    EXPECT_EQ(path.GetExtension(), extension) << whole;
+    EXPECT_EQ(path.GetParent(), parent) << whole;
     CString folder;
     CString name;
     path.Split(folder, name);
-    EXPECT_EQ(folder + name, row.path);
+    EXPECT_EQ(folder + name, whole);
   }
 }
 
@@ -62,10 +58,7 @@ TEST(Path, ReplacesNameAndExtension) {
 }
 
 TEST(Path, LocalizesSeparators) {
-  struct {
-    const char* given;
-    const char* localized;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"Mac HD:Web:x.htm", "Mac HD\\Web\\x.htm"},
       {"C:\\a/b:c", "C:\\a\\b\\c"},
       {"C:/a", "C:\\a"},
@@ -75,12 +68,12 @@ TEST(Path, LocalizesSeparators) {
       {"1:\\x", "1\\\\x"},
       {"$tidemark/Configuration", "$tidemark\\Configuration"},
   };
-  for (const auto& row : rows) {
-    CString path = row.given;
+  for (const auto& [given, localized] : rows) {
+    CString path = given;
     CKestPath::LocalizePathSeparators(path);
-    EXPECT_EQ(path, row.localized);
+    EXPECT_EQ(path, localized);
     CKestPath::LocalizePathSeparators(path);
-    EXPECT_EQ(path, row.localized) << "a second time changes nothing";
+    EXPECT_EQ(path, localized) << "a second time changes nothing";
   }
 }
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace kest {
 namespace {
 
@@ -21,20 +23,15 @@ constexpr const char* kLowerTrail = "\x83\x61";
 constexpr const char* kBackslashTrail = "\x83\x5C";
 
 TEST(Text, ReplacesInOnePass) {
-  struct {
-    const char* value;
-    const char* from;
-    const char* to;
-    const char* result;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
       {"aaa", "a", "aa", "aaaaaa"}, // what was put in is not searched again
       {"aaaa", "aa", "a", "aa"},    {"&amp;amp;", "&amp;", "&", "&amp;"},
       {"xyx", "x", "", "y"},        {"abc", "", "z", "abc"},
   };
-  for (const auto& row : rows) {
-    CString value = row.value;
-    text::ReplaceAll(value, row.from, row.to);
-    EXPECT_EQ(value, row.result) << row.value;
+  for (const auto& [given, from, to, result] : rows) {
+    CString value = given;
+    text::ReplaceAll(value, from, to);
+    EXPECT_EQ(value, result) << given;
   }
   CString value = "A-a-\xC4-\xE4";
   text::ReplaceAllNoCase(value, "a", "<a>");
@@ -89,10 +86,7 @@ TEST(Text, TrimsTheSixBlanks) {
 }
 
 TEST(Text, FormatsWhatIsGivenAndNothingElse) {
-  struct {
-    const char* format;
-    const char* result;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"%s has %d", "name has 7"},
       {"%2$d of %1$s", "7 of name"},
       {"[%8s][%-8s][%.2s]", "[    name][][]"}, // the second argument is a number, the third is missing
@@ -110,8 +104,8 @@ TEST(Text, FormatsWhatIsGivenAndNothingElse) {
       {"%", "%"},
       {"%5", "%5"},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(text::Format(row.format, {CString("name"), 7}), row.result) << row.format;
+  for (const auto& [format, result] : rows) {
+    EXPECT_EQ(text::Format(format, {CString("name"), 7}), result) << format;
   }
   EXPECT_EQ(text::Format("%s", {"%s%n"}), "%s%n");
   EXPECT_EQ(text::Format("%d", {-5}), "-5");
@@ -120,19 +114,16 @@ TEST(Text, FormatsWhatIsGivenAndNothingElse) {
 }
 
 TEST(VersionNumber, ReadsWhatItWrites) {
-  struct {
-    const char* dotted;
-    const char* textBack;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"3.0.644", "3.0.644"}, {"1", "1.0"},         {"6.0", "6.0"},
       {"2.1.0", "2.1.0"},     {"6.0.", "6.0"},      {"", "0.0"},
       {"4.02", "4.2"},        {"1.2.3.4", "1.2.3"}, {"2.5beta.9", "2.5"},
       {"99999.1", "65535.1"}, {" 3.0", "0.0"},      {"3..5", "3.0.5"},
       {"-1.0", "0.0"},        {"0.0.5", "0.0.5"},   {"4294967297.1", "65535.1"},
   };
-  for (const auto& row : rows) {
-    const CKestVersionNumber version{std::string_view(row.dotted)};
-    EXPECT_EQ(version.ToText(), row.textBack) << row.dotted;
+  for (const auto& [dotted, textBack] : rows) {
+    const CKestVersionNumber version{std::string_view(dotted)};
+    EXPECT_EQ(version.ToText(), textBack) << dotted;
     EXPECT_EQ(version.Compare(version.ToText()), 0);
   }
 }

@@ -1,4 +1,5 @@
 #include "platform/version_resource.h"
+#include "support/damage.h"
 
 #include <gtest/gtest.h>
 
@@ -99,13 +100,8 @@ TEST(VersionResource, CutAndChangedProgramsAreHarmless) {
       const CString seen = VersionIn(CString(image, 0, length)); // of its own size, so that reading on is noticed
       EXPECT_TRUE(seen == "none" || seen == whole) << length;
     }
-    for (std::size_t at = 0; at < image.size(); ++at) {
-      for (const int value : {0x00, 0x7F, 0x80, 0xFF}) {
-        CString changed = image;
-        changed[at] = static_cast<char>(value);
-        (void)VersionIn(changed);
-      }
-    }
+    test::ForEveryCutAndChange(image, std::string_view("\0\x7F\x80\xFF", 4),
+                               [](const std::string& changed) { (void)VersionIn(changed); });
     std::mt19937 random(4);
     for (int round = 0; round < 3000; ++round) {
       CString changed = image;

@@ -166,8 +166,8 @@ TEST(XmlParser, ReadsLargeDocumentsInPiecesAsOne) {
   std::string text = "<all>\n";
   std::vector<std::string> expected{"<all"};
   for (int i = 0; i < 60'000; ++i) {
-    text += "<i n=\"it's \xE9 &uuml;\"/>tail of some length &amp; more\n";
-    expected.insert(expected.end(), {"<i|n=it's \xE9 \1uuml;", "/i", "t:tail of some length & more\n"});
+    text += "<i n=\"it's \xE9 &uuml;\"/>tail\nof some\nlength\n&amp; more\n";
+    expected.insert(expected.end(), {"<i|n=it's \xE9 \1uuml;", "/i", "t:tail\nof some\nlength\n& more\n"});
   }
   text += "</all>";
   expected.emplace_back("/all");

@@ -37,25 +37,6 @@ const std::string kNewToolbars =
     "<toolbar-changes file=\"notes.xml\"><toolbar-insert><toolbar id=\"X_Bar\"><button id=\"X_Button\" /></toolbar>"
     "</toolbar-insert></toolbar-changes>";
 
-/// Stops the machine's clock but for what each idle moment adds, and holds files open.
-class BusyMachine : public ForwardingMachine {
-public:
-  using ForwardingMachine::ForwardingMachine;
-  [[nodiscard]] bool CanUpdateFile(const CString& path) override {
-    return !text::EqualNoCase(path, held) && ForwardingMachine::CanUpdateFile(path);
-  }
-  [[nodiscard]] std::int64_t MonotonicMilliseconds() override { return now; }
-  void AllowBackgroundProcessing() override {
-    now += 100;
-    if (now >= freedAt) {
-      held.clear();
-    }
-  }
-  CString held;
-  std::int64_t now = 1000;
-  std::int64_t freedAt = 1 << 30;
-};
-
 class ConfigTest : public ProductTest {
 protected:
   ConfigTest() {
@@ -68,7 +49,7 @@ protected:
   /// The sample files in a folder that holds a configuration folder.
   void putFiles(const std::string& folder, const std::vector<std::string>& names = {"Menus.xml", "Extensions.txt"}) {
     for (const std::string& name : names) {
-      m_pc.Write(folder + path(name), sample(name));
+      m_pc.Write(folder + path(name), ConfigSample(name));
     }
   }
   static std::string path(const std::string& name) {
@@ -128,9 +109,9 @@ TEST_F(ConfigTest, TwoSetsOnOneFileTakeOneBackupAndUndoGivesEverythingBack) {
     EXPECT_THAT(m_pc.Read(menus), HasSubstr("X_Key"));
     EXPECT_THAT(m_pc.Read(kNovaFolder + path("Extensions.txt")), HasSubstr("WBK:Notes"));
     EXPECT_THAT(m_pc.Read(std::string(kNovaFolder) + "Configuration\\Toolbars\\notes.xml"), HasSubstr("X_Bar"));
-    EXPECT_EQ(m_pc.Read(std::string(kNovaFolder) + "Configuration\\Menus\\Menus.xbk"), sample("Menus.xml"))
+    EXPECT_EQ(m_pc.Read(std::string(kNovaFolder) + "Configuration\\Menus\\Menus.xbk"), ConfigSample("Menus.xml"))
         << "the second set must not back up what the first has changed";
-    EXPECT_EQ(m_pc.Read(std::string(kNovaFolder) + "Configuration\\Extensions.tbk"), sample("Extensions.txt"));
+    EXPECT_EQ(m_pc.Read(std::string(kNovaFolder) + "Configuration\\Extensions.tbk"), ConfigSample("Extensions.txt"));
     EXPECT_EQ(CKestProduct::GetBackedUpFiles().GetCount(), 2u);
     EXPECT_TRUE(scope.RollBack());
   }
@@ -139,20 +120,8 @@ TEST_F(ConfigTest, TwoSetsOnOneFileTakeOneBackupAndUndoGivesEverythingBack) {
   EXPECT_TRUE(m_product.GetConfigProblems().empty());
 }
 
-TEST_F(ConfigTest, TakingBackLeavesTheFilesAsTheyWere) {
-  putFiles(kNovaFolder);
-  const CKestExtension extension = RecordOf(ChangesXml(kMenuItem + kShortcut + kList));
-  ASSERT_EQ(runOperation(RecordOf(ChangesXml("<menu-remove id=\"\" />")), Op::Uninstall), 0); // saves once
-  const std::string saved = m_pc.Read(kNovaFolder + path("Menus.xml"));
-  ASSERT_EQ(runOperation(extension, Op::Install), 0);
-  EXPECT_NE(m_pc.Read(kNovaFolder + path("Menus.xml")), saved);
-  ASSERT_EQ(runOperation(extension, Op::Disable), 0);
-  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Menus.xml")), saved);
-  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Extensions.txt")), sample("Extensions.txt"));
-}
-
 TEST_F(ConfigTest, FileUnderTwoSpellingsIsBackedUpOnce) {
-  m_pc.Write(std::string(kNovaFolder) + "Configuration\\Toolbars\\toolbars.xml", sample("toolbars.xml"));
+  m_pc.Write(std::string(kNovaFolder) + "Configuration\\Toolbars\\toolbars.xml", ConfigSample("toolbars.xml"));
   const auto toolbars = [](const char* file, const char* id) {
     return std::string("<toolbar-changes file=\"") + file + "\"><toolbar-insert><toolbar id=\"" + id +
            "\"><button id=\"b" + id + "\" /></toolbar></toolbar-insert></toolbar-changes>";
@@ -161,15 +130,15 @@ TEST_F(ConfigTest, FileUnderTwoSpellingsIsBackedUpOnce) {
       RecordOf(ChangesXml(toolbars("toolbars.xml", "X_One") + toolbars("Toolbars.XML", "X_Two")));
   ASSERT_EQ(runOperation(both, Op::Install), 0);
   const std::string folder = std::string(kNovaFolder) + "Configuration\\Toolbars\\";
-  EXPECT_EQ(m_pc.Read(folder + "toolbars.xbk"), sample("toolbars.xml"));
+  EXPECT_EQ(m_pc.Read(folder + "toolbars.xbk"), ConfigSample("toolbars.xml"));
   EXPECT_THAT(m_pc.Read(folder + "toolbars.xml"), HasSubstr("X_Two"));
 
-  m_pc.Write(folder + "toolbars.xyz", sample("toolbars.xml"));
+  m_pc.Write(folder + "toolbars.xyz", ConfigSample("toolbars.xml"));
   const CKestExtension colliding =
       RecordOf(ChangesXml(toolbars("toolbars.xml", "X_One") + toolbars("toolbars.xyz", "X_Two")));
   EXPECT_EQ(runOperation(colliding, Op::Install), -1) << "the backups of the two have one name";
   EXPECT_EQ(problems(), "34! toolbars.xyz;");
-  EXPECT_EQ(m_pc.Read(folder + "toolbars.xyz"), sample("toolbars.xml"));
+  EXPECT_EQ(m_pc.Read(folder + "toolbars.xyz"), ConfigSample("toolbars.xml"));
 }
 
 TEST_F(ConfigTest, PathOutsideTheConfigurationIsRefusedBeforeAnythingIsTouched) {
@@ -239,7 +208,7 @@ TEST_F(ConfigTest, ForeignObjectAmongTheChangesStops) {
   const CKestExtension extension = RecordOf(ChangesXml(kMenuItem + "<separator />"));
   EXPECT_EQ(runOperation(extension, Op::Install), -1);
   EXPECT_EQ(problems(), "34! Menus.xml;");
-  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Menus.xml")), sample("Menus.xml"));
+  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Menus.xml")), ConfigSample("Menus.xml"));
   EXPECT_EQ(m_product.ProcessConfigChanges(&m_journal, nullptr, &extension, Op::Install), -1) << "nobody to tell";
 }
 
@@ -250,15 +219,15 @@ TEST_F(ConfigTest, MissingFileStopsAnInstallAndIsPassedOverByAnUninstall) {
   const CKestExtension extension = RecordOf(ChangesXml(kMenuItem + kList));
   EXPECT_EQ(runOperation(extension, Op::Install), -1);
   EXPECT_THAT(m_host.noticeNumbers(), ElementsAre(4099));
-  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Extensions.txt")), sample("Extensions.txt"));
-  m_pc.Write(kNovaFolder + path("Extensions.txt"), sample("Extensions.txt") + "WBK:Notes\r\n");
+  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Extensions.txt")), ConfigSample("Extensions.txt"));
+  m_pc.Write(kNovaFolder + path("Extensions.txt"), ConfigSample("Extensions.txt") + "WBK:Notes\r\n");
   EXPECT_EQ(runOperation(extension, Op::Uninstall), 0);
-  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Extensions.txt")), sample("Extensions.txt"));
+  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Extensions.txt")), ConfigSample("Extensions.txt"));
 }
 
 TEST_F(ConfigTest, LockedFileIsWaitedForWithTheUsersConsent) {
   putFiles(kNovaFolder);
-  BusyMachine machine(m_pc.Get());
+  HoldingMachine machine(m_pc.Get());
   CKestOS::SetMachine(&machine);
   const std::string menus = kNovaFolder + path("Menus.xml");
   const CKestExtension extension = RecordOf(ChangesXml(kMenuItem));
@@ -278,6 +247,13 @@ TEST_F(ConfigTest, LockedFileIsWaitedForWithTheUsersConsent) {
   EXPECT_EQ(runOperation(extension, Op::Uninstall), -1);
   EXPECT_EQ(problems(), "12!? Menus.xml;");
   EXPECT_EQ(m_pc.Read(menus), before);
+
+  ASSERT_TRUE(m_pc.Get().SetMultiUser(true));
+  CKestTidemark4 older;
+  older.SetPaths(kNovaFolder, "");
+  JournalScope scope(m_journal);
+  EXPECT_EQ(older.ProcessConfigChanges(&m_journal, &m_host, &extension, Op::Uninstall), -1);
+  EXPECT_EQ(older.GetConfigProblems().at(0).code, 33) << "where several users share a machine nobody is asked";
   CKestOS::SetMachine(&m_pc.Get());
 }
 
@@ -319,7 +295,7 @@ TEST_F(ConfigTest, UserWhoLacksTheFileGetsACopyOfTheChangedSharedOne) {
   EXPECT_THAT(m_pc.Read(binOf("Ann") + path("Extensions.txt")), HasSubstr("ANN"));
   EXPECT_THAT(m_pc.Read(binOf("Ann") + path("Extensions.txt")), HasSubstr("WBK:Notes"));
   EXPECT_EQ(m_pc.Read(binOf("Ann") + "Configuration\\Extensions.tbk"), anns);
-  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Menus.xml")), sample("Menus.xml")) << "the product's own stay";
+  EXPECT_EQ(m_pc.Read(kNovaFolder + path("Menus.xml")), ConfigSample("Menus.xml")) << "the product's own stay";
 
   ASSERT_TRUE(CKestOS::DeleteFile(binOf("Bob") + path("Menus.xml")));
   ASSERT_EQ(runOperation(extension, Op::Uninstall), 0) << "a user without the file is passed over";
@@ -336,7 +312,7 @@ TEST_F(ConfigTest, UserNamedByLoginIsServedAlone) {
   const CKestExtension extension = RecordOf(ChangesXml(kMenuItem));
   ASSERT_EQ(m_product.ProcessConfigChanges(&m_journal, &m_host, &extension, Op::Install), 0);
   EXPECT_THAT(m_pc.Read(binOf("Ann") + path("Menus.xml")), HasSubstr("X_Count"));
-  EXPECT_EQ(m_pc.Read(kSharedBin + path("Menus.xml")), sample("Menus.xml"));
+  EXPECT_EQ(m_pc.Read(kSharedBin + path("Menus.xml")), ConfigSample("Menus.xml"));
 }
 
 // ---- every call failing
@@ -398,30 +374,21 @@ TEST_F(ConfigTest, EveryFailingCallIsToldAndGivesEverythingBack) {
 // ---- help files
 // ------------------------------------------------------------------------------------------------------------
 
-TEST_F(ConfigTest, HelpBooksAreListedAndTakenBack) {
-  const std::string help = std::string(kNovaFolder) + "Help\\help.xml";
-  m_pc.Write(help, sample("help.xml"));
-  const std::string book = "<help-changes><helpbook-changes><helpbook-insert><book-id id=\"X_Book\" "
-                           "win-mapping=\"x.chm\" /></helpbook-insert></helpbook-changes></help-changes>";
-  const CKestExtension extension = RecordOf(book);
-  const MachineSnapshot before = m_pc.Snapshot();
-  {
-    JournalScope scope(m_journal);
-    ASSERT_EQ(product().ProcessHelpChanges(&m_journal, &m_host, &extension, Op::Install), 0);
-    EXPECT_THAT(m_pc.Read(help), HasSubstr("X_Book"));
-    ASSERT_EQ(m_product.ProcessHelpChanges(&m_journal, &m_host, &extension, Op::Uninstall), 0);
-    EXPECT_THAT(m_pc.Read(help), Not(HasSubstr("X_Book")));
-    EXPECT_EQ(m_pc.Read(std::string(kNovaFolder) + "Help\\help.xbk"), sample("help.xml"));
-  }
-  EXPECT_EQ(DescribeDifference(before, m_pc.Snapshot()), "");
-
-  ASSERT_TRUE(CKestOS::DeleteFile(help));
+TEST_F(ConfigTest, MissingHelpFileIsTold) {
+  const CKestExtension extension = RecordOf("<help-changes><helpbook-changes><helpbook-insert><book-id id=\"X_Book\" "
+                                            "/></helpbook-insert></helpbook-changes></help-changes>");
   JournalScope scope(m_journal);
-  CKestProduct::ClearBackedUpFileList();
-  EXPECT_EQ(m_product.ProcessHelpChanges(&m_journal, &m_host, &extension, Op::Disable), -1);
+  EXPECT_EQ(product().ProcessHelpChanges(&m_journal, &m_host, &extension, Op::Disable), -1);
   ASSERT_THAT(m_host.noticeNumbers(), ElementsAre(4098));
   EXPECT_TRUE(m_host.notices()[0].text.ends_with(LoadMessage(Message::kNotInstalled)));
   EXPECT_TRUE(m_product.GetConfigProblems().at(0).help);
+
+  makeAllUsers();
+  ASSERT_TRUE(CKestOS::GetMachine().CreateDirectory(std::string(kNovaFolder) + "Help"));
+  const CKestExtension withoutFile = RecordOf("<help-changes><helpbook-insert><book-id id=\"X_Book\" />"
+                                              "</helpbook-insert></help-changes>");
+  EXPECT_EQ(product().ProcessHelpChanges(&m_journal, &m_host, &withoutFile, Op::Install), -1);
+  EXPECT_EQ(m_product.GetConfigProblems().at(0).code, CKestHelpChange::kFailed);
 }
 
 } // namespace

@@ -59,6 +59,9 @@ TEST_F(DiscoveryTest, RegistryEntriesAreTriedInOrderUntilOneLeadsToAnExecutable)
   CKestVersionNumber version;
   product.GetVersion(version);
   EXPECT_EQ(version.Compare("9.1"), 0);
+  CString key = "untouched";
+  product.GetAppRegKey(key);
+  EXPECT_EQ(key, "untouched") << "it has several";
 }
 
 TEST_F(DiscoveryTest, GraphicsEditorTakesTheExecutableThatIsThere) {
@@ -161,7 +164,7 @@ TEST_F(DiscoveryTest, DestinationsOfOtherVersionsAreBroughtToTheProductsOwn) {
     EXPECT_EQ(destination, row.four);
   }
   CKestMarlin6 six;
-  six.SetPaths("C:\\M6\\", "");
+  six.SetPaths("C:\\M6", "");
   CString destination = six.GetInstallFolder() + "Include\\a.js";
   six.MassageDestination(destination);
   EXPECT_EQ(destination, "C:\\M6\\Configuration\\Include\\a.js");

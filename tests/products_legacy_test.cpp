@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 namespace kest::test {
 namespace {
 
@@ -39,33 +41,32 @@ std::vector<CString> DestinationsOf(const std::string& destination, const char* 
   return Destinations(Converted("<files>" + File("a.htm", destination) + "</files>", products));
 }
 
-TEST(LegacyConversionTest, ReferenceContentMovesBelowContent) {
-  EXPECT_THAT(DestinationsOf("$tidemark/Configuration/Reference/CSS"),
-              ElementsAre("$tidemark/Configuration/Content\\Reference/CSS"));
-  EXPECT_THAT(DestinationsOf("$tidemark:configuration:reference"),
-              ElementsAre("$tidemark:configuration:Content\\reference"));
-  for (const char* other : {"$tidemark/Configuration/References", "$tidemark/Reference", "$tidemark/Configuration",
-                            "$tidemark/Configuration/Content\\Reference"}) {
-    EXPECT_THAT(DestinationsOf(other), ElementsAre(other));
+TEST(LegacyConversionTest, FilesMoveAndServerModelFoldersAreCopiedForTheApplicationServerEditionAlone) {
+  const std::string root = "$tidemark/Configuration/";
+  const std::tuple<const char*, std::string, std::vector<CString>> rows[] = {
+      {kForTidemark, root + "Reference/CSS", {root + "Content\\Reference/CSS"}},
+      {kForTidemark, "$tidemark:configuration:reference", {"$tidemark:configuration:Content\\reference"}},
+      {kForVantage,
+       root + "ServerBehaviors/ASP/Mine",
+       {root + "ServerBehaviors/ASP/Mine", root + "ServerBehaviors/ASP_Vbs/Mine",
+        root + "ServerBehaviors/ASP_Js/Mine"}},
+      {kForVantage,
+       "$tidemark\\configuration\\connections\\Scripts\\asp",
+       {"$tidemark\\configuration\\connections\\Scripts\\asp",
+        "$tidemark\\configuration\\connections\\Scripts\\ASP_Vbs",
+        "$tidemark\\configuration\\connections\\Scripts\\ASP_Js"}},
+      {kForVantage, root + "DataSources/Harbor/", {root + "DataSources/Harbor/", root + "DataSources/VN4-Harbor/"}},
+  };
+  for (const auto& [products, destination, converted] : rows) {
+    EXPECT_EQ(DestinationsOf(destination, products), converted);
   }
-}
-
-TEST(LegacyConversionTest, ServerModelFoldersAreCopiedForTheApplicationServerEditionAlone) {
-  const char* const destination = "$tidemark/Configuration/ServerBehaviors/ASP/Mine";
-  EXPECT_THAT(DestinationsOf(destination, kForVantage),
-              ElementsAre(destination, "$tidemark/Configuration/ServerBehaviors/ASP_Vbs/Mine",
-                          "$tidemark/Configuration/ServerBehaviors/ASP_Js/Mine"));
-  EXPECT_THAT(DestinationsOf(destination, kForTidemark), ElementsAre(destination)) << "named, not required";
-  EXPECT_THAT(DestinationsOf("$tidemark\\configuration\\connections\\Scripts\\asp", kForVantage),
-              ElementsAre("$tidemark\\configuration\\connections\\Scripts\\asp",
-                          "$tidemark\\configuration\\connections\\Scripts\\ASP_Vbs",
-                          "$tidemark\\configuration\\connections\\Scripts\\ASP_Js"));
-  EXPECT_THAT(
-      DestinationsOf("$tidemark/configuration/DataSources/Harbor/", kForVantage),
-      ElementsAre("$tidemark/configuration/DataSources/Harbor/", "$tidemark/configuration/DataSources/VN4-Harbor/"));
-  for (const char* other : {"$tidemark/configuration/ServerBehaviors/ASPX", "$tidemark/configuration/Servers/ASP",
-                            "$tidemark/configuration/ConnectionsX/ASP", "$tidemark/configuration/Commands/ASP"}) {
-    EXPECT_THAT(DestinationsOf(other, kForVantage), ElementsAre(other));
+  for (const std::string& other :
+       {root + "References", std::string("$tidemark/Reference"), std::string("$tidemark/Configuration"),
+        root + "Content\\Reference", root + "ServerBehaviors/ASP/Mine"}) {
+    EXPECT_THAT(DestinationsOf(other), ElementsAre(other)) << "Vantage is named, not required";
+  }
+  for (const char* other : {"ServerBehaviors/ASPX", "Servers/ASP", "ConnectionsX/ASP", "Commands/ASP"}) {
+    EXPECT_THAT(DestinationsOf(root + other, kForVantage), ElementsAre(root + other));
   }
 }
 

@@ -3,6 +3,8 @@
 #include "products/vantage.h"
 #include "support/product_fixture.h"
 
+#include <tuple>
+
 namespace kest::test {
 namespace {
 
@@ -24,17 +26,7 @@ protected:
   void logOn(int type) { ASSERT_TRUE(m_pc.Get().SetUsers({{"Tester", type}, {"Ann", 1}}, "Tester")); }
 };
 
-struct SupportRow {
-  const char* name;
-  const char* version;
-  bool six;
-  bool four;
-  bool vantage4;
-};
-
-class SupportsTest : public TidemarkTest, public ::testing::WithParamInterface<SupportRow> {};
-
-TEST_P(SupportsTest, NameAndVersionDecide) {
+TEST_F(TidemarkTest, NameAndVersionDecideWhatIsSupported) {
   putNova();
   putFour("Tidemark.exe", "Tidemark");
   putFour("Vantage.exe", "Tidemark Vantage");
@@ -44,22 +36,20 @@ TEST_P(SupportsTest, NameAndVersionDecide) {
   six.Initialize();
   four.Initialize();
   vantage.Initialize();
-  const SupportRow& row = GetParam();
-  EXPECT_EQ(six.Supports(row.name, row.version), row.six);
-  EXPECT_EQ(four.Supports(row.name, row.version), row.four);
-  EXPECT_EQ(vantage.Supports(row.name, row.version), row.vantage4);
+  const std::tuple<const char*, const char*, bool, bool, bool> rows[] = {
+      {"Tidemark", "4.0", true, true, true},    {"TIDEMARK 3", "4.0", true, true, true},
+      {"Tidemark 3", "3", true, true, true},    {"Tide", "6.0", true, false, false},
+      {"Tidemark", "6.1", false, false, false}, {"Tidemark", "3.9", true, true, true},
+      {"Vantage", "4.0", true, false, true},    {"vantage", "4.0.1", false, false, true},
+      {"Vantage 4", "4.0", false, false, true}, {"Prism", "1", false, false, false},
+      {"Tidemarks", "1", false, false, true},
+  };
+  for (const auto& [name, version, bySix, byFour, byVantage4] : rows) {
+    EXPECT_EQ(six.Supports(name, version), bySix) << name << version;
+    EXPECT_EQ(four.Supports(name, version), byFour) << name << version;
+    EXPECT_EQ(vantage.Supports(name, version), byVantage4) << name << version;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Names, SupportsTest,
-    ::testing::Values(SupportRow{"Tidemark", "4.0", true, true, true},
-                      SupportRow{"TIDEMARK 3", "4.0", true, true, true},
-                      SupportRow{"Tidemark 3", "3", true, true, true}, SupportRow{"Tide", "6.0", true, false, false},
-                      SupportRow{"Tidemark", "6.1", false, false, false},
-                      SupportRow{"Tidemark", "3.9", true, true, true}, SupportRow{"Vantage", "4.0", true, false, true},
-                      SupportRow{"vantage", "4.0.1", false, false, true},
-                      SupportRow{"Vantage 4", "4.0", false, false, true}, SupportRow{"Prism", "1", false, false, false},
-                      SupportRow{"Tidemarks", "1", false, false, true}));
 
 TEST_F(TidemarkTest, FoldersFollowUserAndMachine) {
   putNova();

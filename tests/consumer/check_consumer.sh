@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs libkest in both kinds and builds and runs a program against each, through the CMake package and through
-# pkg-config; then looks at what the shared library exports.
-# Usage: check_consumer.sh SOURCE WORK KEST STATIC_BUILD SHARED_BUILD
+# pkg-config; then looks at what the shared library exports, and runs kest itself with it.
+# Usage: check_consumer.sh SOURCE WORK KEST STATIC_BUILD SHARED_BUILD KEST_OBJECTS
+# KEST_OBJECTS: a file with the names of the objects that kest is linked of.
 # A build folder that is not there is made, with the library alone.
 set -eu
-source=$1 work=$2 kest=$3 static_build=$4 shared_build=$5
+source=$1 work=$2 kest=$3 static_build=$4 shared_build=$5 kest_objects=$6
 status=0
 fail() { printf 'FAILED: %s\n' "$*"; status=1; }
 
@@ -16,7 +17,7 @@ for kind in static shared; do
   if [ ! -e "$build/CMakeCache.txt" ]; then
     [ "$kind" = shared ] && shared=ON || shared=OFF
     # not optimized: what the optimizer would inline has to be there
-    cmake -S "$source" -B "$build" -DCMAKE_BUILD_TYPE=None -DBUILD_SHARED_LIBS=$shared -DKEST_BUILD_HOST=OFF \
+    cmake -G Ninja -S "$source" -B "$build" -DCMAKE_BUILD_TYPE=None -DBUILD_SHARED_LIBS=$shared -DKEST_BUILD_HOST=OFF \
       -DKEST_BUILD_TESTS=OFF > "$work/configure-$kind.log" || { cat "$work/configure-$kind.log"; exit 1; }
   fi
   cmake --build "$build" --target kest --parallel 2 > "$work/build-$kind.log" ||
@@ -52,7 +53,7 @@ run() {
 with_cmake() {
   local way=$1 prefix=$2
   shift 2
-  cmake -S "$source/tests/consumer" -B "$work/use/$way" -DCMAKE_BUILD_TYPE=None -DCMAKE_PREFIX_PATH="$prefix" "$@" \
+  cmake -G Ninja -S "$source/tests/consumer" -B "$work/use/$way" -DCMAKE_BUILD_TYPE=None -DCMAKE_PREFIX_PATH="$prefix" "$@" \
     > "$work/use/$way.log" 2>&1 && cmake --build "$work/use/$way" >> "$work/use/$way.log" 2>&1 ||
     { fail "$way does not build"; tail -n 30 "$work/use/$way.log"; return 0; }
   run "$way" "$work/use/$way/consumer"
@@ -98,5 +99,10 @@ strangers=$(grep -vE '^(KEST_[0-9.]+|((vtable|VTT|construction vtable|typeinfo|t
 unmarked=$(sed -E 's/^.*(vtable|VTT|typeinfo|typeinfo name|guard variable) for //; s/^(non-)?virtual thunk to //; s/^kest::([a-z_]+::)*//; s/[^A-Za-z0-9_~].*$//' \
   "$work/exported" | grep -vE '^KEST_|^$' | sort -u | grep -vxF -f "$work/marked" || true)
 [ -z "$unmarked" ] || fail "exported without being marked: $(head -n 8 <<< "$unmarked" | tr '\n' ' ')"
+
+# ---- kest itself needs nothing that the shared library keeps to itself
+"${CXX:-c++}" -o "$work/use/kest-shared" "@$kest_objects" "$library" -lfmt "-Wl,-rpath,$(dirname "$library")" &&
+  readelf -d "$work/use/kest-shared" | grep -q 'NEEDED.*libkest\.so' &&
+  "$work/use/kest-shared" products -m "$work/pc" | grep -q 'Tidemark' || fail "kest does not work with the shared library"
 
 exit $status

@@ -91,6 +91,11 @@ private:
       Write("generic", "x\nTM_Toolbar_Main\nafter TM_Button_New\n" + Read(config / file));
       Write("generic", "x\nlabel\nappend TM_Toolbar_Site\n" + Read(config / file));
     }
+    for (const char* how : {"\n", "lines\n", "several\n", "several lines\n"}) {
+      Write("xml", how + std::string("<!-- a --><a b='1' c=\"&lt;\n\">x &amp; @ y<![CDATA[ one\r\n two ]]><d/></a>\n"));
+      Write("xml", how + Read(config / "toolbars.xml"));
+      Write("xml", how + Read(config / "Menus.xml"));
+    }
     Write("text_files", "e\nPHP\nAll Documents\n" + Read(config / "Extensions.txt"));
     Write("text_files", "e\nhtml\nHTML Documents\n" + Read(config / "Extensions.txt"));
     Write("text_files", "f\nMAP\nascii\n" + Read(config / "FTPExtensionMap.txt"));
@@ -121,19 +126,21 @@ private:
 
   void WriteJournals() {
     const std::string head = "kest-journal\t1\t1\t1000\tinstall Table Tools\n";
-    const std::string files = "+C:\\x\\new.txt=new\n+C:\\x\\old.txt=changed\n+^cpy1.tmp=old\n+^del1.tmp=deleted\n";
+    const std::string files =
+        "+C:\\x\\new.txt=new\n+C:\\x\\old.txt=changed\n+^cpy1.tmp=old\n+^del1.tmp=deleted\n+^room=.\n";
     const std::string steps = "S\t0\t0\tcreate-folder\tfolder=C:\\x\n"
                               "S\t1\t0\tcopy\tto=C:\\x\\new.txt\tstage=^new1.tmp\n"
                               "S\t2\t0\tcopy\tto=C:\\x\\old.txt\tstage=^new2.tmp\tkept=^cpy1.tmp\n";
     Write("journal", files + head + steps);
     Write("journal", files + head + steps + "D\n");
     Write("journal", files + head + steps + "U\t2\nR\t0\t1\nB\nX\n!torn\n");
-    Write("journal", files + head + "F\tD:\\kest-1-a\n" + steps +
-                         "S\t3\t3\tnew-file\tpath=C:\\x\\new.txt\taside=^a\n"
-                         "S\t4\t4\tdelete\tpath=C:\\x\\b\tkept=^del1.tmp\nS\t5\t5\tdelete-folder\tfolder=C:\\y\n"
-                         "S\t6\t6\tmove\tfrom=C:\\x\\a\tto=C:\\x\\b\nS\t7\t7\tmake-writable\tpath=C:\\x\\old.txt\n"
-                         "S\t8\t8\tbackup\tfile=C:\\x\\old.txt\tcopy=C:\\x\\old.bak\tstage=^b1\tkept=^cpy1.tmp\n"
-                         "S\t9\t9\tfont\tto=C:\\f.ttf\tstage=^f\tlisted=F\n");
+    Write("journal",
+          files + head + "F\tD:\\kest-1-a\n" + steps +
+              "S\t3\t3\tnew-file\tpath=C:\\x\\new.txt\taside=^a\n"
+              "S\t4\t4\tdelete\tpath=C:\\x\\b\tkept=^del1.tmp\nS\t5\t5\tdelete-folder\tfolder=C:\\y\taside=^dir\n"
+              "S\t6\t6\tmove\tfrom=C:\\x\\a\tto=C:\\x\\b\nS\t7\t7\tmake-writable\tpath=C:\\x\\old.txt\n"
+              "S\t8\t8\tbackup\tfile=C:\\x\\old.txt\tcopy=C:\\x\\old.bak\tstage=^b1\tkept=^cpy1.tmp\n"
+              "S\t9\t9\tfont\tto=C:\\f.ttf\tstage=^f\tlisted=F\n");
     std::istringstream lines(head + steps);
     std::string sealed;
     for (std::string line; std::getline(lines, line);) {

@@ -329,6 +329,41 @@ bool MemoryMachine::RemoveDirectory(const CString& path) {
   return true;
 }
 
+bool MemoryMachine::MoveEmptyFolder(const CString& from, const CString& to) {
+  const std::optional<CString> key = Change(to);
+  if (!key || !HasParent(*key) || m_folders.contains(*key) || m_files.contains(*key)) {
+    return Fail(MachineError::Kind::kExists);
+  }
+  if (!RemoveDirectory(from)) {
+    return false;
+  }
+  m_folders.insert(*key);
+  return true;
+}
+
+bool MemoryMachine::MoveFolder(const CString& from, const CString& to) {
+  const std::optional<CString> source = Change(from);
+  const std::optional<CString> target = Change(to);
+  if (!source || !target || !m_folders.contains(*source)) {
+    return Fail(MachineError::Kind::kNotFound);
+  }
+  const CString inside = *source + '\\';
+  if (!HasParent(*target) || m_folders.contains(*target) || m_files.contains(*target) || target->starts_with(inside)) {
+    return Fail(MachineError::Kind::kExists);
+  }
+  decltype(m_files) files;
+  std::swap(files, m_files);
+  for (auto& [path, content] : files) {
+    m_files.emplace(path.starts_with(inside) ? *target + path.substr(source->size()) : path, std::move(content));
+  }
+  decltype(m_folders) folders;
+  std::swap(folders, m_folders);
+  for (const CString& path : folders) {
+    m_folders.insert(path == *source || path.starts_with(inside) ? *target + path.substr(source->size()) : path);
+  }
+  return true;
+}
+
 bool MemoryMachine::RemoveTree(const CString& path) {
   const std::optional<CString> key = Change(path);
   if (!key || !m_folders.contains(*key)) {

@@ -45,6 +45,8 @@ public:
   bool CreateDirectory(const CString& path) override;
   bool CreatePrivateDirectory(const CString& path) override;
   bool RemoveDirectory(const CString& path) override;
+  bool MoveEmptyFolder(const CString& from, const CString& to) override;
+  bool MoveFolder(const CString& from, const CString& to) override;
   bool RemoveTree(const CString& path) override;
   bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) override;
   bool SameVolume(const CString& a, const CString& b) override;

@@ -70,6 +70,14 @@ void FillPayload(CKestMenuChangeInsert& change, const CString& kinds, const CStr
   Add<CKestExtensionMenuItem>(change, id);
 }
 
+std::size_t CountOf(std::string_view content, std::string_view word) {
+  std::size_t count = 0;
+  for (std::size_t at = content.find(word); at != content.npos; at = content.find(word, at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -106,8 +114,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const CString after = Written(file, most);
   if (isNew && !CKestConfigChange::IsCriticalError(result)) {
     fuzz::Require(!text::ContainsNoCase(after, kMark), "nothing of an insertion taken back is left");
-    // a menu of last resort, and its separator, may stay
-    fuzz::Require(result != CKestConfigChange::kSuccess || after.size() <= before.size(),
+    // of a menu of last resort the separator may stay that now parts what was there before
+    const bool mayLeaveSeparator = result == CKestConfigChange::kPlacedInLastResortMenu;
+    const std::size_t separators = CountOf(before, "<separator") + (mayLeaveSeparator ? 1 : 0);
+    fuzz::Require(CountOf(after, "<menu") <= CountOf(before, "<menu") && CountOf(after, "<separator") <= separators &&
+                      (mayLeaveSeparator || after.size() <= before.size()),
                   "an insertion taken back leaves no more than there was");
   }
   return 0;

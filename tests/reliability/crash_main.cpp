@@ -1,8 +1,9 @@
-// kest_crash [TRIAL...] [--every N] [--kills N] [--files N] [--operation NAME]
+// kest_crash [TRIAL...] [--every N] [--kills N] [--files N] [--operation NAME] [--volumes]
 //
 // Has every operation of the engine fail, run out of disk and be killed at each of its calls, and prints how the
 // machine was found afterwards. TRIAL: once, for-good, disk-full, kill, recovery; all of them without one. --every N
-// takes every N-th point. Exit 1 when anything was neither as before nor done.
+// takes every N-th point; --volumes puts the configuration on a volume of its own. Exit 1 when anything was neither as
+// before nor done.
 #include "reliability/crash_trials.h"
 
 #include <algorithm>
@@ -47,6 +48,8 @@ bool readOptions(int count, char** words, Options& options) {
       } else {
         *number = std::max(1, std::atoi(value));
       }
+    } else if (word == "--volumes") {
+      FaultMachine::setOtherVolume("C:\\Program Files\\Kestrel\\Tidemark 6\\Configuration");
     } else if (std::any_of(std::begin(kTrials), std::end(kTrials),
                            [&](const Trial& one) { return word == one.name; })) {
       options.trials.push_back(word);

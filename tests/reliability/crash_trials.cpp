@@ -141,7 +141,7 @@ void CrashTrials::judgeReturn(EngineRun& engine, bool isDone, Fault fault, Tally
     ++tally.falseSuccesses;
     complain(where, "success was told:\n" + m_done.state.difference(state));
   } else if (outcome == Outcome::kMixed && !isDone && engine.report().rolledBack &&
-             (fault == Fault::kFailsOnce || !m_old.state.differenceOutsideTemp(state).empty())) {
+             (fault == Fault::kFailsOnce || !m_old.state.differenceOutsidePrivate(state).empty())) {
     ++tally.mixed;
     complain(where, "told that all was taken back:\n" + m_old.state.difference(state));
   } else if (outcome != Outcome::kMixed) {

@@ -13,6 +13,58 @@
 
 namespace kest::test {
 
+CString FaultMachine::s_otherVolume;
+
+namespace {
+
+// the trash lies on the machine's own volume
+const CString kTrash;
+
+bool isBelow(const CString& path, const CString& folder) {
+  return !folder.empty() && text::StartsWithNoCase(path + "\\", folder + "\\");
+}
+
+bool leadsAcross(const CString& from, const CString& to, const CString& volume) {
+  return isBelow(from, volume) != isBelow(to, volume);
+}
+
+} // namespace
+
+bool FaultMachine::SameVolume(const CString& a, const CString& b) {
+  return !leadsAcross(a, b, s_otherVolume) && ForwardingMachine::SameVolume(a, b);
+}
+
+bool FaultMachine::MoveFile(const CString& from, const CString& to) {
+  if (!leadsAcross(from, to, s_otherVolume)) {
+    return ForwardingMachine::MoveFile(from, to);
+  }
+  return !FileExists(to) && CopyFile(from, to) && DeleteFile(from);
+}
+
+bool FaultMachine::ReplaceFile(const CString& from, const CString& to) {
+  return !leadsAcross(from, to, s_otherVolume) && ForwardingMachine::ReplaceFile(from, to);
+}
+
+bool FaultMachine::LinkFile(const CString& existing, const CString& to) {
+  return !leadsAcross(existing, to, s_otherVolume) && ForwardingMachine::LinkFile(existing, to);
+}
+
+bool FaultMachine::MoveEmptyFolder(const CString& from, const CString& to) {
+  return !leadsAcross(from, to, s_otherVolume) && ForwardingMachine::MoveEmptyFolder(from, to);
+}
+
+bool FaultMachine::MoveFolder(const CString& from, const CString& to) {
+  return !leadsAcross(from, to, s_otherVolume) && ForwardingMachine::MoveFolder(from, to);
+}
+
+bool FaultMachine::MoveFileToTrash(const CString& path) {
+  return !leadsAcross(path, kTrash, s_otherVolume) && ForwardingMachine::MoveFileToTrash(path);
+}
+
+bool FaultMachine::MoveFolderToTrash(const CString& path, const CString& label) {
+  return !leadsAcross(path, kTrash, s_otherVolume) && ForwardingMachine::MoveFolderToTrash(path, label);
+}
+
 bool FaultMachine::Allow(const Call& call) {
   if (!m_armed || (m_fault == Fault::kKill && !call.changes)) {
     return true;
@@ -25,11 +77,15 @@ bool FaultMachine::Allow(const Call& call) {
     kill(getpid(), SIGKILL);
   }
   // names, data, folders and second names need room; renames, removals, marks, dates and bytes written over others do
-  // not
+  // not; a registry is written anew, for which the engine may hold room
+  if (m_fault == Fault::kDiskFull && call.path != nullptr && call.path->ends_with("\\room")) {
+    m_hasRoom = m_hasRoom || std::string(call.name) == "DeleteFile";
+  }
   static const std::set<std::string> needRoom = {
       "Write", "CopyFile",  "LinkFile",           "CreateDirectory", "CreatePrivateDirectory",
       "Sync",  "SyncPaths", "WriteRegistryString"};
-  const bool needsRoom = call.changes && (needRoom.contains(call.name) || std::string(call.name) == "Open");
+  const bool needsRoom = call.changes && (needRoom.contains(call.name) || std::string(call.name) == "Open" ||
+                                          (!m_hasRoom && std::string(call.name) == "DeleteRegistryValue"));
   if ((m_fault == Fault::kDiskFull && !needsRoom) || (m_fault == Fault::kFailsOnce && m_calls > m_n)) {
     return true;
   }

@@ -32,6 +32,7 @@ public:
     m_n = n;
     m_calls = 0;
     m_armed = true;
+    m_hasRoom = false;
     m_name.clear();
   }
   void disarm() { m_armed = false; }
@@ -40,6 +41,17 @@ public:
   [[nodiscard]] bool hasFired() const { return !m_name.empty(); }
   /// The call that it began with, for messages.
   [[nodiscard]] const std::string& name() const { return m_name; }
+
+  /// A folder that lies on a volume of its own from now on, in every machine of this kind.
+  static void setOtherVolume(const CString& folder) { s_otherVolume = folder; }
+  bool SameVolume(const CString& a, const CString& b) override;
+  bool MoveFile(const CString& from, const CString& to) override;
+  bool ReplaceFile(const CString& from, const CString& to) override;
+  bool LinkFile(const CString& existing, const CString& to) override;
+  bool MoveEmptyFolder(const CString& from, const CString& to) override;
+  bool MoveFolder(const CString& from, const CString& to) override;
+  bool MoveFileToTrash(const CString& path) override;
+  bool MoveFolderToTrash(const CString& path, const CString& label) override;
 
 protected:
   bool Allow(const Call& call) override;
@@ -50,7 +62,9 @@ private:
   int m_n = 0;
   int m_calls = 0;
   bool m_armed = false;
+  bool m_hasRoom = false;
   std::string m_name;
+  static CString s_otherVolume;
 };
 
 /// A process's engine over a machine folder: from its start on, as a host has it. Its host says yes to everything, but

@@ -14,6 +14,7 @@
 #include <linux/fs.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 namespace kest::test {
@@ -104,6 +105,25 @@ private:
   bool m_holds = false;
 };
 
+// Another file system in place of a folder, while it lives; only root can put one there.
+class Volume {
+public:
+  explicit Volume(fs::path folder)
+      : m_folder(std::move(folder)), m_holds(mount("tmpfs", m_folder.c_str(), "tmpfs", 0, "size=16m") == 0) {}
+  ~Volume() {
+    if (m_holds) {
+      (void)umount2(m_folder.c_str(), MNT_DETACH);
+    }
+  }
+  Volume(const Volume&) = delete;
+  Volume& operator=(const Volume&) = delete;
+  [[nodiscard]] bool holds() const { return m_holds; }
+
+private:
+  fs::path m_folder;
+  bool m_holds;
+};
+
 TEST_F(InTheWay, AFolderWhereAFileShouldBe) {
   write(configured("Commands/tool0.htm/user.txt"), "the user's");
   expectRefused("a folder, install", "tool0.htm", [this] { return install("1.0"); });
@@ -160,6 +180,37 @@ TEST_F(InTheWay, AFileThatCannotBeReplaced) {
   expectRefused("a file that cannot be replaced, uninstall", "tool0.htm", [this] {
     return run({"uninstall", "Tool", "-y"});
   });
+}
+
+TEST_F(InTheWay, AVolumeOfItsOwnKeepsThePromise) {
+  const Volume volume(configured("Shared"));
+  if (!volume.holds()) {
+    GTEST_SKIP() << "nothing can be mounted here";
+  }
+  write(configured("Shared/Tool/deep1/tool1.htm"), "the user's");
+  {
+    const Busy busy(configured("Shared/Tool/deep1/tool1.htm"));
+    expectRefused("a busy file on another volume, install", "tool1.htm", [this] { return install("1.0"); });
+  }
+  // changes come last, so files of the volume are in place, or gone, when this fails
+  const auto refuseAll = [this](const char* version, const char* what) {
+    const Busy busy(configured("Toolbars/toolbars.xml"));
+    expectRefused(what, "toolbars.xml", [&] { return install(version); });
+  };
+  refuseAll("1.0", "files on another volume, install");
+  ASSERT_EQ(install("1.0").exit, 0);
+  refuseAll("2.0", "files on another volume, replace");
+  const PcState installed = m_pc.state();
+  ASSERT_EQ(install("2.0").exit, 0);
+  EXPECT_NE(installed.difference(m_pc.state()), "");
+  {
+    const Busy busy(configured("Toolbars/toolbars.xml"));
+    expectRefused("files on another volume, uninstall", "toolbars.xml", [this] {
+      return run({"uninstall", "Tool", "-y"});
+    });
+  }
+  EXPECT_EQ(run({"uninstall", "Tool", "-y"}).exit, 0);
+  EXPECT_TRUE(fs::is_empty(configured("Shared"))) << "nothing is left on the volume";
 }
 
 // A folder of the machine is exchanged with a link to somewhere else, again and again while the program runs.

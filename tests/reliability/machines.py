@@ -43,6 +43,8 @@ class Program:
 
     def make_machine(self, folder):
         quiet(self.path, "machine", "new", folder, "--product", "Tidemark Nova", env=self.environment)
+        with open(f"{folder}/drive_c/windows/system32/part.dll", "w") as out:
+            out.write("the system's own")
         self.must(folder, "list")
 
 
@@ -58,6 +60,10 @@ def make_package(program, machine, folder, version, files, size):
             out.write((block * (size // len(block) + 1))[:max(1, size - i % 7)] if i % 2 else os.urandom(size))
         os.utime(f"{tree}/{name}", (1600000000 + i, 1600000000 + i))
         entries.append(f'<file source="{name}" destination="$tidemark/Configuration/Shared/Tool/d{i % 5}" />')
+    for name, more in (("fancy.ttf", 'destination="$fonts"'), ("part.dll", 'destination="$system" systemfile="true"')):
+        with open(f"{tree}/{name}", "w") as out:
+            out.write(f"{name} {version}")
+        entries.append(f'<file source="{name}" {more} />')
     with open(f"{tree}/tool.kei", "w") as out:
         out.write(f'<kestrel-extension name="Tool" version="{version}" type="command"><author name="Jane Doe" />'
                   '<products><product name="Tidemark" version="4" primary="true" /></products>'
@@ -93,12 +99,22 @@ def state(machine):
                 continue
             info = os.stat(f"{folder}/{name}")
             with open(f"{folder}/{name}", "rb") as file:
-                digest = hashlib.sha256(file.read()).hexdigest()
+                content = file.read()
             if name.endswith(".reg"):
+                found[path] = registry(content)
                 continue
+            digest = hashlib.sha256(content).hexdigest()
+            # the name of a file that waits for the next log-on is made of a random one
+            path = re.sub(r"rpl[^/]*\.tmp$", f"rpl {digest}", path)
             date = int(info.st_mtime) if info.st_mtime < 1700000000 else "now"
             found[path] = (digest, info.st_size, bool(info.st_mode & 0o200), date)
     return found
+
+
+def registry(content):
+    """Its lines without the times in it and without the random part of names."""
+    lines = [re.sub(rb"^(\[.*\]).*", rb"\1", line) for line in content.splitlines() if not line.startswith(b"#time")]
+    return re.sub(rb"rpl[^\"\\]*\.tmp", b"rpl.tmp", b"\n".join(sorted(line for line in lines if line)))
 
 
 def difference(before, after):
@@ -109,4 +125,4 @@ def difference(before, after):
 
 
 def empty_files(found, reference):
-    return sum(1 for p, entry in found.items() if entry != "folder" and entry[1] == 0 and reference.get(p, entry) != entry)
+    return sum(1 for p, entry in found.items() if isinstance(entry, tuple) and entry[1] == 0 and reference.get(p, entry) != entry)

@@ -103,9 +103,9 @@ std::string PcState::difference(const PcState& later) const {
   return told;
 }
 
-std::string PcState::differenceOutsideTemp(const PcState& later) const {
+std::string PcState::differenceOutsidePrivate(const PcState& later) const {
   PcState kept = later;
-  std::erase_if(kept.files, [](const auto& entry) { return entry.first.starts_with("drive_c/windows/temp/kest-"); });
+  std::erase_if(kept.files, [](const auto& entry) { return entry.first.find("/kest-") != std::string::npos; });
   return difference(kept);
 }
 

@@ -18,9 +18,9 @@ struct PcState {
 
   /// One line a difference; empty when the two are the same.
   [[nodiscard]] std::string difference(const PcState& later) const;
-  /// The same without the engine's own files in the temporary folder, which go with the next start where nothing can be
-  /// removed any more.
-  [[nodiscard]] std::string differenceOutsideTemp(const PcState& later) const;
+  /// The same without the engine's own files in its private folders, in the temporary folder and on other volumes,
+  /// which go with the next start where nothing can be removed any more.
+  [[nodiscard]] std::string differenceOutsidePrivate(const PcState& later) const;
 
   static constexpr std::int64_t kJustNow = -1;
 };

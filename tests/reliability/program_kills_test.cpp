@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <map>
 #include <random>
 #include <thread>
 
@@ -23,11 +24,26 @@ constexpr int kFiles = 300;
 /// What the real program does to a machine when it is killed at any time.
 class ProgramKills : public ::testing::Test {
 protected:
-  struct Operation {
-    const char* name;
-    bool startsInstalled;
-    std::vector<std::string> words;
-  };
+  /// How the program is told to do one of the tried operations.
+  [[nodiscard]] std::vector<std::string> wordsFor(const std::string& name) const {
+    const std::string work = m_pc.root() / "drive_c/Work/";
+    const std::map<std::string, std::vector<std::string>> words = {
+        {"install", {"install", work + "Tool-1.0.kep", "--accept-agreement", "--on-existing", "overwrite"}},
+        {"replace", {"install", work + "Tool-2.0.kep", "--accept-agreement", "--on-existing", "overwrite"}},
+        {"install-disables",
+         {"install", work + "Tool-1.0.kep", "--on-clash", "disable", "--accept-agreement", "--on-existing",
+          "overwrite"}},
+        {"uninstall", {"uninstall", "Tool"}},
+        {"disable", {"disable", "Tool"}},
+        {"enable", {"enable", "Tool", "--on-existing", "overwrite"}},
+        {"import",
+         {"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement", "--on-existing",
+          "overwrite"}},
+        {"pack", {"pack", work + "Tool/tool.kei", "-o", work + "Tool.kep", "--force"}}};
+    std::vector<std::string> all = words.at(name);
+    all.push_back("-y");
+    return all;
+  }
 
   /// Starts the program on the machine; its output goes nowhere.
   [[nodiscard]] pid_t begin(const std::vector<std::string>& words) const {
@@ -51,50 +67,45 @@ protected:
   }
   int run(const std::vector<std::string>& words) const { return end(begin(words)); }
 
-  /// Makes the machine with the packages of two versions, the older one installed when asked.
-  void prepare(bool isInstalled) const {
+  /// Makes the machine on which the operation is tried.
+  void prepare(const TriedOperation& operation) const {
     m_pc.makeSample();
     {
       EngineRun engine(m_pc.root());
       engine.start();
-      for (const char* version : {"1.0", "2.0"}) {
-        const std::string package = PackOnMachine(engine, MakeToolExtension(version, kFiles), version);
-        std::filesystem::rename(m_pc.root() / "drive_c/Work" / ("Tool-" + std::string(version) + ".kep"),
-                                m_pc.scratch() / (std::string(version) + ".kep"));
-      }
-      std::filesystem::remove_all(m_pc.root() / "drive_c/Work");
-    }
-    if (isInstalled) {
-      ASSERT_EQ(run({"install", (m_pc.scratch() / "1.0.kep").string(), "-y", "--accept-agreement"}), 0);
+      operation.prepare(engine);
     }
     m_pc.age();
     m_pc.save("prepared");
+  }
+  void prepare(const std::string& name) const {
+    for (const TriedOperation& operation : GetTriedOperations(kFiles)) {
+      if (operation.name == name) {
+        prepare(operation);
+      }
+    }
   }
 
   PcUnderTest m_pc;
 };
 
 TEST_F(ProgramKills, AtAnyTimeLeaveOldOrNewAfterTheNextStart) {
-  const std::string older = (m_pc.scratch() / "1.0.kep").string();
-  const std::string newer = (m_pc.scratch() / "2.0.kep").string();
-  const Operation operations[] = {{"install", false, {"install", older, "-y", "--accept-agreement"}},
-                                  {"replace", true, {"install", newer, "-y", "--accept-agreement"}},
-                                  {"uninstall", true, {"uninstall", "Tool", "-y"}}};
   std::mt19937 random(20240611);
   int kills = 0;
   int old = 0;
   int done = 0;
   int torn = 0;
-  for (const Operation& operation : operations) {
-    prepare(operation.startsInstalled);
+  for (const TriedOperation& operation : GetTriedOperations(kFiles)) {
+    const std::vector<std::string> words = wordsFor(operation.name);
+    prepare(operation);
     const PcState before = m_pc.state();
     const auto began = Clock::now();
-    ASSERT_EQ(run(operation.words), 0) << operation.name;
+    ASSERT_EQ(run(words), 0) << operation.name;
     const auto length = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - began).count();
     const PcState after = m_pc.state();
-    for (int turn = 0; turn < PointsOf(67, 10); ++turn) {
+    for (int turn = 0; turn < PointsOf(200, 5); ++turn) {
       m_pc.restore("prepared");
-      const pid_t child = begin(operation.words);
+      const pid_t child = begin(words);
       std::this_thread::sleep_for(std::chrono::microseconds(random() % static_cast<unsigned long>(length)));
       kill(child, SIGKILL);
       const int exit = end(child);
@@ -117,9 +128,7 @@ TEST_F(ProgramKills, AtAnyTimeLeaveOldOrNewAfterTheNextStart) {
 }
 
 TEST_F(ProgramKills, LeaveNoLockBehind) {
-  prepare(false);
-  const std::vector<std::string> install = {"install", (m_pc.scratch() / "1.0.kep").string(), "-y",
-                                            "--accept-agreement"};
+  prepare("install");
   int stale = 0;
   const int holders = PointsOf(200, 20);
   for (int turn = 0; turn < holders; ++turn) {
@@ -140,11 +149,11 @@ TEST_F(ProgramKills, LeaveNoLockBehind) {
   }
   std::printf("%d killed lock holders, %d stale locks\n", holders, stale);
   EXPECT_EQ(stale, 0);
-  EXPECT_EQ(run(install), 0);
+  EXPECT_EQ(run(wordsFor("install")), 0);
 }
 
 TEST_F(ProgramKills, OfTwoAtOnceTheSecondIsTurnedAway) {
-  prepare(true);
+  prepare("uninstall");
   EngineRun holder(m_pc.root());
   ASSERT_TRUE(holder.machine().LockWriter(0).held);
   int turnedAway = 0;

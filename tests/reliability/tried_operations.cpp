@@ -148,6 +148,11 @@ ExtensionBuilder makeToolFiles(const std::string& version, int files) {
     const std::string content = i % 10 == 5 ? "the same" : "file " + number + " of " + version;
     tool.file("tool" + number + ".htm", "$tidemark/Configuration/" + folder, content + std::string(200, '.'));
   }
+  // a folder that holds nothing else, which may be moved with its files
+  for (int i = 0; i < 10; ++i) {
+    const std::string name = "page" + std::to_string(i) + (i == 9 ? "v" + version : "") + ".htm";
+    tool.file("pages/" + name, "$tidemark/Configuration/Shared/Tool/pages", "page of " + version);
+  }
   return tool;
 }
 } // namespace

@@ -1,22 +1,19 @@
 #pragma once
 
 #include "description/extension.h"
+#include "support/temp_machine.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 namespace kest::test {
 
 /// The sample that holds every element and every kind of change.
 [[nodiscard]] inline std::string SampleDescription() {
-  std::ifstream file(KEST_SOURCE_DIR "/tests/data/description/every_element.kei", std::ios::binary);
-  std::ostringstream content;
-  content << file.rdbuf();
-  EXPECT_FALSE(content.str().empty()) << "the sample is missing";
-  return content.str();
+  const std::string content = ReadHostFile(KEST_SOURCE_DIR "/tests/data/description/every_element.kei");
+  EXPECT_FALSE(content.empty()) << "the sample is missing";
+  return content;
 }
 
 /// A description with `inner` in its root element.

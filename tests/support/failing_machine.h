@@ -14,8 +14,14 @@ public:
   void arm(int n, bool persistent) {
     m_left = n;
     m_persistent = persistent;
+    m_changesOnly = false;
     m_fired = false;
     m_name.clear();
+  }
+  /// Calls that change nothing do not count.
+  void armForChanges(int n) {
+    arm(n, false);
+    m_changesOnly = true;
   }
   /// Instead of failing, the call runs this and goes on.
   void instead(std::function<void()> work) { m_instead = std::move(work); }
@@ -26,7 +32,7 @@ public:
 
 protected:
   bool Allow(const Call& call) override {
-    if (m_left == 0) {
+    if (m_left == 0 || (m_changesOnly && !call.changes)) {
       return true;
     }
     if (m_left > 1) {
@@ -50,9 +56,29 @@ protected:
 private:
   int m_left = 0;
   bool m_persistent = false;
+  bool m_changesOnly = false;
   bool m_fired = false;
   std::string m_name;
   std::function<void()> m_instead;
+};
+
+/// Holds a file open, and stops the machine's clock but for what each idle moment adds.
+class HoldingMachine : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+  [[nodiscard]] bool CanUpdateFile(const CString& path) override {
+    return !text::EqualNoCase(path, held) && ForwardingMachine::CanUpdateFile(path);
+  }
+  [[nodiscard]] std::int64_t MonotonicMilliseconds() override { return now; }
+  void AllowBackgroundProcessing() override {
+    now += 100;
+    if (now >= freedAt) {
+      held.clear();
+    }
+  }
+  CString held;
+  std::int64_t now = 1000;
+  std::int64_t freedAt = 1 << 30;
 };
 
 } // namespace kest::test

@@ -11,60 +11,6 @@ namespace kest::test {
 
 namespace fs = std::filesystem;
 
-ExtensionBuilder::ExtensionBuilder(std::string name) : m_name(std::move(name)) {
-  for (const char c : m_name) {
-    m_descriptionName += c == ' ' ? '_' : text::ToLower(c);
-  }
-  m_descriptionName += ".kei";
-}
-
-ExtensionBuilder& ExtensionBuilder::author(std::string name) {
-  m_author = std::move(name);
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::version(std::string dotted) {
-  m_version = std::move(dotted);
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::type(std::string keyword) {
-  m_type = std::move(keyword);
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::product(std::string name, std::string version) {
-  m_products += "    <product name=\"" + name + "\" version=\"" + version + "\"" +
-                (m_products.empty() ? " primary=\"true\"" : " required=\"true\"") + " />\n";
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::requiresRestart() {
-  m_attributes += " requires-restart=\"true\"";
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::file(std::string source, std::string destination, std::string content,
-                                         std::string attributes) {
-  m_files.push_back({std::move(source), std::move(destination), std::move(content), std::move(attributes)});
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::token(std::string attributes) {
-  m_tokens += "    <token " + attributes + " />\n";
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::changes(std::string elements) {
-  m_changes += elements;
-  return *this;
-}
-
-ExtensionBuilder& ExtensionBuilder::descriptionNamed(std::string fileName) {
-  m_descriptionName = std::move(fileName);
-  return *this;
-}
-
 std::string ExtensionBuilder::text() const {
   std::string out = "<kestrel-extension name=\"" + m_name + "\" version=\"" + m_version + "\" type=\"" + m_type + "\"" +
                     m_attributes + ">\n  <author name=\"" + m_author + "\" />\n  <products>\n";
@@ -136,15 +82,29 @@ const CKestProduct* KestFixture::product(const char* name) const {
   return nullptr;
 }
 
-CString KestFixture::lay(const ExtensionBuilder& extension) const {
+namespace {
+
+/// Everything that an author writes of an extension, by its path.
+std::vector<std::pair<std::string, BuiltFile>> LaidFiles(const ExtensionBuilder& extension) {
   const std::string folder = "C:\\Work\\" + extension.name() + "\\";
+  std::vector<std::pair<std::string, BuiltFile>> files;
   for (const BuiltFile& file : extension.files()) {
     std::string source = file.source;
     std::replace(source.begin(), source.end(), '/', '\\');
-    m_pc.Write(folder + source, file.content, file.date);
+    files.emplace_back(folder + source, file);
   }
-  m_pc.Write(folder + extension.descriptionName(), extension.text());
-  return folder + extension.descriptionName();
+  files.emplace_back(folder + extension.descriptionName(), BuiltFile{{}, {}, extension.text(), {}});
+  return files;
+}
+
+} // namespace
+
+CString KestFixture::lay(const ExtensionBuilder& extension) const {
+  const auto files = LaidFiles(extension);
+  for (const auto& [path, file] : files) {
+    m_pc.Write(path, file.content, file.date);
+  }
+  return files.back().first;
 }
 
 CString KestFixture::pack(const ExtensionBuilder& extension) {
@@ -154,11 +114,8 @@ CString KestFixture::pack(const ExtensionBuilder& extension) {
   if (manager().CreatePackage(description.c_str(), target.c_str(), nullptr, false, false, false) != 0) {
     ADD_FAILURE() << "the package of " << extension.name() << " cannot be made";
   }
-  fs::remove_all(m_pc.HostPath("C:\\Work\\" + extension.name() + "\\" + extension.descriptionName()));
-  for (const BuiltFile& file : extension.files()) {
-    std::string source = file.source;
-    std::replace(source.begin(), source.end(), '/', '\\');
-    fs::remove_all(m_pc.HostPath("C:\\Work\\" + extension.name() + "\\" + source));
+  for (const auto& [path, file] : LaidFiles(extension)) {
+    fs::remove_all(m_pc.HostPath(path));
   }
   return target;
 }
@@ -172,16 +129,23 @@ CKestExtension* KestFixture::tryInstall(const CString& path, const CKestProduct*
 
 CKestExtension* KestFixture::installed(const ExtensionBuilder& extension, const CKestProduct* into) {
   CKestExtension* record = tryInstall(pack(extension), into);
-  EXPECT_NE(record, nullptr) << extension.name() << " cannot be installed: "
-                             << (report().problems.empty() ? "" : report().problems.front().reason);
+  if (record == nullptr) {
+    throw std::runtime_error(extension.name() + " cannot be installed: " +
+                             (report().problems.empty() ? "" : report().problems.front().reason));
+  }
   return record;
+}
+
+std::vector<CKestExtension*> KestFixture::records(const CKestProduct* in) const {
+  CKestTypedList<CKestExtension*> found;
+  manager().GetExtensions(in, found);
+  return {found.begin(), found.end()};
 }
 
 int KestFixture::uninstall(CKestExtension* extension, bool deleteDisabled) {
   for (const CKestProduct* in : {nova(), four()}) {
-    CKestTypedList<CKestExtension*> records;
-    manager().GetExtensions(in, records);
-    if (std::find(records.begin(), records.end(), extension) != records.end()) {
+    const std::vector<CKestExtension*> all = records(in);
+    if (std::find(all.begin(), all.end(), extension) != all.end()) {
       int restart = 0;
       const int result =
           manager().UninstallExtension(in, extension, false, true, true, true, deleteDisabled, restart, false);
@@ -196,26 +160,15 @@ int KestFixture::uninstall(CKestExtension* extension, bool deleteDisabled) {
 }
 
 CKestExtension* KestFixture::find(const std::string& name, const CKestProduct* in) const {
-  CKestTypedList<CKestExtension*> records;
-  manager().GetExtensions(in != nullptr ? in : nova(), records);
-  CKestExtension* found = nullptr;
-  for (CKestExtension* record : records) {
-    if (record->GetName() == name) {
-      if (found != nullptr) {
-        return nullptr;
-      }
-      found = record;
-    }
-  }
-  return found;
+  std::vector<CKestExtension*> found = records(in != nullptr ? in : nova());
+  std::erase_if(found, [&](const CKestExtension* record) { return record->GetName() != name; });
+  return found.size() == 1 ? found[0] : nullptr;
 }
 
 std::vector<std::string> KestFixture::catalogue() const {
   std::vector<std::string> lines;
   for (const CKestProduct* in : {nova(), four()}) {
-    CKestTypedList<CKestExtension*> records;
-    manager().GetExtensions(in, records);
-    for (const CKestExtension* record : records) {
+    for (const CKestExtension* record : records(in)) {
       lines.push_back(record->GetName() + " " + record->GetVersion().ToText() +
                       (record->IsEnabled() ? " enabled " : " disabled ") + record->GetPath());
     }

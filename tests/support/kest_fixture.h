@@ -5,6 +5,7 @@
 #include "support/scripted_host.h"
 #include "support/temp_machine.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,21 +24,37 @@ struct BuiltFile {
 /// An extension as an author writes it: a description with its files.
 class ExtensionBuilder {
 public:
-  explicit ExtensionBuilder(std::string name);
-  ExtensionBuilder& author(std::string name);
-  ExtensionBuilder& version(std::string dotted);
-  ExtensionBuilder& type(std::string keyword);
+  explicit ExtensionBuilder(std::string name) : m_name(std::move(name)), m_descriptionName(text::Lower(m_name)) {
+    std::replace(m_descriptionName.begin(), m_descriptionName.end(), ' ', '_');
+    m_descriptionName += ".kei";
+  }
+  ExtensionBuilder& author(std::string name) { return set(m_author, std::move(name)); }
+  ExtensionBuilder& version(std::string dotted) { return set(m_version, std::move(dotted)); }
+  ExtensionBuilder& type(std::string keyword) { return set(m_type, std::move(keyword)); }
+  /// "word_count.kei" for "Word Count" unless given.
+  ExtensionBuilder& descriptionNamed(std::string fileName) { return set(m_descriptionName, std::move(fileName)); }
+  ExtensionBuilder& requiresRestart() { return set(m_attributes, " requires-restart=\"true\""); }
   /// Instead of Tidemark; the first one is primary.
-  ExtensionBuilder& product(std::string name, std::string version);
-  ExtensionBuilder& requiresRestart();
+  ExtensionBuilder& product(const std::string& name, const std::string& version) {
+    return set(m_products, m_products + "    <product name=\"" + name + "\" version=\"" + version + "\"" +
+                               (m_products.empty() ? " primary=\"true\"" : " required=\"true\"") + " />\n");
+  }
   /// `attributes`: further ones, e.g. `shared="true"`.
   ExtensionBuilder& file(std::string source, std::string destination, std::string content = "content",
-                         std::string attributes = {});
-  ExtensionBuilder& token(std::string attributes);
+                         std::string attributes = {}) {
+    m_files.push_back({std::move(source), std::move(destination), std::move(content), std::move(attributes)});
+    return *this;
+  }
+  ExtensionBuilder& token(const std::string& attributes) {
+    return set(m_tokens, m_tokens + "    <token " + attributes + " />\n");
+  }
   /// Change elements, as written.
-  ExtensionBuilder& changes(std::string elements);
-  /// "word_count.kei" for "Word Count" unless given.
-  ExtensionBuilder& descriptionNamed(std::string fileName);
+  ExtensionBuilder& changes(const std::string& elements) { return set(m_changes, m_changes + elements); }
+  /// One more extension of HTML pages in the list of the files that the editor opens.
+  ExtensionBuilder& changesTheList() {
+    return changes("<extensions-changes><extension-insert extension=\"SHTML\" description=\"HTML Documents\" />"
+                   "</extensions-changes>\n");
+  }
 
   [[nodiscard]] const std::string& name() const { return m_name; }
   [[nodiscard]] const std::string& descriptionName() const { return m_descriptionName; }
@@ -45,6 +62,11 @@ public:
   [[nodiscard]] const std::vector<BuiltFile>& files() const { return m_files; }
 
 private:
+  ExtensionBuilder& set(std::string& field, std::string value) {
+    field = std::move(value);
+    return *this;
+  }
+
   std::string m_name;
   std::string m_author = "Jane Doe";
   std::string m_version = "1.0";
@@ -65,6 +87,12 @@ protected:
   ~KestFixture() override;
 
   static constexpr const char* kNova = "C:\\Program Files\\Kestrel\\Tidemark 6\\";
+  static inline const std::string kConfiguration = std::string(kNova) + "Configuration\\";
+  static inline const std::string kCommands = kConfiguration + "Commands\\";
+  static inline const std::string kDescriptions = kConfiguration + "Extensions\\";
+  static inline const std::string kDisabled = kDescriptions + "Disabled\\";
+  /// Where most of the files of these tests go.
+  static constexpr const char* kToCommands = "$tidemark/Configuration/Commands";
   static constexpr const char* kFour = "C:\\Program Files\\Kestrel\\Tidemark 4\\";
 
   /// Puts a program on the machine and into the registry.
@@ -72,6 +100,23 @@ protected:
                   const std::string& registryKey) const;
   /// A new manager over the machine in force; the old one goes.
   void start();
+  /// The same on the machine as it is now, whatever was done to it behind the manager's back.
+  void restart() {
+    m_pc.Reopen();
+    start();
+  }
+  void runNova(bool running = true) {
+    ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", running));
+  }
+  [[nodiscard]] int disable(CKestExtension* record, const CKestProduct* in = nullptr) const {
+    return manager().DisableExtension(in != nullptr ? in : nova(), record, false);
+  }
+  [[nodiscard]] int enable(CKestExtension* record) const { return manager().EnableExtension(nova(), record); }
+  /// What an operation must leave alone: the machine, and nothing in its temporary folder.
+  void expectUntouched(const MachineSnapshot& before) const {
+    EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+    EXPECT_TRUE(isTempEmpty());
+  }
   [[nodiscard]] const CKestProduct* product(const char* name) const;
   [[nodiscard]] const CKestProduct* nova() const { return product("Tidemark Nova"); }
   [[nodiscard]] const CKestProduct* four() const { return product("Tidemark 4"); }
@@ -87,10 +132,12 @@ protected:
   /// The same, and it has to work.
   CKestExtension* installed(const ExtensionBuilder& extension, const CKestProduct* into = nullptr);
   [[nodiscard]] int uninstall(CKestExtension* extension, bool deleteDisabled = true);
+  [[nodiscard]] std::vector<CKestExtension*> records(const CKestProduct* in) const;
   /// The catalogued record of that name; null when there is none, or several.
   [[nodiscard]] CKestExtension* find(const std::string& name, const CKestProduct* in = nullptr) const;
   /// "name version state path" of every record, sorted.
   [[nodiscard]] std::vector<std::string> catalogue() const;
+  using Failure = OperationReport::Failure;
   [[nodiscard]] const OperationReport& report() const { return manager().GetLastReport(); }
   [[nodiscard]] CKestExtensionManager& manager() const { return *m_manager; }
 

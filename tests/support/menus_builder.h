@@ -2,20 +2,14 @@
 
 #include "menus/menu_changes.h"
 #include "menus/shortcut_changes.h"
+#include "support/temp_machine.h"
 
-#include <fstream>
+#include <functional>
+#include <map>
 #include <sstream>
 #include <string>
 
 namespace kest::test {
-
-/// A sample below tests/data/config, byte for byte.
-inline std::string ConfigSample(const std::string& name) {
-  std::ifstream in(std::string(KEST_SOURCE_DIR) + "/tests/data/config/" + name, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
 
 /// The structure of an object in one line: bars, menus and lists as id(children), items, formats and shortcuts as their
 /// ids, separators as "-" or "-[references]", comments as "!text".
@@ -53,26 +47,21 @@ inline void AddPayload(CKestXmlObject& change, const std::string& words) {
     std::string kind;
     std::string id;
     parts >> kind >> id;
-    const auto add = [&](auto object) {
+    const auto add = [&]<class T>(std::unique_ptr<T> object) {
       object->SetID(id);
       change.AppendChild(std::move(object));
     };
-    if (kind == "item")
-      add(std::make_unique<CKestExtensionMenuItem>());
-    else if (kind == "menu")
-      add(std::make_unique<CKestExtensionMenu>());
-    else if (kind == "bar")
-      add(std::make_unique<CKestExtensionMenuBar>());
-    else if (kind == "format")
-      add(std::make_unique<CKestExtensionServerFormat>());
-    else if (kind == "separator")
-      add(std::make_unique<CKestExtensionMenuSeparator>());
-    else if (kind == "list")
-      add(std::make_unique<CKestExtensionShortcutList>());
-    else if (kind == "shortcut")
-      add(std::make_unique<CKestExtensionShortcut>());
-    else if (kind == "comment")
-      change.AppendChild(std::make_unique<CKestXmlComment>(id));
+    const std::map<std::string, std::function<void()>> kinds = {
+        {"item", [&] { add(std::make_unique<CKestExtensionMenuItem>()); }},
+        {"menu", [&] { add(std::make_unique<CKestExtensionMenu>()); }},
+        {"bar", [&] { add(std::make_unique<CKestExtensionMenuBar>()); }},
+        {"format", [&] { add(std::make_unique<CKestExtensionServerFormat>()); }},
+        {"separator", [&] { add(std::make_unique<CKestExtensionMenuSeparator>()); }},
+        {"list", [&] { add(std::make_unique<CKestExtensionShortcutList>()); }},
+        {"shortcut", [&] { add(std::make_unique<CKestExtensionShortcut>()); }},
+        {"comment", [&] { change.AppendChild(std::make_unique<CKestXmlComment>(id)); }},
+    };
+    kinds.at(kind)();
   }
 }
 

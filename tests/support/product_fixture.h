@@ -5,9 +5,6 @@
 #include "products/product.h"
 #include "support/temp_machine.h"
 
-#include <fstream>
-#include <iterator>
-
 namespace kest::test {
 
 /// A machine with programs on it, for tests of the products alone.
@@ -30,11 +27,6 @@ protected:
   void putNova() const {
     putProgram(std::string(kNovaFolder) + "Tidemark.exe", "6.0.700");
     putValue(kNovaKey, "InstallPath", kNovaFolder);
-  }
-  /// A file of tests/data/config.
-  static std::string sample(const std::string& name) {
-    std::ifstream in(std::string(KEST_SOURCE_DIR) + "/tests/data/config/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   }
 
   TempMachine m_pc;

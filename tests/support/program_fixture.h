@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/process.h"
+#include "support/temp_machine.h"
 #include "support/terminal.h"
 
 #include <gtest/gtest.h>
@@ -71,11 +72,21 @@ protected:
     std::ofstream(file, std::ios::binary) << content;
     return file.string();
   }
-  [[nodiscard]] static std::string read(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
+  [[nodiscard]] static std::string read(const std::filesystem::path& path) { return ReadHostFile(path); }
+  [[nodiscard]] MachineSnapshot snapshot() const { return TakeSnapshot(m_folder / "pc"); }
+  /// What came, went or has other bytes, but for backup copies, the trash and files of that ending. A file that is
+  /// saved with the bytes that it had has another date.
+  [[nodiscard]] static std::string difference(MachineSnapshot before, MachineSnapshot after,
+                                              const std::string& butFor = ".xbk") {
+    for (MachineSnapshot* each : {&before, &after}) {
+      for (auto& [path, entry] : each->entries) {
+        entry.date = 0;
+      }
+    }
+    return DescribeDifference(before, after, [&](const std::string& path) {
+      return path.starts_with("trash") || path.ends_with(butFor) ||
+             (path.ends_with("bk") && path[path.size() - 4] == '.');
+    });
   }
   [[nodiscard]] bool onMachine(const std::string& path) const {
     return std::filesystem::exists(m_folder / "pc/drive_c" / path);

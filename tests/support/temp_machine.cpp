@@ -26,11 +26,6 @@ std::uint64_t HashOf(std::string_view bytes) {
   return hash;
 }
 
-std::string ReadHostFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 void WriteHostFile(const fs::path& path, std::string_view content) {
   fs::create_directories(path.parent_path());
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
@@ -100,6 +95,11 @@ void DescribeChange(std::ostream& out, const std::string& path, const SnapshotEn
 }
 
 } // namespace
+
+std::string ReadHostFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
 
 MachineSnapshot TakeSnapshot(const fs::path& root) {
   MachineSnapshot snapshot;

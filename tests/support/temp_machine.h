@@ -23,6 +23,13 @@ struct SnapshotEntry {
   auto operator<=>(const SnapshotEntry&) const = default;
 };
 
+/// The bytes of a file of this system; none when there is no such file.
+[[nodiscard]] std::string ReadHostFile(const std::filesystem::path& path);
+/// A sample below tests/data/config.
+[[nodiscard]] inline std::string ConfigSample(const std::string& name) {
+  return ReadHostFile(KEST_SOURCE_DIR "/tests/data/config/" + name);
+}
+
 /// Everything below a machine folder: drives, registry, machine.ini and trash, by path from its root with "/".
 struct MachineSnapshot {
   std::map<std::string, SnapshotEntry> entries;
