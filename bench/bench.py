@@ -17,6 +17,8 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 NOVA = "drive_c/Program Files/Kestrel/Tidemark 6"
 EXTENSIONS = f"{NOVA}/Configuration/Extensions"
 YES = "-y --accept-agreement -q --progress never"
+# a description that was changed within the last tenth of a second is not yet put into the index of its folder
+SETTLE = "sleep 0.2"
 MAKE_MACHINE = '"$B/kest" machine new "$S/pc" --product "Tidemark Nova" -q'
 
 PACMAN_QUERY = ("--config $S/pacman.conf --root $S/root --dbpath $S/db --cachedir $S/cache --hookdir $S/hooks --gpgdir $S/gpg "
@@ -84,8 +86,8 @@ def removals(bench, data):
     entries = [
         Entry("rm -rf", "rm -rf $S/root/opt", f"mkdir -p $S/root; unzip -q {folder}/p1.kep -d $S/root", "[ ! -e $S/root/opt ]"),
         Entry("kest uninstall", f'"$B/kest" -m "$S/pc" uninstall "Payload p1" {YES}',
-              f'{MAKE_MACHINE}; mkdir -p "$S/pc/{EXTENSIONS}"; cp {data}/descriptions/extension*.kei "$S/pc/{EXTENSIONS}/"; "$B/kest" -m "$S/pc" install '
-              f'{folder}/p1.kep {YES}', gone),
+              f'{MAKE_MACHINE}; mkdir -p "$S/pc/{EXTENSIONS}"; cp {data}/descriptions/extension*.kei "$S/pc/{EXTENSIONS}/"; {SETTLE}; "$B/kest" -m '
+              f'"$S/pc" install {folder}/p1.kep {YES}', gone),
     ]
     entries += [Entry(peer.replace("-U", "-R").replace("-i", "remove"), removal, f"{setup}; {install} > /dev/null 2>&1")
                 for peer, setup, install, removal in managers("p1", folder)]

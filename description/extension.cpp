@@ -122,23 +122,66 @@ bool CKestExtension::HasParentPaths() const {
   });
 }
 
+void CKestExtension::SetPath(std::string_view path) {
+  if (m_path != path) {
+    (void)Whole(); // from where it lies until now
+    m_stamp.reset();
+    m_path = path;
+  }
+}
+
+// ---- records whose description is read later
+// ---------------------------------------------------------------------------------------------
+
+void CKestExtension::ReadRestLater(int fileCount) {
+  m_isRestUnread = true;
+  m_fileCount = fileCount;
+}
+
+bool CKestExtension::ReadRest() const {
+  if (!m_isRestUnread) {
+    return true;
+  }
+  CKestExtension whole;
+  if (whole.Load(m_path.c_str(), nullptr) != kLoaded || whole.m_id != m_id || whole.m_name != m_name ||
+      whole.m_version.Compare(m_version) != 0 || whole.m_author != m_author) {
+    return false;
+  }
+  // What a record says does not change by this, and none is made const. Texts of the head stay where they are, for they
+  // may be on loan.
+  auto& self = const_cast<CKestExtension&>(*this);
+  whole.m_id = std::move(self.m_id);
+  whole.m_name = std::move(self.m_name);
+  whole.m_typeLabel = std::move(self.m_typeLabel);
+  whole.m_author = std::move(self.m_author);
+  whole.m_path = std::move(self.m_path);
+  whole.m_enabled = m_enabled;
+  whole.m_shared = m_shared;
+  whole.m_stamp = m_stamp;
+  whole.m_isIndexed = m_isIndexed;
+  self = std::move(whole);
+  return true;
+}
+
+int CKestExtension::GetFileCount() const { return m_isRestUnread ? m_fileCount : m_files.GetChildCount(); }
+
 // ---- products and tokens
 // -----------------------------------------------------------------------------------------------
 
 const CKestExtensionProduct* CKestExtension::GetPrimaryProduct() const {
-  const auto found = std::find_if(m_products.begin(), m_products.end(),
+  const auto found = std::find_if(GetProducts().begin(), GetProducts().end(),
                                   [](const CKestExtensionProduct& product) { return product.IsPrimary(); });
-  return found == m_products.end() ? nullptr : &*found;
+  return found == GetProducts().end() ? nullptr : &*found;
 }
 
 bool CKestExtension::HasUserDefinedTokens() const {
-  return std::any_of(m_tokens.begin(), m_tokens.end(),
+  return std::any_of(GetTokens().begin(), GetTokens().end(),
                      [](const CKestExtensionToken& token) { return !token.GetPrompt().empty(); });
 }
 
 bool CKestExtension::GetUserDefinedTokens(CKestTokenMap& tokens) const {
   tokens.clear();
-  for (const CKestExtensionToken& token : m_tokens) {
+  for (const CKestExtensionToken& token : GetTokens()) {
     tokens[token.GetName()] = token.GetDefinition();
   }
   return !tokens.empty();
@@ -149,31 +192,31 @@ bool CKestExtension::GetUserDefinedTokens(CKestTokenMap& tokens) const {
 
 void CKestExtension::AddConfigChanges(CKestConfigChanges* changes) {
   if (changes != nullptr) {
-    m_configChanges.push_back(Share(changes));
+    Whole().m_configChanges.push_back(Share(changes));
   }
 }
 
 void CKestExtension::AddHelpChanges(CKestHelpChanges* changes) {
   if (changes != nullptr) {
-    m_helpChanges.push_back(Share(changes));
+    Whole().m_helpChanges.push_back(Share(changes));
   }
 }
 
 CKestTypedIterator<CKestConfigChanges*>* CKestExtension::CreateConfigChangesIterator() const {
-  return new CKestTypedIterator<CKestConfigChanges*>(Borrow(m_configChanges), false);
+  return new CKestTypedIterator<CKestConfigChanges*>(Borrow(GetConfigChanges()), false);
 }
 
 CKestTypedIterator<CKestHelpChanges*>* CKestExtension::CreateHelpChangesIterator() const {
-  return new CKestTypedIterator<CKestHelpChanges*>(Borrow(m_helpChanges), false);
+  return new CKestTypedIterator<CKestHelpChanges*>(Borrow(GetHelpChanges()), false);
 }
 
 void CKestExtension::RemoveAllConfigChanges() {
-  m_configChanges.clear();
+  Whole().m_configChanges.clear();
   m_helpChanges.clear();
 }
 
 CKestMasterConfigChanges* CKestExtension::GetMasterConfigChanges() const {
-  for (const auto& set : m_configChanges) {
+  for (const auto& set : GetConfigChanges()) {
     if (auto* master = dynamic_cast<CKestMasterConfigChanges*>(set.get())) {
       return master;
     }
@@ -182,7 +225,7 @@ CKestMasterConfigChanges* CKestExtension::GetMasterConfigChanges() const {
 }
 
 bool CKestExtension::HasInsertbarConfigChanges() const {
-  return std::any_of(m_configChanges.begin(), m_configChanges.end(), [](const auto& set) {
+  return std::any_of(GetConfigChanges().begin(), GetConfigChanges().end(), [](const auto& set) {
     return dynamic_cast<const CKestInsertbarConfigChanges*>(set.get()) != nullptr;
   });
 }
@@ -191,7 +234,7 @@ bool CKestExtension::HasMenuChanges() const {
   const auto isMenuChange = [](const auto& child) {
     return dynamic_cast<const CKestMenuChange*>(child.get()) != nullptr;
   };
-  return std::any_of(m_configChanges.begin(), m_configChanges.end(), [&](const auto& set) {
+  return std::any_of(GetConfigChanges().begin(), GetConfigChanges().end(), [&](const auto& set) {
     return std::any_of(set->GetChildren().begin(), set->GetChildren().end(), isMenuChange);
   });
 }

@@ -5,6 +5,8 @@
 #include "platform/values.h"
 #include "platform/xml_object.h"
 
+#include <optional>
+
 namespace kest {
 
 class CKestConfigChanges;
@@ -54,18 +56,18 @@ public:
   void GetVersion(CKestVersionNumber& version) const { version = m_version; }
   [[nodiscard]] const CKestVersionNumber& GetVersion() const { return m_version; }
   void SetVersion(std::string_view dotted) { m_version = CKestVersionNumber(dotted); }
-  void GetDesc(CString& description) const { description = m_description; }
-  [[nodiscard]] const CString& GetDesc() const { return m_description; }
-  void AppendDesc(std::string_view text) { m_description += text; }
-  void SetDesc(std::string_view description) { m_description = description; }
-  void GetUIAccess(CString& text) const { text = m_uiAccess; }
-  [[nodiscard]] const CString& GetUIAccess() const { return m_uiAccess; }
-  void AppendUIAccess(std::string_view text) { m_uiAccess += text; }
-  void SetUIAccess(std::string_view text) { m_uiAccess = text; }
-  void GetLicenseAgreement(CString& text) const { text = m_license; }
-  [[nodiscard]] const CString& GetLicenseAgreement() const { return m_license; }
-  void AppendLicenseAgreement(std::string_view text) { m_license += text; }
-  void SetLicenseAgreement(std::string_view text) { m_license = text; }
+  void GetDesc(CString& description) const { description = GetDesc(); }
+  [[nodiscard]] const CString& GetDesc() const { return Whole().m_description; }
+  void AppendDesc(std::string_view text) { Whole().m_description += text; }
+  void SetDesc(std::string_view description) { Whole().m_description = description; }
+  void GetUIAccess(CString& text) const { text = GetUIAccess(); }
+  [[nodiscard]] const CString& GetUIAccess() const { return Whole().m_uiAccess; }
+  void AppendUIAccess(std::string_view text) { Whole().m_uiAccess += text; }
+  void SetUIAccess(std::string_view text) { Whole().m_uiAccess = text; }
+  void GetLicenseAgreement(CString& text) const { text = GetLicenseAgreement(); }
+  [[nodiscard]] const CString& GetLicenseAgreement() const { return Whole().m_license; }
+  void AppendLicenseAgreement(std::string_view text) { Whole().m_license += text; }
+  void SetLicenseAgreement(std::string_view text) { Whole().m_license = text; }
   /// 0 when the keyword is none that the engine knows.
   [[nodiscard]] int GetType() const { return m_type; }
   void SetType(int type) { m_type = type; }
@@ -78,23 +80,23 @@ public:
   void GetAuthorName(CString& name) const { name = m_author; }
   [[nodiscard]] const CString& GetAuthorName() const { return m_author; }
   void SetAuthorName(std::string_view name) { m_author = name; }
-  [[nodiscard]] int GetCharsetPlatform() const { return m_charsetPlatform; }
-  void SetCharsetPlatform(int platform) { m_charsetPlatform = platform; }
-  [[nodiscard]] bool IsShiftJIS() const { return m_shiftJis; }
-  void SetShiftJIS(bool shiftJis) { m_shiftJis = shiftJis; }
+  [[nodiscard]] int GetCharsetPlatform() const { return Whole().m_charsetPlatform; }
+  void SetCharsetPlatform(int platform) { Whole().m_charsetPlatform = platform; }
+  [[nodiscard]] bool IsShiftJIS() const { return Whole().m_shiftJis; }
+  void SetShiftJIS(bool shiftJis) { Whole().m_shiftJis = shiftJis; }
   /// More than one product was marked primary; only the first has kept the mark.
-  [[nodiscard]] bool HasMultiplePrimaryProducts() const { return m_multiplePrimary; }
+  [[nodiscard]] bool HasMultiplePrimaryProducts() const { return Whole().m_multiplePrimary; }
 
-  [[nodiscard]] CKestExtensionTokens& GetTokens() { return m_tokens; }
-  [[nodiscard]] const CKestExtensionTokens& GetTokens() const { return m_tokens; }
-  [[nodiscard]] CKestExtensionFiles& GetFiles() { return m_files; }
-  [[nodiscard]] const CKestExtensionFiles& GetFiles() const { return m_files; }
-  [[nodiscard]] CKestExtensionProducts& GetProducts() { return m_products; }
-  [[nodiscard]] const CKestExtensionProducts& GetProducts() const { return m_products; }
+  [[nodiscard]] CKestExtensionTokens& GetTokens() { return Whole().m_tokens; }
+  [[nodiscard]] const CKestExtensionTokens& GetTokens() const { return Whole().m_tokens; }
+  [[nodiscard]] CKestExtensionFiles& GetFiles() { return Whole().m_files; }
+  [[nodiscard]] const CKestExtensionFiles& GetFiles() const { return Whole().m_files; }
+  [[nodiscard]] CKestExtensionProducts& GetProducts() { return Whole().m_products; }
+  [[nodiscard]] const CKestExtensionProducts& GetProducts() const { return Whole().m_products; }
   /// The product marked primary; null when there is none.
   [[nodiscard]] const CKestExtensionProduct* GetPrimaryProduct() const;
-  [[nodiscard]] bool HasTokens() const { return m_tokens.HasChildren(); } ///< whether it makes tokens of its own
-  [[nodiscard]] bool HasFiles() const { return m_files.HasChildren(); }   ///< whether it lists a file
+  [[nodiscard]] bool HasTokens() const { return GetTokens().HasChildren(); } ///< whether it makes tokens of its own
+  [[nodiscard]] bool HasFiles() const { return GetFiles().HasChildren(); }   ///< whether it lists a file
   /// Some token has a prompt, so the user is to be asked.
   [[nodiscard]] bool HasUserDefinedTokens() const;
   /// Sets the map to the definitions by token name, the last of equal names; true when there is any.
@@ -103,7 +105,7 @@ public:
   // ---- the installed copy
   void GetPath(CString& path) const { path = m_path; }
   [[nodiscard]] const CString& GetPath() const { return m_path; }
-  void SetPath(std::string_view path) { m_path = path; }
+  void SetPath(std::string_view path);
   [[nodiscard]] bool IsEnabled() const { return m_enabled; }
   void SetEnabled(bool enabled) { m_enabled = enabled; }
   /// The copy lies in the location of all users.
@@ -119,10 +121,12 @@ public:
   /// nothing.
   void AddConfigChanges(CKestConfigChanges* changes);
   void AddHelpChanges(CKestHelpChanges* changes); ///< as AddConfigChanges, for help changes
-  [[nodiscard]] const ConfigChanges& GetConfigChanges() const { return m_configChanges; }
-  [[nodiscard]] const HelpChanges& GetHelpChanges() const { return m_helpChanges; }
-  [[nodiscard]] bool HasConfigChanges() const { return !m_configChanges.empty(); } ///< whether there is any set
-  [[nodiscard]] bool HasHelpChanges() const { return !m_helpChanges.empty(); }     ///< whether there is any set
+  /// In the order of the description.
+  [[nodiscard]] const ConfigChanges& GetConfigChanges() const { return Whole().m_configChanges; }
+  /// In the order of the description.
+  [[nodiscard]] const HelpChanges& GetHelpChanges() const { return Whole().m_helpChanges; }
+  [[nodiscard]] bool HasConfigChanges() const { return !GetConfigChanges().empty(); } ///< whether there is any set
+  [[nodiscard]] bool HasHelpChanges() const { return !GetHelpChanges().empty(); }     ///< whether there is any set
   /// New iterators, freed by the caller; the sets stay the record's.
   [[nodiscard]] CKestTypedIterator<CKestConfigChanges*>* CreateConfigChangesIterator() const;
   /// As CreateConfigChangesIterator.
@@ -138,6 +142,25 @@ public:
   /// Negative, 0 or positive.
   [[nodiscard]] int CompareVersion(const CKestExtension& other) const { return m_version.Compare(other.m_version); }
 
+  // ---- records whose description is read later
+  /// Everything but id, name, version, type, author, the wish for a restart and what is known of the installed copy is
+  /// read from the path when it is first asked for. Until then the record stands for a description of so many files.
+  void ReadRestLater(int fileCount);
+  /// Reads it now, if that is still to be done. False: the file cannot be read any more, or is another description by
+  /// now; then the record stays without it, and the next question tries again.
+  bool ReadRest() const;
+  /// How many files the description lists; never reads it.
+  [[nodiscard]] int GetFileCount() const;
+  /// The description's file as it was before it was read; nothing when that is not known.
+  [[nodiscard]] const std::optional<FileStamp>& GetStamp() const { return m_stamp; }
+  /// `indexed`: see IsIndexed.
+  void SetStamp(const FileStamp& stamp, bool indexed) {
+    m_stamp = stamp;
+    m_isIndexed = indexed;
+  }
+  /// Whether the index of the description's folder knows it as it is.
+  [[nodiscard]] bool IsIndexed() const { return m_isIndexed; }
+
   // ---- text conversions of the description format
   /// Makes one raw line well-formed: escapes ampersands, script brackets, "+<", "+>" and apostrophes.
   static void ConvertBadXml(CString& line);
@@ -151,6 +174,19 @@ public:
   static void OutputText(const CString& value, const CString& tag, const CString& indent, CString& text);
 
 private:
+  /// This record, with what was to be read later.
+  CKestExtension& Whole() {
+    if (m_isRestUnread) {
+      (void)ReadRest();
+    }
+    return *this;
+  }
+  const CKestExtension& Whole() const {
+    if (m_isRestUnread) {
+      (void)ReadRest();
+    }
+    return *this;
+  }
   int FinishLoad(int parsed, class CKestExtensionXMLParser& parser, CKestTypedList<CKestString>* errors,
                  DescriptionObserver* observer);
   void SettlePrimaryProduct();
@@ -180,6 +216,10 @@ private:
   CKestExtensionProducts m_products;
   ConfigChanges m_configChanges;
   HelpChanges m_helpChanges;
+  std::optional<FileStamp> m_stamp;
+  bool m_isIndexed = false;
+  bool m_isRestUnread = false;
+  int m_fileCount = 0; ///< while the rest is unread
 };
 
 } // namespace kest

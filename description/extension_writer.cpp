@@ -56,16 +56,16 @@ void CKestExtension::BuildXml(int level, CString& text) const {
   const CString inner = Tabs(level + 1);
   BuildHead(indent, inner, text);
   text += kLineEnd;
-  m_products.BuildXml(level + 1, text);
-  OutputText(m_description, "description", inner, text);
-  OutputText(m_uiAccess, "ui-access", inner, text);
+  GetProducts().BuildXml(level + 1, text);
+  OutputText(GetDesc(), "description", inner, text);
+  OutputText(GetUIAccess(), "ui-access", inner, text);
   if (HasTokens()) {
     text += kLineEnd;
-    m_tokens.BuildXml(level + 1, text);
+    GetTokens().BuildXml(level + 1, text);
   }
   if (HasFiles()) {
     text += kLineEnd;
-    m_files.BuildXml(level + 1, text);
+    GetFiles().BuildXml(level + 1, text);
   }
   if (HasConfigChanges()) {
     BuildConfigChanges(level, inner, text);
@@ -86,7 +86,7 @@ void CKestExtension::BuildHead(const CString& indent, const CString& inner, CStr
     WriteAttribute(name, value, text);
   };
   text += indent;
-  if (m_shiftJis) {
+  if (IsShiftJIS()) {
     text += "<?xml version=\"1.0\" encoding=\"iso-x-sjis\" ?>\r\n\r\n";
     text += indent;
   }
@@ -113,7 +113,7 @@ void CKestExtension::BuildHead(const CString& indent, const CString& inner, CStr
 }
 
 void CKestExtension::BuildConfigChanges(int level, const CString& inner, CString& text) const {
-  BuildSets<CKestMasterConfigChanges>(m_configChanges, level, inner, "configuration-changes", text,
+  BuildSets<CKestMasterConfigChanges>(GetConfigChanges(), level, inner, "configuration-changes", text,
                                       [&](CString& piece) {
                                         RevertBadXml(piece);
                                         text += piece;
@@ -121,11 +121,14 @@ void CKestExtension::BuildConfigChanges(int level, const CString& inner, CString
 }
 
 void CKestExtension::BuildHelpChanges(int level, const CString& inner, CString& text) const {
-  BuildSets<CKestStandardHelpChanges>(m_helpChanges, level, inner, "help-changes", text,
+  BuildSets<CKestStandardHelpChanges>(GetHelpChanges(), level, inner, "help-changes", text,
                                       [&](const CString& piece) { text += piece; });
 }
 
 int CKestExtension::Save(const char* path) {
+  if (!ReadRest()) {
+    return -1;
+  }
   const CString target = path == nullptr ? m_path : CString(path);
   CString text;
   BuildXml(0, text);
@@ -134,6 +137,7 @@ int CKestExtension::Save(const char* path) {
   if (check.LoadText(text, nullptr) != kLoaded) {
     return -1;
   }
+  m_stamp.reset();
   return CKestFile::WriteAll(target, text) ? 0 : -1;
 }
 

@@ -11,7 +11,7 @@ function stem(name) { sub(/^(Get|Set|Is|Has|Append)/, "", name); return name }
   body = name
   sub(/\(.*$/, "", name)
   sub(/^.*[ *&~]/, "", name)
-  if (!documented && body ~ /\{ (return \*?m_[A-Za-z]+(\.get\(\))?;|m_[A-Za-z]+ \+?= [A-Za-z]+;|[A-Za-z]+ = m_[A-Za-z]+;) \}$/) {
+  if (!documented && body ~ /\{ (return \*?(Whole\(\)\.)?m_[A-Za-z]+(\.get\(\))?;|(Whole\(\)\.)?m_[A-Za-z]+ \+?= [A-Za-z]+;|[A-Za-z]+ = (m_[A-Za-z]+|Get[A-Za-z]+\(\));) \}$/) {
     line = line " ///< Plain accessor: cannot fail; what it hands out by reference is borrowed, good until the object changes."
     documented = 1
   } else if (!documented && before && stem(name) == previous) {

@@ -51,7 +51,7 @@ Json ExtensionJson(const CKestExtensionManager& manager, MachineFolder* machine,
   json["state"] = !product ? Json(nullptr) : Json(extension.IsEnabled() ? "enabled" : "disabled");
   json["scope"] = !product ? Json(nullptr) : Json(extension.IsShared() ? "shared" : "user");
   json["description"] = PathJson(machine, extension.GetPath());
-  json["files"] = extension.GetFiles().GetChildCount();
+  json["files"] = extension.GetFileCount();
   return json;
 }
 

@@ -82,10 +82,19 @@ Installed Select(Session& session, const std::vector<Installed>& all, const std:
       found = fitting;
     }
   }
+  const std::string shown = ForTerminal(word);
+  if (found.size() == 1 && !found.front().extension->ReadRest()) {
+    exit = session.Fail(kNotFoundHere, {fmt::format("the description of \"{}\" cannot be read any more", shown),
+                                        "it was removed or changed at this moment",
+                                        "nothing",
+                                        {},
+                                        "see what is installed now: kest list",
+                                        0});
+    return {};
+  }
   if (found.size() == 1) {
     return found.front();
   }
-  const std::string shown = ForTerminal(word);
   if (found.empty()) {
     exit = session.Fail(kNotFoundHere,
                         {fmt::format("no extension \"{}\" is installed on {}", shown, session.GetMachineName()),

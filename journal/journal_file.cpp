@@ -2,6 +2,7 @@
 
 #include "platform/file.h"
 #include "platform/os.h"
+#include "platform/sealed_line.h"
 
 #include <algorithm>
 
@@ -35,11 +36,11 @@ class Reader {
 public:
   void Line(std::string_view line) {
     std::string_view body;
-    if (!journal_line::Unseal(line, body)) {
+    if (!sealed_line::Unseal(line, body)) {
       m_damagedSinceStep = true;
       return;
     }
-    const Fields fields = journal_line::SplitFields(body);
+    const Fields fields = sealed_line::SplitFields(body);
     m_anySealed = true;
     if (!m_headerSeen) {
       m_onlyFirstWrite = m_onlyFirstWrite && IsOfFirstWrite(fields);
@@ -71,8 +72,8 @@ private:
   void Header(const Fields& fields) {
     long long seconds = 0;
     const bool ours = fields.size() == 5 && fields[0] == kMagic && fields[1] == kVersion &&
-                      journal_line::ParseNumber(fields[2], m_content.number) && ParseSeconds(fields[3], seconds) &&
-                      journal_line::Unescape(fields[4], m_content.operation);
+                      sealed_line::ParseNumber(fields[2], m_content.number) && ParseSeconds(fields[3], seconds) &&
+                      sealed_line::Unescape(fields[4], m_content.operation);
     if (!ours) {
       return;
     }
@@ -108,14 +109,14 @@ private:
     }
     if (mark == "U" && fields.size() == 2) {
       long number = 0;
-      return journal_line::ParseNumber(fields[1], number) && (m_content.closed.insert(number), true);
+      return sealed_line::ParseNumber(fields[1], number) && (m_content.closed.insert(number), true);
     }
     if (mark == "R" && fields.size() == 3) {
       return Released(fields);
     }
     if (mark == "F" && fields.size() == 2) {
       CString folder;
-      const bool good = journal_line::Unescape(fields[1], folder);
+      const bool good = sealed_line::Unescape(fields[1], folder);
       m_content.folders.push_back(std::move(folder));
       return good;
     }
@@ -138,8 +139,8 @@ private:
   bool Step(const Fields& fields, std::string_view body) {
     long number = 0;
     long first = 0;
-    if (fields.size() < 4 || !journal_line::ParseNumber(fields[1], number) ||
-        !journal_line::ParseNumber(fields[2], first) || first > number) {
+    if (fields.size() < 4 || !sealed_line::ParseNumber(fields[1], number) ||
+        !sealed_line::ParseNumber(fields[2], first) || first > number) {
       return false;
     }
     if (first == number) {
@@ -153,7 +154,7 @@ private:
   bool Released(const Fields& fields) {
     long first = 0;
     long last = 0;
-    if (!journal_line::ParseNumber(fields[1], first) || !journal_line::ParseNumber(fields[2], last) || first > last) {
+    if (!sealed_line::ParseNumber(fields[1], first) || !sealed_line::ParseNumber(fields[2], last) || first > last) {
       return false;
     }
     LaterWrite();
@@ -197,7 +198,7 @@ bool JournalFile::Create(const CString& path, const CString& operation) {
   m_folderSynced = false;
   const std::int64_t now = std::max<std::int64_t>(machine.Now().GetSeconds(), 0);
   Add(CString(kMagic) + '\t' + CString(kVersion) + '\t' + std::to_string(++s_operations) + '\t' + std::to_string(now) +
-      '\t' + journal_line::Escape(operation));
+      '\t' + sealed_line::Escape(operation));
   return Write();
 }
 
@@ -217,7 +218,7 @@ void JournalFile::Close() {
   }
 }
 
-void JournalFile::Add(std::string_view body) { m_pending += journal_line::Seal(body); }
+void JournalFile::Add(std::string_view body) { m_pending += sealed_line::Seal(body); }
 
 long JournalFile::AddStep(const StepRecord& record, long first) {
   const long number = m_nextNumber++;
@@ -266,7 +267,7 @@ bool JournalFile::WriteAndSync(std::vector<CString> alsoSync) {
 }
 
 bool JournalFile::OverwriteAndSync(std::uint64_t offset, std::string_view body) {
-  const CString line = journal_line::Seal(body);
+  const CString line = sealed_line::Seal(body);
   return m_file != nullptr && m_file->WriteAt(offset, line.data(), line.size()) && m_file->Sync();
 }
 

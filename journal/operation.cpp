@@ -3,6 +3,7 @@
 #include "journal/private_folders.h"
 
 #include "platform/os.h"
+#include "platform/sealed_line.h"
 
 namespace kest {
 
@@ -41,7 +42,7 @@ bool Operation::NoteFolder(const CString& folder) {
   if (file == nullptr) {
     return false;
   }
-  file->Add("F\t" + journal_line::Escape(folder));
+  file->Add("F\t" + sealed_line::Escape(folder));
   return file->WriteAndSync();
 }
 

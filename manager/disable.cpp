@@ -152,6 +152,9 @@ int CKestExtensionManager::DisableExtension(const CKestProduct* product, CKestEx
     state.Fail(Failure::kOther, extension->GetPath(), "it is disabled already");
     return -1;
   }
+  if (!state.HasWholeRecord(*extension)) {
+    return -1;
+  }
   StepScope steps(state, "disable " + extension->GetName());
   DisableContext context{.state = state,
                          .product = *product,

@@ -59,6 +59,15 @@ bool State::IsCancelled() {
   return true;
 }
 
+bool State::HasWholeRecord(const CKestExtension& extension) {
+  if (extension.ReadRest()) {
+    return true;
+  }
+  Fail(OperationReport::Failure::kBadDescription, extension.GetPath(),
+       "the description is not there any more, or was changed since it was listed", 0, "list the extensions again");
+  return false;
+}
+
 void State::NameInReport(const CKestProduct& product, const CKestExtension& extension) {
   product.GetName(report.product);
   report.extension = extension.GetName();

@@ -87,6 +87,8 @@ struct CKestExtensionManager::State {
   /// The same for an error that was remembered, since a question to the user may follow it.
   void FailByError(const MachineError& error, const CString& path, const CString& what, int message = 0);
 
+  /// Whether all of the record's description is at hand now; else why not is noted.
+  [[nodiscard]] bool HasWholeRecord(const CKestExtension& extension);
   /// Whether the description, or an installed file that it lists, is newer; nothing when the machine cannot tell.
   [[nodiscard]] std::optional<bool> HasFilesNewerThan(const CKestProduct& product, const CString& descriptionPath,
                                                       const CKestDateTime& when) const;

@@ -1,6 +1,6 @@
 #include "manager/operation_scope.h"
 
-#include "description/extension.h"
+#include "description/description_index.h"
 #include "journal/catalogue_steps.h"
 #include "journal/delete_steps.h"
 #include "platform/os.h"
@@ -70,6 +70,15 @@ void StartReport(CKestExtensionManager::State& state, OperationReport::Operation
   CKestOS::GetMachine().ForgetFolders();
 }
 
+// What had to be read at the start need not be at the next. A failed operation leaves no trace, not even this.
+void RefreshIndexes(const CKestExtensionManager::State& state) {
+  std::vector<const CKestExtension*> records;
+  for (const auto& [product, list] : state.catalogue.All()) {
+    records.insert(records.end(), list.begin(), list.end());
+  }
+  DescriptionIndex::Refresh(records);
+}
+
 } // namespace
 
 OperationScope::OperationScope(State& state, OperationReport::Operation operation)
@@ -101,6 +110,9 @@ OperationScope::~OperationScope() {
     SettleReport(part);
   }
   if (m_locked) {
+    if (m_state.report.Succeeded()) {
+      RefreshIndexes(m_state);
+    }
     if (!m_state.journal.GetLeftovers().empty() && !m_state.report.rolledBack) {
       CKestOS::KeepTempFolder();
     } else {

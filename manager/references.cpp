@@ -7,13 +7,17 @@
 namespace kest {
 namespace {
 
-/// Calls `visit` with each file of every record but one, until it answers true.
+/// Calls `visit` with each file of every record but one, until it answers true. A record that cannot be read any more
+/// counts as that answer.
 template <class Visit>
 bool AnyFile(const CKestExtensionManager::State& state, const CKestExtension* except, const Visit& visit) {
   for (const auto& [owner, list] : state.catalogue.All()) {
     for (const CKestExtension* extension : list) {
       if (extension == except) {
         continue;
+      }
+      if (!extension->ReadRest()) {
+        return true;
       }
       for (const CKestExtensionFile& file : extension->GetFiles()) {
         if (IsPlaced(file) && visit(*extension, file)) {
@@ -34,7 +38,7 @@ void References::Gather() {
     return;
   }
   m_isGathered = true;
-  (void)AnyFile(m_state, m_except, [this](const CKestExtension& extension, const CKestExtensionFile& file) {
+  m_isIncomplete = AnyFile(m_state, m_except, [this](const CKestExtension& extension, const CKestExtensionFile& file) {
     m_files.push_back({HashOf(FilePlacement::GetPlacedName(file)), &extension, &file});
     return false;
   });
@@ -63,6 +67,9 @@ void References::Locate(std::size_t name) {
 
 bool References::Holds(const CString& path) {
   Gather();
+  if (m_isIncomplete) {
+    return true;
+  }
   Locate(HashOf(CKestPath(path).GetFileName()));
   return m_places.contains(text::Lower(path));
 }

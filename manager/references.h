@@ -5,7 +5,8 @@
 namespace kest {
 
 /// Where the extensions in the catalogue, but for one, place their files. Their names are gathered in one walk, at the
-/// first question; where a file lies is found out when one of its name is asked for.
+/// first question; where a file lies is found out when one of its name is asked for. When the description of one of
+/// them cannot be read any more, every path may be one of its files.
 class References {
 public:
   /// All borrowed. The catalogue must not change while the object lives.
@@ -26,6 +27,7 @@ private:
   const CKestProduct* m_product;
   const CKestExtension* m_except;
   bool m_isGathered = false;
+  bool m_isIncomplete = false;              ///< a description could not be read
   std::vector<Named> m_files;               ///< by name
   std::unordered_set<std::size_t> m_looked; ///< names whose files are among the places
   std::unordered_set<CString> m_places;     ///< lower case

@@ -48,8 +48,8 @@ bool FreeFile(Context& context, const CString& path) {
   return true;
 }
 
-/// The places of the extension's files that exist, in order; false when the machine cannot tell.
-template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
+/// The places of the extension's files, in order.
+template <class Visit> bool ForEachPlace(Context& context, const Visit& visit) {
   const FilePlacement::Resolver resolver(context.state.placement, &context.product, &context.extension);
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
     if (!IsPlaced(file)) {
@@ -62,17 +62,23 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
     if (place.result != FilePlace::kResolved || place.unsafe) {
       continue;
     }
-    const CString& path = place.destination.GetText();
+    if (!visit(file, place.destination.GetText())) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Those that exist; false when the machine cannot tell.
+template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
+  return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
     const FilePresence presence = LookForFile(path);
     if (presence == FilePresence::kUnknown) {
       context.state.FailByMachine(path, "it cannot be looked at");
       return false;
     }
-    if (presence == FilePresence::kThere && !visit(file, path)) {
-      return false;
-    }
-  }
-  return true;
+    return presence == FilePresence::kMissing || visit(file, path);
+  });
 }
 
 /// The files that go out of one folder.
@@ -210,7 +216,8 @@ void Context::Advance() {
 
 bool CheckFiles(Context& context) {
   References references(context.state, &context.product, &context.extension);
-  return ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
+  // a file that is missing is free
+  return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
     if (!WhyKept(file, path, references) && !FreeFile(context, path)) {
       return false;
     }
@@ -379,6 +386,9 @@ int CKestExtensionManager::UninstallExtension(const CKestProduct* product, CKest
   }
   if (state.depth == 1 && operation) {
     state.NameInReport(*product, *extension);
+  }
+  if (!state.HasWholeRecord(*extension)) {
+    return -1;
   }
   uninstall::Context context{.state = state,
                              .product = *product,

@@ -11,6 +11,7 @@ using Kind = MenusNode::Kind;
 /// The reader takes elements nested this deep and values this long for certain, whatever its repairs make of them.
 constexpr int kDeepest = 190;
 constexpr std::size_t kLongest = 128u << 10;
+constexpr std::size_t kLongestDoctype = 500;
 
 bool Contains(std::string_view value, char c) {
   return !value.empty() && std::memchr(value.data(), c, value.size()) != nullptr;
@@ -243,8 +244,10 @@ void MenusWriter::WriteComment(const CKestXmlComment& comment) {
 }
 
 void MenusWriter::WriteMisc(const CKestXmlMisc& misc, int level) {
-  // a document type with declarations of its own is reported, and so written, in parts
-  m_readable = m_readable && level == 0 && !Contains(misc.GetText(), '[') && !HoldsControl(misc.GetText());
+  // a document type with declarations of its own, or a long one, is reported, and so written, in parts
+  const std::string_view text = misc.GetText();
+  m_readable = m_readable && level == 0 && !Contains(text, '[') && !HoldsControl(text) &&
+               (text.size() <= kLongestDoctype || text.starts_with("<?"));
   misc.BuildXml(level, m_text);
 }
 

@@ -166,6 +166,9 @@ bool ForwardingMachine::CanUpdateFile(const CString& path) {
 bool ForwardingMachine::GetFileDateTime(const CString& path, CKestDateTime& date) {
   return Ask({"GetFileDateTime", false, &path}) && Answer(m_next.GetFileDateTime(path, date));
 }
+bool ForwardingMachine::GetFileStamp(const CString& path, FileStamp& stamp) {
+  return Ask({"GetFileStamp", false, &path}) && Answer(m_next.GetFileStamp(path, stamp));
+}
 bool ForwardingMachine::SetFileDateTime(const CString& path, const CKestDateTime& date) {
   return Ask({"SetFileDateTime", true, &path}) && Answer(m_next.SetFileDateTime(path, date));
 }

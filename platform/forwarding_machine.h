@@ -37,6 +37,7 @@ public:
   [[nodiscard]] bool SetFileReadOnly(const CString& path, bool readOnly) override;
   [[nodiscard]] bool CanUpdateFile(const CString& path) override;
   [[nodiscard]] bool GetFileDateTime(const CString& path, CKestDateTime& date) override;
+  [[nodiscard]] bool GetFileStamp(const CString& path, FileStamp& stamp) override;
   [[nodiscard]] bool SetFileDateTime(const CString& path, const CKestDateTime& date) override;
   [[nodiscard]] bool GetFileVersion(const CString& path, CKestVersionNumber& version) override;
   [[nodiscard]] CString GetStoredPath(const CString& path) override;

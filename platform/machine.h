@@ -112,6 +112,13 @@ public:
   [[nodiscard]] virtual bool CanUpdateFile(const CString& path) = 0;
   /// Last-write time; false when missing.
   [[nodiscard]] virtual bool GetFileDateTime(const CString& path, CKestDateTime& date) = 0;
+  /// What tells whether a plain file is still the one that was looked at. False when it is missing, when it was changed
+  /// so lately that a further change might leave the stamp as it is, and on machines that have no stamps.
+  [[nodiscard]] virtual bool GetFileStamp(const CString& path, FileStamp& stamp) {
+    static_cast<void>(path);
+    static_cast<void>(stamp);
+    return false;
+  }
   /// Last-write time; false when missing or not allowed.
   [[nodiscard]] virtual bool SetFileDateTime(const CString& path, const CKestDateTime& date) = 0;
   /// From the version resource (fixed-info block) of an executable.

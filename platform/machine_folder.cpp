@@ -266,6 +266,29 @@ bool MachineFolder::GetFileDateTime(const CString& path, CKestDateTime& date) {
   return true;
 }
 
+bool MachineFolder::GetFileStamp(const CString& path, FileStamp& stamp) {
+  FoundEntry entry;
+  if (!m_state->FindExisting(path, entry)) {
+    return false;
+  }
+  const struct stat& info = entry.info;
+  if (!S_ISREG(info.st_mode)) {
+    return m_state->Fail(Kind::kRefused, path, "it is no plain file");
+  }
+  constexpr std::int64_t kSecond = 1000000000;
+  const auto nanoseconds = [](const timespec& time) { return std::int64_t{time.tv_sec} * kSecond + time.tv_nsec; };
+  // Two changes within one tick of the file system's clock look alike: milliseconds as a rule, two seconds where it
+  // counts in seconds.
+  const bool isCoarse = info.st_ctim.tv_nsec == 0;
+  timespec now{};
+  if (clock_gettime(CLOCK_REALTIME, &now) != 0 ||
+      nanoseconds(now) - nanoseconds(info.st_ctim) < (isCoarse ? 3 * kSecond : kSecond / 10)) {
+    return m_state->Fail(Kind::kOther, path, "it was changed a moment ago");
+  }
+  stamp = {info.st_ino, static_cast<std::uint64_t>(info.st_size), nanoseconds(info.st_mtim), nanoseconds(info.st_ctim)};
+  return true;
+}
+
 bool MachineFolder::SetFileDateTime(const CString& path, const CKestDateTime& date) {
   FoundEntry entry;
   if (!m_state->FindExisting(path, entry)) {

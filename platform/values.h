@@ -48,6 +48,15 @@ private:
   std::int64_t m_seconds = 0;
 };
 
+/// What a machine knows of a file beside its content: as long as it stays the same, so does the content.
+struct FileStamp {
+  std::uint64_t id = 0;                              ///< of the file on its volume
+  std::uint64_t size = 0;                            ///< bytes
+  std::int64_t written = 0;                          ///< last write, in nanoseconds
+  std::int64_t changed = 0;                          ///< last change of content, name, mark or date, in nanoseconds
+  bool operator==(const FileStamp&) const = default; ///< whether it is the file as it was
+};
+
 /// Counts down on the machine's monotonic clock.
 class KEST_API CKestTimer {
 public:

@@ -25,9 +25,6 @@ void CKestXMLParser::Session::OnEnd(void* self, const XML_Char* name) {
     return;
   }
   --session.m_depth;
-  if (!session.IsNew()) {
-    return;
-  }
   if (session.m_mapped) {
     session.m_owner.OnElementEnd(BytesOf(name).c_str());
   } else {
@@ -53,9 +50,7 @@ void CKestXMLParser::Session::OnCDataStart(void* self) {
   if (!session.HasFailed()) {
     session.FlushText();
     session.m_inCData = true;
-    if (session.IsNew()) {
-      session.m_owner.OnCDataSectionStart();
-    }
+    session.m_owner.OnCDataSectionStart();
   }
 }
 
@@ -64,9 +59,7 @@ void CKestXMLParser::Session::OnCDataEnd(void* self) {
   if (!session.HasFailed()) {
     session.FlushText();
     session.m_inCData = false;
-    if (session.IsNew()) {
-      session.m_owner.OnCDataSectionEnd();
-    }
+    session.m_owner.OnCDataSectionEnd();
   }
 }
 
@@ -74,34 +67,38 @@ void CKestXMLParser::Session::OnCommentText(void* self, const XML_Char* text) {
   auto& session = *static_cast<Session*>(self);
   if (!session.HasFailed()) {
     session.FlushText();
-    if (session.IsNew()) {
-      session.m_owner.OnComment(session.RestoreMarkup(text).c_str());
-    }
+    session.m_owner.OnComment(session.RestoreMarkup(text).c_str());
   }
 }
 
+// expat reports a long instruction in parts of its own choosing, wherever they end.
 void CKestXMLParser::Session::OnOther(void* self, const XML_Char* text, int length) {
   auto& session = *static_cast<Session*>(self);
-  if (!session.HasFailed()) {
-    session.FlushText();
-    if (session.IsNew()) {
-      const CString markup = session.RestoreMarkup(std::string_view(text, static_cast<std::size_t>(length)));
-      session.m_owner.OnDefault(markup.c_str(), static_cast<int>(markup.size()));
-    }
+  if (session.HasFailed()) {
+    return;
   }
+  const std::string_view piece(text, static_cast<std::size_t>(length));
+  CString& instruction = session.m_instruction;
+  if (instruction.empty() && !piece.starts_with("<?")) {
+    session.TellOther(piece);
+    return;
+  }
+  instruction += piece;
+  if (instruction.ends_with("?>")) {
+    session.TellOther(instruction);
+    instruction.clear();
+  }
+}
+
+void CKestXMLParser::Session::TellOther(std::string_view text) {
+  FlushText();
+  const CString markup = RestoreMarkup(text);
+  m_owner.OnDefault(markup.c_str(), static_cast<int>(markup.size()));
 }
 
 void CKestXMLParser::Session::OnEntity(void* self, const XML_Char*, int, const XML_Char*, int, const XML_Char*,
                                        const XML_Char*, const XML_Char*, const XML_Char*) {
   static_cast<Session*>(self)->Stop("entity declarations are not accepted");
-}
-
-bool CKestXMLParser::Session::IsNew() {
-  if (m_told == 0) {
-    return true;
-  }
-  --m_told;
-  return false;
 }
 
 void CKestXMLParser::Session::StartElement(const char* name, const char** attributes) {
@@ -115,9 +112,6 @@ void CKestXMLParser::Session::StartElement(const char* name, const char** attrib
     return;
   }
   if (m_checkAttributeSize && !CheckAttributes(attributes)) {
-    return;
-  }
-  if (!IsNew()) {
     return;
   }
   // a document type may give further attributes their defaults; those follow the written ones
@@ -164,10 +158,6 @@ void CKestXMLParser::Session::FlushText() {
   if (m_text.empty()) {
     return;
   }
-  if (!IsNew()) {
-    m_text.clear();
-    return;
-  }
   if (m_mapped) {
     const CString bytes = BytesOf(m_inCData && m_hasKeptReferences ? RestoreReferences(m_text) : m_text);
     m_owner.OnCData(bytes.c_str(), static_cast<int>(bytes.size()));
@@ -185,9 +175,7 @@ void CKestXMLParser::Session::AppendCDataPiece(std::string_view piece) {
       return;
     }
     FlushText();
-    if (IsNew()) {
-      m_owner.OnCData("\n", 1);
-    }
+    m_owner.OnCData("\n", 1);
     piece.remove_prefix(feed + 1);
   }
 }

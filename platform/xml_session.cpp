@@ -132,9 +132,6 @@ CKestXMLParser::Session::~Session() {
 }
 
 int CKestXMLParser::Session::GetLine() const {
-  if (m_plain) {
-    return m_plain->GetLine();
-  }
   return m_expat == nullptr ? 0 : static_cast<int>(XML_GetCurrentLineNumber(m_expat)) + m_lineOffset;
 }
 
@@ -150,26 +147,13 @@ int CKestXMLParser::Session::Run(std::string_view content, bool lines, bool seve
     return m_code;
   }
   CutDeclaration(content);
-  const bool byLine = lines && m_owner.MayRewrite(content);
-  m_plain.emplace(m_owner, m_owner.m_limits, severalRoots, m_lineOffset);
-  FeedAll(content, byLine);
-  if (m_plain->HasGivenUp()) {
-    m_told = m_plain->GetTold();
-    m_plain.reset();
-    FeedAll(content, byLine);
+  if (lines && m_owner.MayRewrite(content)) {
+    FeedLines(content);
+  } else {
+    Deliver(content, true);
   }
   return m_code;
 }
-
-void CKestXMLParser::Session::FeedAll(std::string_view content, bool byLine) {
-  if (byLine) {
-    FeedLines(content);
-  } else {
-    (void)Deliver(content, true);
-  }
-}
-
-bool CKestXMLParser::Session::HasEnded() const { return HasFailed() || (m_plain && m_plain->HasGivenUp()); }
 
 // Byte order mark at the start, end-of-file marks of old systems at the end.
 bool CKestXMLParser::Session::CutMarks(std::string_view& content) {
@@ -222,19 +206,15 @@ void CKestXMLParser::Session::FeedLines(std::string_view content) {
   std::size_t due = kPieceSize; // of what is prepared, before it is parsed
   std::size_t nextFeed = content.find('\n');
   std::size_t nextReturn = content.find('\r');
-  while (at < content.size() && !HasEnded()) {
+  while (at < content.size() && !HasFailed()) {
     const std::size_t end = std::min({nextFeed, nextReturn, content.size()});
     const std::string_view raw = content.substr(at, end - at);
     ++number;
     if (m_owner.MayRewrite(raw)) {
       line = raw;
       const int refusal = m_owner.OnPreProcessLine(line);
-      if (refusal != 0 && m_plain) {
-        m_plain->GiveUp();
-        return;
-      }
       if (refusal != 0) {
-        (void)Deliver(prepared, false);
+        Deliver(prepared, false);
         if (!HasFailed()) {
           FlushText();
           Fail(refusal, number, "the line cannot be read");
@@ -259,24 +239,20 @@ void CKestXMLParser::Session::FeedLines(std::string_view content) {
     const bool placed = !m_severalRoots || m_rootOpen;
     if (prepared.size() >= due) {
       if (placed || FindRootPlace(prepared) != std::string_view::npos) {
-        prepared.erase(0, Deliver(prepared, false));
+        Deliver(prepared, false);
+        prepared.clear();
       }
-      // what could not be parsed yet (a comment of megabytes) is not tried again for each line of it
+      // a comment of megabytes before the root is not looked through again for each of its lines
       due = std::max(kPieceSize, 2 * prepared.size());
     }
   }
-  if (!HasEnded()) {
-    (void)Deliver(prepared, true);
+  if (!HasFailed()) {
+    Deliver(prepared, true);
   }
 }
 
 // A run of text may go on in the next piece, so only markup, a failure and the end of the document tell it.
-// How many bytes are done with; the others are to come again.
-std::size_t CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
-  if (m_plain) {
-    return m_plain->Read(piece, final).value_or(0);
-  }
-  const std::size_t size = piece.size();
+void CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
   if (ProtectReferences(piece, m_rewritten)) {
     piece = m_rewritten;
     m_hasKeptReferences = true;
@@ -284,7 +260,7 @@ std::size_t CKestXMLParser::Session::Deliver(std::string_view piece, bool final)
   const bool ascii = IsAscii(piece);
   m_mapped |= !ascii || piece.find("&#") != std::string_view::npos;
   if (m_expat == nullptr && !Start(piece, final && ascii)) {
-    return size;
+    return;
   }
   if (m_severalRoots && !m_rootOpen) {
     const std::size_t place = std::min(FindRootPlace(piece), piece.size());
@@ -297,7 +273,6 @@ std::size_t CKestXMLParser::Session::Deliver(std::string_view piece, bool final)
   if (final && m_severalRoots) {
     Feed(kRootEnd, true);
   }
-  return size;
 }
 
 // For a document that is ASCII as a whole UTF-8 means the same and is what expat works in.

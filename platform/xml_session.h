@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/xml_parser.h"
-#include "platform/xml_plain.h"
 
 #include <expat.h>
 
@@ -9,8 +8,7 @@
 
 namespace kest {
 
-/// One parse: brings the bytes of a document to expat and its events to the parser object. Plain documents are read
-/// without expat.
+/// One parse: brings the bytes of a document to expat and its events to the parser object.
 ///
 /// expat is told that the document is ISO-8859-1, whatever it declares, and each character that it reports is mapped
 /// back to its byte. References that expat would not decode go through it as one character of the private-use area.
@@ -30,17 +28,13 @@ private:
   bool CutMarks(std::string_view& content);
   void CutDeclaration(std::string_view& content);
   void FeedLines(std::string_view content);
-  void FeedAll(std::string_view content, bool byLine);
-  [[nodiscard]] std::size_t Deliver(std::string_view piece, bool final);
+  void Deliver(std::string_view piece, bool final);
   bool Start(std::string_view piece, bool final);
   void Feed(std::string_view bytes, bool final);
   void Fail(int code, int line, std::string_view reason);
   [[nodiscard]] bool HasFailed() const { return m_code != 0; }
-  [[nodiscard]] bool HasEnded() const;
 
   // the way out
-  /// Whether an event is to be told: false for as many as were told before expat began.
-  [[nodiscard]] bool IsNew();
   static void OnStart(void* self, const XML_Char* name, const XML_Char** attributes);
   static void OnEnd(void* self, const XML_Char* name);
   static void OnText(void* self, const XML_Char* text, int length);
@@ -54,13 +48,12 @@ private:
   bool CheckAttributes(const char* const* attributes);
   const char* const* MapAttributes(const char* const* attributes, std::size_t count);
   void FlushText();
+  void TellOther(std::string_view text);
   void AppendCDataPiece(std::string_view piece);
   CString RestoreMarkup(std::string_view text) const;
   void Stop(std::string_view reason);
 
   CKestXMLParser& m_owner;
-  std::optional<PlainXml> m_plain; ///< until it gives up
-  std::size_t m_told = 0;          ///< events that it has told and expat will report again
   XML_Parser m_expat = nullptr;
   int m_code = 0;
   bool m_severalRoots = false;
@@ -71,8 +64,9 @@ private:
   bool m_checkAttributeSize = false;
   bool m_keepExpat = true;
   std::size_t m_depth = 0;
-  int m_lineOffset = 0; ///< lines that went with the declaration
-  CString m_text;       ///< character data up to the next markup
+  int m_lineOffset = 0;  ///< lines that went with the declaration
+  CString m_text;        ///< character data up to the next markup
+  CString m_instruction; ///< what is known of one that came in parts
   CString m_rewritten;
   CString m_names; ///< storage of m_pairs
   std::vector<const char*> m_pairs;

@@ -1,10 +1,11 @@
 #include "products/product.h"
 
-#include "description/extension.h"
+#include "description/description_index.h"
 #include "platform/file.h"
 #include "platform/os.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace kest {
 
@@ -126,13 +127,30 @@ void CKestProduct::AddExtensionsFrom(const CKestPath& folder, bool enabled, bool
   if (prefix.empty() || text::FindLastBackslash(prefix) != prefix.size() - 1) {
     prefix += '\\';
   }
+  std::vector<CString> names;
   CKestFileFinder finder;
-  CKestExtensionFile::SharedDestinations destinations;
   for (bool more = finder.FindFirst(prefix + "*.kei"); more; more = finder.FindNext()) {
+    if (!finder.IsFolder()) {
+      names.push_back(finder.GetFileName());
+    }
+  }
+  std::optional<DescriptionIndex> index;
+  if (names.size() >= DescriptionIndex::kWorthwhile) {
+    index.emplace(prefix);
+  }
+  CKestExtensionFile::SharedDestinations destinations;
+  for (const CString& name : names) {
     auto extension = std::make_unique<CKestExtension>();
-    if (finder.IsFolder() ||
-        extension->Load((prefix + finder.GetFileName()).c_str(), nullptr, nullptr, &destinations) != 0) {
-      continue;
+    extension->SetPath(prefix + name);
+    FileStamp stamp;
+    const bool hasStamp = index && CKestOS::GetMachine().GetFileStamp(extension->GetPath(), stamp);
+    if (!hasStamp || !index->Fill(name, stamp, *extension)) {
+      if (extension->Load((prefix + name).c_str(), nullptr, nullptr, &destinations) != 0) {
+        continue;
+      }
+      if (hasStamp) {
+        extension->SetStamp(stamp, false);
+      }
     }
     extension->SetEnabled(enabled);
     extension->SetShared(shared);

@@ -2,6 +2,7 @@
 
 #include "journal/journal_file.h"
 #include "journal/private_folders.h"
+#include "platform/sealed_line.h"
 
 #include <fstream>
 #include <numeric>
@@ -229,7 +230,7 @@ TEST_F(DamagedJournal, ALostLineInTheMiddleIsReportedAndEverythingKept) {
 
 // A step's line may name any path. What an undo of it would move out of a private folder must lie in one.
 TEST_F(DamagedJournal, WhatIsForeignOrLeadsOutsideThePrivateFolderIsReportedAndNotActedOn) {
-  std::vector<std::string> texts = {"some text\n", journal_line::Seal("kest-journal\t2\t1\t5\tlater")};
+  std::vector<std::string> texts = {"some text\n", sealed_line::Seal("kest-journal\t2\t1\t5\tlater")};
   for (const char* line : {
            "delete\tpath=C:\\app\\evil.txt\tkept=C:\\app\\replaced.txt",
            "delete\tpath=C:\\app\\evil.txt\tkept=C:\\windows\\temp\\x\\..\\..\\..\\app\\replaced.txt",
@@ -242,8 +243,8 @@ TEST_F(DamagedJournal, WhatIsForeignOrLeadsOutsideThePrivateFolderIsReportedAndN
            "delete-folder\tfolder=C:\\app\\evil\taside=C:\\app\\none",
            "wipe\tpath=C:\\app\\replaced.txt",
        }) {
-    texts.push_back(journal_line::Seal("kest-journal\t1\t1\t5\tplanted") +
-                    journal_line::Seal("S\t0\t0\t" + CString(line)));
+    texts.push_back(sealed_line::Seal("kest-journal\t1\t1\t5\tplanted") +
+                    sealed_line::Seal("S\t0\t0\t" + CString(line)));
   }
   for (const std::string& text : texts) {
     Kill();
@@ -290,7 +291,7 @@ TEST_F(DamagedJournal, AChangedByteCostsItsLineAtMost) {
 
 // Header and first steps go out in one write, of which the disk may have got the end alone.
 TEST(JournalFile, AFirstWriteThatLostItsBeginningNeverBegan) {
-  const auto seal = [](const char* body) { return journal_line::Seal(body); };
+  const auto seal = [](const char* body) { return sealed_line::Seal(body); };
   const std::string lost(512, '\0');
   const std::string first = "rest of a line\n" + seal("S\t1\t0\tmake-writable\tpath=C:\\a.txt");
   EXPECT_EQ(ParseJournal(lost + first).status, JournalContent::Status::kEmpty);
@@ -313,10 +314,9 @@ TEST(JournalRecovery, WhatAKilledUnpackLeftIsRemoved) {
 TEST(JournalRecovery, APackageCannotPlantAJournal) {
   TempMachine pc;
   pc.Write("C:\\app\\kept.txt", "kept");
-  pc.Write(
-      "C:\\windows\\temp\\kest-17-abc\\journal-1.tmp",
-      journal_line::Seal("kest-journal\t1\t1\t5\tplanted") +
-          journal_line::Seal("S\t0\t0\tnew-file\tpath=C:\\app\\kept.txt\taside=C:\\windows\\temp\\kest-17-abc\\x"));
+  pc.Write("C:\\windows\\temp\\kest-17-abc\\journal-1.tmp",
+           sealed_line::Seal("kest-journal\t1\t1\t5\tplanted") +
+               sealed_line::Seal("S\t0\t0\tnew-file\tpath=C:\\app\\kept.txt\taside=C:\\windows\\temp\\kest-17-abc\\x"));
   EXPECT_TRUE(RecoverInterruptedOperations().entries.empty());
   EXPECT_EQ(pc.Read("C:\\app\\kept.txt"), "kept");
 }

@@ -8,6 +8,7 @@
 #include "journal/journal_file.h"
 #include "journal/step_record.h"
 #include "platform/os.h"
+#include "platform/sealed_line.h"
 
 #include <algorithm>
 
@@ -35,7 +36,7 @@ bool Build(fuzz::Input& input, std::size_t lines, Scene& scene) {
     } else if (line.starts_with('!')) {
       scene.journal += line.substr(1) + '\n';
     } else {
-      scene.journal += journal_line::Seal(line);
+      scene.journal += sealed_line::Seal(line);
     }
   }
   // a file that the input put where these want a folder leaves no scene
@@ -76,7 +77,7 @@ bool MayTouchSafeFile(const CString& journal) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const CString raw(reinterpret_cast<const char*>(data), size);
   CString back;
-  fuzz::Require(journal_line::Unescape(journal_line::Escape(raw), back) && back == raw, "any text can be a field");
+  fuzz::Require(sealed_line::Unescape(sealed_line::Escape(raw), back) && back == raw, "any text can be a field");
   JudgeContent(raw, ParseJournal(raw));
 
   Scene scene;

@@ -6,6 +6,7 @@
 #include "journal/step_record.h"
 #include "platform/machine_ini.h"
 #include "platform/registry_file.h"
+#include "platform/sealed_line.h"
 #include "platform/version_resource.h"
 
 #include <filesystem>
@@ -91,11 +92,6 @@ private:
       Write("generic", "x\nTM_Toolbar_Main\nafter TM_Button_New\n" + Read(config / file));
       Write("generic", "x\nlabel\nappend TM_Toolbar_Site\n" + Read(config / file));
     }
-    for (const char* how : {"\n", "lines\n", "several\n", "several lines\n"}) {
-      Write("xml", how + std::string("<!-- a --><a b='1' c=\"&lt;\n\">x &amp; @ y<![CDATA[ one\r\n two ]]><d/></a>\n"));
-      Write("xml", how + Read(config / "toolbars.xml"));
-      Write("xml", how + Read(config / "Menus.xml"));
-    }
     Write("text_files", "e\nPHP\nAll Documents\n" + Read(config / "Extensions.txt"));
     Write("text_files", "e\nhtml\nHTML Documents\n" + Read(config / "Extensions.txt"));
     Write("text_files", "f\nMAP\nascii\n" + Read(config / "FTPExtensionMap.txt"));
@@ -144,7 +140,7 @@ private:
     std::istringstream lines(head + steps);
     std::string sealed;
     for (std::string line; std::getline(lines, line);) {
-      sealed += journal_line::Seal(line);
+      sealed += sealed_line::Seal(line);
     }
     Write("journal", sealed);
   }

@@ -1,0 +1,160 @@
+// The index of descriptions: a start that need not read them, and what makes it read them all the same.
+
+#include "description/description_index.h"
+#include "platform/forwarding_machine.h"
+#include "platform/os.h"
+#include "support/kest_fixture.h"
+
+#include <chrono>
+#include <thread>
+
+namespace kest::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Counts the descriptions that are opened.
+class ReadingMachine : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+  int opened = 0;
+
+protected:
+  bool Allow(const Call& call) override {
+    opened += std::string_view(call.name) == "Open" && call.path->ends_with(".kei") ? 1 : 0;
+    return true;
+  }
+};
+
+class IndexTest : public KestFixture {
+protected:
+  static constexpr int kMany = static_cast<int>(DescriptionIndex::kWorthwhile) + 3;
+  static inline const std::string kIndex = kDescriptions + "descriptions.index";
+
+  static ExtensionBuilder one(int number) {
+    return package("One " + std::to_string(number))
+        .version("1." + std::to_string(number))
+        .author(number % 2 == 0 ? "Jane % Doe" : "")
+        .file("own.htm", kToCommands, "own", "shared=\"true\"")
+        .file("f" + std::to_string(number) + ".htm", kToCommands);
+  }
+  static std::string pathOf(int number) { return kDescriptions + one(number).descriptionName(); }
+  /// Nobody can tell a change from the one before when both fall into one tick of the file system's clock.
+  static void settle() { std::this_thread::sleep_for(std::chrono::milliseconds(150)); }
+
+  /// Many descriptions, and an index of them: any operation that succeeds makes it.
+  void SetUp() override {
+    for (int i = 0; i < kMany; ++i) {
+      m_pc.Write(pathOf(i), one(i).text());
+    }
+    m_pc.Write(kCommands + "own.htm", "own");
+    m_pc.Write(kCommands + "f7.htm", "seven");
+    m_pc.Write(kCommands + "f8.htm", "eight");
+    settle();
+    restart();
+    ASSERT_EQ(uninstall(find("One 0")), 0);
+    ASSERT_TRUE(m_pc.Exists(kIndex));
+  }
+  /// How many descriptions a start reads.
+  int startAndCount() {
+    m_manager.reset();
+    m_pc.Reopen();
+    ReadingMachine machine(m_pc.Get());
+    CKestOS::SetMachine(&machine);
+    start();
+    const int opened = machine.opened;
+    const std::vector<std::string> known = catalogue();
+    m_manager.reset();
+    CKestOS::SetMachine(&m_pc.Get());
+    start();
+    EXPECT_EQ(catalogue(), known);
+    return opened;
+  }
+};
+
+TEST_F(IndexTest, SavesAStartTheReadingAndTellsTheSame) {
+  const std::vector<std::string> indexed = (restart(), catalogue());
+  EXPECT_EQ(startAndCount(), 0);
+  const CKestExtension* record = find("One 8");
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->GetFileCount(), 2);
+  EXPECT_EQ(record->GetAuthorName(), "Jane % Doe");
+  EXPECT_EQ(record->GetTypeLabel(), "command");
+  // what the index does not hold comes from the description
+  EXPECT_EQ(record->GetDesc(), "Does something.");
+  EXPECT_EQ(record->GetFiles().begin()->GetSource(), "own.htm");
+  EXPECT_TRUE(record->GetPrimaryProduct() != nullptr && record->GetPrimaryProduct()->GetName() == "Tidemark");
+  fs::remove(m_pc.HostPath(kIndex));
+  EXPECT_EQ(startAndCount(), kMany - 1);
+  EXPECT_EQ(catalogue(), indexed);
+}
+
+TEST_F(IndexTest, HoldsOnlyAsLongAsTheDescriptionIsWhatItWas) {
+  const fs::path changed = m_pc.HostPath(pathOf(3));
+  const auto date = fs::last_write_time(changed);
+  m_pc.Write(pathOf(3), one(3).version("9.3").text()); // as long as it was
+  fs::last_write_time(changed, date);
+  fs::remove(m_pc.HostPath(pathOf(4)));
+  fs::rename(m_pc.HostPath(pathOf(5)), m_pc.HostPath(pathOf(6)));
+  m_pc.Write(pathOf(7), "<kestrel-extension");
+  EXPECT_EQ(startAndCount(), 3);
+  EXPECT_EQ(find("One 3")->GetVersion().ToText(), "9.3");
+  for (const char* gone : {"One 4", "One 6", "One 7"}) {
+    EXPECT_EQ(find(gone), nullptr) << gone;
+  }
+  EXPECT_EQ(find("One 5")->GetPath(), pathOf(6));
+}
+
+TEST_F(IndexTest, DamageCostsNoMoreThanReading) {
+  const std::vector<std::string> known = (restart(), catalogue());
+  const std::string whole = m_pc.Read(kIndex);
+  for (std::size_t at = 0; at < whole.size(); at += whole.size() / 40) {
+    m_pc.Write(kIndex, whole.substr(0, at));
+    restart();
+    EXPECT_EQ(catalogue(), known) << "cut at " << at;
+    std::string damaged = whole;
+    damaged[at] = static_cast<char>(damaged[at] ^ 0x15);
+    m_pc.Write(kIndex, damaged);
+    const int opened = startAndCount(); // every one, when the first line is damaged; where two lines became one, both
+    EXPECT_TRUE(at == 0 ? opened == kMany - 1 : opened == 1 || opened == 2) << opened << ", changed at " << at;
+    EXPECT_EQ(catalogue(), known) << "changed at " << at;
+  }
+}
+
+TEST_F(IndexTest, OperationsReadWhatTheyNeed) {
+  restart();
+  ASSERT_EQ(uninstall(find("One 7")), 0);
+  EXPECT_FALSE(m_pc.Exists(kCommands + "f7.htm"));
+  EXPECT_TRUE(m_pc.Exists(kCommands + "own.htm")) << "others use it";
+  EXPECT_FALSE(m_pc.Exists(pathOf(7)));
+  ASSERT_EQ(disable(find("One 8")), 0);
+  restart();
+  ASSERT_NE(find("One 8"), nullptr);
+  EXPECT_EQ(find("One 8")->GetFiles().GetCount(), 2u);
+}
+
+TEST_F(IndexTest, ADescriptionGoneSinceTheStartFailsTheOperationAndKeepsSharedFiles) {
+  restart();
+  CKestExtension* gone = find("One 9");
+  CKestExtension* changed = find("One 11");
+  fs::remove(m_pc.HostPath(pathOf(9)));
+  m_pc.Write(pathOf(11), one(12).text());
+  const MachineSnapshot before = m_pc.Snapshot();
+  EXPECT_NE(uninstall(gone), 0);
+  EXPECT_EQ(report().failure, Failure::kBadDescription);
+  EXPECT_NE(disable(changed), 0);
+  EXPECT_EQ(report().failure, Failure::kBadDescription);
+  expectUntouched(before);
+  ASSERT_EQ(uninstall(find("One 7")), 0);
+  EXPECT_TRUE(m_pc.Exists(kCommands + "own.htm"));
+}
+
+TEST_F(IndexTest, AFailedOperationMakesNone) {
+  fs::remove(m_pc.HostPath(kIndex));
+  restart();
+  EXPECT_EQ(tryInstall("C:\\nothing.kep"), nullptr);
+  EXPECT_FALSE(m_pc.Exists(kIndex));
+}
+
+} // namespace
+} // namespace kest::test
