@@ -1,16 +1,5 @@
 #include "config/config_sets.h"
-#include "config/extensions_changes.h"
-#include "config/ftp_map_changes.h"
-#include "config/help_change.h"
-#include "config/list_changes.h"
-#include "config/source_format_changes.h"
-#include "config/toolbar_changes.h"
-#include "description/extension_xml_parser.h"
 #include "menus/menu_changes.h"
-#include "menus/menu_model.h"
-#include "menus/menu_sets.h"
-#include "menus/shortcut_changes.h"
-#include "menus/shortcut_model.h"
 #include "support/description_text.h"
 
 #include <gmock/gmock.h>
@@ -19,8 +8,6 @@
 namespace kest {
 namespace {
 
-using test::Description;
-using test::Record;
 using test::RecordOf;
 using test::Written;
 using testing::ElementsAre;

@@ -1,5 +1,4 @@
 #include "journal/journal.h"
-#include "products/product_table.h"
 #include "products/tidemark.h"
 #include "support/description_text.h"
 #include "support/failing_machine.h"
