@@ -60,6 +60,7 @@ TEST_F(InstallTest, ABareDescriptionInstallsWithTheFilesBesideItAndKeepsThem) {
   m_host.accept();
   ASSERT_NE(install(kei), nullptr);
   EXPECT_EQ(m_pc.Read(kCommands + "wc.htm"), "count");
+  EXPECT_TRUE(m_pc.Exists("C:\\Work\\Word Count\\wc.htm"));
   EXPECT_TRUE(m_pc.Exists("C:\\Work\\Word Count\\word_count.kei"));
 }
 

@@ -211,6 +211,7 @@ TEST_F(ConfigTest, UserWhoLacksTheFileGetsACopyOfTheChangedSharedOne) {
 
   ASSERT_TRUE(CKestOS::DeleteFile(binOf("Bob") + path("Menus.xml")));
   ASSERT_EQ(runOperation(extension, Op::Uninstall), 0) << "a user without the file is passed over";
+  EXPECT_FALSE(m_pc.Exists(binOf("Bob") + path("Menus.xml")));
   EXPECT_THAT(m_pc.Read(binOf("Tester") + path("Menus.xml")), Not(HasSubstr("X_Count")));
 }
 

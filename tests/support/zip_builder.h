@@ -38,6 +38,7 @@ struct ZipEnd {
   std::optional<std::uint32_t> offset = {};
   bool large = false; ///< with the end record of more than 65,535 entries
   std::optional<std::uint64_t> largeCount = {};
+  std::string comment = {};
 };
 
 inline void PutLittle(std::string& out, std::uint64_t value, int bytes) {
@@ -131,8 +132,8 @@ inline std::string BuildZip(const std::vector<ZipItem>& items, const ZipEnd& end
   PutLittle(out, end.count.value_or(static_cast<std::uint16_t>(items.size())), 2);
   PutLittle(out, end.size.value_or(static_cast<std::uint32_t>(directory.size())), 4);
   PutLittle(out, end.offset.value_or(static_cast<std::uint32_t>(directoryAt)), 4);
-  PutLittle(out, 0, 2); // comment
-  return out;
+  PutLittle(out, end.comment.size(), 2);
+  return out + end.comment;
 }
 
 } // namespace kest::test
