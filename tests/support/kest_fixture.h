@@ -131,7 +131,8 @@ protected:
   [[nodiscard]] CKestExtension* tryInstall(const CString& path, const CKestProduct* into = nullptr);
   /// The same, and it has to work.
   CKestExtension* installed(const ExtensionBuilder& extension, const CKestProduct* into = nullptr);
-  [[nodiscard]] int uninstall(CKestExtension* extension, bool deleteDisabled = true);
+  /// From Tidemark Nova.
+  [[nodiscard]] int uninstall(CKestExtension* extension);
   [[nodiscard]] std::vector<CKestExtension*> records(const CKestProduct* in) const;
   /// The catalogued record of that name; null when there is none, or several.
   [[nodiscard]] CKestExtension* find(const std::string& name, const CKestProduct* in = nullptr) const;
@@ -142,7 +143,7 @@ protected:
   [[nodiscard]] CKestExtensionManager& manager() const { return *m_manager; }
 
   /// What differs between two snapshots, but for what is left on purpose: backup copies beside configuration files.
-  [[nodiscard]] static std::string difference(const MachineSnapshot& before, const MachineSnapshot& after);
+  [[nodiscard]] static std::string difference(MachineSnapshot before, const MachineSnapshot& after);
   /// Nothing lies in the machine's temporary folder.
   [[nodiscard]] bool isTempEmpty() const;
 
