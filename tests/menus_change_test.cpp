@@ -134,11 +134,6 @@ TEST(MenuInsert, TheLastResortMenuIsMadeOnceAndReused) {
        "B(TMMenu_Commands(TMMenu_Commands_GetMoreCommands,-,TMMenu_Commands_Misc(x),o))",
        "B(TMMenu_Commands(TMMenu_Commands_GetMoreCommands,-,TMMenu_Commands_Misc(x,y),o))",
        "B(TMMenu_Commands(TMMenu_Commands_GetMoreCommands,-,o))"},
-      {"<menubar id=\"B\"><menu id=\"TMMenu_Commands\"><menu id=\"d\"><menuitem "
-       "id=\"TMMenu_Commands_GetMoreCommands\"/></menu><menuitem id=\"o\"/></menu></menubar>",
-       "B(TMMenu_Commands(d(TMMenu_Commands_GetMoreCommands),o,-,TMMenu_Commands_Misc(x)))",
-       "B(TMMenu_Commands(d(TMMenu_Commands_GetMoreCommands),o,-,TMMenu_Commands_Misc(x,y)))",
-       "B(TMMenu_Commands(d(TMMenu_Commands_GetMoreCommands),o))"},
   };
   for (const auto& row : rows) {
     CKestMenusXmlFile file;

@@ -32,17 +32,6 @@ TEST_F(ForwardingMachineTest, WhicheverCallOfAFileIsRefusedTheOldOneStays) {
   EXPECT_EQ(m_pc.Read(m_path), "xb");
 }
 
-TEST_F(ForwardingMachineTest, AWriteThatWasRefusedSpoilsTheFile) {
-  m_pc.Write(m_path, "old");
-  const auto file = m_failing.Open(m_path, OpenMode::kReplace);
-  ASSERT_TRUE(file && file->Write("first", 5));
-  m_failing.arm(1, false);
-  EXPECT_FALSE(file->Write("second", 6));
-  EXPECT_TRUE(file->Write("third", 5));
-  EXPECT_FALSE(file->Close());
-  EXPECT_EQ(m_pc.Read(m_path), "old");
-}
-
 TEST_F(ForwardingMachineTest, TheLastErrorIsThatOfTheLastFailure) {
   m_failing.arm(1, false);
   EXPECT_FALSE(m_failing.DeleteFile(R"(C:\refused)"));

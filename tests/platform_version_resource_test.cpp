@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 namespace kest {
 namespace {
 
@@ -99,22 +97,6 @@ TEST(VersionResource, CutAndChangedProgramsAreHarmless) {
       EXPECT_TRUE(changed.size() == image.size() || seen == "none" || seen == whole) << changed.size();
     });
   }
-}
-
-TEST(VersionResource, OnlyWhatIsNeededOfAGreatFileIsRead) {
-  const CString image = MakeVersionedExecutable(CKestVersionNumber(6, 0, 0));
-  std::size_t bytes = 0;
-  const ReadBytesAt read = [&](std::uint64_t offset, char* buffer, std::size_t count) {
-    bytes += count;
-    std::memset(buffer, 0, count);
-    for (std::size_t i = 0; i < count && offset + i < image.size(); ++i) {
-      buffer[i] = image[offset + i];
-    }
-    return true;
-  };
-  CKestVersionNumber version;
-  EXPECT_TRUE(ReadFileVersion(read, std::uint64_t{1} << 40, version));
-  EXPECT_LT(bytes, 2048U);
 }
 
 } // namespace

@@ -1,7 +1,5 @@
-#include "platform/file.h"
 #include "platform/xml_object.h"
 #include "platform/xml_parser.h"
-#include "support/temp_machine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -210,25 +208,6 @@ TEST(XmlParser, HoldsItsLimits) {
         "<!DOCTYPE a [<!ENTITY % p \"<!ENTITY q 'x'>\"> %p;]><a/>"}) {
     EXPECT_EQ(CodeOf(text), CKestXMLParser::kRefused) << text;
   }
-}
-
-TEST(XmlParser, StopsAtOnceWhereItRefuses) {
-  Recorder recorder;
-  recorder.SetLimits({.depth = 2});
-  EXPECT_EQ(recorder.ParseLines("<a>\n<b><c/></b></a>", false), CKestXMLParser::kRefused);
-  EXPECT_THAT(recorder.events, ElementsAre("<a", "t:\n", "<b"));
-  EXPECT_EQ(recorder.GetErrorLine(), 2);
-}
-
-using XmlParserFile = test::TempMachineTest;
-
-TEST_F(XmlParserFile, TellsAMissingFileFromOneThatIsTooLarge) {
-  m_pc.Write("C:\\good.xml", "<a/>");
-  Recorder recorder;
-  EXPECT_EQ(recorder.ParseFile("C:\\good.xml", false), 0);
-  EXPECT_EQ(recorder.ParseFile("C:\\none.xml", false), CKestXMLParser::kUnreadable);
-  recorder.SetLimits({.bytes = 2});
-  EXPECT_EQ(recorder.ParseFile("C:\\good.xml", false), CKestXMLParser::kRefused);
 }
 
 // ---- objects
