@@ -260,11 +260,14 @@ TEST(MenusFile, NothingIsVouchedForThatReadersRefuse) {
   CKestMenusXmlFile menu;
   menu.AppendChild(std::make_unique<CKestExtensionMenu>());
   static_cast<CKestExtensionMenu&>(*menu.GetChildren().front()).SetName(nul);
+  CKestMenusXmlFile bar;
+  bar.AppendChild(std::make_unique<CKestExtensionMenuBar>());
+  static_cast<CKestExtensionMenuBar&>(*bar.GetChildren().front()).SetID("a\x02");
   CKestMenusXmlFile comment;
   comment.AppendChild(std::make_unique<CKestXmlComment>("a\x10", CKestXmlComment::Form::kMarkup));
   CKestMenusXmlFile misc;
   misc.AppendChild(std::make_unique<CKestXmlMisc>("<?" + nul + "?>"));
-  for (const CKestMenusXmlFile* file : {&menu, &comment, &misc}) {
+  for (const CKestMenusXmlFile* file : {&menu, &bar, &comment, &misc}) {
     CString text;
     EXPECT_FALSE(file->BuildContent(text)) << text;
     EXPECT_NE(CKestMenusXmlFile().LoadContent(text), 0) << text;
