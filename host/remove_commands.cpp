@@ -130,7 +130,9 @@ int UninstallOne(Session& session, const Installed& one) {
   ConsoleUi& ui = session.GetUi();
   ui.Begin();
   SayTarget(session, "Uninstall", one);
-  SayPreview(session, session.GetManager().PreviewUninstall(one.product, one.extension));
+  if (session.terminal.ShowsNotices()) {
+    SayPreview(session, session.GetManager().PreviewUninstall(one.product, one.extension));
+  }
   if (!ui.Confirm(fmt::format("Uninstall {}?", quoted), false, session.options.yes, "--yes")) {
     const OperationReport declined = ReportOf(one, OperationReport::Failure::kDeclined);
     const ExitCode exit = ExitCodeOf(declined, ui.GetOutcome());

@@ -39,6 +39,8 @@ public:
   bool Flush();
   /// A line for the user that --quiet leaves out.
   void Notice(std::string_view line);
+  /// Whether anybody sees notices, on the terminal or in a log.
+  [[nodiscard]] bool ShowsNotices() const { return !m_quiet || m_log >= 0; }
   /// A line that nothing leaves out: errors, and what belongs to a question.
   void Say(std::string_view line);
   /// The text in a style where the standard error (or, for data, the standard output) shows colours.
