@@ -1,16 +1,14 @@
+#include "support/file_holder.h"
 #include "support/program_fixture.h"
 #include "support/temp_machine.h"
 
 #include <array>
 #include <optional>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 namespace kest::host {
 namespace {
 
+using test::FileHolder;
 using test::ProgramTest;
 using test::PseudoTerminal;
 
@@ -81,20 +79,6 @@ TEST_F(OnTerminal, TheAgreementIsTypedOut) {
   EXPECT_EQ(listed(), 1U);
 }
 
-/// Holds a file, or the whole machine, as a program does that has it open.
-class Holder {
-public:
-  explicit Holder(const std::filesystem::path& path) : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    EXPECT_EQ(flock(m_file, LOCK_EX | LOCK_NB), 0) << path;
-  }
-  ~Holder() { close(m_file); }
-  Holder(const Holder&) = delete;
-  Holder& operator=(const Holder&) = delete;
-
-private:
-  int m_file;
-};
-
 /// A machine on which every question comes up.
 class EveryQuestion : public OnTerminal {
 protected:
@@ -159,7 +143,7 @@ TEST_F(EveryQuestion, IsLeftByCtrlCByTheEndOfInputAndByNonsenseWithoutATrace) {
       {{"uninstall", "Table Tools"}, "[y/N]"},
   };
   for (const auto& question : questions) {
-    std::optional<Holder> holder;
+    std::optional<FileHolder> holder;
     if (question.held) {
       holder.emplace(own);
     }
@@ -192,7 +176,7 @@ TEST_F(EveryQuestion, CtrlCEndsWorkThatAsksNothing) {
        m_folder / "pc"}, // the second is not tried any more
   };
   for (const auto& [words, held] : rows) {
-    const Holder holder(held);
+    const FileHolder holder(held);
     PseudoTerminal terminal = onTerminal(words);
     ASSERT_TRUE(terminal.WaitFor("Install ")) << terminal.GetScreen();
     usleep(300000);
@@ -204,7 +188,7 @@ TEST_F(EveryQuestion, CtrlCEndsWorkThatAsksNothing) {
 }
 
 TEST_F(EveryQuestion, AWaitForAFileInUseAsksOnceHoweverOftenTheFileIsLookedAt) {
-  const Holder holder(m_folder / "pc/drive_c" / kOccupied);
+  const FileHolder holder(m_folder / "pc/drive_c" / kOccupied);
   const auto result =
       json({"install", m_occupied, "-y", "--accept-agreement", "--on-existing", "overwrite", "--wait", "1"}, 7);
   EXPECT_EQ(result["messages"].size(), 3U) << "agreement, existing file, file in use";

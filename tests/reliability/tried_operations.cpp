@@ -1,10 +1,8 @@
 #include "description/extension.h"
 #include "platform/file.h"
 #include "platform/os.h"
-#include "products/product.h"
 #include "reliability/engine_run.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace kest::test {
@@ -85,16 +83,17 @@ void write(const CString& path, const CString& content) {
   must(CKestOS::CreateDirectory(folder, true) && CKestFile::WriteAll(path, content), "write " + path);
 }
 
-std::string lay(const ExtensionBuilder& extension) {
-  const CString folder = "C:\\Work\\" + extension.name() + "\\";
-  for (const BuiltFile& file : extension.files()) {
-    CString source = file.source;
-    std::replace(source.begin(), source.end(), '/', '\\');
-    write(folder + source, file.content);
-    must(CKestOS::SetFileDateTime(folder + source, CKestDateTime(file.date)), "date " + source);
+CString lay(const ExtensionBuilder& extension) {
+  const auto files = extension.laid();
+  for (const auto& [path, file] : files) {
+    write(path, file.content);
+    must(CKestOS::SetFileDateTime(path, CKestDateTime(file.date)), "date " + path);
   }
-  write(folder + extension.descriptionName(), extension.text());
-  return folder + extension.descriptionName();
+  return files.back().first;
+}
+
+void mustInstall(EngineRun& engine, const ExtensionBuilder& extension, const CKestProduct* into = nullptr) {
+  must(engine.tryInstall(PackOnMachine(engine, extension, "1.0"), into) != nullptr, engine, "install");
 }
 
 /// One that lies in the way of the tool: another name, the same name of the description.
@@ -118,7 +117,7 @@ TriedOperation onInstalledTool(const char* name, int files, std::function<bool(E
   return {name,
           [files](EngineRun& engine) {
             putUsersFiles();
-            must(engine.install(PackOnMachine(engine, MakeToolExtension("1.0", files), "1.0")), engine, "install");
+            mustInstall(engine, MakeToolExtension("1.0", files));
             (void)PackOnMachine(engine, MakeToolExtension("2.0", files), "2.0");
           },
           std::move(run)};
@@ -126,14 +125,11 @@ TriedOperation onInstalledTool(const char* name, int files, std::function<bool(E
 
 bool importTool(EngineRun& engine) {
   CKestTypedList<CKestExtension*> records;
-  engine.manager().GetExtensions(engine.product("Tidemark 4"), records);
-  (void)engine.manager().Import(engine.product("Tidemark 4"), engine.product("Tidemark Nova"), records);
+  engine.manager().GetExtensions(engine.four(), records);
+  (void)engine.manager().Import(engine.four(), engine.nova(), records);
   return engine.report().parts.size() == 1 && engine.report().parts[0].Succeeded();
 }
 
-} // namespace
-
-namespace {
 ExtensionBuilder makeToolFiles(const std::string& version, int files) {
   ExtensionBuilder tool("Tool");
   tool.version(version)
@@ -155,6 +151,7 @@ ExtensionBuilder makeToolFiles(const std::string& version, int files) {
   }
   return tool;
 }
+
 } // namespace
 
 ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
@@ -177,24 +174,22 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
                    putUsersFiles();
                    (void)PackOnMachine(engine, MakeToolExtension("1.0", files), "1.0");
                  },
-                 [](EngineRun& engine) { return engine.install("C:\\Work\\Tool-1.0.kep"); }});
-  all.push_back(
-      onInstalledTool("replace", files, [](EngineRun& engine) { return engine.install("C:\\Work\\Tool-2.0.kep"); }));
+                 [](EngineRun& engine) { return engine.tryInstall("C:\\Work\\Tool-1.0.kep") != nullptr; }});
+  all.push_back(onInstalledTool(
+      "replace", files, [](EngineRun& engine) { return engine.tryInstall("C:\\Work\\Tool-2.0.kep") != nullptr; }));
   all.push_back({"install-disables",
                  [files](EngineRun& engine) {
                    putUsersFiles();
-                   must(engine.install(PackOnMachine(engine, makeNamesake(), "1.0")), engine, "install");
+                   mustInstall(engine, makeNamesake());
                    (void)PackOnMachine(engine, MakeToolExtension("1.0", files), "1.0");
                  },
-                 [](EngineRun& engine) { return engine.install("C:\\Work\\Tool-1.0.kep"); }});
-  all.push_back(onInstalledTool("uninstall", files, [](EngineRun& engine) { return engine.uninstall("Tool"); }));
-  const auto disable = [](EngineRun& engine) {
-    return engine.manager().DisableExtension(engine.product("Tidemark Nova"), engine.find("Tool"), false) == 0;
-  };
+                 [](EngineRun& engine) { return engine.tryInstall("C:\\Work\\Tool-1.0.kep") != nullptr; }});
+  all.push_back(onInstalledTool("uninstall", files,
+                                [](EngineRun& engine) { return engine.uninstall(engine.find("Tool")) == 0; }));
+  const auto disable = [](EngineRun& engine) { return engine.disable(engine.find("Tool")) == 0; };
   all.push_back(onInstalledTool("disable", files, disable));
-  TriedOperation enable = onInstalledTool("enable", files, [](EngineRun& engine) {
-    return engine.manager().EnableExtension(engine.product("Tidemark Nova"), engine.find("Tool")) == 0;
-  });
+  TriedOperation enable =
+      onInstalledTool("enable", files, [](EngineRun& engine) { return engine.enable(engine.find("Tool")) == 0; });
   enable.prepare = [prepare = enable.prepare, disable](EngineRun& engine) {
     prepare(engine);
     must(disable(engine), engine, "disable");
@@ -204,7 +199,7 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
                  [files](EngineRun& engine) {
                    putUsersFiles();
                    const ExtensionBuilder tool = makeToolFiles("1.0", files).changes(kChangesForBoth);
-                   must(engine.install(PackOnMachine(engine, tool, "1.0"), "Tidemark 4"), engine, "install");
+                   mustInstall(engine, tool, engine.four());
                  },
                  importTool});
   all.push_back({"pack",
