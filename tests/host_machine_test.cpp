@@ -37,7 +37,6 @@ TEST_F(MachineCommands, UsersAndTheirTypesAreKept) {
   EXPECT_EQ(document["products"], nlohmann::json::array({"Tidemark Nova"}));
   EXPECT_EQ(json({"machine", "user", "Anna"}, 0)["current_user"], "anna");
   EXPECT_EQ(json({"machine", "show", (m_folder / "pc").string()}, 0)["current_type"], 2);
-  EXPECT_EQ(json({"machine", "user", "carol"}, 4)["exit"], 4);
 }
 
 TEST_F(MachineCommands, StartedProductsRunUntilTheyAreStopped) {

@@ -1,6 +1,5 @@
 #include "platform/machine.h"
 #include "reliability/pc_under_test.h"
-#include "reliability/points.h"
 #include "support/process.h"
 #include "support/zip_builder.h"
 

@@ -1,6 +1,5 @@
 #include "reliability/engine_run.h"
 #include "reliability/pc_under_test.h"
-#include "reliability/points.h"
 #include "support/file_holder.h"
 #include "support/process.h"
 
@@ -12,7 +11,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 namespace kest::test {
@@ -64,25 +62,6 @@ protected:
   PcUnderTest m_pc;
 };
 
-// Another file system in place of a folder, while it lives; only root can put one there.
-class Volume {
-public:
-  explicit Volume(fs::path folder)
-      : m_folder(std::move(folder)), m_holds(mount("tmpfs", m_folder.c_str(), "tmpfs", 0, "size=16m") == 0) {}
-  ~Volume() {
-    if (m_holds) {
-      (void)umount2(m_folder.c_str(), MNT_DETACH);
-    }
-  }
-  Volume(const Volume&) = delete;
-  Volume& operator=(const Volume&) = delete;
-  [[nodiscard]] bool holds() const { return m_holds; }
-
-private:
-  fs::path m_folder;
-  bool m_holds;
-};
-
 TEST_F(InTheWay, AFolderWhereAFileShouldBeAndAFileForAFolder) {
   write(configured("Shared/Tool"), "the user's");
   expectRefused("a file, install", "Tool", [this] { return install("1.0"); });
@@ -119,37 +98,6 @@ TEST_F(InTheWay, AFileInUse) {
   expectRefused("a busy file, replace", "tool0.htm", [this] { return install("2.0"); });
   expectRefused("a busy file, uninstall", "tool0.htm", [this] { return run({"uninstall", "Tool", "-y"}); });
   expectRefused("a busy file, disable", "tool0.htm", [this] { return run({"disable", "Tool", "-y"}); });
-}
-
-TEST_F(InTheWay, AVolumeOfItsOwnKeepsThePromise) {
-  const Volume volume(configured("Shared"));
-  if (!volume.holds()) {
-    GTEST_SKIP() << "nothing can be mounted here";
-  }
-  write(configured("Shared/Tool/deep1/tool1.htm"), "the user's");
-  {
-    const FileHolder busy(configured("Shared/Tool/deep1/tool1.htm"));
-    expectRefused("a busy file on another volume, install", "tool1.htm", [this] { return install("1.0"); });
-  }
-  // changes come last, so files of the volume are in place, or gone, when this fails
-  const auto refuseAll = [this](const char* version, const char* what) {
-    const FileHolder busy(configured("Toolbars/toolbars.xml"));
-    expectRefused(what, "toolbars.xml", [&] { return install(version); });
-  };
-  refuseAll("1.0", "files on another volume, install");
-  ASSERT_EQ(install("1.0").exit, 0);
-  refuseAll("2.0", "files on another volume, replace");
-  const PcState installed = m_pc.state();
-  ASSERT_EQ(install("2.0").exit, 0);
-  EXPECT_NE(installed.difference(m_pc.state()), "");
-  {
-    const FileHolder busy(configured("Toolbars/toolbars.xml"));
-    expectRefused("files on another volume, uninstall", "toolbars.xml", [this] {
-      return run({"uninstall", "Tool", "-y"});
-    });
-  }
-  EXPECT_EQ(run({"uninstall", "Tool", "-y"}).exit, 0);
-  EXPECT_TRUE(fs::is_empty(configured("Shared"))) << "nothing is left on the volume";
 }
 
 // A folder of the machine is exchanged with a link to somewhere else, again and again while the program runs.

@@ -1,6 +1,5 @@
 #include "reliability/engine_run.h"
 #include "reliability/pc_under_test.h"
-#include "reliability/points.h"
 #include "support/process.h"
 
 #include <gtest/gtest.h>
