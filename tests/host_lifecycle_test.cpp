@@ -48,6 +48,19 @@ TEST_F(Lifecycle, ASharedFileThatStaysIsNamedWithTheReason) {
   EXPECT_TRUE(json({"uninstall", "Two", "-y"}, 0)["kept"].empty());
 }
 
+TEST_F(Lifecycle, EnablingBesideAnEqualOneChangesNothing) {
+  Extension equal = tool("One", "one");
+  install(equal);
+  runs({"disable", "One"});
+  equal.file = "other";
+  install(equal);
+  const MachineSnapshot before = snapshot();
+  const ProcessResult result = kest({"enable", "one.kei"});
+  EXPECT_EQ(result.exit, 0) << result.err;
+  EXPECT_NE(result.err.find("enabled already"), std::string::npos) << result.err;
+  EXPECT_EQ(difference(before, snapshot()), "");
+}
+
 TEST_F(Lifecycle, ImportCarriesOverWhatTheOtherProductSupports) {
   const Words import = {"import", "--from", "Tidemark 4", "--to", "Tidemark Nova"};
   const Words four = {"-p", "Tidemark 4"};
@@ -106,28 +119,6 @@ protected:
   }
   void become(const char* user) const { EXPECT_EQ(kest({"machine", "user", user}).exit, 0); }
 };
-
-TEST_F(OfSeveralUsers, CopiesOfTheirOwnGoForAnInstallForEverybodyOrNothingChanges) {
-  const Extension extension = tool("One", "one");
-  for (const char* user : {"anna", "bob"}) {
-    become(user);
-    install(extension);
-  }
-  become("boss");
-  const std::string path = package(extension);
-  const MachineSnapshot before = snapshot();
-  const ProcessResult asked = kest({"install", path, "-y", "--accept-agreement"});
-  EXPECT_EQ(asked.exit, 3);
-  EXPECT_NE(asked.err.find("--per-user"), std::string::npos) << asked.err;
-  EXPECT_EQ(difference(before, snapshot()), "");
-  runs({"install", path, "--per-user", "remove"});
-  for (const char* user : {"anna", "bob"}) {
-    become(user);
-    const auto list = json({"list"}, 0)["extensions"];
-    ASSERT_EQ(list.size(), 1U);
-    EXPECT_EQ(list[0]["scope"], "shared");
-  }
-}
 
 TEST_F(OfSeveralUsers, WhatIsInstalledForEverybodyIsNotForEverybodyToChange) {
   install(tool("One", "one"));

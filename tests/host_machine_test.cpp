@@ -10,20 +10,6 @@ using test::ProgramTest;
 
 class MachineCommands : public ProgramTest {};
 
-TEST_F(MachineCommands, ASampleMachineHasAllProductsWhereTheyAreLookedFor) {
-  makeMachine({});
-  const auto document = json({"products"}, 0);
-  EXPECT_EQ(document["schema"], "kest.products/1");
-  EXPECT_EQ(document["products"].size(), 8U) << document;
-  for (const auto& product : document["products"]) {
-    EXPECT_FALSE(product["running"]) << product;
-    for (const char* folder : {"install_folder", "extensions_folder", "configuration_folder"}) {
-      const std::string host = product[folder]["host"];
-      EXPECT_TRUE(std::filesystem::is_directory(host)) << product["name"] << " " << folder << " " << host;
-    }
-  }
-}
-
 TEST_F(MachineCommands, UsersAndTheirTypesAreKept) {
   makeMachine({"--product", "tidemark nova", "--multi-user", "--user", "anna:2", "--user", "bob", "--current", "bob",
                "--code-page", "932"});
@@ -53,13 +39,9 @@ TEST_F(MachineCommands, TheNextLogOnReplacesWhatWaitsForIt) {
   makeMachine();
   EXPECT_EQ(json({"machine", "logon"}, 0)["replacements"], nlohmann::json::array());
   write("src/codec.dll", "new codec");
-  const std::string description =
-      write("src/codec.kei",
-            "<kestrel-extension name=\"Codec\" version=\"1.0\" type=\"utility\">\r\n<author name=\"A\" />\r\n"
-            "<products><product name=\"Tidemark\" version=\"4\" primary=\"true\" /></products>\r\n"
-            "<files><file source=\"codec.dll\" destination=\"$system\" systemfile=\"true\" /></files>\r\n"
-            "</kestrel-extension>\r\n");
-  const auto result = json({"install", description, "-y", "--accept-agreement"}, 0);
+  Extension codec;
+  codec.more = "<files><file source=\"codec.dll\" destination=\"$system\" systemfile=\"true\" /></files>\r\n";
+  const auto result = json({"install", describe(codec), "-y", "--accept-agreement"}, 0);
   EXPECT_EQ(result["restart"], "machine") << result;
   EXPECT_FALSE(onMachine("windows/system32/codec.dll"));
   const auto logon = json({"machine", "logon"}, 0);

@@ -124,11 +124,10 @@ TEST_F(Operations, APackageLiesBesideItsDescriptionAndIsReplacedByForceAlone) {
 TEST_F(Operations, ValidatingNamesTheLine) {
   const std::string bad =
       "<kestrel-extension name=\"A\" version=\"1.0\">\n<menuitem name=\"x\" />\n</kestrel-extension>\n";
-  std::set<nlohmann::json> lines;
-  for (const auto& problem : json({"validate", write("bad.kei", bad)}, 8)["problems"]) {
-    lines.insert(problem["line"]);
-  }
-  EXPECT_TRUE(lines.contains(2)) << nlohmann::json(lines);
+  const auto document = json({"validate", write("bad.kei", bad)}, 8);
+  const bool isNamed = std::any_of(document["problems"].begin(), document["problems"].end(),
+                                   [](const auto& problem) { return problem["line"] == 2; });
+  EXPECT_TRUE(isNamed) << document;
   const auto broken =
       json({"validate", write("tag.kei", "<kestrel-extension name=\"A\">\n<author name=\"x\" / >\n")}, 8);
   EXPECT_EQ(broken["code"], -3);

@@ -152,7 +152,7 @@ TEST_F(EveryQuestion, IsLeftByCtrlCByTheEndOfInputAndByNonsenseWithoutATrace) {
   }
 }
 
-TEST_F(OnTerminal, CopiesOfOtherUsersAreAskedAboutAndStayWhenTheQuestionIsLeft) {
+TEST_F(OnTerminal, CopiesOfOtherUsersStayWhenTheQuestionIsLeftAndGoWhenAgreed) {
   std::filesystem::remove_all(m_folder / "pc");
   makeMachine({"--product", "Tidemark Nova", "--multi-user", "--user", "boss:2", "--user", "anna:1"});
   EXPECT_EQ(kest({"machine", "user", "anna"}).exit, 0);
@@ -160,6 +160,13 @@ TEST_F(OnTerminal, CopiesOfOtherUsersAreAskedAboutAndStayWhenTheQuestionIsLeft) 
   EXPECT_EQ(kest({"machine", "user", "boss"}).exit, 0);
   EXPECT_EQ(listed(), 0U);
   leaves({"install", m_package, "--accept-agreement"}, "[y/N]");
+  const test::ProcessResult asked = kest({"install", m_package, "-y", "--accept-agreement"});
+  EXPECT_EQ(asked.exit, 3);
+  EXPECT_NE(asked.err.find("--per-user"), std::string::npos) << asked.err;
+  EXPECT_EQ(kest({"install", m_package, "-y", "--accept-agreement", "--per-user", "remove"}).exit, 0);
+  EXPECT_EQ(kest({"machine", "user", "anna"}).exit, 0);
+  const auto list = json({"list"}, 0)["extensions"];
+  EXPECT_TRUE(list.size() == 1 && list[0]["scope"] == "shared") << list;
 }
 
 TEST_F(EveryQuestion, CtrlCEndsWorkThatAsksNothing) {

@@ -89,17 +89,6 @@ TEST_F(JournalScopeTest, OfTwoDeadOperationsTheLaterIsUndoneFirst) {
   EXPECT_EQ(Difference(), "");
 }
 
-TEST_F(JournalScopeTest, AFolderThatSomebodyElseUsesByNowStays) {
-  JournalScope scope(m_journal);
-  EXPECT_EQ(m_journal.Run(std::make_unique<CInstallCreateFolder>("C:\\app\\made")), 0);
-  EXPECT_EQ(Copy("a.txt"), 0);
-  m_pc.Write("C:\\app\\made\\theirs.txt", "somebody's");
-  EXPECT_TRUE(scope.RollBack()) << "nothing of ours is left";
-  EXPECT_TRUE(m_journal.GetLeftovers().empty());
-  EXPECT_EQ(m_pc.Read("C:\\app\\made\\theirs.txt"), "somebody's");
-  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "old a");
-}
-
 // Enabling an extension again while an operation is undone is an operation of its own, in the middle of the undo.
 TEST_F(JournalScopeTest, AnOperationStartedByAnUndoIsNotUndoneItself) {
   {

@@ -51,20 +51,6 @@ TEST_F(JournalSteps, AnUndoOfAStepThatFailedTouchesNothing) {
   EXPECT_EQ(Difference(), "");
 }
 
-TEST_F(JournalSteps, ReleaseDropsTheBackupAndTheSourceWhenAsked) {
-  CInstallCopyFile keeping("C:\\src\\new.txt", "C:\\app\\one.txt", false, false);
-  EXPECT_EQ(keeping.Do(), 0);
-  keeping.Release();
-  EXPECT_TRUE(m_pc.Exists("C:\\src\\new.txt"));
-  m_pc.SetReadOnly("C:\\src\\new.txt", true);
-  CInstallCopyFile dropping("C:\\src\\new.txt", "C:\\app\\Old.txt", false, true);
-  EXPECT_EQ(dropping.Do(), 0);
-  EXPECT_TRUE(m_pc.Exists(dropping.GetKept()));
-  dropping.Release();
-  EXPECT_FALSE(m_pc.Exists(dropping.GetKept()));
-  EXPECT_FALSE(m_pc.Exists("C:\\src\\new.txt"));
-}
-
 TEST_F(JournalSteps, ADeferredCopyWritesOneRunOnceValueAndTakesBackThatOne) {
   ASSERT_TRUE(m_pc.Get().WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnce, "other", "keep.exe"));
   m_before = StateOf(m_pc);
@@ -128,18 +114,15 @@ TEST_F(JournalSteps, AWholeFolderTakesNothingOfOthersWithIt) {
     SCOPED_TRACE(late);
     FailingMachine machine(m_pc.Get());
     CKestOS::SetMachine(&machine);
-    const auto putUsersFile = [&](const CString& folder, int changes) {
-      machine.instead([&, folder] { m_pc.Write(folder + "\\user.txt", "the user's"); });
-      if (late) {
-        machine.armForChanges(changes);
-      } else {
-        m_pc.Write(folder + "\\user.txt", "the user's");
-      }
+    const auto putUsersFile = [&](const CString& folder) {
+      const auto put = [&, folder] { m_pc.Write(folder + "\\user.txt", "the user's"); };
+      machine.instead(put);
+      late ? machine.armForChanges(1) : put();
     };
     lay("C:\\app\\gone");
     CInstallDeleteWholeFolder gone("C:\\app\\gone", names);
     ASSERT_EQ(gone.Prepare(), 0);
-    putUsersFile("C:\\app\\gone", 1);
+    putUsersFile("C:\\app\\gone");
     EXPECT_EQ(gone.Do(), -1);
     machine.disarm();
     EXPECT_EQ(m_pc.Read("C:\\app\\gone\\user.txt"), "the user's");
@@ -151,7 +134,7 @@ TEST_F(JournalSteps, AWholeFolderTakesNothingOfOthersWithIt) {
     CInstallPlaceFolder placed(temp + "unpacked", "C:\\app\\placed", names);
     EXPECT_EQ(placed.Do(), 0);
     EXPECT_EQ(m_pc.Read("C:\\app\\placed\\b.txt"), "ours");
-    putUsersFile("C:\\app\\placed", 1);
+    putUsersFile("C:\\app\\placed");
     EXPECT_EQ(placed.Undo(), 0);
     machine.disarm();
     EXPECT_EQ(placed.Undo(), 0);

@@ -91,6 +91,8 @@ struct TriedOperation {
 /// Install, install over an older one, install that disables another, uninstall, disable, enable, import, pack; of
 /// extensions of `files` files with changes to every kind of configuration file.
 [[nodiscard]] std::vector<TriedOperation> GetTriedOperations(int files);
+/// Throws with what the engine told, when it did not.
+void MustSucceed(bool done, const EngineRun& engine, const std::string& what);
 /// Writes the files of an extension into C:\Work\<its name> and packs them as <its name>-<version>.kep in C:\Work.
 [[nodiscard]] std::string PackOnMachine(EngineRun& engine, const ExtensionBuilder& extension,
                                         const std::string& version);

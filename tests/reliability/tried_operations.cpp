@@ -73,11 +73,6 @@ void must(bool done, const std::string& what) {
   }
 }
 
-void must(bool done, const EngineRun& engine, const std::string& what) {
-  const auto& problems = engine.report().problems;
-  must(done, what + (problems.empty() ? "" : ": " + problems[0].path + " " + problems[0].reason));
-}
-
 void write(const CString& path, const CString& content) {
   const CString folder = path.substr(0, path.rfind('\\'));
   must(CKestOS::CreateDirectory(folder, true) && CKestFile::WriteAll(path, content), "write " + path);
@@ -93,7 +88,7 @@ CString lay(const ExtensionBuilder& extension) {
 }
 
 void mustInstall(EngineRun& engine, const ExtensionBuilder& extension, const CKestProduct* into = nullptr) {
-  must(engine.tryInstall(PackOnMachine(engine, extension, "1.0"), into) != nullptr, engine, "install");
+  MustSucceed(engine.tryInstall(PackOnMachine(engine, extension, "1.0"), into) != nullptr, engine, "install");
 }
 
 /// One that lies in the way of the tool: another name, the same name of the description.
@@ -154,6 +149,11 @@ ExtensionBuilder makeToolFiles(const std::string& version, int files) {
 
 } // namespace
 
+void MustSucceed(bool done, const EngineRun& engine, const std::string& what) {
+  const auto& problems = engine.report().problems;
+  must(done, what + (problems.empty() ? "" : ": " + problems[0].path + " " + problems[0].reason));
+}
+
 ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
   return makeToolFiles(version, files).changes(version == "1.0" ? kChanges : std::string(kNewerChanges) + kChanges);
 }
@@ -161,8 +161,8 @@ ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
 std::string PackOnMachine(EngineRun& engine, const ExtensionBuilder& extension, const std::string& version) {
   const CString description = lay(extension);
   const CString package = "C:\\Work\\" + extension.name() + "-" + version + ".kep";
-  must(engine.manager().CreatePackage(description.c_str(), package.c_str(), nullptr, false, false, false) == 0, engine,
-       "pack");
+  MustSucceed(engine.manager().CreatePackage(description.c_str(), package.c_str(), nullptr, false, false, false) == 0,
+              engine, "pack");
   (void)CKestOS::GetMachine().RemoveTree("C:\\Work\\" + extension.name());
   return package;
 }
@@ -192,7 +192,7 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
       onInstalledTool("enable", files, [](EngineRun& engine) { return engine.enable(engine.find("Tool")) == 0; });
   enable.prepare = [prepare = enable.prepare, disable](EngineRun& engine) {
     prepare(engine);
-    must(disable(engine), engine, "disable");
+    MustSucceed(disable(engine), engine, "disable");
   };
   all.push_back(std::move(enable));
   all.push_back({"import",
