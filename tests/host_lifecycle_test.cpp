@@ -14,8 +14,6 @@ class Lifecycle : public ProgramTest {
 protected:
   void SetUp() override { makeMachine({}); }
 
-  static constexpr const char* kNova = "Program Files/Kestrel/Tidemark 6/";
-
   /// The engine makes the folders for extensions when it first meets a product.
   void settle() const { EXPECT_EQ(kest({"list"}).exit, 0); }
   void runs(Words words, int exit = 0) const {

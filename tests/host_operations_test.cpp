@@ -8,27 +8,24 @@ namespace {
 using test::ProcessResult;
 using test::ProgramTest;
 
-constexpr const char* kNova = "Program Files/Kestrel/Tidemark 6/";
+constexpr const char* kFile = "Program Files/Kestrel/Tidemark 6/Configuration/Commands/tabletools.htm";
 
 class Operations : public ProgramTest {
 protected:
   void SetUp() override { makeMachine(); }
-  [[nodiscard]] bool installedFile(const std::string& name) const {
-    return onMachine(std::string(kNova) + "Configuration/Commands/" + name);
-  }
   [[nodiscard]] std::size_t listed() const { return json({"list"}, 0)["extensions"].size(); }
 };
 
 TEST_F(Operations, PathsInDocumentsLeadToTheFiles) {
   EXPECT_EQ(kest({"list"}).out, "") << "nothing is listed without a word";
   install({});
-  EXPECT_TRUE(installedFile("tabletools.htm"));
+  EXPECT_TRUE(onMachine(kFile));
   const auto extension = json({"list", "-p", "tidemark nova"}, 0)["extensions"][0];
   EXPECT_TRUE(std::filesystem::exists(extension["description"]["host"].get<std::string>()));
   const auto info = json({"info", "Table Tools"}, 0)["extension"];
   EXPECT_TRUE(std::filesystem::exists(info["files"][0]["installed"]["host"].get<std::string>())) << info;
   EXPECT_EQ(kest({"uninstall", "Table Tools", "-y"}).exit, 0);
-  EXPECT_FALSE(installedFile("tabletools.htm"));
+  EXPECT_FALSE(onMachine(kFile));
 }
 
 TEST_F(Operations, QuestionsWithoutATerminalNameTheirFlagAndChangeNothing) {
@@ -60,14 +57,14 @@ TEST_F(Operations, VersionsAreReplacedOnlyAsAsked) {
 }
 
 TEST_F(Operations, ExistingFilesAreKeptOrOverwrittenAsAsked) {
-  const std::string path = std::string("pc/drive_c/") + kNova + "Configuration/Commands/tabletools.htm";
+  const std::string path = std::string("pc/drive_c/") + kFile;
   const std::string extension = package({});
-  for (const char* what : {"keep", "cancel", "overwrite"}) {
+  for (const std::string what : {"keep", "cancel", "overwrite"}) {
     write(path, "mine");
-    const auto result = json({"install", extension, "--accept-agreement", "--on-existing", what},
-                             std::string(what) == "cancel" ? 3 : 0);
-    EXPECT_EQ(read(m_folder / path) == "mine", std::string(what) != "overwrite") << what;
-    EXPECT_EQ(result["kept"].size(), std::string(what) == "keep" ? 1U : 0U) << result;
+    const auto result =
+        json({"install", extension, "--accept-agreement", "--on-existing", what}, what == "cancel" ? 3 : 0);
+    EXPECT_EQ(read(m_folder / path) == "mine", what != "overwrite") << what;
+    EXPECT_EQ(result["kept"].size(), what == "keep" ? 1U : 0U) << result;
     static_cast<void>(kest({"uninstall", "Table Tools", "-y"}));
   }
 }

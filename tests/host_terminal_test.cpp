@@ -34,7 +34,7 @@ protected:
                  },
                  3}};
     const bool takesAnything = prompt.find("leaves") != std::string::npos;
-    const test::MachineSnapshot before = test::TakeSnapshot(m_folder / "pc");
+    const test::MachineSnapshot before = snapshot();
     Words command = {KEST_PROGRAM};
     command.insert(command.end(), words.begin(), words.end());
     std::map<std::string, std::string> variables = environment();
@@ -49,9 +49,12 @@ protected:
       way.press(terminal);
       EXPECT_EQ(terminal.Finish(), way.exit) << terminal.GetScreen();
       EXPECT_NE(terminal.GetScreen().find("  changed  nothing"), std::string::npos) << terminal.GetScreen();
-      const auto ignore = [](const std::string& path) { return path.starts_with("trash"); };
-      EXPECT_EQ(DescribeDifference(before, test::TakeSnapshot(m_folder / "pc"), ignore), "");
+      expectUnchanged(before);
     }
+  }
+  void expectUnchanged(const test::MachineSnapshot& before) const {
+    const auto ignore = [](const std::string& path) { return path.starts_with("trash"); };
+    EXPECT_EQ(DescribeDifference(before, snapshot(), ignore), "");
   }
   [[nodiscard]] std::size_t listed() const { return json({"list"}, 0)["extensions"].size(); }
   std::string m_package;
@@ -102,16 +105,12 @@ protected:
     extra.more.clear();
     m_occupied = package(extra);
     write(std::string("pc/drive_c/") + kOccupied, "the user's own");
-    m_before = test::TakeSnapshot(m_folder / "pc");
+    m_before = snapshot();
   }
   std::string packed(const char* version) const {
     Extension extension;
     extension.version = version;
     return package(extension);
-  }
-  void expectUnchanged(const std::string& what) const {
-    const auto ignore = [](const std::string& path) { return path.starts_with("trash"); };
-    EXPECT_EQ(DescribeDifference(m_before, test::TakeSnapshot(m_folder / "pc"), ignore), "") << what;
   }
   static constexpr const char* kOccupied = "Program Files/Kestrel/Tidemark 6/Configuration/Commands/occupied.htm";
 
@@ -185,7 +184,7 @@ TEST_F(EveryQuestion, CtrlCEndsWorkThatAsksNothing) {
     terminal.PressCtrlC();
     EXPECT_EQ(terminal.Finish(20), 130) << terminal.GetScreen();
     EXPECT_EQ(terminal.GetScreen().find("Install \"Table"), std::string::npos) << terminal.GetScreen();
-    expectUnchanged(held.string());
+    expectUnchanged(m_before);
   }
 }
 
@@ -194,7 +193,7 @@ TEST_F(EveryQuestion, AWaitForAFileInUseAsksOnceHoweverOftenTheFileIsLookedAt) {
   const auto result =
       json({"install", m_occupied, "-y", "--accept-agreement", "--on-existing", "overwrite", "--wait", "1"}, 7);
   EXPECT_EQ(result["messages"].size(), 3U) << "agreement, existing file, file in use";
-  expectUnchanged("wait");
+  expectUnchanged(m_before);
 }
 
 TEST_F(EveryQuestion, TheFolderOfATokenIsTypedOrGivenByItsName) {
