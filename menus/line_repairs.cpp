@@ -1,6 +1,7 @@
 #include "menus/line_repairs.h"
 
 #include <array>
+#include <cstdint>
 #include <span>
 
 namespace kest {
@@ -37,51 +38,50 @@ constexpr std::array<Repair, 12> kBroken{{
     {"*#\"\t\" strNamedFormat=", "*#\"\tstrNamedFormat="},
 }};
 
-/// The characters at which some repair may apply; what stands around each decides.
-constexpr std::string_view kSigns = "&%+;)y<T'E#";
+/// Two neighbours without which no repair but that of ampersands applies, and what else must stand around them.
+struct Sign {
+  std::string_view first;
+  std::string_view second;         ///< one of these follows
+  std::string_view text = {};      ///< at the first
+  std::string_view preceding = {}; ///< ends before the first
+};
+constexpr std::array<Sign, 12> kSigns{{
+    {"<", "%"},
+    {"%", ">"},
+    {"+", "<>"},
+    {">", ";"},
+    {")", " ", ") />"},
+    {")", "\t"},
+    {"d", "y", "dynamic"},
+    {"\"", "_F", {}, "<menu name="},
+    {"T", "i", "Titles.htm\"  id"},
+    {"'", ")", "')\"\""},
+    {"\"", "E", "\"Enregis"},
+    {"*", "#", "*#\""},
+}};
 
-constexpr std::array<bool, 256> MakeSigns() {
-  std::array<bool, 256> signs{};
-  for (const char c : kSigns)
-    signs[static_cast<unsigned char>(c)] = true;
-  return signs;
-}
-constexpr std::array<bool, 256> kIsSign = MakeSigns();
-
-bool Follows(std::string_view text, std::size_t at, std::string_view next) {
-  return text.substr(at, next.size()) == next;
-}
-
-/// Whether the sign at `at` may begin, or be part of, something to repair.
-bool IsSuspect(std::string_view text, std::size_t at) {
-  const char before = at > 0 ? text[at - 1] : '\0';
-  const char after = at + 1 < text.size() ? text[at + 1] : '\0';
-  switch (text[at]) {
-  case '&':
-    return true;
-  case '%':
-    return before == '<' || after == '>';
-  case '+':
-    return after == '<' || after == '>';
-  case ';':
-    return before == '>';
-  case ')':
-    return after == ' ' ? Follows(text, at, ") />") : after == '\t';
-  case 'y':
-    return before == 'd' && Follows(text, at, "ynamic");
-  case '<':
-    return after == 'm' && (Follows(text, at, "<menu name=\"_") || Follows(text, at, "<menu name=\"F"));
-  case 'T':
-    return after == 'i' && Follows(text, at, "Titles.htm\"  id");
-  case '\'':
-    return after == ')' && Follows(text, at, "')\"\"");
-  case 'E':
-    return before == '"' && Follows(text, at, "Enregis");
-  case '#':
-    return before == '*' && after == '"';
-  default:
-    return false;
+/// By character: which signs have it as their first, or second, neighbour.
+using SignMasks = std::array<std::uint16_t, 256>;
+constexpr SignMasks MakeMasks(std::string_view Sign::*neighbour) {
+  SignMasks masks{};
+  for (std::size_t i = 0; i < kSigns.size(); ++i) {
+    for (const char c : kSigns[i].*neighbour)
+      masks[static_cast<unsigned char>(c)] |= static_cast<std::uint16_t>(1u << i);
   }
+  return masks;
+}
+constexpr SignMasks kFirst = MakeMasks(&Sign::first);
+constexpr SignMasks kSecond = MakeMasks(&Sign::second);
+
+/// Whether a sign of those in the mask, its neighbours at `at` and behind, is a suspect.
+bool IsSuspect(std::string_view line, std::size_t at, unsigned mask) {
+  for (std::size_t i = 0; i < kSigns.size(); ++i) {
+    const Sign& sign = kSigns[i];
+    if ((mask >> i & 1u) != 0 && line.substr(at, sign.text.size()) == sign.text &&
+        line.substr(0, at).ends_with(sign.preceding))
+      return true;
+  }
+  return false;
 }
 
 /// Makes attributes of the bare word outside values; what lies between `="` and the next double quote is left alone.
@@ -107,30 +107,28 @@ void RepairBareWord(CString& line, std::string_view word) {
   line = std::move(out);
 }
 
-/// Whether some repair may apply, that of ampersands aside unless it counts.
-bool HasSuspect(std::string_view text, bool ampersandsCount) {
-  const char* const begin = text.data();
-  const char* const end = begin + text.size();
-  for (const char* at = begin;; ++at) {
-    while (at != end && !kIsSign[static_cast<unsigned char>(*at)])
-      ++at;
-    if (at == end)
-      return false;
-    if (IsSuspect(text, static_cast<std::size_t>(at - begin)) && (ampersandsCount || *at != '&'))
+/// Whether some repair may apply, that of ampersands aside.
+bool HasSuspect(std::string_view text) {
+  unsigned first = 0;
+  for (const char& c : text) {
+    const unsigned found = first & kSecond[static_cast<unsigned char>(c)];
+    if (found != 0 && IsSuspect(text, static_cast<std::size_t>(&c - text.data()) - 1, found))
       return true;
+    first = kFirst[static_cast<unsigned char>(c)];
   }
+  return false;
 }
 
 } // namespace
 
-bool MayNeedRepair(std::string_view text) { return HasSuspect(text, true); }
+bool MayNeedRepair(std::string_view text) { return text.find('&') != std::string_view::npos || HasSuspect(text); }
 
 void RepairMenuLine(CString& line) {
   if (!MayNeedRepair(line))
     return;
   // most lines that need a repair need this one alone
   text::ReplaceAll(line, kEscapes.front().text, kEscapes.front().becomes);
-  if (!HasSuspect(line, false))
+  if (!HasSuspect(line))
     return;
   for (const Repair& repair : std::span(kEscapes).subspan(1))
     text::ReplaceAll(line, repair.text, repair.becomes);

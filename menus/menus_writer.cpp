@@ -1,5 +1,7 @@
 #include "menus/menus_writer.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace kest {
@@ -17,19 +19,26 @@ bool Contains(std::string_view value, char c) {
   return !value.empty() && std::memchr(value.data(), c, value.size()) != nullptr;
 }
 
+/// Bytes that readers refuse wherever they stand.
+constexpr bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r'; }
+
+/// Bytes that may not stand in a value between double quotes.
+constexpr std::array<bool, 256> kForeign = [] {
+  std::array<bool, 256> foreign{};
+  for (int i = 0; i < 256; ++i) {
+    const char c = static_cast<char>(i);
+    foreign[static_cast<std::size_t>(i)] = IsControl(c) || c == '"' || c == '<';
+  }
+  return foreign;
+}();
+
 /// Whether a value written between double quotes ends where it should.
 bool IsPlain(std::string_view value) {
-  return value.size() <= kLongest && !Contains(value, '"') && !Contains(value, '<') && !Contains(value, '\0');
+  return value.size() <= kLongest &&
+         std::none_of(value.begin(), value.end(), [](char c) { return kForeign[static_cast<unsigned char>(c)]; });
 }
 
-/// Bytes that readers refuse where they stand outside of attributes.
-bool HoldsControl(std::string_view text) {
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r')
-      return true;
-  }
-  return false;
-}
+bool HoldsControl(std::string_view text) { return std::any_of(text.begin(), text.end(), IsControl); }
 
 bool IsPlainName(std::string_view name) {
   for (const char c : name) {

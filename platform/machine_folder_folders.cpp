@@ -82,6 +82,34 @@ std::string_view FolderOf(std::string_view path) {
   return cut == std::string_view::npos ? path : path.substr(0, cut + 1);
 }
 
+/// The two ends of a folder's rename, both to be changed; the target is free.
+bool FindFolderMove(MachineFolder::State& state, const CString& from, const CString& to, FoundEntry& source,
+                    FoundEntry& target) {
+  if (!state.FindEntry(from, source, false, true) || !state.FindEntry(to, target, false, true) ||
+      !state.MayChange(source.folder, from) || !state.MayChange(target.folder, to)) {
+    return false;
+  }
+  if (!source.IsFolder()) {
+    return state.Fail(source.Exists() ? ENOTDIR : ENOENT, from);
+  }
+  return !target.Exists() || state.Fail(EEXIST, to);
+}
+
+/// On failure errno says why.
+bool RenameFolder(MachineFolder::State& state, const FoundFolder& from, const CString& name, const FoundFolder& to,
+                  const CString& newName) {
+  FolderCache& folders = state.GetFolders();
+  folders.BeginChange(from);
+  folders.BeginChange(to);
+  folders.ForgetChecks();
+  if (renameat2(from.Get(), name.c_str(), to.Get(), newName.c_str(), RENAME_NOREPLACE) != 0) {
+    return false;
+  }
+  folders.Removed(from, name);
+  folders.Added(to, newName);
+  return true;
+}
+
 } // namespace
 
 // ---- folders
@@ -162,15 +190,8 @@ bool MachineFolder::RemoveDirectory(const CString& path) {
 bool MachineFolder::MoveEmptyFolder(const CString& from, const CString& to) {
   FoundEntry source;
   FoundEntry target;
-  if (!m_state->FindEntry(from, source, false, true) || !m_state->FindEntry(to, target, false, true) ||
-      !m_state->MayChange(source.folder, from) || !m_state->MayChange(target.folder, to)) {
+  if (!FindFolderMove(*m_state, from, to, source, target)) {
     return false;
-  }
-  if (!source.IsFolder()) {
-    return m_state->Fail(source.Exists() ? ENOTDIR : ENOENT, from);
-  }
-  if (target.Exists()) {
-    return m_state->Fail(EEXIST, to);
   }
   // looked into by descriptor before and after, since somebody may put a file there meanwhile
   const HostDescriptor folder(
@@ -181,48 +202,22 @@ bool MachineFolder::MoveEmptyFolder(const CString& from, const CString& to) {
   if (!IsEmptyFolder(folder.Get())) {
     return m_state->Fail(ENOTEMPTY, from);
   }
-  FolderCache& folders = m_state->GetFolders();
-  folders.BeginChange(source.folder);
-  folders.BeginChange(target.folder);
-  folders.ForgetChecks();
-  const int sourceFolder = source.folder.Get();
-  const int targetFolder = target.folder.Get();
-  if (renameat2(sourceFolder, source.stored.c_str(), targetFolder, target.name.c_str(), RENAME_NOREPLACE) != 0) {
+  if (!RenameFolder(*m_state, source.folder, source.stored, target.folder, target.name)) {
     return m_state->Fail(errno, from);
   }
   if (!IsEmptyFolder(folder.Get()) &&
-      renameat2(targetFolder, target.name.c_str(), sourceFolder, source.stored.c_str(), RENAME_NOREPLACE) == 0) {
+      RenameFolder(*m_state, target.folder, target.name, source.folder, source.stored)) {
     return m_state->Fail(ENOTEMPTY, from);
   }
-  folders.Removed(source.folder, source.stored);
-  folders.Added(target.folder, target.name);
   return true;
 }
 
 bool MachineFolder::MoveFolder(const CString& from, const CString& to) {
   FoundEntry source;
   FoundEntry target;
-  if (!m_state->FindEntry(from, source, false, true) || !m_state->FindEntry(to, target, false, true) ||
-      !m_state->MayChange(source.folder, from) || !m_state->MayChange(target.folder, to)) {
-    return false;
-  }
-  if (!source.IsFolder()) {
-    return m_state->Fail(source.Exists() ? ENOTDIR : ENOENT, from);
-  }
-  if (target.Exists()) {
-    return m_state->Fail(EEXIST, to);
-  }
-  FolderCache& folders = m_state->GetFolders();
-  folders.BeginChange(source.folder);
-  folders.BeginChange(target.folder);
-  folders.ForgetChecks();
-  if (renameat2(source.folder.Get(), source.stored.c_str(), target.folder.Get(), target.name.c_str(),
-                RENAME_NOREPLACE) != 0) {
-    return m_state->Fail(errno, from);
-  }
-  folders.Removed(source.folder, source.stored);
-  folders.Added(target.folder, target.name);
-  return true;
+  return FindFolderMove(*m_state, from, to, source, target) &&
+         (RenameFolder(*m_state, source.folder, source.stored, target.folder, target.name) ||
+          m_state->Fail(errno, from));
 }
 
 bool MachineFolder::RemoveTree(const CString& path) {

@@ -262,17 +262,12 @@ void CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
   if (m_expat == nullptr && !Start(piece, final && ascii)) {
     return;
   }
-  if (m_severalRoots && !m_rootOpen) {
-    const std::size_t place = std::min(FindRootPlace(piece), piece.size());
-    Feed(piece.substr(0, place), false);
-    Feed(kRootStart, false);
-    piece.remove_prefix(place);
-    m_rootOpen = true;
-  }
-  Feed(piece, final && !m_severalRoots);
-  if (final && m_severalRoots) {
-    Feed(kRootEnd, true);
-  }
+  const bool openRoot = m_severalRoots && !m_rootOpen;
+  m_rootOpen |= openRoot;
+  const std::size_t place = openRoot ? std::min(FindRootPlace(piece), piece.size()) : 0;
+  Feed({piece.substr(0, place), openRoot ? kRootStart : std::string_view(), piece.substr(place),
+        final && m_severalRoots ? kRootEnd : std::string_view()},
+       final);
 }
 
 // For a document that is ASCII as a whole UTF-8 means the same and is what expat works in.
@@ -297,11 +292,24 @@ bool CKestXMLParser::Session::Start(std::string_view piece, bool ascii) {
   return true;
 }
 
-void CKestXMLParser::Session::Feed(std::string_view bytes, bool final) {
-  if (HasFailed() || (bytes.empty() && !final)) {
+// In one call, for expat counts the lines of whatever does not come with the end of the document.
+void CKestXMLParser::Session::Feed(std::initializer_list<std::string_view> parts, bool final) {
+  std::size_t size = 0;
+  for (const std::string_view part : parts) {
+    size += part.size();
+  }
+  if (HasFailed() || (size == 0 && !final)) {
     return;
   }
-  if (XML_Parse(m_expat, bytes.data(), static_cast<int>(bytes.size()), final ? 1 : 0) == XML_STATUS_OK) {
+  auto* to = static_cast<char*>(XML_GetBuffer(m_expat, static_cast<int>(size)));
+  if (to == nullptr && size != 0) {
+    Fail(kUnreadable, 0, "there is no memory");
+    return;
+  }
+  for (const std::string_view part : parts) {
+    to = std::copy(part.begin(), part.end(), to);
+  }
+  if (XML_ParseBuffer(m_expat, static_cast<int>(size), final ? 1 : 0) == XML_STATUS_OK) {
     return;
   }
   if (!HasFailed()) {

@@ -30,7 +30,7 @@ private:
   void FeedLines(std::string_view content);
   void Deliver(std::string_view piece, bool final);
   bool Start(std::string_view piece, bool final);
-  void Feed(std::string_view bytes, bool final);
+  void Feed(std::initializer_list<std::string_view> parts, bool final);
   void Fail(int code, int line, std::string_view reason);
   [[nodiscard]] bool HasFailed() const { return m_code != 0; }
 

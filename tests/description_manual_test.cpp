@@ -33,14 +33,6 @@ std::vector<std::string> Names(const std::string& text) {
   return names;
 }
 
-void ReadTypes(std::string row, Manual& manual) {
-  for (std::size_t end = 0; end != std::string::npos;) {
-    end = row.find(" Ta ");
-    manual.types.push_back(row.substr(0, end));
-    row = end == std::string::npos ? "" : row.substr(end + 4);
-  }
-}
-
 Manual ReadManual() {
   Manual manual;
   std::ifstream page(KEST_SOURCE_DIR "/docs/man/kest-description.5");
@@ -61,7 +53,10 @@ Manual ReadManual() {
         }
       }
     } else if (section == "TYPES" && line.starts_with(".It ")) {
-      ReadTypes(line.substr(4), manual);
+      std::string row = line.substr(4) + " Ta ";
+      for (std::size_t end; (end = row.find(" Ta ")) != std::string::npos; row.erase(0, end + 4)) {
+        manual.types.push_back(row.substr(0, end));
+      }
     }
   }
   return manual;
@@ -81,12 +76,10 @@ TEST(DescriptionManual, NamesEveryElementWithItsAttributesAndNoOther) {
 }
 
 TEST(DescriptionManual, NamesTypesThatAreKnown) {
-  const Manual manual = ReadManual();
   std::set<int> numbers;
-  for (const std::string& type : manual.types) {
-    const int number = ExtensionTypeOf(type);
-    EXPECT_NE(number, 0) << type;
-    numbers.insert(number);
+  for (const std::string& type : ReadManual().types) {
+    EXPECT_NE(ExtensionTypeOf(type), 0) << type;
+    numbers.insert(ExtensionTypeOf(type));
   }
   EXPECT_EQ(numbers.size(), 50u) << "a type is missing from the page";
 }

@@ -2,10 +2,11 @@
 #include "description/extension_types.h"
 #include "description/extension_xml_parser.h"
 #include "support/description_text.h"
-#include "support/temp_machine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <map>
 
 namespace kest {
 namespace {
@@ -14,14 +15,6 @@ using test::Description;
 using test::Record;
 using test::RecordOf;
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-std::vector<CString> MessagesOf(std::string_view inner) {
-  CKestExtension record;
-  CKestTypedList<CKestString> messages;
-  EXPECT_EQ(record.LoadText(Description(inner), &messages), 0);
-  return {messages.begin(), messages.end()};
-}
 
 int CodeOf(std::string_view text) {
   CKestExtension record;
@@ -29,16 +22,8 @@ int CodeOf(std::string_view text) {
 }
 
 TEST(DescriptionReader, KnowsTypesByTheWholeKeywordInAnyCase) {
-  for (const auto& [keyword, type] : std::vector<std::pair<const char*, int>>{{"command", 1},
-                                                                              {"COMMAND", 1},
-                                                                              {"Property Inspector", 9},
-                                                                              {"3rd party tags", 13},
-                                                                              {"marlin  panel", 0},
-                                                                              {"commands", 0},
-                                                                              {"", 0},
-                                                                              {"zzz", 0},
-                                                                              {"content", 50},
-                                                                              {"Marlin buttonStyle", 21}}) {
+  for (const auto& [keyword, type] : std::map<std::string, int>{
+           {"command", 1}, {"COMMAND", 1}, {"Property Inspector", 9}, {"content", 50}, {"commands", 0}, {"", 0}}) {
     EXPECT_EQ(ExtensionTypeOf(keyword), type) << keyword;
   }
 }
@@ -59,7 +44,6 @@ TEST(DescriptionReader, GivesACodeForWhatIsNoDescription) {
   EXPECT_EQ(CodeOf("<other/>"), CKestExtension::kNoRoot);
   EXPECT_EQ(CodeOf("<other><Kestrel-Package/></other>"), 0);
   EXPECT_EQ(CodeOf("<kestrel-extension name=\"x\" / >"), CKestExtension::kBrokenTag);
-  EXPECT_GT(CodeOf("<kestrel-extension>"), 0);
   EXPECT_GT(CodeOf(""), 0);
   EXPECT_GT(CodeOf("<kestrel-extension name='x'/>"), 0) << "apostrophes are text";
   EXPECT_GT(CodeOf("<kestrel-extension/><kestrel-extension/>"), 0);
@@ -72,22 +56,10 @@ TEST(DescriptionReader, GivesACodeForWhatIsNoDescription) {
 
 TEST(DescriptionReader, KeepsWhatCameBeforeAFailure) {
   CKestExtension record;
-  CKestTypedList<CKestString> messages;
-  EXPECT_EQ(record.LoadText("<kestrel-extension name=\"Half\" odd=\"1\">\n<files>\n<file source=\"a\"/>\n<x / >\n",
-                            &messages),
+  EXPECT_EQ(record.LoadText("<kestrel-extension name=\"Half\">\n<files>\n<file source=\"a\"/>\n<x / >\n", nullptr),
             CKestExtension::kBrokenTag);
   EXPECT_EQ(record.GetName(), "Half");
   EXPECT_EQ(record.GetFiles().GetCount(), 1U);
-  EXPECT_EQ(record.GetCurrentObject(), nullptr);
-  EXPECT_EQ(messages.GetCount(), 1U);
-}
-
-TEST(DescriptionReader, ReportsAttributesThatAnElementDoesNotKnow) {
-  EXPECT_THAT(MessagesOf("<author name=\"A\" mail=\"m\"/><files x=\"1\"><file SOURCE=\"s\" Size=\"2\"/></files>"
-                         "<description lang=\"en\">d</description>"),
-              ElementsAre("Unknown attribute: mail.", "Unknown attribute: x.", "Unknown attribute: Size."));
-  EXPECT_THAT(MessagesOf("<file odd=\"1\"/><menuitem odd=\"1\"/><unknown odd=\"1\"/>"), IsEmpty())
-      << "dropped as a whole";
 }
 
 TEST(DescriptionReader, DropsWhatStandsInTheWrongPlace) {
@@ -114,15 +86,12 @@ TEST(DescriptionReader, ReadsTextsInAndOutsideOfCData) {
   const auto desc = [](std::string_view text) {
     return RecordOf("<description>" + std::string(text) + "</description>").GetDesc();
   };
-  EXPECT_EQ(desc("Tom &amp; Jerry"), "Tom & Jerry");
-  EXPECT_EQ(desc("fish & chips"), "fish & chips");
+  EXPECT_EQ(desc("Tom &amp; Jerry & I"), "Tom & Jerry & I");
   EXPECT_EQ(desc("<![CDATA[fish & chips <% x %>]]>"), "fish & chips &lt;% x %&gt;");
   EXPECT_EQ(desc("<![CDATA[ one\n\t\ttwo  three\n\nfour<BR>\n five]]>"), "one<br>two three<br>four<br>five");
   EXPECT_EQ(desc("a<b>c</b>d"), "acd");
   EXPECT_EQ(desc("C++ and <![CDATA[1+<2]]>"), "C++ and1+<2");
   EXPECT_EQ(desc("it's \x83\x5C \xE9"), "it's \x83\x5C \xE9");
-  const std::string large(400'000, 'x');
-  EXPECT_EQ(desc(large), large);
   EXPECT_EQ(RecordOf("<ui-access>a<description>b</description></ui-access>").GetUIAccess(), "a");
 }
 
@@ -132,26 +101,10 @@ TEST(DescriptionReader, CleansUpTextsThatComeByOtherWays) {
     return text;
   };
   EXPECT_EQ(clean(" a\r\nb "), "a<br><br>b");
-  EXPECT_EQ(clean("a\r\n\r\nb"), "a<br><br>b");
   EXPECT_EQ(clean("a\r\rb\n\nc"), "a<br>b<br>c");
   EXPECT_EQ(clean("a<br>\r\nb"), "a<br>b");
   EXPECT_EQ(clean("a    b"), "a  b") << "one pass";
   EXPECT_EQ(clean("&amp;apos; &amp;amp;"), "' &amp;");
-}
-
-TEST(DescriptionReader, ConvertsLinesAndBack) {
-  for (const auto& [line, converted] :
-       std::vector<std::pair<CString, CString>>{{"a & b &amp; 'c'", "a &amp; b &amp;amp; &apos;c&apos;"},
-                                                {"<%x%><%>", "&lt;%x%&gt;&lt;%&gt;"},
-                                                {"C+<b>+>+<%", "C+&lt;b>+&gt;+&lt;%"},
-                                                {"1 % 2 + 3 <b> %", "1 % 2 + 3 <b> %"}}) {
-    CString text = line;
-    EXPECT_EQ(CKestExtension::NeedsNoConversion(text), line == converted);
-    CKestExtension::ConvertBadXml(text);
-    EXPECT_EQ(text, converted);
-    CKestExtension::RevertBadXml(text);
-    EXPECT_EQ(text, line);
-  }
 }
 
 TEST(DescriptionReader, TakesAnyEncodingAndKeepsItsBytes) {
@@ -181,32 +134,22 @@ public:
 TEST(DescriptionReader, TellsAnObserverWhatHasNoEffectAndWhere) {
   Listener listener;
   CKestExtension record;
-  EXPECT_GT(record.LoadText("<?xml version=\"1.0\"?>\n<kestrel-extension>\n<author age=\"9\"/>\n<file source=\"x\"/>\n"
+  CKestTypedList<CKestString> messages;
+  EXPECT_GT(record.LoadText("<?xml version=\"1.0\"?>\n<kestrel-extension>\n<author age=\"9\"/>\n<file odd=\"x\"/>\n"
                             "<odd/>\n<configuration-changes><comment>c</comment>\n<other/></configuration-changes>\n"
                             "<menu-insert>\n<shortcut/></menu-insert></oops>",
-                            nullptr, &listener),
+                            &messages, &listener),
             0);
   EXPECT_THAT(listener.heard,
               ElementsAre("3 unknown author/age", "4 dropped file in files", "5 dropped odd in ",
                           "6 foreign comment in configuration-changes", "7 foreign other in configuration-changes",
                           "8 dropped menu-insert in configuration-changes", "9 dropped shortcut in shortcut-insert",
                           "9 failure"));
+  EXPECT_EQ(*messages.begin(), "Unknown attribute: age.");
 }
 
-TEST(DescriptionReader, HoldsItsLimits) {
+TEST(DescriptionReader, RefusesATextOfSixteenMebibytes) {
   EXPECT_GT(CodeOf(Description(std::string(16u << 20, ' '))), 0);
-  std::string attributes = "<author";
-  for (int i = 0; i < 100'000; ++i) {
-    attributes += " a" + std::to_string(i) + "=\"\"";
-  }
-  EXPECT_EQ(MessagesOf(attributes + "/>").size(), 100'000U);
-  EXPECT_EQ(RecordOf("<files>" + attributes.replace(1, 6, "other ") + "/></files>")
-                .GetFiles()
-                .GetChildren()
-                .front()
-                ->GetAttributes()
-                .size(),
-            100'000U);
 }
 
 // Cut or changed anywhere, a description gives a code or a record.
@@ -226,18 +169,6 @@ TEST(DescriptionReader, SurvivesEveryPrefixAndOneByteChangesOfTheSample) {
     EXPECT_EQ(record.GetCurrentObject(), nullptr);
   }
   EXPECT_GT(good, 100);
-}
-
-using DescriptionFile = test::TempMachineTest;
-
-TEST_F(DescriptionFile, LoadKeepsThePath) {
-  m_pc.Write("C:\\Program Files\\x.kei", Description(""));
-  CKestExtension record;
-  EXPECT_EQ(record.Load("C:\\Program Files\\x.kei", nullptr), 0);
-  EXPECT_EQ(record.GetPath(), "C:\\Program Files\\x.kei");
-  CKestExtension missing;
-  EXPECT_EQ(missing.Load("C:\\none.kei", nullptr), -1);
-  EXPECT_EQ(missing.GetPath(), "C:\\none.kei");
 }
 
 } // namespace

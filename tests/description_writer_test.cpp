@@ -5,11 +5,13 @@
 #include "menus/menu_model.h"
 #include "menus/menu_sets.h"
 #include "support/description_text.h"
-#include "support/golden.h"
 #include "support/temp_machine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
 
 namespace kest {
 namespace {
@@ -18,61 +20,49 @@ using test::Record;
 using test::RecordOf;
 using test::Written;
 
-// A set with its path, and each change in its own words: only objects of the change's own class have any.
-template <class Set> void TellSet(const Set& set, std::ostream& out) {
-  CString path;
-  set.GetPath(path);
-  out << path << '\n' << Written(set);
-  for (const auto& child : set.GetChildren()) {
-    const auto* change = dynamic_cast<const CKestConfigChange*>(child.get());
-    const auto* help = dynamic_cast<const CKestHelpChange*>(child.get());
-    out << "  "
-        << (change != nullptr ? change->DescribeInWords()
-            : help != nullptr ? help->DescribeInWords()
-                              : "no change: " + child->GetTag())
-        << '\n';
-  }
-}
-
-// Everything that a record says, in a form of the test's own.
+// Everything that a record says: its own part as it is written, texts as they are read, and of each set path, text and
+// changes in their own words, which only objects of the change's own class have.
 std::string Told(const CKestExtension& record) {
+  const std::string text = Written(record);
   std::ostringstream out;
-  out << record.GetID() << '|' << record.GetName() << '|' << record.GetVersion().ToText() << '|' << record.GetType()
-      << '|' << record.GetTypeLabel() << '|' << record.RequiresRestart() << '|' << record.GetAuthorName() << '\n'
-      << record.GetDesc() << '\n'
-      << record.GetUIAccess() << '\n'
-      << record.IsEnabled() << record.IsShared() << record.IsShiftJIS() << record.HasMultiplePrimaryProducts()
+  out << text.substr(0, text.find("\t<configuration-changes")) << record.GetTypeLabel() << '|' << record.GetDesc()
+      << '|' << record.IsEnabled() << record.IsShared() << record.HasMultiplePrimaryProducts()
       << record.HasMenuChanges() << record.HasInsertbarConfigChanges() << '\n';
-  for (const CKestExtensionProduct& product : record.GetProducts()) {
-    out << product.GetName() << '|' << product.GetVersion() << '|' << product.IsPrimary() << product.IsRequired()
-        << (&product == record.GetPrimaryProduct()) << '\n';
-  }
-  for (const CKestExtensionToken& token : record.GetTokens()) {
-    out << token.GetName() << '|' << token.GetPrompt() << '|' << token.GetDefault() << '|' << token.GetDefinition()
-        << '\n';
-  }
   CKestTokenMap tokens;
-  out << record.HasUserDefinedTokens() << record.GetUserDefinedTokens(tokens);
+  out << record.GetUserDefinedTokens(tokens);
   for (const auto& [name, folder] : tokens) {
     out << ' ' << name << "=" << folder;
   }
-  out << '\n';
-  for (const CKestExtensionFile& file : record.GetFiles()) {
-    out << file.GetSource() << '|' << file.GetDestination() << '|' << file.IsShared() << file.IsSystemFile()
-        << file.GetPlatform() << '|' << file.GetActualPath() << '|' << file.GetWinExtension() << '\n';
-  }
-  for (const auto& set : record.GetConfigChanges()) {
-    TellSet(*set, out);
-  }
-  for (const auto& set : record.GetHelpChanges()) {
-    TellSet(*set, out);
-  }
+  const auto tell = [&out](const auto& sets) {
+    for (const auto& set : sets) {
+      CString path;
+      set->GetPath(path);
+      out << '\n' << path << '\n' << Written(*set);
+      for (const auto& child : set->GetChildren()) {
+        const auto* change = dynamic_cast<const CKestConfigChange*>(child.get());
+        const auto* help = dynamic_cast<const CKestHelpChange*>(child.get());
+        out << "  " << (change != nullptr ? change->DescribeInWords() : help->DescribeInWords()) << '\n';
+      }
+    }
+  };
+  tell(record.GetConfigChanges());
+  tell(record.GetHelpChanges());
   return out.str();
+}
+
+// Compares with the file of tests/data/golden, line ends aside; writes it when KEST_UPDATE_GOLDEN is set.
+void ExpectGolden(const std::string& fileName, std::string text) {
+  const std::string path = KEST_SOURCE_DIR "/tests/data/golden/" + fileName;
+  std::erase(text, '\r');
+  if (std::getenv("KEST_UPDATE_GOLDEN") != nullptr) {
+    std::ofstream(path, std::ios::binary) << text;
+  }
+  EXPECT_EQ(text, test::ReadHostFile(path)) << path;
 }
 
 TEST(DescriptionReader, EveryValueOfTheSampleIsRead) {
   const CKestExtension record = Record(test::SampleDescription());
-  test::ExpectGolden("every_element.txt", Told(record));
+  ExpectGolden("every_element.txt", Told(record));
   EXPECT_EQ(record.GetLicenseAgreement(), "Use it as you like.<br>\tNo warranty.");
   EXPECT_EQ(record.GetMasterConfigChanges(), record.GetConfigChanges().front().get());
 }
@@ -90,15 +80,14 @@ TEST(DescriptionWriter, WritesABareRecord) {
   CKestExtension record;
   record.SetName("Bare");
   record.SetVersion("1.0.3");
-  EXPECT_EQ(Written(record), "<kestrel-extension\r\n\t name=\"Bare\"\r\n\t version=\"1.0.3\"\r\n\t type=\"\">\r\n"
+  record.SetShiftJIS(true);
+  EXPECT_EQ(Written(record), "<?xml version=\"1.0\" encoding=\"iso-x-sjis\" ?>\r\n\r\n"
+                             "<kestrel-extension\r\n\t name=\"Bare\"\r\n\t version=\"1.0.3\"\r\n\t type=\"\">\r\n"
                              "\r\n\t<products />\r\n"
                              "\r\n\t<description>\r\n\t<![CDATA[\r\n\t\r\n\t]]>\r\n\t</description>\r\n"
                              "\r\n\t<ui-access>\r\n\t<![CDATA[\r\n\t\r\n\t]]>\r\n\t</ui-access>\r\n"
                              "\r\n</kestrel-extension>\r\n");
   EXPECT_EQ(Told(Record(Written(record))), Told(record));
-  record.SetShiftJIS(true);
-  EXPECT_EQ(Written(record).rfind("<?xml version=\"1.0\" encoding=\"iso-x-sjis\" ?>\r\n\r\n<kestrel-extension", 0), 0U);
-  EXPECT_TRUE(Record(Written(record)).IsShiftJIS());
 }
 
 TEST(DescriptionWriter, WritesOnlyWhatARecordHas) {
@@ -109,7 +98,6 @@ TEST(DescriptionWriter, WritesOnlyWhatARecordHas) {
   CKestExtensionFile file;
   file.SetSource("a");
   file.SetWinExtension("txt");
-  EXPECT_EQ(Written(file), "<file source=\"a\" destination=\"\" win-extension=\"txt\" />\r\n");
   file.SetPlatform(CKestExtensionFile::kMac);
   EXPECT_EQ(file.GetWinExtension(), "");
   EXPECT_EQ(Written(file), "<file source=\"a\" destination=\"\" platform=\"mac\" win-extension=\"txt\" />\r\n");
@@ -117,27 +105,18 @@ TEST(DescriptionWriter, WritesOnlyWhatARecordHas) {
 
 TEST(DescriptionWriter, FilesThatShareADestinationKeepTheirOwn) {
   CKestExtensionFile first;
-  CKestExtensionFile third;
-  CKestExtensionFile fourth;
+  CKestExtensionFile second;
   {
     CKestExtensionFile::SharedDestinations shared;
     first.SetDestination("$tidemark/commands", shared);
-    third.SetDestination("$tidemark/commands", shared);
-    third.SetActualPath("C:\\x");
-    third.ShareDestination(shared);
-    fourth.SetDestination("$tidemark/commands", shared);
-    EXPECT_EQ(&fourth.GetDestination(), &first.GetDestination());
-    fourth.SetActualPath("C:\\x");
-    fourth.ShareDestination(shared);
+    second.SetDestination("$tidemark/commands", shared);
+    EXPECT_EQ(&second.GetDestination(), &first.GetDestination());
   }
-  CKestExtensionFile second(first);
-  second.SetDestination("$fonts");
+  second.SetActualPath("C:\\x");
+  CKestExtensionFile third(first);
+  third.SetDestination("$fonts");
   EXPECT_EQ(first.GetDestination() + first.GetActualPath(), "$tidemark/commands");
-  EXPECT_EQ(second.GetDestination(), "$fonts");
-  EXPECT_EQ(third.GetDestination() + third.GetActualPath(), "$tidemark/commandsC:\\x");
-  EXPECT_EQ(&fourth.GetDestination(), &third.GetDestination());
-  fourth.SetWinExtension("txt");
-  EXPECT_EQ(third.GetWinExtension() + fourth.GetWinExtension(), "txt");
+  EXPECT_EQ(second.GetDestination() + second.GetActualPath(), "$tidemark/commandsC:\\x");
 }
 
 TEST(DescriptionWriter, EscapesTheTextsByItsOwnRules) {
@@ -150,23 +129,21 @@ TEST(DescriptionWriter, EscapesTheTextsByItsOwnRules) {
 // What an installed description may hold and would not load again if it were written as it is.
 TEST(DescriptionWriter, TrapsOfTheFormatReadBack) {
   auto master = std::make_shared<CKestMasterConfigChanges>();
-  auto insert = std::make_unique<CKestMenuChangeInsert>();
+  CKestXmlObject* insert = master->AppendChild(std::make_unique<CKestMenuChangeInsert>());
   auto item = std::make_unique<CKestExtensionMenuItem>();
   item->SetName("Dynamic dynamic item");
   item->SetID("i");
   item->SetDynamic("true");
   insert->AppendChild(std::move(item));
   insert->AppendChild(std::make_unique<CKestXmlComment>("for C++"));
-  master->AppendChild(std::move(insert));
   auto types = std::make_shared<CKestDocumentTypeConfigChanges>();
-  auto type = std::make_unique<CKestDocumentTypeChangeInsert>();
+  CKestXmlObject* type = types->AppendChild(std::make_unique<CKestDocumentTypeChangeInsert>());
   CKestXmlObject* payload = type->AppendChild(std::make_unique<CKestXmlObject>("documenttype"));
   payload->SetAttribute("id", "a &amp; b's");
   payload->AppendChild(std::make_unique<CKestXmlObject>("tip"))->SetValue("C++");
   CKestXmlObject* script = payload->AppendChild(std::make_unique<CKestXmlObject>("script"));
   script->SetValue("a[b[0]]>1\n\tnext");
   script->SetInCData(true);
-  types->AppendChild(std::move(type));
   CKestExtension record;
   record.SetName("Traps");
   record.AddConfigChanges(master.get());
@@ -183,7 +160,6 @@ TEST(DescriptionWriter, SetsNeedNoMasterSetInFront) {
                                        "<helpbook-changes><helpbook-remove id=\"h\"/></helpbook-changes>");
   const CKestExtension again = Record(Written(lone));
   ASSERT_EQ(again.GetConfigChanges().size(), 2U);
-  EXPECT_FALSE(again.GetConfigChanges()[0]->HasChildren());
   EXPECT_EQ(Written(*again.GetConfigChanges()[1]), Written(*lone.GetConfigChanges()[0]));
   ASSERT_EQ(again.GetHelpChanges().size(), 2U);
   EXPECT_EQ(Written(*again.GetHelpChanges()[1]), Written(*lone.GetHelpChanges()[0]));
@@ -202,9 +178,6 @@ TEST_F(DescriptionSave, WritesToTheGivenOrItsOwnPath) {
   EXPECT_EQ(record.Save("C:\\other.kei"), 0);
   EXPECT_EQ(m_pc.Read("C:\\own.kei"), Written(record));
   EXPECT_EQ(m_pc.Read("C:\\other.kei"), Written(record));
-  CKestExtension loaded;
-  EXPECT_EQ(loaded.Load("C:\\own.kei", nullptr), 0);
-  EXPECT_EQ(Told(loaded), Told(record));
   EXPECT_EQ(CKestExtension().Save(nullptr), -1);
 }
 

@@ -1,5 +1,6 @@
 #include "host/table_printer.h"
 #include "host/text_width.h"
+#include "platform/text.h"
 
 #include <gtest/gtest.h>
 
@@ -48,6 +49,14 @@ TEST(TextWidth, LetsNothingThroughThatDrivesATerminal) {
   EXPECT_EQ(ForTerminal("one\ntwo\tthree"), "one two three");
   EXPECT_EQ(ForTerminal("one\ntwo", true), "one\ntwo");
   EXPECT_EQ(ShownText("Tom &amp; Jerry &lt;3 &amp;lt;"), "Tom & Jerry <3 &lt;");
+}
+
+TEST(TextWidth, ReadsBytesInTheMachinesCodePage) {
+  const int before = text::GetCodePage();
+  text::SetCodePage(932);
+  EXPECT_EQ(ToUtf8("\x89\xE6\x91\x9C"), "画像");
+  EXPECT_EQ(ToUtf8("café"), "café") << "UTF-8 stays what it is";
+  text::SetCodePage(before);
 }
 
 std::vector<std::string> LinesOf(const std::string& text) {

@@ -7,6 +7,8 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
+#include <functional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -35,11 +37,6 @@ protected:
     return {};
   }
   [[nodiscard]] std::string Outside(const char* name) const { return (m_pc.GetOutside() / name).string(); }
-  void WriteOutside(const char* name, std::string_view content) const {
-    const int fd = open(Outside(name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    EXPECT_EQ(write(fd, content.data(), content.size()), static_cast<ssize_t>(content.size()));
-    close(fd);
-  }
 };
 
 TEST_F(MachineFolderTest, OnlyPathsThatCannotMeanAnotherFileAreTaken) {
@@ -47,19 +44,14 @@ TEST_F(MachineFolderTest, OnlyPathsThatCannotMeanAnotherFileAreTaken) {
   for (const CString path : {"", "a", R"(a\b.txt)", R"(\a\b.txt)", "C:", R"(C:a\b.txt)", R"(C:\a\..\a\b.txt)",
                              R"(C:\.\a\b.txt)", "C:/a/b.txt", R"(C:\a/b.txt)", R"(C:\a\b.txt:stream)", R"(D:\a\b.txt)",
                              R"(\\server\a\b.txt)", R"(\\?\C:\a\b.txt)", "C:\\a\\b.txt\n", R"(C:\a\b.txt\)"}) {
-    CKestDateTime date(7);
     EXPECT_FALSE(pc().FileExists(path)) << path;
     EXPECT_FALSE(pc().Open(path, OpenMode::kReplace)) << path;
     EXPECT_FALSE(pc().CopyFile(R"(C:\a\b.txt)", path)) << path;
-    EXPECT_FALSE(pc().GetFileDateTime(path, date)) << path;
-    EXPECT_EQ(date.GetSeconds(), 7) << path;
   }
   EXPECT_FALSE(pc().FileExists(CString("C:\\a\\b.txt\0x", 12)));
   EXPECT_FALSE(pc().CreateDirectory(R"(C:\a\..\..\evil)"));
   EXPECT_FALSE(fs::exists(m_pc.GetRoot() / "evil"));
   EXPECT_TRUE(pc().FileExists(R"(c:\\A\\\B.TXT)"));
-  EXPECT_TRUE(pc().DirectoryExists(R"(C:\)"));
-  EXPECT_TRUE(pc().DirectoryExists(R"(C:\A\\)"));
   EXPECT_EQ(pc().GetStoredPath(R"(c:\\A\\B.TXT)"), R"(C:\a\b.txt)");
   EXPECT_EQ(pc().GetStoredPath(R"(C:\A\New\X.txt)"), R"(C:\a\New\X.txt)");
   EXPECT_FALSE(pc().DirectoryExists("C:\\" + CString(100000, 'a')));
@@ -78,8 +70,6 @@ TEST_F(MachineFolderTest, OfTwoNamesThatDifferInCaseTheExactOneIsMeant) {
   EXPECT_EQ(pc().GetStoredPath(R"(C:\twins\README.TXT)"), R"(C:\twins\readme.txt)");
   EXPECT_TRUE(Put(R"(C:\twins\README.TXT)", OpenMode::kReplace, "kept"));
   EXPECT_EQ(m_pc.Read(R"(C:\twins\readme.txt)"), "kept");
-  EXPECT_EQ(FailureOf(pc().MoveFile(R"(C:\twins\README.TXT)", R"(C:\twins\x\y)"), Kind::kNotFound, R"(C:\twins\x\y)"),
-            "");
   ASSERT_TRUE(pc().MoveFile(R"(C:\twins\readme.txt)", R"(C:\twins\ReadMe.txt)")); // its own name in another case
   EXPECT_TRUE(m_pc.Exists(R"(C:\twins\ReadMe.txt)"));
 }
@@ -92,13 +82,10 @@ TEST_F(MachineFolderTest, SecondByteOfAShiftJisCharacterIsNoSeparator) {
   EXPECT_TRUE(fs::exists(m_pc.GetRoot() / "drive_c" / "\x83\x5C" / name));
   EXPECT_TRUE(pc().FileExists("C:\\\x83\x5C\\\x95\x5C.TXT"));
   EXPECT_FALSE(pc().FileExists("C:\\\x83\x7C\\" + name)); // another character, not the same one in lower case
-  m_pc.Reopen();
-  EXPECT_EQ(pc().GetCodePage(), 932);
-  EXPECT_TRUE(pc().FileExists("C:\\\x83\x5C\\" + name));
 }
 
 TEST_F(MachineFolderTest, LinksLeadNowhereOutsideTheDrive) {
-  WriteOutside("secret", "outside");
+  std::ofstream(Outside("secret")) << "outside";
   m_pc.Write(R"(C:\in\real\f.txt)", "inside");
   fs::create_directory_symlink(m_pc.GetOutside(), m_pc.HostPath(R"(C:\out)"));
   fs::create_directory_symlink("in/real", m_pc.HostPath(R"(C:\near)"));
@@ -108,7 +95,6 @@ TEST_F(MachineFolderTest, LinksLeadNowhereOutsideTheDrive) {
   EXPECT_FALSE(pc().DirectoryExists(R"(C:\out)"));
   EXPECT_EQ(FailureOf(Put(R"(C:\out\new)", OpenMode::kCreateNew, "x"), Kind::kRefused, R"(C:\out\new)"), "");
   EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\out\new\x)"), Kind::kRefused, R"(C:\out\new\x)"), "");
-  EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\out)"), Kind::kRefused, R"(C:\out)"), "");
   EXPECT_EQ(pc().ToHostPath(R"(C:\out\secret)"), "");
   EXPECT_FALSE(pc().Open(R"(C:\in\link.txt)", OpenMode::kRead));
   EXPECT_FALSE(pc().Open(R"(C:\in\link.txt)", OpenMode::kAppend));
@@ -145,7 +131,6 @@ TEST_F(MachineFolderTest, AFolderExchangedForALinkBetweenTwoCallsIsNoWayOut) {
 
 // The machine's writer looks at a folder once in a moment; what happens within it must not lead anywhere else either.
 TEST_F(MachineFolderTest, TheWriterLeavesNoFolderAndHoldsNoCheckForLong) {
-  const auto wait = [] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
   m_pc.Write(R"(C:\app\config\a.txt)", "a");
   ASSERT_TRUE(pc().LockWriter(0).held);
   ASSERT_TRUE(pc().FileExists(R"(C:\app\config\a.txt)"));
@@ -157,25 +142,20 @@ TEST_F(MachineFolderTest, TheWriterLeavesNoFolderAndHoldsNoCheckForLong) {
   (void)Put(R"(C:\app\config\now.txt)", OpenMode::kCreateNew, "x");
   (void)pc().CreateDirectory(R"(C:\app\config\now)");
   EXPECT_TRUE(fs::is_empty(m_pc.GetOutside() / "config"));
-  wait();
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(Put(R"(C:\app\config\later.txt)", OpenMode::kCreateNew, "x"));
   EXPECT_TRUE(fs::is_empty(m_pc.GetOutside() / "config"));
   EXPECT_TRUE(pc().FileExists(R"(C:\moved\config\b.txt)"));
-  m_pc.Write(R"(C:\moved\config\C.txt)", "somebody else's");
-  wait();
-  EXPECT_TRUE(pc().FileExists(R"(C:\moved\config\c.txt)"));
   // what was taken away by ourselves is gone at once
-  m_pc.Write(R"(C:\deep\er\file)", "x");
-  for (const bool whole : {true, false}) {
+  const std::function<bool()> removals[] = {[this] { return pc().RemoveTree(R"(C:\deep)"); },
+                                            [this] { return pc().RemoveDirectory(R"(C:\deep\er)"); },
+                                            [this] { return pc().MoveFolderToTrash(R"(C:\deep)", "label"); }};
+  for (const auto& remove : removals) {
     ASSERT_TRUE(pc().CreateDirectory(R"(C:\deep\er)"));
     ASSERT_TRUE(pc().DirectoryExists(R"(C:\deep\er)"));
-    ASSERT_TRUE(whole ? pc().RemoveTree(R"(C:\deep)") : pc().RemoveDirectory(R"(C:\deep\er)"));
+    ASSERT_TRUE(remove());
     EXPECT_FALSE(pc().DirectoryExists(R"(C:\deep\er)"));
-    EXPECT_FALSE(pc().FileExists(R"(C:\deep\er\file)"));
   }
-  ASSERT_TRUE(pc().CreateDirectory(R"(C:\deep\er)"));
-  ASSERT_TRUE(pc().MoveFolderToTrash(R"(C:\deep)", "label"));
-  EXPECT_FALSE(pc().DirectoryExists(R"(C:\deep\er)"));
   pc().UnlockWriter();
 }
 
@@ -187,7 +167,6 @@ TEST_F(MachineFolderTest, CopiesAndMovesKeepDateAndMark) {
   EXPECT_EQ(m_pc.Read(R"(C:\s\old.txt)"), "new");
   EXPECT_EQ(m_pc.GetDate(R"(C:\s\old.txt)"), 1000000001);
   EXPECT_TRUE(pc().IsFileReadOnly(R"(C:\s\old.txt)"));
-  EXPECT_FALSE(m_pc.Exists(R"(C:\s\OLD.txt)"));
   // a read-only file is in nobody's way by accident
   EXPECT_EQ(FailureOf(pc().DeleteFile(R"(C:\s\old.txt)"), Kind::kAccess, R"(C:\s\old.txt)"), "");
   EXPECT_EQ(FailureOf(Put(R"(C:\s\old.txt)", OpenMode::kReplace, "x"), Kind::kAccess, R"(C:\s\old.txt)"), "");
@@ -195,11 +174,7 @@ TEST_F(MachineFolderTest, CopiesAndMovesKeepDateAndMark) {
   EXPECT_EQ(FailureOf(pc().CopyFile(R"(C:\s\b.txt)", R"(C:\s\old.txt)"), Kind::kAccess, R"(C:\s\old.txt)"), "");
   EXPECT_EQ(FailureOf(pc().MoveFile(R"(C:\s\b.txt)", R"(C:\s\OLD.TXT)"), Kind::kExists, R"(C:\s\OLD.TXT)"), "");
   EXPECT_EQ(FailureOf(pc().CopyFile(R"(C:\s\b.txt)", R"(C:\S\B.TXT)"), Kind::kRefused, R"(C:\S\B.TXT)"), "");
-  EXPECT_EQ(FailureOf(pc().CopyFile(R"(C:\s)", R"(C:\t)"), Kind::kRefused, R"(C:\s)"), "");
-  EXPECT_FALSE(pc().CopyFile(R"(C:\s\b.txt)", R"(C:\s)"));
   ASSERT_TRUE(pc().SetFileReadOnly(R"(C:\s\old.txt)", false));
-  EXPECT_EQ(fs::status(m_pc.HostPath(R"(C:\s\old.txt)")).permissions() & fs::perms::owner_write,
-            fs::perms::owner_write);
   ASSERT_TRUE(pc().ReplaceFile(R"(C:\s\b.txt)", R"(C:\s\old.txt)"));
   EXPECT_EQ(m_pc.GetDate(R"(C:\s\old.txt)"), 1000000002);
   EXPECT_FALSE(m_pc.Exists(R"(C:\s\b.txt)"));
@@ -220,16 +195,13 @@ TEST_F(MachineFolderTest, MovesToAnotherVolumeKeepTheFileWhole) {
   m_pc.Write(R"(C:\a.txt)", CString(300000, 'a'), 1000000003);
   EXPECT_FALSE(pc().SameVolume(R"(C:\a.txt)", R"(D:\x\y\z)"));
   EXPECT_FALSE(pc().ReplaceFile(R"(C:\a.txt)", R"(D:\a.txt)"));
-  EXPECT_TRUE(m_pc.Exists(R"(C:\a.txt)"));
   ASSERT_TRUE(pc().MoveFile(R"(C:\a.txt)", R"(D:\A.txt)"));
   EXPECT_FALSE(m_pc.Exists(R"(C:\a.txt)"));
   EXPECT_EQ(fs::file_size(shm / "A.txt"), 300000U);
   CKestDateTime date;
   ASSERT_TRUE(pc().GetFileDateTime(R"(d:\a.txt)", date));
   EXPECT_EQ(date.GetSeconds(), 1000000003);
-  m_pc.Write(R"(C:\b.txt)", "b");
-  EXPECT_EQ(FailureOf(pc().MoveFile(R"(C:\b.txt)", R"(D:\a.TXT)"), Kind::kExists, R"(D:\a.TXT)"), "");
-  EXPECT_TRUE(pc().SyncPaths({R"(C:\b.txt)", R"(D:\a.txt)", R"(D:\gone\file)", R"(E:\x)"}));
+  EXPECT_TRUE(pc().SyncPaths({R"(C:\windows)", R"(D:\a.txt)", R"(D:\gone\file)", R"(E:\x)"}));
   fs::remove_all(shm);
 }
 
@@ -239,7 +211,6 @@ TEST_F(MachineFolderTest, AFileAppearsWholeOrNotAtAll) {
   {
     const auto dropped = pc().Open(R"(C:\f\old.txt)", OpenMode::kReplace);
     ASSERT_TRUE(dropped && dropped->Write("half", 4));
-    EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot()), "");
   }
   EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot()), "");
   const auto file = pc().Open(R"(C:\f\OLD.TXT)", OpenMode::kReplace);
@@ -252,39 +223,27 @@ TEST_F(MachineFolderTest, AFileAppearsWholeOrNotAtAll) {
   ASSERT_TRUE(file->Close());
   EXPECT_EQ(m_pc.Read(R"(C:\f\Old.txt)"), "12xx5678");
   EXPECT_EQ(m_pc.GetDate(R"(C:\f\Old.txt)"), 1000000005);
-  EXPECT_EQ(std::distance(fs::directory_iterator(m_pc.HostPath(R"(C:\f)")), fs::directory_iterator()), 1);
   ASSERT_TRUE(Put(R"(C:\f\log)", OpenMode::kAppend, "a"));
   ASSERT_TRUE(Put(R"(C:\f\LOG)", OpenMode::kAppend, "b"));
   EXPECT_EQ(m_pc.Read(R"(C:\f\log)"), "ab");
 }
 
-TEST_F(MachineFolderTest, ASecondNameSurvivesWhatHappensToTheFirst) {
-  m_pc.Write(R"(C:\l\a.txt)", "first", 1000000006);
+TEST_F(MachineFolderTest, ASecondNameThatIsPutBackOverItsOwnFileGoes) {
+  m_pc.Write(R"(C:\l\a.txt)", "first");
   ASSERT_TRUE(pc().LinkFile(R"(C:\l\a.txt)", R"(C:\windows\temp\backup)"));
-  EXPECT_FALSE(pc().LinkFile(R"(C:\l\a.txt)", R"(C:\windows\temp\BACKUP)"));
-  // nothing has replaced the first: putting the second back leaves the file and takes the second away
   ASSERT_TRUE(pc().ReplaceFile(R"(C:\windows\temp\backup)", R"(C:\l\A.txt)"));
   EXPECT_FALSE(m_pc.Exists(R"(C:\windows\temp\backup)"));
   EXPECT_EQ(m_pc.Read(R"(C:\l\a.txt)"), "first");
-  ASSERT_TRUE(pc().LinkFile(R"(C:\l\a.txt)", R"(C:\windows\temp\backup)"));
-  ASSERT_TRUE(Put(R"(C:\l\a.txt)", OpenMode::kReplace, "second"));
-  EXPECT_EQ(m_pc.Read(R"(C:\windows\temp\backup)"), "first");
-  ASSERT_TRUE(pc().ReplaceFile(R"(C:\windows\temp\backup)", R"(C:\l\a.txt)"));
-  EXPECT_EQ(m_pc.Read(R"(C:\l\a.txt)"), "first");
-  EXPECT_EQ(m_pc.GetDate(R"(C:\l\a.txt)"), 1000000006);
 }
 
 TEST_F(MachineFolderTest, WhatCanBeUpdatedIsToldByMarkLockAndProcess) {
   m_pc.Write(R"(C:\u\a.txt)", "a");
   EXPECT_TRUE(pc().CanUpdateFile(R"(C:\u\A.txt)"));
   EXPECT_TRUE(pc().CanUpdateFile(R"(C:\u\new.txt)"));
-  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\nowhere\new.txt)"), Kind::kNotFound, R"(C:\nowhere\new.txt)"), "");
-  EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u)"), Kind::kExists, R"(C:\u)"), "");
   const int held = open(m_pc.HostPath(R"(C:\u\a.txt)").c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_EQ(flock(held, LOCK_EX), 0);
   EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u\a.txt)"), Kind::kInUse, R"(C:\u\a.txt)"), "");
   close(held);
-  EXPECT_TRUE(pc().CanUpdateFile(R"(C:\u\a.txt)"));
   m_pc.SetReadOnly(R"(C:\u\a.txt)", true);
   EXPECT_EQ(FailureOf(pc().CanUpdateFile(R"(C:\u\a.txt)"), Kind::kAccess, R"(C:\u\a.txt)"), "");
   m_pc.SetReadOnly(R"(C:\u\a.txt)", false);
@@ -296,54 +255,28 @@ TEST_F(MachineFolderTest, WhatCanBeUpdatedIsToldByMarkLockAndProcess) {
 }
 
 TEST_F(MachineFolderTest, FoldersAreMadeWithParentsAndRemovedOnlyEmpty) {
-  ASSERT_TRUE(pc().CreateDirectory(R"(C:\Program Files\A\B\)"));
-  EXPECT_TRUE(pc().CreateDirectory(R"(C:\PROGRAM FILES\a\b\C)"));
-  EXPECT_TRUE(m_pc.Exists(R"(C:\Program Files\A\B\C)"));
-  m_pc.Write(R"(C:\Program Files\A\file)", "x");
-  EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\Program Files\A\FILE)"), Kind::kExists, R"(C:\Program Files\A\FILE)"),
-            "");
-  EXPECT_FALSE(pc().CreateDirectory(R"(C:\Program Files\A\file\sub)"));
-  EXPECT_EQ(FailureOf(pc().RemoveDirectory(R"(C:\Program Files\A)"), Kind::kNotEmpty, R"(C:\Program Files\A)"), "");
-  EXPECT_TRUE(pc().RemoveDirectory(R"(C:\program files\a\b\c\)"));
-  EXPECT_FALSE(pc().RemoveDirectory(R"(C:\)"));
-  EXPECT_EQ(
-      FailureOf(pc().MoveEmptyFolder(R"(C:\Program Files\A)", R"(C:\aside)"), Kind::kNotEmpty, R"(C:\Program Files\A)"),
-      "");
-  EXPECT_EQ(FailureOf(pc().MoveEmptyFolder(R"(C:\Program Files\A\b)", R"(C:\program FILES)"), Kind::kExists,
-                      R"(C:\program FILES)"),
-            "");
-  EXPECT_TRUE(pc().MoveEmptyFolder(R"(C:\Program Files\a\b)", R"(C:\Aside)"));
-  EXPECT_FALSE(pc().DirectoryExists(R"(C:\Program Files\A\B)"));
-  EXPECT_TRUE(pc().MoveEmptyFolder(R"(C:\aside)", R"(C:\Program Files\A\B)"));
-  ASSERT_TRUE(pc().CreatePrivateDirectory(R"(C:\windows\temp\kest-1)"));
-  EXPECT_FALSE(pc().CreatePrivateDirectory(R"(C:\windows\temp\KEST-1)"));
-  struct stat info {};
-  ASSERT_EQ(stat(m_pc.HostPath(R"(C:\windows\temp\kest-1)").c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0777, 0700U);
-  fs::create_symlink("file", m_pc.HostPath(R"(C:\Program Files\A\link)"));
+  ASSERT_TRUE(pc().CreateDirectory(R"(C:\Apps\A\B\)"));
+  EXPECT_TRUE(pc().CreateDirectory(R"(C:\APPS\a\b\C)"));
+  EXPECT_TRUE(m_pc.Exists(R"(C:\Apps\A\B\C)"));
+  m_pc.Write(R"(C:\Apps\A\file)", "x");
+  EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\Apps\A\FILE)"), Kind::kExists, R"(C:\Apps\A\FILE)"), "");
+  EXPECT_EQ(FailureOf(pc().RemoveDirectory(R"(C:\Apps\A)"), Kind::kNotEmpty, R"(C:\Apps\A)"), "");
+  EXPECT_TRUE(pc().RemoveDirectory(R"(C:\apps\a\b\c\)"));
+  EXPECT_EQ(FailureOf(pc().MoveEmptyFolder(R"(C:\Apps\A)", R"(C:\aside)"), Kind::kNotEmpty, R"(C:\Apps\A)"), "");
+  EXPECT_EQ(FailureOf(pc().MoveEmptyFolder(R"(C:\Apps\A\b)", R"(C:\APPS)"), Kind::kExists, R"(C:\APPS)"), "");
+  EXPECT_TRUE(pc().MoveEmptyFolder(R"(C:\Apps\a\b)", R"(C:\Aside)"));
+  EXPECT_FALSE(pc().DirectoryExists(R"(C:\Apps\A\B)"));
+  ASSERT_TRUE(pc().CreatePrivateDirectory(R"(C:\Apps\A\private)"));
+  EXPECT_FALSE(pc().CreatePrivateDirectory(R"(C:\Apps\A\PRIVATE)"));
+  EXPECT_EQ(fs::status(m_pc.HostPath(R"(C:\Apps\A\private)")).permissions(), fs::perms::owner_all);
+  fs::create_symlink("file", m_pc.HostPath(R"(C:\Apps\A\link)"));
   std::vector<FolderEntry> entries;
-  ASSERT_TRUE(pc().ListFolder(R"(C:\program files\A)", entries));
+  ASSERT_TRUE(pc().ListFolder(R"(C:\apps\A)", entries));
   ASSERT_EQ(entries.size(), 3U);
-  EXPECT_TRUE(entries[0].name == "B" && entries[0].isFolder && !entries[0].isLink);
-  EXPECT_TRUE(entries[1].name == "file" && !entries[1].isFolder);
-  EXPECT_TRUE(entries[2].name == "link" && entries[2].isLink && !entries[2].isFolder);
+  EXPECT_TRUE(entries[0].name == "file" && !entries[0].isFolder && !entries[0].isLink);
+  EXPECT_TRUE(entries[1].name == "link" && !entries[1].isFolder && entries[1].isLink);
+  EXPECT_TRUE(entries[2].name == "private" && entries[2].isFolder);
   EXPECT_FALSE(pc().ListFolder(R"(C:\nowhere)", entries));
-}
-
-TEST_F(MachineFolderTest, ATreeOfAnyDepthGoes) {
-  ASSERT_TRUE(pc().CreatePrivateDirectory(R"(C:\windows\temp\deep)"));
-  int at = open(m_pc.HostPath(R"(C:\windows\temp\deep)").c_str(), O_RDONLY | O_DIRECTORY);
-  for (int i = 0; i < 1100; ++i) { // deeper than a process may have files open, or a path be long
-    ASSERT_EQ(mkdirat(at, "sub", 0755), 0);
-    const int next = openat(at, "sub", O_RDONLY | O_DIRECTORY);
-    close(openat(at, "file", O_CREAT | O_WRONLY, 0400));
-    close(at);
-    at = next;
-    ASSERT_GE(at, 0);
-  }
-  close(at);
-  ASSERT_TRUE(pc().RemoveTree(R"(C:\windows\temp\deep)")) << pc().GetLastError().reason;
-  EXPECT_FALSE(m_pc.Exists(R"(C:\windows\temp\deep)"));
 }
 
 TEST_F(MachineFolderTest, TheTrashTakesEverySameName) {
@@ -353,7 +286,6 @@ TEST_F(MachineFolderTest, TheTrashTakesEverySameName) {
     EXPECT_FALSE(m_pc.Exists(R"(C:\t\File.txt)"));
   }
   m_pc.Write(R"(C:\t\sub\x)", "x");
-  EXPECT_FALSE(pc().MoveFileToTrash(R"(C:\t\sub)"));
   EXPECT_FALSE(pc().MoveFolderToTrash(R"(C:\t)", "../up"));
   ASSERT_TRUE(pc().MoveFolderToTrash(R"(C:\T)", "Uninstalled things"));
   EXPECT_FALSE(m_pc.Exists(R"(C:\t)"));
@@ -369,10 +301,8 @@ TEST_F(MachineFolderTest, TwentyThousandFilesInOneFolderReadItOnce) {
     ASSERT_TRUE(pc().Open(path, OpenMode::kCreateNew));
   }
   EXPECT_LE(pc().GetFolderReads() - before, 3U); // each folder on the way once
-  for (int i = 0; i < 20000; ++i) {
-    ASSERT_TRUE(pc().FileExists(R"(C:\Many\FILE)" + std::to_string(i)));
-  }
   for (int i = 0; i < 20000; i += 2) {
+    ASSERT_TRUE(pc().FileExists(R"(C:\Many\FILE)" + std::to_string(i)));
     ASSERT_TRUE(pc().DeleteFile(R"(C:\Many\file)" + std::to_string(i)));
     ASSERT_TRUE(pc().MoveFile(R"(C:\Many\file)" + std::to_string(i + 1), R"(C:\Many\moved)" + std::to_string(i)));
   }
@@ -390,11 +320,11 @@ TEST_F(MachineFolderTest, ThousandsOfFoldersNeedNoMoreDescriptorsThanAProcessHas
     ASSERT_TRUE(pc().CreateDirectory(R"(C:\folders\f)" + std::to_string(i))) << i << pc().GetLastError().reason;
     ASSERT_TRUE(pc().DirectoryExists(R"(C:\folders\f)" + std::to_string(i)));
   }
-  EXPECT_TRUE(pc().FileExists(R"(C:\folders\F7\x)") || pc().DirectoryExists(R"(C:\folders\F7)"));
+  EXPECT_TRUE(pc().DirectoryExists(R"(C:\folders\F7)"));
 }
 
 TEST_F(MachineFolderTest, FoldersOfTheUserAreReachedAndNothingBesideThem) {
-  WriteOutside("pack.kep", "package");
+  std::ofstream(Outside("pack.kep")) << "package";
   fs::create_directories(m_pc.GetOutside() / "open" / "sub");
   fs::create_directories(m_pc.GetOutside() / "open\\er");
   const CString open = pc().AddHostFolder(Outside("open"), false);
@@ -402,89 +332,53 @@ TEST_F(MachineFolderTest, FoldersOfTheUserAreReachedAndNothingBesideThem) {
   EXPECT_TRUE(pc().DirectoryExists(open + R"(\SUB)"));
   EXPECT_EQ(pc().ToHostPath(open + R"(\SUB)"), Outside("open/sub"));
   EXPECT_EQ(FailureOf(Put(open + R"(\x)", OpenMode::kCreateNew, "x"), Kind::kRefused, open + R"(\x)"), "");
-  EXPECT_FALSE(pc().CreateDirectory(open + R"(\new)"));
   EXPECT_FALSE(pc().RemoveTree(open + R"(\sub)"));
   const CString above = open.substr(0, open.rfind('\\'));
   EXPECT_FALSE(pc().FileExists(above + R"(\pack.kep)"));
-  EXPECT_FALSE(pc().DirectoryExists(above));
   EXPECT_EQ(pc().AddHostFolder(Outside("open"), true), open); // the same folder again, now to be written
   EXPECT_TRUE(Put(open + R"(\x)", OpenMode::kCreateNew, "x"));
   const CString odd = pc().AddHostFolder(Outside("open\\er"), true); // no Windows path spells it
-  EXPECT_EQ(odd.size(), 3U);
   EXPECT_TRUE(Put(odd + "y", OpenMode::kCreateNew, "y"));
   EXPECT_TRUE(fs::exists(m_pc.GetOutside() / "open\\er" / "y"));
   EXPECT_EQ(pc().AddHostFolder(Outside("missing"), false), "");
   EXPECT_EQ(pc().GetDrives().size(), 1U);
 }
 
-TEST_F(MachineFolderTest, OneWriterAtATimeAndADeadOneHoldsNothing) {
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    MachineFolder other(m_pc.GetRoot().string());
-    const bool held = other.LockWriter(0).held && other.LockWriter(0).held;
-    other.UnlockWriter(); // still held once
-    (void)!write(ready[1], held ? "y" : "n", 1);
-    pause();
-    _exit(0);
-  }
-  char answer = 0;
-  ASSERT_EQ(read(ready[0], &answer, 1), 1);
-  EXPECT_EQ(answer, 'y');
-  const WriterLock refused = pc().LockWriter(30);
-  EXPECT_FALSE(refused.held);
-  EXPECT_TRUE(refused.holder.starts_with("process " + std::to_string(child))) << refused.holder;
-  EXPECT_EQ(pc().GetLastError().kind, Kind::kInUse);
-  kill(child, SIGKILL);
-  EXPECT_TRUE(pc().LockWriter(5000).held); // before anybody has asked how the other ended
-  waitpid(child, nullptr, 0);
-  EXPECT_TRUE(pc().LockWriter(0).held);
-  pc().UnlockWriter();
+TEST_F(MachineFolderTest, OneWriterAtATime) {
+  ASSERT_TRUE(pc().LockWriter(0).held);
+  ASSERT_TRUE(pc().LockWriter(0).held);
+  pc().UnlockWriter(); // still held once
   MachineFolder second(m_pc.GetRoot().string());
-  EXPECT_FALSE(second.LockWriter(0).held);
+  EXPECT_FALSE(second.LockWriter(30).held);
+  EXPECT_EQ(second.GetLastError().kind, Kind::kInUse);
   pc().UnlockWriter();
   EXPECT_TRUE(second.LockWriter(0).held);
-  close(ready[0]);
-  close(ready[1]);
 }
 
 TEST_F(MachineFolderTest, TheStateOfThePcIsKeptInAFileThatPeopleEdit) {
   const fs::path ini = m_pc.GetRoot() / "machine.ini";
-  m_pc.Get().ClearLastError();
+  const std::string byHand = "; mine\n[Extra]\nodd line\n";
   ASSERT_TRUE(pc().SetUsers({{"Anna", 2}, {"Bob", 1}}, "Bob"));
   ASSERT_TRUE(pc().SetProcessRunning(R"(C:\Program Files\x=y.exe)", true));
-  {
-    const int fd = open(ini.c_str(), O_WRONLY | O_APPEND);
-    constexpr std::string_view kByHand = "; mine\n[Extra]\nodd line\n[users]\n  Carl=5\n";
-    ASSERT_EQ(write(fd, kByHand.data(), kByHand.size()), static_cast<ssize_t>(kByHand.size()));
-    close(fd);
-  }
+  std::ofstream(ini, std::ios::app) << byHand << "[users]\n  Carl=5\n";
   EXPECT_EQ(pc().GetUsers().size(), 3U); // seen without opening the machine again
   ASSERT_TRUE(pc().SetCurrentUser("carl"));
   m_pc.Reopen();
   int type = 0;
-  CString path;
+  CString text;
   EXPECT_TRUE(pc().GetCurrentUserType(type));
   EXPECT_EQ(type, 5);
-  EXPECT_TRUE(pc().GetCurrentUserAppDataPath(path));
-  EXPECT_EQ(path, R"(C:\users\Carl\AppData\Roaming)");
+  EXPECT_TRUE(pc().GetCurrentUserAppDataPath(text));
+  EXPECT_EQ(text, R"(C:\users\Carl\AppData\Roaming)");
   EXPECT_EQ(pc().GetRunningProcesses(), std::vector<CString>{R"(C:\Program Files\x=y.exe)"});
-  CString user;
-  EXPECT_TRUE(pc().ExtractUserName(R"(c:\USERS\anna\appdata\roaming\Kestrel\x)", user));
-  EXPECT_EQ(user, "Anna");
-  EXPECT_FALSE(pc().ExtractUserName(R"(C:\users\anna\AppData\RoamingX\y)", user));
-  EXPECT_FALSE(pc().GetAppDataPathFor("nobody", path));
+  EXPECT_TRUE(pc().ExtractUserName(R"(c:\USERS\anna\appdata\roaming\Kestrel\x)", text));
+  EXPECT_EQ(text, "Anna");
+  EXPECT_FALSE(pc().ExtractUserName(R"(C:\users\anna\AppData\RoamingX\y)", text));
   for (const CString name : {"", "a=b", "..", "a\\b", "[x", " x", "Anna"}) {
     EXPECT_FALSE(pc().SetUsers({{"Anna", 1}, {name, 1}}, "Anna")) << name;
   }
   EXPECT_FALSE(pc().SetUsers({{"Anna", 1}}, "Bob"));
-  EXPECT_FALSE(pc().SetProcessRunning("relative.exe", true));
-  std::string text(4096, '\0');
-  const int fd = open(ini.c_str(), O_RDONLY);
-  text.resize(static_cast<std::size_t>(read(fd, text.data(), text.size())));
-  close(fd);
-  EXPECT_NE(text.find("; mine\n[Extra]\nodd line\n"), std::string::npos);
+  EXPECT_NE(test::ReadHostFile(ini).find(byHand), std::string::npos);
 }
 
 TEST_F(MachineFolderTest, ProgramsOfARealPrefixCountAsRunning) {
@@ -527,8 +421,6 @@ TEST_F(MachineFolderTest, ProgramsOfARealPrefixCountAsRunning) {
   EXPECT_FALSE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, key, "a", "b"));
   EXPECT_EQ(pc().GetLastError().kind, Kind::kInUse);
   EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot()), "");
-  CString data;
-  EXPECT_FALSE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, key, "a", data));
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);
   EXPECT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, key, "a", "b"));
@@ -541,53 +433,34 @@ TEST_F(MachineFolderTest, ProgramsOfARealPrefixCountAsRunning) {
 
 TEST_F(MachineFolderTest, RegistryValuesComeAndGoWithoutATrace) {
   const CString runOnce = R"(software\microsoft\windows\currentversion\runonce)";
-  const auto before = m_pc.Snapshot();
-  CString data = "untouched";
-  EXPECT_FALSE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", data));
-  EXPECT_EQ(data, "untouched");
-  const CString line = R"(C:\replace.exe "C:\windows\system32\a.dll" "C:\windows\system32\rpl1.tmp")";
-  ASSERT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", line));
+  const fs::path registry = m_pc.GetRoot() / "user.reg";
+  const std::string before = test::ReadHostFile(registry);
   MachineFolder other(m_pc.GetRoot().string());
-  ASSERT_TRUE(other.ReadRegistryString(RegistryRoot::kCurrentUser,
-                                       R"(\Software\\Microsoft\Windows\CurrentVersion\RunOnce)", "RPL1.TMP", data));
-  EXPECT_EQ(data, line);
-  EXPECT_TRUE(other.RegistryKeyExists(RegistryRoot::kCurrentUser, R"(Software\Microsoft)"));
-  ASSERT_TRUE(other.WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", "x"));
-  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
-  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
-  ASSERT_TRUE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", data));
-  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp"));
-  const auto isDated = [](const std::string& path) { return path == "user.reg"; }; // written anew: its date differs
-  EXPECT_EQ(test::DescribeDifference(before, m_pc.Snapshot(), isDated), "");
-  EXPECT_EQ(before.entries.at("user.reg").hash, m_pc.Snapshot().entries.at("user.reg").hash);
-  // a registry that was not there is not there again
-  fs::remove(m_pc.GetRoot() / "user.reg");
-  ASSERT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", line));
-  EXPECT_TRUE(fs::exists(m_pc.GetRoot() / "user.reg"));
-  ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
-  EXPECT_FALSE(fs::exists(m_pc.GetRoot() / "user.reg"));
+  for (const bool isThere : {true, false}) { // a registry that was not there is not there again
+    ASSERT_EQ(fs::exists(registry), isThere);
+    ASSERT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", "one"));
+    CString data;
+    ASSERT_TRUE(other.ReadRegistryString(RegistryRoot::kCurrentUser,
+                                         R"(\Software\\Microsoft\Windows\CurrentVersion\RunOnce)", "RPL1.TMP", data));
+    EXPECT_EQ(data, "one");
+    EXPECT_TRUE(other.RegistryKeyExists(RegistryRoot::kCurrentUser, R"(Software\Microsoft)"));
+    ASSERT_TRUE(other.WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", "two"));
+    ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
+    ASSERT_TRUE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", data));
+    ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp"));
+    EXPECT_EQ(test::ReadHostFile(registry), isThere ? before : "");
+    EXPECT_EQ(fs::exists(registry), isThere);
+    fs::remove(registry);
+  }
 }
 
-TEST_F(MachineFolderTest, AFolderThatIsNoMachineFailsEveryCall) {
-  MachineFolder none((m_pc.GetOutside() / "missing").string());
-  EXPECT_FALSE(none.IsUsable());
-  EXPECT_FALSE(none.CreateDirectory(R"(C:\x)"));
-  EXPECT_FALSE(none.LockWriter(0).held);
-  EXPECT_FALSE(none.SetMultiUser(true));
-  EXPECT_FALSE(none.WriteRegistryString(RegistryRoot::kCurrentUser, "a", "b", "c"));
-  EXPECT_FALSE(none.MoveFileToTrash(R"(C:\x)"));
-  EXPECT_EQ(none.GetStoredPath(R"(C:\x)"), "");
-  EXPECT_FALSE(fs::exists(m_pc.GetOutside() / "missing"));
-}
-
-TEST_F(MachineFolderTest, VersionsDatesSizesAndSpaceAreReadFromTheDisk) {
+TEST_F(MachineFolderTest, VersionsDatesAndSpaceAreReadFromTheDisk) {
   m_pc.Write(R"(C:\x\App.exe)", MakeVersionedExecutable(CKestVersionNumber(6, 0, 2004)));
   m_pc.Write(R"(C:\x\none.exe)", "MZ");
   CKestVersionNumber version;
   ASSERT_TRUE(pc().GetFileVersion(R"(C:\X\APP.EXE)", version));
   EXPECT_EQ(version.Compare(CKestVersionNumber(6, 0, 2004)), 0);
   EXPECT_FALSE(pc().GetFileVersion(R"(C:\x\none.exe)", version));
-  EXPECT_FALSE(pc().GetFileVersion(R"(C:\x)", version));
   for (const std::int64_t seconds : {-1LL, 0LL, 1LL, 4102444801LL}) {
     CKestDateTime date;
     ASSERT_TRUE(pc().SetFileDateTime(R"(C:\x\app.exe)", CKestDateTime(seconds)));
@@ -595,11 +468,8 @@ TEST_F(MachineFolderTest, VersionsDatesSizesAndSpaceAreReadFromTheDisk) {
     EXPECT_EQ(date.GetSeconds(), seconds);
   }
   std::uint64_t size = 0;
-  ASSERT_TRUE(pc().GetFileSize(R"(C:\x\app.exe)", size));
-  EXPECT_EQ(size, 1024U);
   EXPECT_TRUE(pc().GetFreeSpace(R"(C:\x\not\there\yet)", size));
   EXPECT_GT(size, 1024U);
-  EXPECT_TRUE(pc().SameVolume(R"(C:\)", R"(C:\windows\temp\new)"));
   ASSERT_EQ(mkfifo(m_pc.HostPath(R"(C:\x\pipe)").c_str(), 0644), 0);
   EXPECT_FALSE(pc().FileExists(R"(C:\x\pipe)"));
   EXPECT_FALSE(pc().Open(R"(C:\x\pipe)", OpenMode::kRead)); // and does not wait for somebody to write
@@ -611,12 +481,9 @@ TEST_F(MachineFolderTest, SyncTakesFilesFoldersAndWhatIsGoneInAnyNumber) {
   for (int i = 0; i < 300; ++i) {
     paths.push_back(R"(C:\s\f)" + std::to_string(i));
     m_pc.Write(paths.back(), "x");
-    if (i % 150 == 0) {
-      EXPECT_TRUE(pc().SyncPaths(paths)) << pc().GetLastError().reason;
-    }
   }
+  EXPECT_TRUE(pc().SyncPaths({paths[0], paths[1], paths[2], paths[3]})) << pc().GetLastError().reason;
   EXPECT_TRUE(pc().SyncPaths(paths)) << pc().GetLastError().reason;
-  EXPECT_FALSE(pc().SyncPaths({"relative"}));
   paths.push_back("relative");
   EXPECT_FALSE(pc().SyncPaths(paths));
 }

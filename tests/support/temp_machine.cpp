@@ -185,11 +185,7 @@ bool TempMachine::Exists(std::string_view windowsPath) const {
 void TempMachine::MakeFolder(std::string_view windowsPath) const { fs::create_directories(HostPath(windowsPath)); }
 
 void TempMachine::SetReadOnly(std::string_view windowsPath, bool readOnly) const {
-  fs::permissions(HostPath(windowsPath), fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
-                  readOnly ? fs::perm_options::remove : fs::perm_options::add);
-  if (!readOnly) {
-    fs::permissions(HostPath(windowsPath), fs::perms::group_write | fs::perms::others_write, fs::perm_options::remove);
-  }
+  fs::permissions(HostPath(windowsPath), static_cast<fs::perms>(readOnly ? 0444 : 0644));
 }
 
 std::int64_t TempMachine::GetDate(std::string_view windowsPath) const {
