@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <set>
 
 namespace kest::host {
 namespace {
@@ -36,7 +35,6 @@ protected:
   }
   /// What came before gave every configuration file the form that the editor of it gives.
   void expectTheSameTreesAgain(const Words& install, const std::string& name) const {
-    runs({"machine", "logon"});
     const Words logOn = {"machine", "logon"}; // puts a system file in place
     runs(logOn);
     const test::MachineSnapshot before = snapshot();
@@ -84,27 +82,6 @@ INSTANTIATE_TEST_SUITE_P(All, Examples, ::testing::ValuesIn(ExampleNames()), [](
   std::replace(name.begin(), name.end(), '-', '_');
   return name;
 });
-
-class ExamplesTogether : public ProgramTest {};
-
-TEST_F(ExamplesTogether, UseEveryKindOfChange) {
-  makeMachine({});
-  std::set<std::string> used;
-  for (const std::string& name : ExampleNames()) {
-    const auto document = json({"info", DescriptionOf(name), "--changes"}, 0);
-    for (const auto& change : document["extension"]["changes"]) {
-      std::string kind = change["change"];
-      std::transform(kind.begin(), kind.end(), kind.begin(), [](unsigned char c) { return std::tolower(c); });
-      used.insert(kind);
-    }
-  }
-  for (const char* what : {"menu", "shortcut", "toolbar", "toolbar-item", "insertbar", "insertbar-item", "documenttype",
-                           "taglibrary", "helpbook", "element", "attribute", "ftp-extension", "extension"}) {
-    for (const char* how : {"-insert", "-remove"}) {
-      EXPECT_TRUE(used.contains(std::string(what) + how)) << what << how;
-    }
-  }
-}
 
 } // namespace
 } // namespace kest::host

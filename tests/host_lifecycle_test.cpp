@@ -14,9 +14,6 @@ class Lifecycle : public ProgramTest {
 protected:
   void SetUp() override { makeMachine({}); }
 
-  static constexpr const char* kNova = "Program Files/Kestrel/Tidemark 6/";
-  static constexpr const char* kInsertBar = "Configuration/Objects/insertbar.xml";
-
   /// The engine makes the folders for extensions when it first meets a product.
   void settle() const { EXPECT_EQ(kest({"list"}).exit, 0); }
   void runs(Words words, int exit = 0) const {
@@ -24,7 +21,6 @@ protected:
     const ProcessResult result = kest(words);
     EXPECT_EQ(result.exit, exit) << words[0] << result.out << result.err;
   }
-  [[nodiscard]] std::string nova(const std::string& path) const { return read(m_folder / "pc/drive_c" / kNova / path); }
   /// Into a folder of its own, which goes with the extension.
   static Extension tool(const std::string& name, const std::string& file) {
     Extension extension;
@@ -55,22 +51,18 @@ TEST_F(Lifecycle, EnablingBesideAnEqualOneChangesNothing) {
   install(equal);
   runs({"disable", "One"});
   equal.file = "other";
-  equal.more = tool("One", "other").more;
   install(equal);
   const MachineSnapshot before = snapshot();
   const ProcessResult result = kest({"enable", "one.kei"});
   EXPECT_EQ(result.exit, 0) << result.err;
   EXPECT_NE(result.err.find("enabled already"), std::string::npos) << result.err;
   EXPECT_EQ(difference(before, snapshot()), "");
-  EXPECT_EQ(json({"list", "--state", "disabled"}, 0)["extensions"].size(), 1U);
 }
 
 TEST_F(Lifecycle, ImportCarriesOverWhatTheOtherProductSupports) {
   const Words import = {"import", "--from", "Tidemark 4", "--to", "Tidemark Nova"};
   const Words four = {"-p", "Tidemark 4"};
   install(tool("One", "one"), four);
-  install(tool("Off", "off"), four);
-  runs({"disable", "Off"});
   // needs a product that is gone by the time of the import
   Extension odd = tool("Odd", "odd");
   odd.more += "\t<products>\r\n\t\t<product name=\"Prism\" version=\"4\" required=\"true\" />\r\n\t</products>\r\n";
@@ -78,20 +70,14 @@ TEST_F(Lifecycle, ImportCarriesOverWhatTheOtherProductSupports) {
   std::filesystem::remove_all(m_folder / "pc/drive_c/Program Files/Kestrel/Prism 4");
   std::filesystem::remove_all(m_folder / "pc/drive_c/Program Files/Kestrel/Prism 6");
   EXPECT_EQ(kest(import).exit, 3) << "an agreement is asked for";
-  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark 4"}).exit, 2);
-  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "Nothing"}).exit, 4);
 
   Words all = import;
   all.insert(all.end(), {"--accept-agreement", "-y"});
   const auto document = json(all, 10);
-  ASSERT_EQ(document["results"].size(), 3U);
+  ASSERT_EQ(document["results"].size(), 2U);
   for (const auto& result : document["results"]) {
     EXPECT_EQ(result["ok"], result["extension"]["name"] != "Odd") << result;
   }
-  EXPECT_EQ(json({"list", "-p", "Tidemark Nova"}, 0)["extensions"].size(), 2U);
-  EXPECT_TRUE(onMachine(std::string(kNova) + "Configuration/Shared/lib/one.htm"));
-  EXPECT_FALSE(onMachine(std::string(kNova) + "Configuration/Shared/lib/off.htm"));
-
   // one that is there already keeps nothing from the next
   Extension zed = tool("Zed", "zed");
   zed.version = "0.9";
@@ -100,17 +86,6 @@ TEST_F(Lifecycle, ImportCarriesOverWhatTheOtherProductSupports) {
   install(zed, four);
   runs({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "One", "Zed"});
   EXPECT_EQ(json({"info", "Zed@2.0", "-p", "Tidemark Nova"}, 0)["extension"]["version"], "2.0");
-}
-
-TEST_F(Lifecycle, ObjectsOfVersion4GetButtonsInVersion6) {
-  runs({"install", KEST_SOURCE_DIR "/examples/page-furniture/page-furniture.kei", "-p", "Tidemark Nova"});
-  const std::string bar = nova(kInsertBar);
-  for (const char* button :
-       {R"(id="Page_Furniture_Last_Changed" image="Common\Last Changed.gif" file="Common\Last Changed.htm")",
-        R"(image="Page Furniture\Page Head.gif")", R"(image="generic.gif" file="Page Furniture\Page Foot.htm")",
-        R"(id="TM_Inserbar_Page_Furniture" folder="Page Furniture")"}) {
-    EXPECT_NE(bar.find(button), std::string::npos) << button << "\n" << bar;
-  }
 }
 
 TEST_F(Lifecycle, AFailureNamesFileChangeAndWhatToDo) {
@@ -125,7 +100,6 @@ TEST_F(Lifecycle, AFailureNamesFileChangeAndWhatToDo) {
   EXPECT_EQ(result["rolled_back"], true);
   EXPECT_FALSE(result["messages"].empty());
   const auto& error = result["error"];
-  EXPECT_NE(error["what"], "");
   const std::string why = error["why"];
   EXPECT_EQ(why.rfind("ServerFormats\\ASP_Js\\ServerFormats.xml has no place for its menu: ", 0), 0U) << why;
   EXPECT_NE(why.find("TM_Date_Long"), std::string::npos) << why;
@@ -143,28 +117,6 @@ protected:
   }
   void become(const char* user) const { EXPECT_EQ(kest({"machine", "user", user}).exit, 0); }
 };
-
-TEST_F(OfSeveralUsers, CopiesOfTheirOwnGoForAnInstallForEverybodyOrNothingChanges) {
-  const Extension extension = tool("One", "one");
-  for (const char* user : {"anna", "bob"}) {
-    become(user);
-    install(extension);
-  }
-  become("boss");
-  const std::string path = package(extension);
-  const MachineSnapshot before = snapshot();
-  const ProcessResult asked = kest({"install", path, "-y", "--accept-agreement"});
-  EXPECT_EQ(asked.exit, 3);
-  EXPECT_NE(asked.err.find("--per-user"), std::string::npos) << asked.err;
-  EXPECT_EQ(difference(before, snapshot()), "");
-  runs({"install", path, "--per-user", "remove"});
-  for (const char* user : {"anna", "bob"}) {
-    become(user);
-    const auto list = json({"list"}, 0)["extensions"];
-    ASSERT_EQ(list.size(), 1U);
-    EXPECT_EQ(list[0]["scope"], "shared");
-  }
-}
 
 TEST_F(OfSeveralUsers, WhatIsInstalledForEverybodyIsNotForEverybodyToChange) {
   install(tool("One", "one"));

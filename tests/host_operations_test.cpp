@@ -8,43 +8,37 @@ namespace {
 using test::ProcessResult;
 using test::ProgramTest;
 
-constexpr const char* kNova = "Program Files/Kestrel/Tidemark 6/";
+constexpr const char* kFile = "Program Files/Kestrel/Tidemark 6/Configuration/Commands/tabletools.htm";
 
 class Operations : public ProgramTest {
 protected:
   void SetUp() override { makeMachine(); }
-  [[nodiscard]] bool installedFile(const std::string& name) const {
-    return onMachine(std::string(kNova) + "Configuration/Commands/" + name);
-  }
   [[nodiscard]] std::size_t listed() const { return json({"list"}, 0)["extensions"].size(); }
 };
 
 TEST_F(Operations, PathsInDocumentsLeadToTheFiles) {
   EXPECT_EQ(kest({"list"}).out, "") << "nothing is listed without a word";
   install({});
-  EXPECT_TRUE(installedFile("tabletools.htm"));
+  EXPECT_TRUE(onMachine(kFile));
   const auto extension = json({"list", "-p", "tidemark nova"}, 0)["extensions"][0];
   EXPECT_TRUE(std::filesystem::exists(extension["description"]["host"].get<std::string>()));
   const auto info = json({"info", "Table Tools"}, 0)["extension"];
   EXPECT_TRUE(std::filesystem::exists(info["files"][0]["installed"]["host"].get<std::string>())) << info;
   EXPECT_EQ(kest({"uninstall", "Table Tools", "-y"}).exit, 0);
-  EXPECT_FALSE(installedFile("tabletools.htm"));
+  EXPECT_FALSE(onMachine(kFile));
 }
 
 TEST_F(Operations, QuestionsWithoutATerminalNameTheirFlagAndChangeNothing) {
   const std::string package1 = package({});
   const ProcessResult result = kest({"install", package1, "-y"});
   EXPECT_EQ(result.exit, 3);
-  EXPECT_EQ(result.out, "");
   EXPECT_NE(result.err.find("--accept-agreement"), std::string::npos) << "-y never implies it";
   EXPECT_EQ(listed(), 0U);
   install({});
-  EXPECT_EQ(kest({"uninstall", "Table Tools"}).exit, 3);
-  EXPECT_EQ(listed(), 1U);
   test::ProcessOptions idle;
   idle.idleInput = true;
-  idle.seconds = 20;
   EXPECT_EQ(kest({"uninstall", "Table Tools"}, idle).exit, 3) << "the input must not be read";
+  EXPECT_EQ(listed(), 1U);
 }
 
 TEST_F(Operations, VersionsAreReplacedOnlyAsAsked) {
@@ -63,14 +57,14 @@ TEST_F(Operations, VersionsAreReplacedOnlyAsAsked) {
 }
 
 TEST_F(Operations, ExistingFilesAreKeptOrOverwrittenAsAsked) {
-  const std::string path = std::string("pc/drive_c/") + kNova + "Configuration/Commands/tabletools.htm";
+  const std::string path = std::string("pc/drive_c/") + kFile;
   const std::string extension = package({});
-  for (const char* what : {"keep", "cancel", "overwrite"}) {
+  for (const std::string what : {"keep", "cancel", "overwrite"}) {
     write(path, "mine");
-    const auto result = json({"install", extension, "--accept-agreement", "--on-existing", what},
-                             std::string(what) == "cancel" ? 3 : 0);
-    EXPECT_EQ(read(m_folder / path) == "mine", std::string(what) != "overwrite") << what;
-    EXPECT_EQ(result["kept"].size(), std::string(what) == "keep" ? 1U : 0U) << result;
+    const auto result =
+        json({"install", extension, "--accept-agreement", "--on-existing", what}, what == "cancel" ? 3 : 0);
+    EXPECT_EQ(read(m_folder / path) == "mine", what != "overwrite") << what;
+    EXPECT_EQ(result["kept"].size(), what == "keep" ? 1U : 0U) << result;
     static_cast<void>(kest({"uninstall", "Table Tools", "-y"}));
   }
 }
@@ -83,12 +77,6 @@ TEST_F(Operations, AClashOfDescriptionNamesDisablesOnlyWhenAsked) {
   EXPECT_EQ(json({"install", package(other), "-y", "--accept-agreement", "--on-clash", "disable"}, 0)["replaced"],
             "Table Tools");
   EXPECT_EQ(json({"list", "--state", "disabled"}, 0)["extensions"][0]["name"], "Table Tools");
-}
-
-TEST_F(Operations, DisablingTwiceHasNothingToDo) {
-  install({});
-  EXPECT_EQ(kest({"disable", "Table Tools"}).exit, 0);
-  EXPECT_EQ(json({"disable", "Table Tools"}, 0)["changed"], nlohmann::json::array());
 }
 
 TEST_F(Operations, WordsThatFitSeveralExtensionsNameTheCandidates) {
@@ -109,20 +97,6 @@ TEST_F(Operations, WordsThatFitSeveralExtensionsNameTheCandidates) {
   EXPECT_EQ(json({"list", "--sort", "author", "--reverse"}, 0)["extensions"][0]["author"], "John Roe");
 }
 
-TEST_F(Operations, SeveralAtOnceEndWithASummary) {
-  Extension other;
-  other.name = "Other";
-  other.file = "other";
-  const auto all = json(
-      {"install", package({}), (m_folder / "missing.kep").string(), package(other), "-y", "--accept-agreement"}, 10);
-  ASSERT_EQ(all["results"].size(), 3U);
-  EXPECT_EQ(all["results"][0]["ok"], true);
-  EXPECT_EQ(all["results"][1]["exit"], 4);
-  EXPECT_EQ(all["results"][2]["ok"], true);
-  EXPECT_EQ(listed(), 2U);
-  EXPECT_EQ(kest({"uninstall", "Table Tools", "Other", "-y"}).exit, 0);
-}
-
 TEST_F(Operations, BadInputHasItsCode) {
   Extension foreign;
   foreign.product = "Prism";
@@ -135,42 +109,26 @@ TEST_F(Operations, BadInputHasItsCode) {
   EXPECT_EQ(listed(), 0U);
 }
 
-TEST_F(Operations, PackingGivesTheSameBytesAndReplacesOnlyByForce) {
+TEST_F(Operations, APackageLiesBesideItsDescriptionAndIsReplacedByForceAlone) {
   const std::string description = describe({});
-  const std::string out = (m_folder / "out.kep").string();
-  EXPECT_EQ(kest({"pack", description, "-o", out}).exit, 0);
-  const std::string first = read(out);
-  EXPECT_EQ(kest({"pack", description, "-o", out, "--force"}).exit, 0);
-  EXPECT_EQ(read(out), first);
-  EXPECT_EQ(kest({"pack", description}).exit, 0) << "beside the description when no name is given";
-  EXPECT_TRUE(std::filesystem::exists(m_folder / "src/tabletools.kep"));
-  std::filesystem::remove(m_folder / "src/tabletools.htm");
-  EXPECT_NE(kest({"pack", description, "-o", out, "--force"}).exit, 0) << "a file is missing";
-  EXPECT_EQ(read(out), first) << "the old package stays";
+  EXPECT_EQ(kest({"pack", description}).exit, 0);
+  const std::string first = read(m_folder / "src/tabletools.kep");
+  EXPECT_EQ(kest({"pack", description}).exit, 3);
+  EXPECT_EQ(kest({"pack", description, "--force"}).exit, 0);
+  EXPECT_EQ(read(m_folder / "src/tabletools.kep"), first) << "the same files give the same bytes";
 }
 
 TEST_F(Operations, ValidatingNamesTheLine) {
-  EXPECT_EQ(json({"validate", describe({})}, 0)["problems"], nlohmann::json::array());
-  EXPECT_EQ(kest({"validate", package({})}).exit, 0);
-  const auto document =
-      json({"validate", write("bad.kei", "<kestrel-extension name=\"A\" version=\"1.0\" colour=\"red\">\n"
-                                         "<menuitem name=\"x\" />\n<files>\n"
-                                         "<file source=\"a\" destination=\"b\" />\n</files>\n"
-                                         "</kestrel-extension>\n")},
-           8);
-  std::set<int> lines;
-  for (const auto& problem : document["problems"]) {
-    if (problem["line"].is_number()) {
-      lines.insert(problem["line"].get<int>());
-    }
-  }
-  EXPECT_TRUE(lines.contains(1) && lines.contains(2)) << document;
+  const std::string bad =
+      "<kestrel-extension name=\"A\" version=\"1.0\">\n<menuitem name=\"x\" />\n</kestrel-extension>\n";
+  const auto document = json({"validate", write("bad.kei", bad)}, 8);
+  const bool isNamed = std::any_of(document["problems"].begin(), document["problems"].end(),
+                                   [](const auto& problem) { return problem["line"] == 2; });
+  EXPECT_TRUE(isNamed) << document;
   const auto broken =
       json({"validate", write("tag.kei", "<kestrel-extension name=\"A\">\n<author name=\"x\" / >\n")}, 8);
   EXPECT_EQ(broken["code"], -3);
   EXPECT_EQ(broken["problems"][0]["line"], 2) << broken;
-  EXPECT_EQ(json({"validate", write("no.kep", "PK")}, 8)["problems"].size(), 1U);
-  EXPECT_EQ(json({"validate", (m_folder / "none.kei").string()}, 4)["exit"], 4);
 }
 
 TEST_F(Operations, AReaderThatGoesAwayIsNoCrash) {

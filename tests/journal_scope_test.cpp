@@ -89,17 +89,6 @@ TEST_F(JournalScopeTest, OfTwoDeadOperationsTheLaterIsUndoneFirst) {
   EXPECT_EQ(Difference(), "");
 }
 
-TEST_F(JournalScopeTest, AFolderThatSomebodyElseUsesByNowStays) {
-  JournalScope scope(m_journal);
-  EXPECT_EQ(m_journal.Run(std::make_unique<CInstallCreateFolder>("C:\\app\\made")), 0);
-  EXPECT_EQ(Copy("a.txt"), 0);
-  m_pc.Write("C:\\app\\made\\theirs.txt", "somebody's");
-  EXPECT_TRUE(scope.RollBack()) << "nothing of ours is left";
-  EXPECT_TRUE(m_journal.GetLeftovers().empty());
-  EXPECT_EQ(m_pc.Read("C:\\app\\made\\theirs.txt"), "somebody's");
-  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "old a");
-}
-
 // Enabling an extension again while an operation is undone is an operation of its own, in the middle of the undo.
 TEST_F(JournalScopeTest, AnOperationStartedByAnUndoIsNotUndoneItself) {
   {
@@ -129,19 +118,6 @@ TEST_F(JournalScopeTest, AFailedStepCanBeTriedAgainAndKeepsItsFirstBackup) {
   EXPECT_EQ(m_pc.Read("C:\\app\\b.txt"), "new b");
 }
 
-TEST_F(JournalScopeTest, APlannedStepThatIsNeverRunLeavesNothing) {
-  JournalScope scope(m_journal);
-  std::vector<std::unique_ptr<CKestExtensionInstallStep>> pass;
-  pass.push_back(std::make_unique<CInstallCopyFile>("C:\\src\\a.txt", "C:\\app\\a.txt", false, false));
-  pass.push_back(std::make_unique<CInstallCopyFile>("C:\\src\\b.txt", "C:\\app\\b.txt", false, false));
-  ASSERT_EQ(m_journal.Plan(std::move(pass)), 0);
-  EXPECT_EQ(m_journal.RunNext(), 0);
-  EXPECT_TRUE(scope.Commit());
-  EXPECT_EQ(m_journal.RunNext(), -1);
-  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
-  EXPECT_FALSE(m_pc.Exists("C:\\app\\b.txt"));
-}
-
 TEST_F(JournalScopeTest, WithoutTheWriterLockNothingIsChanged) {
   MachineFolder other(m_pc.GetRoot().string());
   const WriterLock lock = other.LockWriter(0);
@@ -156,26 +132,16 @@ TEST_F(JournalScopeTest, WithoutTheWriterLockNothingIsChanged) {
   EXPECT_EQ(Difference(), "");
 }
 
-// Refuses what leads to one path, as a file held by another program does.
-class RefusingMachine : public ForwardingMachine {
-public:
-  using ForwardingMachine::ForwardingMachine;
-  bool refusing = false;
-
-protected:
-  bool Allow(const Call& call) override { return !refusing || !call.changes || CString(call.name) == "Write"; }
-};
-
 TEST_F(JournalScopeTest, AFailedUndoKeepsWhatItNeedsForTheNextStart) {
-  RefusingMachine machine(m_pc.Get());
+  FailingMachine machine(m_pc.Get());
   CKestOS::SetMachine(&machine);
   {
     JournalScope scope(m_journal);
     EXPECT_EQ(Copy("a.txt"), 0);
     EXPECT_EQ(Copy("b.txt"), 0);
-    machine.refusing = true;
+    machine.arm(1, true);
     EXPECT_FALSE(scope.RollBack());
-    machine.refusing = false;
+    machine.disarm();
   }
   ASSERT_EQ(m_journal.GetLeftovers().size(), 2u);
   EXPECT_EQ(m_journal.GetLeftovers()[1].path, "C:\\app\\a.txt");
@@ -212,39 +178,6 @@ TEST_F(JournalScopeTest, DeletedFilesOfAnOperationAreOneEntryOfTheTrash) {
     }
   }
   EXPECT_EQ(contents.size(), 2u);
-}
-
-TEST_F(JournalScopeTest, AHeldTemporaryFolderOutlivesTheOperation) {
-  CString folder;
-  {
-    const TempFolderHold hold;
-    ASSERT_TRUE(CKestOS::GetTempPath(folder));
-    ASSERT_TRUE(CKestFile::WriteAll(folder + "made.kep", "package"));
-    {
-      JournalScope scope(m_journal);
-      EXPECT_EQ(Copy("b.txt"), 0);
-      EXPECT_TRUE(scope.Commit());
-    }
-    EXPECT_EQ(m_pc.Read(folder + "made.kep"), "package");
-    JournalScope scope(m_journal);
-    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallPlaceFile>(folder + "made.kep", "C:\\app\\made.kep")), 0);
-    EXPECT_TRUE(scope.Commit());
-  }
-  EXPECT_FALSE(m_pc.Exists(folder));
-  EXPECT_EQ(m_pc.Read("C:\\app\\made.kep"), "package");
-}
-
-TEST_F(JournalScopeTest, APlainVectorRunsStepsWithoutAFile) {
-  CKestTypedVector<CKestExtensionInstallStep*> plain;
-  EXPECT_EQ(AppendAndDo(&plain, std::make_unique<CInstallCopyFile>("C:\\src\\a.txt", "C:\\app\\a.txt", false, false)),
-            0);
-  EXPECT_EQ(AppendAndDo(nullptr, std::make_unique<CInstallCreateFolder>("C:\\x")), -1);
-  const std::unique_ptr<CKestExtensionInstallStep> step(plain.TakeLast());
-  EXPECT_EQ(m_pc.Read("C:\\app\\a.txt"), "new a");
-  EXPECT_EQ(step->Undo(), 0);
-  step->Release();
-  CKestOS::RemoveTempFolder();
-  EXPECT_EQ(Difference(), "");
 }
 
 } // namespace

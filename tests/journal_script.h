@@ -22,48 +22,27 @@ inline constexpr const char* kRunOnce = "software\\microsoft\\windows\\currentve
 inline constexpr const char* kFontList = "software\\microsoft\\windows NT\\currentversion\\Fonts";
 
 /// What an operation must leave alone or change as a whole: everything on the drives, and the two lists of the
-/// registry.
-struct MachineState {
-  MachineSnapshot files;
-  std::map<std::string, std::string> values;
-
-  bool operator==(const MachineState& other) const { return Difference(other).empty(); }
-  [[nodiscard]] std::string Difference(const MachineState& later) const {
-    std::string text = DescribeDifference(files, later.files, [](const std::string& path) {
-      return path.starts_with("trash") || path.ends_with(".reg") || path == "machine.ini";
-    });
-    for (const auto& [name, data] : values) {
-      const auto found = later.values.find(name);
-      if (found == later.values.end() || found->second != data) {
-        text += "value gone or changed: " + name + "\n";
-      }
-    }
-    for (const auto& [name, data] : later.values) {
-      if (!values.contains(name)) {
-        text += "value new: " + name + "\n";
-      }
-    }
-    return text;
-  }
+/// registry, whose values are entries by "<key>:<name>".
+struct MachineState : MachineSnapshot {
+  [[nodiscard]] std::string Difference(const MachineSnapshot& later) const { return DescribeDifference(*this, later); }
 };
-
-/// The name of a pending file is derived from the process's private folder; for comparing it is one name.
-inline std::string WithoutRandomPart(std::string path) {
-  const std::size_t at = path.find("/rpl");
-  return at == std::string::npos ? path : path.substr(0, at) + "/rpl.tmp";
-}
 
 inline MachineState StateOf(TempMachine& pc) {
   MachineState state;
-  for (auto& [path, entry] : pc.Snapshot().entries) {
-    state.files.entries.emplace(WithoutRandomPart(path), entry);
+  for (const auto& [path, entry] : pc.Snapshot().entries) {
+    if (!path.starts_with("trash") && !path.ends_with(".reg") && path != "machine.ini") {
+      // the name of a pending file is derived from the process's private folder; for comparing it is one name
+      const std::size_t at = path.find("/rpl");
+      state.entries[at == std::string::npos ? path : path.substr(0, at) + "/rpl.tmp"] = entry;
+    }
   }
   for (const char* key : {kRunOnce, kFontList}) {
     std::vector<RegistryValue> values;
     static_cast<void>(pc.Get().EnumRegistryValues(RegistryRoot::kCurrentUser, key, values));
     for (const RegistryValue& value : values) {
       const bool pending = value.name.starts_with("rpl");
-      state.values[std::string(key) + ":" + (pending ? "rpl" : value.name)] = pending ? "swap" : value.data;
+      state.entries[std::string(key) + ":" + (pending ? "rpl" : value.name)].hash =
+          std::hash<std::string>()(pending ? "swap" : value.data);
     }
   }
   return state;
@@ -138,6 +117,7 @@ inline bool RunScript(CKestInstallJournal& journal) {
       AppendMakeWritable(&journal, "C:\\app\\marked.txt") != 0) {
     return false;
   }
+  const CString plain = "C:\\app\\new\\deep\\plain.txt";
   std::vector<std::unique_ptr<CKestExtensionInstallStep>> pass;
   pass.push_back(std::make_unique<CInstallCreateFolder>("C:\\app\\new"));
   pass.push_back(std::make_unique<CInstallCreateFolder>("C:\\app\\new\\deep\\"));
@@ -145,10 +125,8 @@ inline bool RunScript(CKestInstallJournal& journal) {
       std::make_unique<CInstallPlaceFolder>(folder, "C:\\app\\new\\whole", std::vector<CString>{"x.txt", "y.txt"}));
   pass.push_back(MovedCopy(first, "C:\\app\\Replaced.txt"));
   pass.push_back(MovedCopy(second, "C:\\app\\marked.txt"));
-  pass.push_back(
-      std::make_unique<CInstallCopyFile>("C:\\src\\plain.txt", "C:\\app\\new\\deep\\plain.txt", false, false));
-  pass.push_back(
-      std::make_unique<CInstallCopyFile>("C:\\src\\font.ttf", "C:\\app\\new\\deep\\plain.txt", false, false));
+  pass.push_back(std::make_unique<CInstallCopyFile>("C:\\src\\plain.txt", plain, false, false));
+  pass.push_back(std::make_unique<CInstallCopyFile>("C:\\src\\font.ttf", plain, false, false));
   pass.push_back(std::make_unique<CInstallAddFontResource>("C:\\src\\font.ttf", "C:\\windows\\Fonts\\font.ttf"));
   pass.push_back(
       std::make_unique<CInstallCopyFile>("C:\\src\\system.dll", "C:\\windows\\system32\\system.dll", true, false));

@@ -22,17 +22,6 @@ protected:
   MachineState m_before;
 };
 
-TEST_F(JournalSteps, ACopyTakesDateAndGivesBackBytesDateAndCase) {
-  CInstallCopyFile step("C:\\src\\new.txt", "C:\\app\\OLD.txt", false, false);
-  EXPECT_EQ(step.Do(), 0);
-  EXPECT_EQ(m_pc.Read("C:\\app\\Old.txt"), "new");
-  EXPECT_EQ(m_pc.GetDate("C:\\app\\Old.txt"), 100);
-  EXPECT_EQ(step.Do(), 0); // a second try changes nothing and keeps the first backup
-  EXPECT_EQ(step.Undo(), 0);
-  EXPECT_EQ(step.Undo(), 0);
-  EXPECT_EQ(Difference(), "");
-}
-
 TEST_F(JournalSteps, AnUndoOfAStepThatFailedTouchesNothing) {
   m_pc.MakeFolder("C:\\app\\folder");
   m_pc.Write("C:\\app\\taken", "taken");
@@ -62,20 +51,6 @@ TEST_F(JournalSteps, AnUndoOfAStepThatFailedTouchesNothing) {
   EXPECT_EQ(Difference(), "");
 }
 
-TEST_F(JournalSteps, ReleaseDropsTheBackupAndTheSourceWhenAsked) {
-  CInstallCopyFile keeping("C:\\src\\new.txt", "C:\\app\\one.txt", false, false);
-  EXPECT_EQ(keeping.Do(), 0);
-  keeping.Release();
-  EXPECT_TRUE(m_pc.Exists("C:\\src\\new.txt"));
-  m_pc.SetReadOnly("C:\\src\\new.txt", true);
-  CInstallCopyFile dropping("C:\\src\\new.txt", "C:\\app\\Old.txt", false, true);
-  EXPECT_EQ(dropping.Do(), 0);
-  EXPECT_TRUE(m_pc.Exists(dropping.GetKept()));
-  dropping.Release();
-  EXPECT_FALSE(m_pc.Exists(dropping.GetKept()));
-  EXPECT_FALSE(m_pc.Exists("C:\\src\\new.txt"));
-}
-
 TEST_F(JournalSteps, ADeferredCopyWritesOneRunOnceValueAndTakesBackThatOne) {
   ASSERT_TRUE(m_pc.Get().WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnce, "other", "keep.exe"));
   m_before = StateOf(m_pc);
@@ -94,21 +69,6 @@ TEST_F(JournalSteps, ADeferredCopyWritesOneRunOnceValueAndTakesBackThatOne) {
   EXPECT_TRUE(value.data.ends_with("replace.exe \"C:\\app\\Old.txt\" \"" + pending + "\"")) << value.data;
   EXPECT_EQ(step.Undo(), 0);
   EXPECT_EQ(Difference(), "");
-}
-
-TEST_F(JournalSteps, ADeletedFileComesBackWithMarkDateAndCase) {
-  m_pc.SetReadOnly("C:\\app\\Old.txt", true);
-  m_before = StateOf(m_pc);
-  CInstallDeleteFile step("C:\\APP\\old.TXT");
-  EXPECT_EQ(step.Do(), 0);
-  EXPECT_FALSE(m_pc.Exists("C:\\app\\Old.txt"));
-  EXPECT_EQ(step.Undo(), 0);
-  EXPECT_EQ(step.Undo(), -1);
-  EXPECT_EQ(Difference(), "");
-  CInstallDeleteFile again("C:\\app\\old.txt");
-  EXPECT_EQ(again.Do(), 0);
-  again.Release();
-  EXPECT_FALSE(m_pc.Exists(again.GetKept()));
 }
 
 TEST_F(JournalSteps, ADeletedFileDoesNotComeBackOverSomebodyElses) {
@@ -154,18 +114,15 @@ TEST_F(JournalSteps, AWholeFolderTakesNothingOfOthersWithIt) {
     SCOPED_TRACE(late);
     FailingMachine machine(m_pc.Get());
     CKestOS::SetMachine(&machine);
-    const auto putUsersFile = [&](const CString& folder, int changes) {
-      machine.instead([&, folder] { m_pc.Write(folder + "\\user.txt", "the user's"); });
-      if (late) {
-        machine.armForChanges(changes);
-      } else {
-        m_pc.Write(folder + "\\user.txt", "the user's");
-      }
+    const auto putUsersFile = [&](const CString& folder) {
+      const auto put = [&, folder] { m_pc.Write(folder + "\\user.txt", "the user's"); };
+      machine.instead(put);
+      late ? machine.armForChanges(1) : put();
     };
     lay("C:\\app\\gone");
     CInstallDeleteWholeFolder gone("C:\\app\\gone", names);
     ASSERT_EQ(gone.Prepare(), 0);
-    putUsersFile("C:\\app\\gone", 1);
+    putUsersFile("C:\\app\\gone");
     EXPECT_EQ(gone.Do(), -1);
     machine.disarm();
     EXPECT_EQ(m_pc.Read("C:\\app\\gone\\user.txt"), "the user's");
@@ -177,7 +134,7 @@ TEST_F(JournalSteps, AWholeFolderTakesNothingOfOthersWithIt) {
     CInstallPlaceFolder placed(temp + "unpacked", "C:\\app\\placed", names);
     EXPECT_EQ(placed.Do(), 0);
     EXPECT_EQ(m_pc.Read("C:\\app\\placed\\b.txt"), "ours");
-    putUsersFile("C:\\app\\placed", 1);
+    putUsersFile("C:\\app\\placed");
     EXPECT_EQ(placed.Undo(), 0);
     machine.disarm();
     EXPECT_EQ(placed.Undo(), 0);
@@ -212,106 +169,22 @@ TEST_F(JournalSteps, AWholeFolderComesBackIntoOneMadeAnewAndTakesNoOthersPlace) 
   EXPECT_EQ(m_pc.Read("C:\\app\\Whole\\a.txt"), "ours");
 }
 
-TEST_F(JournalSteps, AFontThatIsThereIsNotTouched) {
+TEST_F(JournalSteps, AnAddedFontTakesItsListEntriesWithItAndOneThatIsThereIsNotTouched) {
+  Machine& machine = m_pc.Get();
+  ASSERT_TRUE(m_pc.Get().SetOperatingSystemVersion(5));
+  ASSERT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kFontList, "stale", "C:\\windows\\Fonts\\f.ttf"));
   m_pc.Write("C:\\windows\\Fonts\\there.ttf", "there");
   m_before = StateOf(m_pc);
-  CInstallAddFontResource there("C:\\src\\new.txt", "C:\\windows\\Fonts\\there.ttf");
-  EXPECT_EQ(there.Do(), 0);
-  EXPECT_TRUE(m_pc.Get().GetFontResources().empty());
-  EXPECT_EQ(there.Undo(), 0);
-  EXPECT_EQ(Difference(), "");
-}
-
-TEST_F(JournalSteps, AnAddedFontTakesItsListEntriesWithIt) {
-  ASSERT_TRUE(m_pc.Get().SetOperatingSystemVersion(5));
-  Machine& machine = m_pc.Get();
-  ASSERT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kFontList, "stale", "C:\\windows\\Fonts\\f.ttf"));
-  m_before = StateOf(m_pc);
   CInstallAddFontResource font("C:\\src\\new.txt", "C:\\windows\\Fonts\\f.ttf");
+  CInstallAddFontResource there("C:\\src\\new.txt", "C:\\windows\\Fonts\\there.ttf");
   EXPECT_EQ(font.Do(), 0);
+  EXPECT_EQ(there.Do(), 0);
   EXPECT_EQ(m_pc.Get().GetFontResources().size(), 1u);
   ASSERT_TRUE(machine.WriteRegistryString(RegistryRoot::kCurrentUser, kFontList, "F", "c:\\WINDOWS\\fonts\\F.ttf"));
+  EXPECT_EQ(there.Undo(), 0);
   EXPECT_EQ(font.Undo(), 0);
   EXPECT_TRUE(m_pc.Get().GetFontResources().empty());
   EXPECT_EQ(Difference(), "");
-}
-
-// The manager as two steps see it.
-class RecordingManager : public CatalogueOperations {
-public:
-  int UninstallExtension(const CKestProduct*, CKestExtension*, bool refresh, bool quiet, bool ownJournal, bool remove,
-                         bool deleteDisabled, int&, bool progress) override {
-    EXPECT_TRUE(!refresh && quiet && !ownJournal && remove && deleteDisabled && !progress);
-    return result;
-  }
-  int DisableExtension(const CKestProduct*, CKestExtension*, bool progress) override {
-    EXPECT_FALSE(progress);
-    return result;
-  }
-  int EnableExtension(const CKestProduct*, CKestExtension*) override { return ++enabled, 0; }
-  void AddExtension(const CKestProduct*, CKestExtension*) override { ++added; }
-  bool RestoreEnabledState(const CKestProduct*, CKestExtension*) override { return filesAreBack; }
-  void KeepReplacedExtension(CKestExtension*) override { ++kept; }
-
-  int result = 0;
-  bool filesAreBack = true;
-  int enabled = 0;
-  int added = 0;
-  int kept = 0;
-};
-
-class CatalogueSteps : public ::testing::Test {
-protected:
-  // never looked into by the steps
-  int m_product = 0;
-  int m_extension = 0;
-  const CKestProduct* m_p = reinterpret_cast<const CKestProduct*>(&m_product);
-  CKestExtension* m_e = reinterpret_cast<CKestExtension*>(&m_extension);
-  RecordingManager m_manager;
-};
-
-TEST_F(CatalogueSteps, ARemovedRecordGoesBackOnceOrToTheKeeperOnce) {
-  {
-    CInstallRemoveExtension step(&m_manager, m_p, m_e);
-    EXPECT_EQ(step.Do(), 0);
-    EXPECT_EQ(step.Undo(), 0);
-    EXPECT_EQ(m_manager.added, 1);
-    step.Release();
-  }
-  EXPECT_EQ(m_manager.kept, 0);
-  {
-    CInstallRemoveExtension step(&m_manager, m_p, m_e);
-    EXPECT_EQ(step.Do(), 0);
-    step.Release();
-  }
-  EXPECT_EQ(m_manager.kept, 1);
-  m_manager.result = -1;
-  CInstallRemoveExtension failed(&m_manager, m_p, m_e);
-  EXPECT_EQ(failed.Do(), -1);
-  EXPECT_EQ(failed.Undo(), 0);
-  failed.Release();
-  EXPECT_EQ(m_manager.added, 1);
-  EXPECT_EQ(m_manager.kept, 1);
-  CInstallRemoveExtension null(&m_manager, nullptr, m_e);
-  EXPECT_EQ(null.Do(), -1);
-  EXPECT_EQ(null.Undo(), -1);
-}
-
-TEST_F(CatalogueSteps, ADisabledExtensionIsEnabledByItsStepsOrByTheManager) {
-  CInstallDisableExtension byItsSteps(&m_manager, m_p, m_e);
-  EXPECT_EQ(byItsSteps.Do(), 0);
-  EXPECT_EQ(byItsSteps.Undo(), 0);
-  EXPECT_EQ(m_manager.enabled, 0);
-  m_manager.filesAreBack = false;
-  CInstallDisableExtension final(&m_manager, m_p, m_e);
-  EXPECT_EQ(final.Do(), 0);
-  EXPECT_EQ(final.Undo(), 0);
-  EXPECT_EQ(m_manager.enabled, 1);
-  m_manager.result = -1;
-  CInstallDisableExtension failed(&m_manager, m_p, m_e);
-  EXPECT_EQ(failed.Do(), -1);
-  EXPECT_EQ(failed.Undo(), 0);
-  EXPECT_EQ(m_manager.enabled, 1);
 }
 
 TEST(StepRecordText, AnyByteComesBack) {

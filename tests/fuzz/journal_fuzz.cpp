@@ -1,8 +1,8 @@
-// The journal file, and the recovery on a machine in memory. Input: lines. "+path=content" puts a file on the machine;
-// "!text" stands in the journal as it is; any other line is sealed first. "^" means the process's private folder.
+// The journal file, and the recovery on a machine. Input: lines. "+path=content" puts a file on the machine; "!text"
+// stands in the journal as it is; any other line is sealed first. "^" means the process's private folder.
 
 #include "fuzz/fuzz_input.h"
-#include "fuzz/memory_machine.h"
+#include "fuzz/scratch_machine.h"
 
 #include "journal/journal.h"
 #include "journal/journal_file.h"
@@ -21,7 +21,7 @@ constexpr const char* kPrivateFolder = "C:\\windows\\temp\\kest-1-a\\kest-1-a\\"
 constexpr const char* kSafeFile = "C:\\safe\\keep.txt";
 
 struct Scene {
-  fuzz::MemoryMachine machine;
+  fuzz::ScratchMachine machine;
   CString journal;
 };
 
@@ -31,8 +31,8 @@ bool Build(fuzz::Input& input, std::size_t lines, Scene& scene) {
     text::ReplaceAll(line, "^", kPrivateFolder);
     if (line.starts_with('+')) {
       const std::size_t sign = line.find('=');
-      scene.machine.Put(line.substr(1, sign == CString::npos ? sign : sign - 1),
-                        sign == CString::npos ? CString() : line.substr(sign + 1));
+      static_cast<void>(scene.machine.Put(line.substr(1, sign == CString::npos ? sign : sign - 1),
+                                          sign == CString::npos ? CString() : line.substr(sign + 1)));
     } else if (line.starts_with('!')) {
       scene.journal += line.substr(1) + '\n';
     } else {
@@ -89,7 +89,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const JournalContent content = ParseJournal(scene.journal);
   JudgeContent(scene.journal, content);
 
-  CKestOS::SetMachine(&scene.machine);
   const RecoveryReport report = RecoverInterruptedOperations();
   bool whole = true;
   for (const RecoveryReport::Entry& entry : report.entries) {
@@ -97,19 +96,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Require(!entry.finished || entry.restored.empty(), "nothing is undone of an operation that was done");
   }
   if (!MayTouchSafeFile(scene.journal)) {
-    const CString* safe = scene.machine.Find(kSafeFile);
-    fuzz::Require(safe != nullptr && *safe == "safe", "a file that no line names stays as it is");
+    fuzz::Require(scene.machine.Find(kSafeFile) == "safe", "a file that no line names stays as it is");
   }
   if (content.status == JournalContent::Status::kForeign) {
     fuzz::Require(!whole, "a foreign file is reported");
   }
-  fuzz::Require(scene.machine.DirectoryExists(kProcessFolder) || whole, "what undo needs is kept");
+  fuzz::Require(scene.machine.Get().DirectoryExists(kProcessFolder) || whole, "what undo needs is kept");
   const CString after = scene.machine.Describe();
   const RecoveryReport second = RecoverInterruptedOperations();
-  if (whole && !scene.machine.DirectoryExists(kProcessFolder)) {
+  if (whole && !scene.machine.Get().DirectoryExists(kProcessFolder)) {
     fuzz::Require(second.entries.empty(), "what was recovered is not recovered again");
     fuzz::RequireEqual(scene.machine.Describe(), after, "a second recovery changes nothing");
   }
-  CKestOS::SetMachine(nullptr);
   return 0;
 }

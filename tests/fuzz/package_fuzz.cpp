@@ -2,7 +2,7 @@
 // than the limits allow.
 
 #include "fuzz/fuzz_input.h"
-#include "fuzz/memory_machine.h"
+#include "fuzz/scratch_machine.h"
 
 #include "platform/os.h"
 #include "platform/package.h"
@@ -10,6 +10,7 @@
 #include <zlib.h>
 
 #include <cstring>
+#include <set>
 
 using namespace kest;
 
@@ -107,10 +108,9 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::MemoryMachine machine;
-  const bool placed = machine.Put(kPackage, CString(reinterpret_cast<const char*>(data), size));
-  fuzz::Require(placed && machine.CreateDirectory(kFolder), "the machine holds the package");
-  CKestOS::SetMachine(&machine);
+  fuzz::ScratchMachine machine;
+  const bool placed = machine.Put(kPackage, {reinterpret_cast<const char*>(data), size});
+  fuzz::Require(placed && machine.Get().CreateDirectory(kFolder), "the machine holds the package");
   CKestPackage::SetLimits(kLimits);
 
   CKestPackage package(kPackage);
@@ -125,18 +125,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::Require(content.size() == entry.size, "a file is as long as the directory says");
       }
     }
-    const std::size_t before = machine.GetBytes();
+    const CString before = machine.Describe(kFolder);
     const int unpacked = package.UnPackTo(kFolder);
-    fuzz::Require(machine.GetBytes() - before <= kLimits.bytesInAll, "no more is unpacked than allowed");
-    for (const CString& path : machine.GetChanged()) {
-      fuzz::Require((path + '\\').starts_with(text::Lower(kFolder) + '\\'), "nothing lands outside the folder");
-    }
+    fuzz::Require(machine.GetBytes(kFolder) <= kLimits.bytesInAll, "no more is unpacked than allowed");
+    fuzz::RequireEqual(machine.Describe(kFolder), before, "nothing lands outside the folder");
     for (const PackageEntry& entry : entries) {
-      const CString* content = machine.Find(CString(kFolder) + '\\' + entry.name);
-      fuzz::Require(unpacked != CKestPackage::kGood || (content != nullptr && content->size() == entry.size),
+      const std::optional<CString> content = machine.Find(CString(kFolder) + '\\' + entry.name);
+      fuzz::Require(unpacked != CKestPackage::kGood || (content && content->size() == entry.size),
                     "what was unpacked is there whole");
     }
   }
-  CKestOS::SetMachine(nullptr);
   return 0;
 }

@@ -24,62 +24,38 @@ struct Request {
   [[nodiscard]] bool IsPlain() const { return fuzz::IsPlainWord(name) && (more.empty() || fuzz::IsPlainWord(more)); }
 };
 
-Change MakeInsert(const Request& request) {
-  switch (request.kind.empty() ? ' ' : request.kind[0]) {
-  case 'f': {
-    auto change = std::make_unique<CKestFTPExtensionMapChangeInsert>();
-    change->SetExtension(request.name);
-    change->SetType(request.more.empty() ? CKestFTPExtensionMapChangeInsert::kBinary
+/// The insertion that is asked for, and the removal of what has its name.
+std::pair<Change, Change> MakeChanges(const Request& request) {
+  const auto both = [&](auto insert, auto remove, auto setName) {
+    setName(*insert, request.name);
+    setName(*remove, request.name);
+    return std::pair<Change, Change>(std::move(insert), std::move(remove));
+  };
+  const auto extension = [](auto& change, const CString& name) { change.SetExtension(name); };
+  const auto named = [](auto& change, const CString& name) { change.SetName(name); };
+  if (request.kind.starts_with('f')) {
+    auto insert = std::make_unique<CKestFTPExtensionMapChangeInsert>();
+    insert->SetType(request.more.empty() ? CKestFTPExtensionMapChangeInsert::kBinary
                                          : CKestFTPExtensionMapChangeInsert::kAscii);
-    return change;
+    return both(std::move(insert), std::make_unique<CKestFTPExtensionMapChangeRemove>(), extension);
   }
-  case 's': {
-    auto change = std::make_unique<CKestSourceFormatChangeElementInsert>();
-    change->SetName(request.name);
-    change->SetBreak(request.more);
-    change->SetIndent(TriStateBool::kTrue);
-    change->SetIndentGroup(request.kind.size() == 1 ? 0 : 2);
-    return change;
+  if (request.kind.starts_with('s')) {
+    auto insert = std::make_unique<CKestSourceFormatChangeElementInsert>();
+    insert->SetBreak(request.more);
+    insert->SetIndent(TriStateBool::kTrue);
+    insert->SetIndentGroup(request.kind.size() == 1 ? 0 : 2);
+    return both(std::move(insert), std::make_unique<CKestSourceFormatChangeElementRemove>(), named);
   }
-  case 'a': {
-    auto change = std::make_unique<CKestSourceFormatChangeAttributeInsert>();
-    change->SetName(request.name);
-    change->SetNameCase(request.more);
-    return change;
+  if (request.kind.starts_with('a')) {
+    auto insert = std::make_unique<CKestSourceFormatChangeAttributeInsert>();
+    insert->SetNameCase(request.more);
+    return both(std::move(insert), std::make_unique<CKestSourceFormatChangeAttributeRemove>(), named);
   }
-  default: {
-    auto change = std::make_unique<CKestExtensionsChangeInsert>();
-    change->SetExtension(request.name);
-    change->SetDescription(request.more);
-    return change;
-  }
-  }
-}
-
-Change MakeRemove(const Request& request) {
-  switch (request.kind.empty() ? ' ' : request.kind[0]) {
-  case 'f': {
-    auto change = std::make_unique<CKestFTPExtensionMapChangeRemove>();
-    change->SetExtension(request.name);
-    return change;
-  }
-  case 's': {
-    auto change = std::make_unique<CKestSourceFormatChangeElementRemove>();
-    change->SetName(request.name);
-    return change;
-  }
-  case 'a': {
-    auto change = std::make_unique<CKestSourceFormatChangeAttributeRemove>();
-    change->SetName(request.name);
-    return change;
-  }
-  default: {
-    auto change = std::make_unique<CKestExtensionsChangeRemove>();
-    change->SetExtension(request.name);
-    change->SetDescription(request.more);
-    return change;
-  }
-  }
+  auto insert = std::make_unique<CKestExtensionsChangeInsert>();
+  auto remove = std::make_unique<CKestExtensionsChangeRemove>();
+  insert->SetDescription(request.more);
+  remove->SetDescription(request.more);
+  return both(std::move(insert), std::move(remove), extension);
 }
 
 CString WithLastLineEnded(CString content) {
@@ -98,12 +74,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   CKestTextConfigFile file;
   file.SetContent(content);
-  const auto removed = MakeRemove(request)->MakeChange(nullptr, &file, nullptr);
+  const auto [insert, remove] = MakeChanges(request);
+  const auto removed = remove->MakeChange(nullptr, &file, nullptr);
   fuzz::Require(file.GetContent().size() <= content.size() + 2, "a removal adds nothing but a line end");
   const bool wasThere = file.GetContent() != content;
 
   file.SetContent(content);
-  const Change insert = MakeInsert(request);
   const auto result = insert->MakeChange(nullptr, &file, nullptr);
   const std::size_t most = content.size() + request.name.size() + request.more.size() + 64;
   fuzz::Require(file.GetContent().size() <= most, "an insertion adds what it says");

@@ -19,18 +19,6 @@ void Tally::add(const Tally& other) {
   wrongCatalogues += other.wrongCatalogues;
 }
 
-namespace {
-
-std::string reasonOf(const OperationReport& report) {
-  std::string text;
-  for (const OperationReport::Problem& problem : report.problems) {
-    text += problem.path + " " + problem.reason + " [" + std::to_string(problem.message) + "] ";
-  }
-  return text;
-}
-
-} // namespace
-
 std::string Tally::text() const {
   return std::to_string(points) + " points, " + std::to_string(old + done) + " old or new (" + std::to_string(old) +
          " old, " + std::to_string(done) + " new; " + std::to_string(afterNextStart) + " of them by the next start), " +
@@ -53,9 +41,7 @@ CrashTrials::CrashTrials(const TriedOperation& operation, int every) : m_operati
     EngineRun engine(m_pc.root());
     engine.start();
     engine.machine().arm(isChanges ? Fault::kKill : Fault::kNone, 1 << 30);
-    if (!m_operation.run(engine)) {
-      throw std::runtime_error(std::string(m_operation.name) + " fails undisturbed: " + reasonOf(engine.report()));
-    }
+    MustSucceed(m_operation.run(engine), engine, m_operation.name);
     engine.machine().disarm();
     (isChanges ? m_changes : m_calls) = engine.machine().calls();
   }
@@ -119,8 +105,11 @@ CrashTrials::Outcome CrashTrials::judge(Tally& tally, const std::string& where) 
   return outcome;
 }
 
-// A start that finds nothing left to do must not do anything.
-void CrashTrials::startAgain(Tally& tally, const std::string& where) {
+void CrashTrials::judgeTorn(Tally& tally, const std::string& where) {
+  ++tally.points;
+  tally.afterNextStart += outcomeOf(m_pc.state()) == Outcome::kMixed ? 1 : 0;
+  judge(tally, where);
+  // a start that finds nothing left to do must not do anything
   const PcState before = m_pc.state();
   EngineRun engine(m_pc.root());
   engine.start();
@@ -220,11 +209,7 @@ Tally CrashTrials::kills() {
     if (!diesInChild(n, false)) {
       break;
     }
-    ++tally.points;
-    tally.afterNextStart += outcomeOf(m_pc.state()) == Outcome::kMixed ? 1 : 0;
-    const std::string where = "killed before changing call " + std::to_string(n);
-    judge(tally, where);
-    startAgain(tally, where);
+    judgeTorn(tally, "killed before changing call " + std::to_string(n));
   }
   return tally;
 }
@@ -244,11 +229,7 @@ Tally CrashTrials::killedRecoveries(int kills) {
       if (!diesInChild(m, true)) {
         break;
       }
-      ++tally.points;
-      tally.afterNextStart += outcomeOf(m_pc.state()) == Outcome::kMixed ? 1 : 0;
-      const std::string where = "killed at " + std::to_string(n) + ", its recovery at " + std::to_string(m);
-      judge(tally, where);
-      startAgain(tally, where);
+      judgeTorn(tally, "killed at " + std::to_string(n) + ", its recovery at " + std::to_string(m));
     }
   }
   return tally;

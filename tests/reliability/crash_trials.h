@@ -51,7 +51,8 @@ private:
   [[nodiscard]] Outcome outcomeOf(const PcState& state) const;
   /// Judges the machine after a start; notes what is wrong.
   Outcome judge(Tally& tally, const std::string& where);
-  void startAgain(Tally& tally, const std::string& where);
+  /// The same for one that a killed process left, and another start.
+  void judgeTorn(Tally& tally, const std::string& where);
   void judgeReturn(EngineRun& engine, bool isDone, Fault fault, Tally& tally);
   void refresh();
   void complain(const std::string& where, const std::string& what);

@@ -2,12 +2,9 @@
 
 #include "description/extension.h"
 #include "platform/os.h"
-#include "products/product.h"
 
-#include <algorithm>
 #include <csignal>
 #include <set>
-#include <stdexcept>
 
 #include <unistd.h>
 
@@ -16,9 +13,6 @@ namespace kest::test {
 CString FaultMachine::s_otherVolume;
 
 namespace {
-
-// the trash lies on the machine's own volume
-const CString kTrash;
 
 bool isBelow(const CString& path, const CString& folder) {
   return !folder.empty() && text::StartsWithNoCase(path + "\\", folder + "\\");
@@ -58,11 +52,11 @@ bool FaultMachine::MoveFolder(const CString& from, const CString& to) {
 }
 
 bool FaultMachine::MoveFileToTrash(const CString& path) {
-  return !leadsAcross(path, kTrash, s_otherVolume) && ForwardingMachine::MoveFileToTrash(path);
+  return !isBelow(path, s_otherVolume) && ForwardingMachine::MoveFileToTrash(path);
 }
 
 bool FaultMachine::MoveFolderToTrash(const CString& path, const CString& label) {
-  return !leadsAcross(path, kTrash, s_otherVolume) && ForwardingMachine::MoveFolderToTrash(path, label);
+  return !isBelow(path, s_otherVolume) && ForwardingMachine::MoveFolderToTrash(path, label);
 }
 
 bool FaultMachine::Allow(const Call& call) {
@@ -116,56 +110,13 @@ EngineRun::~EngineRun() {
   CKestOS::SetMachine(nullptr);
 }
 
-void EngineRun::start() {
-  m_manager.reset();
-  m_manager = std::make_unique<CKestExtensionManager>(&m_host);
-  m_manager->SetFileWait(0);
-  (void)m_manager->Init();
-  (void)m_manager->Load();
-}
-
-const CKestProduct* EngineRun::product(const std::string& name) const {
-  const std::unique_ptr<CKestTypedIterator<CKestProduct*>> products(m_manager->CreateProductIterator());
-  while (products->HasNext()) {
-    const CKestProduct* one = products->Next();
-    if (one->GetName() == name) {
-      return one;
-    }
-  }
-  return nullptr;
-}
-
-CKestExtension* EngineRun::find(const std::string& name, const std::string& in) const {
-  CKestTypedList<CKestExtension*> records;
-  m_manager->GetExtensions(product(in), records);
-  const auto found =
-      std::find_if(records.begin(), records.end(), [&](const CKestExtension* one) { return one->GetName() == name; });
-  return found == records.end() ? nullptr : *found;
-}
-
-std::vector<std::string> EngineRun::catalogue() const {
-  std::vector<std::string> lines;
-  for (const char* name : {"Tidemark Nova", "Tidemark 4"}) {
-    CKestTypedList<CKestExtension*> records;
-    m_manager->GetExtensions(product(name), records);
-    for (const CKestExtension* record : records) {
-      lines.push_back(std::string(name) + " " + record->GetName() + " " + record->GetVersion().ToText() +
-                      (record->IsEnabled() ? " enabled " : " disabled ") + record->GetPath());
-    }
-  }
-  std::sort(lines.begin(), lines.end());
-  return lines;
-}
-
 std::string EngineRun::missingFiles() {
   std::string missing;
-  for (const char* name : {"Tidemark Nova", "Tidemark 4"}) {
-    CKestTypedList<CKestExtension*> records;
-    m_manager->GetExtensions(product(name), records);
-    for (const CKestExtension* record : records) {
+  for (const CKestProduct* in : {nova(), four()}) {
+    for (const CKestExtension* record : records(in)) {
       std::vector<CString> files;
       if (record->IsEnabled()) {
-        files = m_manager->GetInstalledFiles(product(name), record);
+        files = manager().GetInstalledFiles(in, record);
       }
       files.push_back(record->GetPath());
       for (const CString& file : files) {
@@ -174,25 +125,6 @@ std::string EngineRun::missingFiles() {
     }
   }
   return missing;
-}
-
-bool EngineRun::install(const std::string& path, const std::string& into) {
-  const CKestProduct* wanted = product(into);
-  CKestExtension* replaced = nullptr;
-  int restart = 0;
-  return m_manager->InstallExtension(&wanted, path.c_str(), &replaced, true, true, true, restart, true, false, false) !=
-         nullptr;
-}
-
-bool EngineRun::uninstall(const std::string& name) {
-  CKestExtension* record = find(name);
-  int restart = 0;
-  const bool done = m_manager->UninstallExtension(product("Tidemark Nova"), record, false, true, true, true, true,
-                                                  restart, false) == 0;
-  if (done) {
-    std::unique_ptr<CKestExtension>{record}.reset();
-  }
-  return done;
 }
 
 } // namespace kest::test

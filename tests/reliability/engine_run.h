@@ -1,14 +1,11 @@
 #pragma once
 
-#include "manager/extension_manager.h"
 #include "platform/forwarding_machine.h"
 #include "platform/machine_folder.h"
 #include "support/kest_fixture.h"
-#include "support/scripted_host.h"
 
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,7 +35,6 @@ public:
   void disarm() { m_armed = false; }
   /// Calls since it was armed; of changing ones when the fault is a kill.
   [[nodiscard]] int calls() const { return m_calls; }
-  [[nodiscard]] bool hasFired() const { return !m_name.empty(); }
   /// The call that it began with, for messages.
   [[nodiscard]] const std::string& name() const { return m_name; }
 
@@ -68,34 +64,21 @@ private:
 };
 
 /// A process's engine over a machine folder: from its start on, as a host has it. Its host says yes to everything, but
-/// never waits for a file in use.
-class EngineRun {
+/// never waits for a file in use. What comes before the start may be done on an armed machine.
+class EngineRun : public ManagerRun {
 public:
   explicit EngineRun(const std::filesystem::path& root);
   ~EngineRun();
   EngineRun(const EngineRun&) = delete;
   EngineRun& operator=(const EngineRun&) = delete;
 
-  /// Recovery, products, catalogue. Everything before it may be done on an armed machine.
-  void start();
   [[nodiscard]] FaultMachine& machine() { return m_faults; }
-  [[nodiscard]] CKestExtensionManager& manager() { return *m_manager; }
-  [[nodiscard]] const OperationReport& report() const { return m_manager->GetLastReport(); }
-  [[nodiscard]] const CKestProduct* product(const std::string& name) const;
-  [[nodiscard]] CKestExtension* find(const std::string& name, const std::string& product = "Tidemark Nova") const;
-  /// "product name version state path" of every record, sorted.
-  [[nodiscard]] std::vector<std::string> catalogue() const;
   /// Files of enabled extensions that are missing on the machine, one a line.
   [[nodiscard]] std::string missingFiles();
 
-  [[nodiscard]] bool install(const std::string& path, const std::string& product = "Tidemark Nova");
-  [[nodiscard]] bool uninstall(const std::string& name);
-
 private:
-  ScriptedHost m_host;
   MachineFolder m_folder;
   FaultMachine m_faults;
-  std::unique_ptr<CKestExtensionManager> m_manager;
 };
 
 /// One of the operations that has to be done as a whole: how its machine is made, once, and how it is run.
@@ -108,6 +91,8 @@ struct TriedOperation {
 /// Install, install over an older one, install that disables another, uninstall, disable, enable, import, pack; of
 /// extensions of `files` files with changes to every kind of configuration file.
 [[nodiscard]] std::vector<TriedOperation> GetTriedOperations(int files);
+/// Throws with what the engine told, when it did not.
+void MustSucceed(bool done, const EngineRun& engine, const std::string& what);
 /// Writes the files of an extension into C:\Work\<its name> and packs them as <its name>-<version>.kep in C:\Work.
 [[nodiscard]] std::string PackOnMachine(EngineRun& engine, const ExtensionBuilder& extension,
                                         const std::string& version);

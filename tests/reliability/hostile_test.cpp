@@ -1,6 +1,5 @@
 #include "platform/machine.h"
 #include "reliability/pc_under_test.h"
-#include "reliability/points.h"
 #include "support/process.h"
 #include "support/zip_builder.h"
 
@@ -14,14 +13,11 @@ namespace kest::test {
 namespace {
 
 // sanitizers keep memory of their own, so bounds of memory are for plain builds
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
+#if !defined(__has_feature)
+#define __has_feature(name) 0
 #endif
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 #endif
@@ -151,34 +147,33 @@ std::vector<HostilePackage> badNames() {
   std::vector<HostilePackage> all;
   const std::string control = {'a', '\x01', 'b'};
   const std::string nul = {'a', '\0', 'b'};
-  for (const std::string& name : {std::string("../evil.txt"),
-                                  std::string("..\\..\\evil.txt"),
-                                  std::string("a/../../evil.txt"),
-                                  std::string("/etc/evil.txt"),
-                                  std::string("\\evil.txt"),
-                                  std::string("C:\\evil.txt"),
-                                  std::string("C:evil.txt"),
-                                  std::string("\\\\server\\share\\evil.txt"),
-                                  std::string("\\\\?\\C:\\evil.txt"),
-                                  std::string("CON"),
-                                  std::string("sub/NUL.txt"),
-                                  std::string("com1.htm"),
-                                  std::string("LPT9"),
-                                  std::string("aux .txt"),
-                                  control,
-                                  nul,
-                                  std::string("trailing."),
-                                  std::string("trailing "),
-                                  std::string("sub./x"),
-                                  std::string("a.htm:stream"),
-                                  std::string("a.htm::$DATA"),
-                                  std::string("."),
-                                  std::string(".."),
-                                  std::string(""),
-                                  std::string("a//b"),
-                                  std::string("a\nb"),
-                                  std::string("wild*.txt"),
-                                  std::string(2000, 'n')}) {
+  std::vector<std::string> names = {"../evil.txt",
+                                    "..\\..\\evil.txt",
+                                    "a/../../evil.txt",
+                                    "/etc/evil.txt",
+                                    "\\evil.txt",
+                                    "C:\\evil.txt",
+                                    "C:evil.txt",
+                                    "\\\\server\\share\\evil.txt",
+                                    "\\\\?\\C:\\evil.txt",
+                                    "CON",
+                                    "sub/NUL.txt",
+                                    "com1.htm",
+                                    "LPT9",
+                                    "aux .txt",
+                                    "trailing.",
+                                    "trailing ",
+                                    "sub./x",
+                                    "a.htm:stream",
+                                    "a.htm::$DATA",
+                                    ".",
+                                    "..",
+                                    "",
+                                    "a//b",
+                                    "a\nb",
+                                    "wild*.txt"};
+  names.insert(names.end(), {control, nul, std::string(2000, 'n')});
+  for (const std::string& name : names) {
     all.push_back({"name \"" + name.substr(0, 40) + "\"", {itemOf("x.kei", kOneFile), itemOf("a.htm"), itemOf(name)}});
   }
   all.push_back({"case twins", {itemOf("x.kei", kOneFile), itemOf("a.htm"), itemOf("A.HTM")}});
@@ -278,25 +273,15 @@ TEST_F(Hostile, PackagesAreRefusedWithAMessageAndLeaveNothing) {
     }
   }
   tryPackage("no archive", "this is no archive");
-  tryPackage("empty", "");
-  figures("hostile packages");
-}
-
-TEST_F(Hostile, EveryTruncationOfAPackageIsRefused) {
-  const auto step = static_cast<std::size_t>(PointsOf(1, 17));
   const std::string whole = BuildZip({itemOf("x.kei", kOneFile), itemOf("a.htm", "content")});
-  const std::string path = m_pc.scratch() / "in/hostile.kep";
-  for (std::size_t length = 0; length < whole.size(); length += step) {
-    put("hostile.kep", whole.substr(0, length));
-    expectHarmless("cut at " + std::to_string(length), {"install", path, "-y", "--accept-agreement"}, true, kMostKib);
+  for (std::size_t length = 0; length < whole.size(); length += static_cast<std::size_t>(PointsOf(1, 17))) {
+    tryPackage("cut at " + std::to_string(length), whole.substr(0, length));
   }
-  figures("truncated packages");
+  figures("hostile packages");
 }
 
 // Destinations are judged again once their tokens are known.
 TEST_F(Hostile, DestinationsThatLeadElsewhereAreRefused) {
-  int refused = 0;
-  int tried = 0;
   for (const char* destination :
        {"$tidemark/../../..", "$tidemark\\..\\..\\..\\windows", "C:\\windows", "\\\\server\\share", "/etc", "..",
         "$tidemark/Configuration/Commands/CON", "$tidemark/Configuration/dot./x", "$tidemark/Configuration/\x01",
@@ -308,15 +293,10 @@ TEST_F(Hostile, DestinationsThatLeadElsewhereAreRefused) {
         "source=\"a.htm\" destination=\"" +
         destination + "\" /></files></kestrel-extension>";
     const std::string path = put("hostile.kep", BuildZip({itemOf("x.kei", text), itemOf("a.htm")}));
-    m_pc.restore("prepared");
-    const Cost cost = run({"install", path, "-y", "--accept-agreement"});
-    ++tried;
-    refused += cost.exit != 0 ? 1 : 0;
-    EXPECT_NE(cost.exit, 0) << destination << cost.told;
-    EXPECT_EQ(m_before.difference(m_pc.state()), "") << destination;
+    expectHarmless(destination, {"install", path, "-y", "--accept-agreement"}, true, kMostKib);
     fs::remove(path);
   }
-  std::printf("destinations that lead elsewhere: %d of %d refused\n", refused, tried);
+  figures("destinations that lead elsewhere");
 }
 
 std::vector<std::pair<std::string, std::string>> hostileTexts() {
@@ -367,9 +347,8 @@ TEST_F(Hostile, DescriptionsGiveACodeOrARecord) {
   for (const auto& [what, text] : hostileTexts()) {
     tryText(what, text);
   }
-  const auto step = static_cast<std::size_t>(PointsOf(1, 17));
   const std::string whole = describe(R"(<file source="none.htm" destination="$tidemark/Configuration/Commands" />)");
-  for (std::size_t length = 0; length < whole.size(); length += step) {
+  for (std::size_t length = 0; length < whole.size(); length += static_cast<std::size_t>(PointsOf(1, 17))) {
     tryText("cut at " + std::to_string(length), whole.substr(0, length));
   }
   figures("hostile descriptions");

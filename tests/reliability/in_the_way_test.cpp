@@ -1,6 +1,6 @@
 #include "reliability/engine_run.h"
 #include "reliability/pc_under_test.h"
-#include "reliability/points.h"
+#include "support/file_holder.h"
 #include "support/process.h"
 
 #include <gtest/gtest.h>
@@ -11,10 +11,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/file.h>
-#include <sys/ioctl.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 namespace kest::test {
@@ -66,65 +62,15 @@ protected:
   PcUnderTest m_pc;
 };
 
-// Locks the file as a program that works with it, while it lives.
-class Busy {
-public:
-  explicit Busy(const fs::path& path) : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    EXPECT_EQ(flock(m_file, LOCK_EX | LOCK_NB), 0);
-  }
-  ~Busy() { close(m_file); }
-  Busy(const Busy&) = delete;
-  Busy& operator=(const Busy&) = delete;
-
-private:
-  int m_file;
-};
-
-// Makes a file that not even root may replace, while it lives; only on file systems that know of such files.
-class Immutable {
-public:
-  explicit Immutable(const fs::path& path) : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC)) { m_holds = set(true); }
-  ~Immutable() {
-    (void)set(false);
-    close(m_file);
-  }
-  Immutable(const Immutable&) = delete;
-  Immutable& operator=(const Immutable&) = delete;
-  [[nodiscard]] bool holds() const { return m_holds; }
-
-private:
-  [[nodiscard]] bool set(bool on) const {
-    int flags = 0;
-    if (ioctl(m_file, FS_IOC_GETFLAGS, &flags) != 0) {
-      return false;
-    }
-    flags = on ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
-    return ioctl(m_file, FS_IOC_SETFLAGS, &flags) == 0;
-  }
-  int m_file;
-  bool m_holds = false;
-};
-
-// Another file system in place of a folder, while it lives; only root can put one there.
-class Volume {
-public:
-  explicit Volume(fs::path folder)
-      : m_folder(std::move(folder)), m_holds(mount("tmpfs", m_folder.c_str(), "tmpfs", 0, "size=16m") == 0) {}
-  ~Volume() {
-    if (m_holds) {
-      (void)umount2(m_folder.c_str(), MNT_DETACH);
-    }
-  }
-  Volume(const Volume&) = delete;
-  Volume& operator=(const Volume&) = delete;
-  [[nodiscard]] bool holds() const { return m_holds; }
-
-private:
-  fs::path m_folder;
-  bool m_holds;
-};
-
-TEST_F(InTheWay, AFolderWhereAFileShouldBe) {
+TEST_F(InTheWay, AFolderWhereAFileShouldBeAndAFileForAFolder) {
+  write(configured("Shared/Tool"), "the user's");
+  expectRefused("a file, install", "Tool", [this] { return install("1.0"); });
+  fs::remove(configured("Shared/Tool"));
+  fs::rename(configured("Menus/Menus.xml"), configured("aside.xml"));
+  write(configured("Menus/Menus.xml/user.txt"), "the user's");
+  expectRefused("a folder for the menus, install", "Menus.xml", [this] { return install("1.0"); });
+  fs::remove_all(configured("Menus/Menus.xml"));
+  fs::rename(configured("aside.xml"), configured("Menus/Menus.xml"));
   write(configured("Commands/tool0.htm/user.txt"), "the user's");
   expectRefused("a folder, install", "tool0.htm", [this] { return install("1.0"); });
   fs::remove_all(configured("Commands/tool0.htm"));
@@ -136,81 +82,22 @@ TEST_F(InTheWay, AFolderWhereAFileShouldBe) {
   EXPECT_TRUE(fs::exists(configured("Commands/tool0.htm/user.txt")));
 }
 
-TEST_F(InTheWay, AFileWhereAFolderShouldBe) {
-  write(configured("Shared/Tool"), "the user's");
-  expectRefused("a file, install", "Tool", [this] { return install("1.0"); });
-}
-
-TEST_F(InTheWay, AFolderWhereAConfigurationFileShouldBe) {
-  fs::remove(configured("Menus/Menus.xml"));
-  write(configured("Menus/Menus.xml/user.txt"), "the user's");
-  expectRefused("a folder for the menus, install", "Menus.xml", [this] { return install("1.0"); });
-}
-
 TEST_F(InTheWay, AFileInUse) {
   write(configured("Commands/tool0.htm"), "in use");
   {
-    const Busy busy(configured("Commands/tool0.htm"));
+    const FileHolder busy(configured("Commands/tool0.htm"));
     expectRefused("a busy file, install", "tool0.htm", [this] { return install("1.0"); });
   }
   {
-    const Busy busy(configured("Toolbars/toolbars.xml"));
+    const FileHolder busy(configured("Toolbars/toolbars.xml"));
     expectRefused("a busy configuration file, install", "toolbars.xml", [this] { return install("1.0"); });
   }
   ASSERT_EQ(install("1.0").exit, 0);
   ASSERT_EQ(run({"machine", "logon"}).exit, 0); // a disable packs the system file, which has to be in place
-  const Busy busy(configured("Commands/tool0.htm"));
+  const FileHolder busy(configured("Commands/tool0.htm"));
   expectRefused("a busy file, replace", "tool0.htm", [this] { return install("2.0"); });
   expectRefused("a busy file, uninstall", "tool0.htm", [this] { return run({"uninstall", "Tool", "-y"}); });
   expectRefused("a busy file, disable", "tool0.htm", [this] { return run({"disable", "Tool", "-y"}); });
-}
-
-TEST_F(InTheWay, AFileThatCannotBeReplaced) {
-  write(configured("Commands/tool0.htm"), "not to be replaced");
-  {
-    const Immutable immutable(configured("Commands/tool0.htm"));
-    if (!immutable.holds()) {
-      GTEST_SKIP() << "the file system has no files that cannot be replaced";
-    }
-    expectRefused("a file that cannot be replaced, install", "tool0.htm", [this] { return install("1.0"); });
-  }
-  ASSERT_EQ(install("1.0").exit, 0);
-  const Immutable immutable(configured("Commands/tool0.htm"));
-  expectRefused("a file that cannot be replaced, replace", "tool0.htm", [this] { return install("2.0"); });
-  expectRefused("a file that cannot be replaced, uninstall", "tool0.htm", [this] {
-    return run({"uninstall", "Tool", "-y"});
-  });
-}
-
-TEST_F(InTheWay, AVolumeOfItsOwnKeepsThePromise) {
-  const Volume volume(configured("Shared"));
-  if (!volume.holds()) {
-    GTEST_SKIP() << "nothing can be mounted here";
-  }
-  write(configured("Shared/Tool/deep1/tool1.htm"), "the user's");
-  {
-    const Busy busy(configured("Shared/Tool/deep1/tool1.htm"));
-    expectRefused("a busy file on another volume, install", "tool1.htm", [this] { return install("1.0"); });
-  }
-  // changes come last, so files of the volume are in place, or gone, when this fails
-  const auto refuseAll = [this](const char* version, const char* what) {
-    const Busy busy(configured("Toolbars/toolbars.xml"));
-    expectRefused(what, "toolbars.xml", [&] { return install(version); });
-  };
-  refuseAll("1.0", "files on another volume, install");
-  ASSERT_EQ(install("1.0").exit, 0);
-  refuseAll("2.0", "files on another volume, replace");
-  const PcState installed = m_pc.state();
-  ASSERT_EQ(install("2.0").exit, 0);
-  EXPECT_NE(installed.difference(m_pc.state()), "");
-  {
-    const Busy busy(configured("Toolbars/toolbars.xml"));
-    expectRefused("files on another volume, uninstall", "toolbars.xml", [this] {
-      return run({"uninstall", "Tool", "-y"});
-    });
-  }
-  EXPECT_EQ(run({"uninstall", "Tool", "-y"}).exit, 0);
-  EXPECT_TRUE(fs::is_empty(configured("Shared"))) << "nothing is left on the volume";
 }
 
 // A folder of the machine is exchanged with a link to somewhere else, again and again while the program runs.

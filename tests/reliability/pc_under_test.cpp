@@ -1,6 +1,7 @@
 #include "reliability/pc_under_test.h"
 
 #include "host/sample_machine.h"
+#include "support/process.h"
 
 #include <ctime>
 #include <fstream>
@@ -9,7 +10,6 @@
 #include <stdexcept>
 
 #include <fcntl.h>
-#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -52,35 +52,11 @@ void check(bool done, const std::string& what) {
   }
 }
 
-void copyFile(const fs::path& from, const fs::path& to, const struct stat& info) {
-  const int in = open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  const int out = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  check(in >= 0 && out >= 0, "copy " + from.string());
-  for (off_t left = info.st_size; left > 0;) {
-    const ssize_t count = sendfile(out, in, nullptr, static_cast<std::size_t>(left));
-    check(count > 0, "copy " + from.string());
-    left -= count;
-  }
-  const timespec times[2] = {info.st_mtim, info.st_mtim};
-  check(fchmod(out, info.st_mode & 07777) == 0 && futimens(out, times) == 0, "date " + to.string());
-  close(in);
-  close(out);
-}
-
+// With dates, marks and links.
 void copyTree(const fs::path& from, const fs::path& to) {
-  fs::create_directory(to);
-  for (const fs::directory_entry& entry : fs::directory_iterator(from)) {
-    struct stat info {};
-    check(lstat(entry.path().c_str(), &info) == 0, "look at " + entry.path().string());
-    const fs::path target = to / entry.path().filename();
-    if (S_ISDIR(info.st_mode)) {
-      copyTree(entry.path(), target);
-    } else if (S_ISREG(info.st_mode)) {
-      copyFile(entry.path(), target, info);
-    } else {
-      fs::copy_symlink(entry.path(), target);
-    }
-  }
+  fs::remove_all(to);
+  const ProcessResult copied = RunProcess({"/bin/cp", "-a", from, to});
+  check(copied.exit == 0, "copy " + from.string() + ": " + copied.err);
 }
 
 fs::path makeScratch() {
@@ -136,15 +112,9 @@ void PcUnderTest::age() const {
   }
 }
 
-void PcUnderTest::save(const std::string& name) const {
-  fs::remove_all(m_scratch / name);
-  copyTree(root(), m_scratch / name);
-}
+void PcUnderTest::save(const std::string& name) const { copyTree(root(), m_scratch / name); }
 
-void PcUnderTest::restore(const std::string& name) const {
-  fs::remove_all(root());
-  copyTree(m_scratch / name, root());
-}
+void PcUnderTest::restore(const std::string& name) const { copyTree(m_scratch / name, root()); }
 
 PcState PcUnderTest::state() const {
   PcState state;

@@ -2,12 +2,19 @@
 
 #include "support/temp_machine.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace kest::test {
+
+/// How many points or rounds a test takes: all of them when KEST_ALL_POINTS is set (the test "reliability_all"), else a
+/// sample, so that every run of the tests can bear it.
+[[nodiscard]] inline int PointsOf(int all, int sampled) {
+  return std::getenv("KEST_ALL_POINTS") != nullptr ? all : sampled;
+}
 
 /// All that an operation has to change as a whole or leave alone: bytes, read-only marks, dates and names of every file
 /// (the temporary folder among them, so that a leftover shows), and what the registry holds. Not part of it: backup

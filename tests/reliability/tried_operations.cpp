@@ -1,10 +1,8 @@
 #include "description/extension.h"
 #include "platform/file.h"
 #include "platform/os.h"
-#include "products/product.h"
 #include "reliability/engine_run.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace kest::test {
@@ -75,26 +73,22 @@ void must(bool done, const std::string& what) {
   }
 }
 
-void must(bool done, const EngineRun& engine, const std::string& what) {
-  const auto& problems = engine.report().problems;
-  must(done, what + (problems.empty() ? "" : ": " + problems[0].path + " " + problems[0].reason));
-}
-
 void write(const CString& path, const CString& content) {
   const CString folder = path.substr(0, path.rfind('\\'));
   must(CKestOS::CreateDirectory(folder, true) && CKestFile::WriteAll(path, content), "write " + path);
 }
 
-std::string lay(const ExtensionBuilder& extension) {
-  const CString folder = "C:\\Work\\" + extension.name() + "\\";
-  for (const BuiltFile& file : extension.files()) {
-    CString source = file.source;
-    std::replace(source.begin(), source.end(), '/', '\\');
-    write(folder + source, file.content);
-    must(CKestOS::SetFileDateTime(folder + source, CKestDateTime(file.date)), "date " + source);
+CString lay(const ExtensionBuilder& extension) {
+  const auto files = extension.laid();
+  for (const auto& [path, file] : files) {
+    write(path, file.content);
+    must(CKestOS::SetFileDateTime(path, CKestDateTime(file.date)), "date " + path);
   }
-  write(folder + extension.descriptionName(), extension.text());
-  return folder + extension.descriptionName();
+  return files.back().first;
+}
+
+void mustInstall(EngineRun& engine, const ExtensionBuilder& extension, const CKestProduct* into = nullptr) {
+  MustSucceed(engine.tryInstall(PackOnMachine(engine, extension, "1.0"), into) != nullptr, engine, "install");
 }
 
 /// One that lies in the way of the tool: another name, the same name of the description.
@@ -118,7 +112,7 @@ TriedOperation onInstalledTool(const char* name, int files, std::function<bool(E
   return {name,
           [files](EngineRun& engine) {
             putUsersFiles();
-            must(engine.install(PackOnMachine(engine, MakeToolExtension("1.0", files), "1.0")), engine, "install");
+            mustInstall(engine, MakeToolExtension("1.0", files));
             (void)PackOnMachine(engine, MakeToolExtension("2.0", files), "2.0");
           },
           std::move(run)};
@@ -126,14 +120,11 @@ TriedOperation onInstalledTool(const char* name, int files, std::function<bool(E
 
 bool importTool(EngineRun& engine) {
   CKestTypedList<CKestExtension*> records;
-  engine.manager().GetExtensions(engine.product("Tidemark 4"), records);
-  (void)engine.manager().Import(engine.product("Tidemark 4"), engine.product("Tidemark Nova"), records);
+  engine.manager().GetExtensions(engine.four(), records);
+  (void)engine.manager().Import(engine.four(), engine.nova(), records);
   return engine.report().parts.size() == 1 && engine.report().parts[0].Succeeded();
 }
 
-} // namespace
-
-namespace {
 ExtensionBuilder makeToolFiles(const std::string& version, int files) {
   ExtensionBuilder tool("Tool");
   tool.version(version)
@@ -155,7 +146,13 @@ ExtensionBuilder makeToolFiles(const std::string& version, int files) {
   }
   return tool;
 }
+
 } // namespace
+
+void MustSucceed(bool done, const EngineRun& engine, const std::string& what) {
+  const auto& problems = engine.report().problems;
+  must(done, what + (problems.empty() ? "" : ": " + problems[0].path + " " + problems[0].reason));
+}
 
 ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
   return makeToolFiles(version, files).changes(version == "1.0" ? kChanges : std::string(kNewerChanges) + kChanges);
@@ -164,8 +161,8 @@ ExtensionBuilder MakeToolExtension(const std::string& version, int files) {
 std::string PackOnMachine(EngineRun& engine, const ExtensionBuilder& extension, const std::string& version) {
   const CString description = lay(extension);
   const CString package = "C:\\Work\\" + extension.name() + "-" + version + ".kep";
-  must(engine.manager().CreatePackage(description.c_str(), package.c_str(), nullptr, false, false, false) == 0, engine,
-       "pack");
+  MustSucceed(engine.manager().CreatePackage(description.c_str(), package.c_str(), nullptr, false, false, false) == 0,
+              engine, "pack");
   (void)CKestOS::GetMachine().RemoveTree("C:\\Work\\" + extension.name());
   return package;
 }
@@ -177,34 +174,32 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
                    putUsersFiles();
                    (void)PackOnMachine(engine, MakeToolExtension("1.0", files), "1.0");
                  },
-                 [](EngineRun& engine) { return engine.install("C:\\Work\\Tool-1.0.kep"); }});
-  all.push_back(
-      onInstalledTool("replace", files, [](EngineRun& engine) { return engine.install("C:\\Work\\Tool-2.0.kep"); }));
+                 [](EngineRun& engine) { return engine.tryInstall("C:\\Work\\Tool-1.0.kep") != nullptr; }});
+  all.push_back(onInstalledTool(
+      "replace", files, [](EngineRun& engine) { return engine.tryInstall("C:\\Work\\Tool-2.0.kep") != nullptr; }));
   all.push_back({"install-disables",
                  [files](EngineRun& engine) {
                    putUsersFiles();
-                   must(engine.install(PackOnMachine(engine, makeNamesake(), "1.0")), engine, "install");
+                   mustInstall(engine, makeNamesake());
                    (void)PackOnMachine(engine, MakeToolExtension("1.0", files), "1.0");
                  },
-                 [](EngineRun& engine) { return engine.install("C:\\Work\\Tool-1.0.kep"); }});
-  all.push_back(onInstalledTool("uninstall", files, [](EngineRun& engine) { return engine.uninstall("Tool"); }));
-  const auto disable = [](EngineRun& engine) {
-    return engine.manager().DisableExtension(engine.product("Tidemark Nova"), engine.find("Tool"), false) == 0;
-  };
+                 [](EngineRun& engine) { return engine.tryInstall("C:\\Work\\Tool-1.0.kep") != nullptr; }});
+  all.push_back(onInstalledTool("uninstall", files,
+                                [](EngineRun& engine) { return engine.uninstall(engine.find("Tool")) == 0; }));
+  const auto disable = [](EngineRun& engine) { return engine.disable(engine.find("Tool")) == 0; };
   all.push_back(onInstalledTool("disable", files, disable));
-  TriedOperation enable = onInstalledTool("enable", files, [](EngineRun& engine) {
-    return engine.manager().EnableExtension(engine.product("Tidemark Nova"), engine.find("Tool")) == 0;
-  });
+  TriedOperation enable =
+      onInstalledTool("enable", files, [](EngineRun& engine) { return engine.enable(engine.find("Tool")) == 0; });
   enable.prepare = [prepare = enable.prepare, disable](EngineRun& engine) {
     prepare(engine);
-    must(disable(engine), engine, "disable");
+    MustSucceed(disable(engine), engine, "disable");
   };
   all.push_back(std::move(enable));
   all.push_back({"import",
                  [files](EngineRun& engine) {
                    putUsersFiles();
                    const ExtensionBuilder tool = makeToolFiles("1.0", files).changes(kChangesForBoth);
-                   must(engine.install(PackOnMachine(engine, tool, "1.0"), "Tidemark 4"), engine, "install");
+                   mustInstall(engine, tool, engine.four());
                  },
                  importTool});
   all.push_back({"pack",

@@ -60,7 +60,7 @@ void KestFixture::putProgram(const std::string& executable, const CKestVersionNu
   }
 }
 
-void KestFixture::start() {
+void ManagerRun::start() {
   m_manager.reset();
   m_manager = std::make_unique<CKestExtensionManager>(&m_host);
   m_manager->SetFileWait(0);
@@ -68,7 +68,7 @@ void KestFixture::start() {
   (void)m_manager->Load();
 }
 
-const CKestProduct* KestFixture::product(const char* name) const {
+const CKestProduct* ManagerRun::product(const char* name) const {
   const std::unique_ptr<CKestTypedIterator<CKestProduct*>> products(manager().CreateProductIterator());
   while (products->HasNext()) {
     const CKestProduct* one = products->Next();
@@ -81,25 +81,20 @@ const CKestProduct* KestFixture::product(const char* name) const {
   return nullptr;
 }
 
-namespace {
-
-/// Everything that an author writes of an extension, by its path.
-std::vector<std::pair<std::string, BuiltFile>> LaidFiles(const ExtensionBuilder& extension) {
-  const std::string folder = "C:\\Work\\" + extension.name() + "\\";
+std::vector<std::pair<std::string, BuiltFile>> ExtensionBuilder::laid() const {
+  const std::string folder = "C:\\Work\\" + m_name + "\\";
   std::vector<std::pair<std::string, BuiltFile>> files;
-  for (const BuiltFile& file : extension.files()) {
+  for (const BuiltFile& file : m_files) {
     std::string source = file.source;
     std::replace(source.begin(), source.end(), '/', '\\');
     files.emplace_back(folder + source, file);
   }
-  files.emplace_back(folder + extension.descriptionName(), BuiltFile{{}, {}, extension.text(), {}});
+  files.emplace_back(folder + m_descriptionName, BuiltFile{{}, {}, text(), {}});
   return files;
 }
 
-} // namespace
-
 CString KestFixture::lay(const ExtensionBuilder& extension) const {
-  const auto files = LaidFiles(extension);
+  const auto files = extension.laid();
   for (const auto& [path, file] : files) {
     m_pc.Write(path, file.content, file.date);
   }
@@ -113,13 +108,13 @@ CString KestFixture::pack(const ExtensionBuilder& extension) {
   if (manager().CreatePackage(description.c_str(), target.c_str(), nullptr, false, false, false) != 0) {
     ADD_FAILURE() << "the package of " << extension.name() << " cannot be made";
   }
-  for (const auto& [path, file] : LaidFiles(extension)) {
+  for (const auto& [path, file] : extension.laid()) {
     fs::remove_all(m_pc.HostPath(path));
   }
   return target;
 }
 
-CKestExtension* KestFixture::tryInstall(const CString& path, const CKestProduct* into) {
+CKestExtension* ManagerRun::tryInstall(const CString& path, const CKestProduct* into) {
   const CKestProduct* wanted = into != nullptr ? into : nova();
   CKestExtension* replaced = nullptr;
   int restart = 0;
@@ -135,13 +130,13 @@ CKestExtension* KestFixture::installed(const ExtensionBuilder& extension, const 
   return record;
 }
 
-std::vector<CKestExtension*> KestFixture::records(const CKestProduct* in) const {
+std::vector<CKestExtension*> ManagerRun::records(const CKestProduct* in) const {
   CKestTypedList<CKestExtension*> found;
   manager().GetExtensions(in, found);
   return {found.begin(), found.end()};
 }
 
-int KestFixture::uninstall(CKestExtension* extension) {
+int ManagerRun::uninstall(CKestExtension* extension) {
   int restart = 0;
   const int result = manager().UninstallExtension(nova(), extension, false, true, true, true, true, restart, false);
   if (result == 0) {
@@ -150,13 +145,13 @@ int KestFixture::uninstall(CKestExtension* extension) {
   return result;
 }
 
-CKestExtension* KestFixture::find(const std::string& name, const CKestProduct* in) const {
+CKestExtension* ManagerRun::find(const std::string& name, const CKestProduct* in) const {
   std::vector<CKestExtension*> found = records(in != nullptr ? in : nova());
   std::erase_if(found, [&](const CKestExtension* record) { return record->GetName() != name; });
   return found.size() == 1 ? found[0] : nullptr;
 }
 
-std::vector<std::string> KestFixture::catalogue() const {
+std::vector<std::string> ManagerRun::catalogue() const {
   std::vector<std::string> lines;
   for (const CKestProduct* in : {nova(), four()}) {
     for (const CKestExtension* record : records(in)) {

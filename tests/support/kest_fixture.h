@@ -59,7 +59,8 @@ public:
   [[nodiscard]] const std::string& name() const { return m_name; }
   [[nodiscard]] const std::string& descriptionName() const { return m_descriptionName; }
   [[nodiscard]] std::string text() const;
-  [[nodiscard]] const std::vector<BuiltFile>& files() const { return m_files; }
+  /// Files and then the description, by their paths in the folder where they are laid.
+  [[nodiscard]] std::vector<std::pair<std::string, BuiltFile>> laid() const;
 
 private:
   ExtensionBuilder& set(std::string& field, std::string value) {
@@ -79,9 +80,38 @@ private:
   std::vector<BuiltFile> m_files;
 };
 
-/// A machine with Tidemark Nova and Tidemark 4 on it, a manager over it and a host that answers as scripted. One user,
-/// so that the products keep their configuration in their own folders.
-class KestFixture : public ::testing::Test {
+/// A manager over the machine in force, which has Tidemark Nova and Tidemark 4, and its host.
+class ManagerRun {
+public:
+  /// A new manager; the old one goes.
+  void start();
+  [[nodiscard]] CKestExtensionManager& manager() const { return *m_manager; }
+  [[nodiscard]] const OperationReport& report() const { return manager().GetLastReport(); }
+  [[nodiscard]] const CKestProduct* product(const char* name) const;
+  [[nodiscard]] const CKestProduct* nova() const { return product("Tidemark Nova"); }
+  [[nodiscard]] const CKestProduct* four() const { return product("Tidemark 4"); }
+  [[nodiscard]] std::vector<CKestExtension*> records(const CKestProduct* in) const;
+  /// The catalogued record of that name; null when there is none, or several.
+  [[nodiscard]] CKestExtension* find(const std::string& name, const CKestProduct* in = nullptr) const;
+  /// "name version state path" of every record, sorted.
+  [[nodiscard]] std::vector<std::string> catalogue() const;
+  /// Quiet, enrolled, into the product given.
+  [[nodiscard]] CKestExtension* tryInstall(const CString& path, const CKestProduct* into = nullptr);
+  /// From Tidemark Nova.
+  [[nodiscard]] int uninstall(CKestExtension* extension);
+  [[nodiscard]] int disable(CKestExtension* record, const CKestProduct* in = nullptr) const {
+    return manager().DisableExtension(in != nullptr ? in : nova(), record, false);
+  }
+  [[nodiscard]] int enable(CKestExtension* record) const { return manager().EnableExtension(nova(), record); }
+
+protected:
+  ScriptedHost m_host;
+  std::unique_ptr<CKestExtensionManager> m_manager;
+};
+
+/// A machine with both products on it and a host that answers as scripted. One user, so that the products keep their
+/// configuration in their own folders.
+class KestFixture : public ::testing::Test, protected ManagerRun {
 protected:
   KestFixture();
   ~KestFixture() override;
@@ -98,8 +128,6 @@ protected:
   /// Puts a program on the machine and into the registry.
   void putProgram(const std::string& executable, const CKestVersionNumber& version,
                   const std::string& registryKey) const;
-  /// A new manager over the machine in force; the old one goes.
-  void start();
   /// The same on the machine as it is now, whatever was done to it behind the manager's back.
   void restart() {
     m_pc.Reopen();
@@ -108,18 +136,11 @@ protected:
   void runNova(bool running = true) {
     ASSERT_TRUE(m_pc.Get().SetProcessRunning(std::string(kNova) + "Tidemark.exe", running));
   }
-  [[nodiscard]] int disable(CKestExtension* record, const CKestProduct* in = nullptr) const {
-    return manager().DisableExtension(in != nullptr ? in : nova(), record, false);
-  }
-  [[nodiscard]] int enable(CKestExtension* record) const { return manager().EnableExtension(nova(), record); }
   /// What an operation must leave alone: the machine, and nothing in its temporary folder.
   void expectUntouched(const MachineSnapshot& before) const {
     EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
     EXPECT_TRUE(isTempEmpty());
   }
-  [[nodiscard]] const CKestProduct* product(const char* name) const;
-  [[nodiscard]] const CKestProduct* nova() const { return product("Tidemark Nova"); }
-  [[nodiscard]] const CKestProduct* four() const { return product("Tidemark 4"); }
 
   [[nodiscard]] static ExtensionBuilder package(const std::string& name) { return ExtensionBuilder(name); }
   /// Writes description and files into a folder of the machine; returns the description's path.
@@ -127,29 +148,16 @@ protected:
   /// Packs it with the engine; returns the package's path.
   [[nodiscard]] CString pack(const ExtensionBuilder& extension);
 
-  /// Quiet, enrolled, into the product given.
-  [[nodiscard]] CKestExtension* tryInstall(const CString& path, const CKestProduct* into = nullptr);
-  /// The same, and it has to work.
+  /// Packed and installed, which has to work.
   CKestExtension* installed(const ExtensionBuilder& extension, const CKestProduct* into = nullptr);
-  /// From Tidemark Nova.
-  [[nodiscard]] int uninstall(CKestExtension* extension);
-  [[nodiscard]] std::vector<CKestExtension*> records(const CKestProduct* in) const;
-  /// The catalogued record of that name; null when there is none, or several.
-  [[nodiscard]] CKestExtension* find(const std::string& name, const CKestProduct* in = nullptr) const;
-  /// "name version state path" of every record, sorted.
-  [[nodiscard]] std::vector<std::string> catalogue() const;
   using Failure = OperationReport::Failure;
-  [[nodiscard]] const OperationReport& report() const { return manager().GetLastReport(); }
-  [[nodiscard]] CKestExtensionManager& manager() const { return *m_manager; }
 
   /// What differs between two snapshots, but for what is left on purpose: backup copies beside configuration files.
   [[nodiscard]] static std::string difference(MachineSnapshot before, const MachineSnapshot& after);
   /// Nothing lies in the machine's temporary folder.
   [[nodiscard]] bool isTempEmpty() const;
 
-  ScriptedHost m_host;
   TempMachine m_pc;
-  std::unique_ptr<CKestExtensionManager> m_manager;
 };
 
 } // namespace kest::test

@@ -96,8 +96,6 @@ ProcessResult RunProcess(const std::vector<std::string>& command, const ProcessO
     out.Close(0);
   }
   if (!options.idleInput) {
-    const ssize_t ignored = write(in.ends[1], options.input.data(), options.input.size());
-    (void)ignored;
     in.Close(1);
   }
   ProcessResult result;

@@ -17,8 +17,7 @@ struct ProcessResult {
 struct ProcessOptions {
   std::map<std::string, std::string> environment; ///< beside PATH and HOME; nothing else is inherited
   std::string folder;                             ///< to run in; the current one when empty
-  std::string input;                              ///< all of the standard input; it ends behind it
-  bool idleInput = false;                         ///< the standard input stays open and silent
+  bool idleInput = false;                         ///< the standard input stays open and silent, else it is empty
   bool closedOutput = false;                      ///< the reader of the standard output goes away at once
   int seconds = 60;                               ///< after these it is killed (signal 9)
 };
