@@ -14,6 +14,53 @@ using test::ProgramTest;
 using test::PseudoTerminal;
 using test::RunProcess;
 
+std::string FlagsOf(std::span<const FlagSpec> flags) {
+  std::string text;
+  for (const FlagSpec& flag : flags) {
+    text += text.empty() ? "" : " ";
+    text += flag.letter ? std::string("-") + flag.letter + "/" : "";
+    text += flag.name;
+    text += flag.choices ? std::string(" ") + flag.choices : flag.value ? std::string(" ") + flag.value : "";
+  }
+  return text;
+}
+
+// What users and scripts may rely on. A line that is changed here breaks somebody's script.
+TEST(CommandTable, HoldsTheCommandsThatWereGivenOutAndNoOthers) {
+  const std::vector<std::array<std::string, 3>> given = {
+      {"machine new", "DIR", "-p/--product NAME --multi-user --user NAME[:TYPE] --current NAME --code-page N"},
+      {"machine show", "[DIR]", ""},
+      {"machine start", "NAME", ""},
+      {"machine stop", "NAME", ""},
+      {"machine user", "NAME", ""},
+      {"machine logon", "", ""},
+      {"products", "", "--all"},
+      {"list", "", "-p/--product PRODUCT --sort name|version|type|author|state --reverse --state enabled|disabled"},
+      {"info", "EXT|FILE", "-p/--product PRODUCT --files --changes"},
+      {"install", "FILE...", "-p/--product PRODUCT --set TOKEN=DIR"},
+      {"uninstall", "EXT...", "-p/--product PRODUCT"},
+      {"disable", "EXT...", "-p/--product PRODUCT"},
+      {"enable", "EXT...", "-p/--product PRODUCT"},
+      {"pack", "FILE.kei", "-o/--output OUT.kep --portable --force"},
+      {"import", "[EXT...]", "--from PRODUCT --to PRODUCT"},
+      {"validate", "FILE...", ""},
+      {"recover", "", ""},
+      {"help", "[COMMAND]", ""},
+      {"completion", "bash|zsh|fish", ""},
+  };
+  ASSERT_EQ(GetCommands().size(), given.size());
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    const CommandSpec& command = GetCommands()[i];
+    EXPECT_EQ(command.name, given[i][0]);
+    EXPECT_EQ(command.arguments, given[i][1]) << command.name;
+    EXPECT_EQ(FlagsOf(command.GetFlags()), given[i][2]) << command.name;
+  }
+  EXPECT_EQ(FlagsOf(GetCommonFlags()),
+            "-m/--machine DIR -y/--yes --no-input --accept-agreement --on-existing overwrite|keep|cancel "
+            "--allow-downgrade --reinstall --on-clash disable --per-user remove --wait SEC -q/--quiet -v/--verbose "
+            "--log FILE --json --color auto|always|never --progress auto|always|never");
+}
+
 TEST(CommandLine, TakesCommonFlagsAnywhereAndNamesThatCommandsHave) {
   const CommandLine line = ReadCommandLine({"-m", "/pc", "install", "-y", "a.kep", "--json", "b.kep", "--wait", "5",
                                             "--set", "a=C:\\x", "--set", "b=C:\\y"});

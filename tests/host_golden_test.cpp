@@ -1,7 +1,10 @@
+#include "host/command_table.h"
 #include "support/program_fixture.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
+#include <set>
 
 namespace kest::host {
 namespace {
@@ -25,6 +28,14 @@ protected:
     ASSERT_FALSE(document.is_discarded()) << name << "\n" << result.out << result.err;
     EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 1) << name;
     EXPECT_EQ(document["ok"], result.exit == 0) << name;
+    for (const char* part : {"what", "why", "changed", "next"}) {
+      EXPECT_TRUE(!document.contains("error") || document["error"][part] != "") << name << ": " << part;
+    }
+    for (const CommandSpec& command : GetCommands()) {
+      if (name == command.name || name.starts_with(std::string(command.name) + " ")) {
+        m_ways[command.name].insert(result.exit == 0);
+      }
+    }
     if (document.contains("text") && document["text"].is_string()) {
       EXPECT_GT(document["text"].get<std::string>().size(), 100U);
       document["text"] = "...";
@@ -50,6 +61,7 @@ protected:
     }
   }
   Ordered m_found = Ordered::array();
+  std::map<std::string, std::set<bool>> m_ways; ///< of each command: whether it was done, whether it failed
 };
 
 TEST_F(Golden, EveryCommandPrintsItsDocument) {
@@ -116,6 +128,9 @@ TEST_F(Golden, EveryCommandPrintsItsDocument) {
   run({"list", "--sort", "colour"});
   run({"--version"});
   compare();
+  for (const CommandSpec& command : GetCommands()) {
+    EXPECT_EQ(m_ways[command.name].size(), 2U) << command.name << " is to be seen done and failing";
+  }
 }
 
 } // namespace
