@@ -9,6 +9,7 @@
 #include "host/session.h"
 #include "host/text_width.h"
 #include "platform/messages.h"
+#include "platform/package_names.h"
 
 #include <fmt/format.h>
 
@@ -103,6 +104,22 @@ CString EntryName(const CString& source) {
   return text::Lower(name);
 }
 
+// Why an install would refuse the path, of which the first component may be a folder token; empty when it would not.
+std::string WhyRefused(CString path) {
+  CKestPath::LocalizePathSeparators(path);
+  for (std::size_t begin = 0; begin < path.size();) {
+    const std::size_t end = std::min(text::FindBackslash(path, begin), path.size());
+    const std::string_view component = std::string_view(path).substr(begin, end - begin);
+    const bool isToken = begin == 0 && component.starts_with('$');
+    const char* reason = component.empty() || isToken ? nullptr : JudgePathComponent(component);
+    if (reason != nullptr) {
+      return fmt::format("the name \"{}\" {}", Shown(CString(component)), reason);
+    }
+    begin = end + 1;
+  }
+  return {};
+}
+
 // Files: destinations, unsafe names, and whether a package has what its description lists.
 void CheckFiles(const ExtensionFile& file, std::vector<Problem>& problems) {
   std::set<CString> packed;
@@ -123,6 +140,11 @@ void CheckFiles(const ExtensionFile& file, std::vector<Problem>& problems) {
     }
     if (entry->GetDestination().empty() || entry->GetDestination().front() != '$') {
       problems.push_back({true, 0, fmt::format("{}: the destination does not begin with a folder token", source)});
+    }
+    for (const CString& path : {entry->GetDestination(), entry->GetSource()}) {
+      if (const std::string why = WhyRefused(path); !why.empty()) {
+        problems.push_back({true, 0, fmt::format("{}: {}", source, why)});
+      }
     }
     if (entry->GetWinExtension().find_first_of("\\/:") != CString::npos) {
       problems.push_back({true, 0, fmt::format("{}: the win-extension is unsafe", source)});

@@ -129,6 +129,9 @@ TEST_F(Operations, ValidatingNamesTheLine) {
       json({"validate", write("tag.kei", "<kestrel-extension name=\"A\">\n<author name=\"x\" / >\n")}, 8);
   EXPECT_EQ(broken["code"], -3);
   EXPECT_EQ(broken["problems"][0]["line"], 2) << broken;
+  const std::string device = "<kestrel-extension name=\"A\" version=\"1.0\"><files><file source=\"a.htm\" "
+                             "destination=\"$tidemark/Configuration/CON\" /></files></kestrel-extension>\n";
+  EXPECT_NE(json({"validate", write("device.kei", device)}, 8).dump().find("that of a device"), std::string::npos);
 }
 
 TEST_F(Operations, AReaderThatGoesAwayIsNoCrash) {
