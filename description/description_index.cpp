@@ -120,13 +120,13 @@ bool DescriptionIndex::Fill(const CString& name, const FileStamp& stamp, CKestEx
   return true;
 }
 
-void DescriptionIndex::Refresh(const std::vector<const CKestExtension*>& records) {
+void DescriptionIndex::Refresh(const std::vector<CKestExtension*>& records) {
   struct Folder {
-    std::vector<const CKestExtension*> records;
+    std::vector<CKestExtension*> records;
     std::size_t missing = 0; ///< in its index
   };
   std::unordered_map<CString, Folder> folders;
-  for (const CKestExtension* record : records) {
+  for (CKestExtension* record : records) {
     if (record->GetStamp()) {
       Folder& folder = folders[CKestPath(record->GetPath()).GetFolder()];
       folder.records.push_back(record);
@@ -141,7 +141,11 @@ void DescriptionIndex::Refresh(const std::vector<const CKestExtension*>& records
     for (const CKestExtension* record : folder.records) {
       content += LineOf(CKestPath(record->GetPath()).GetFileName(), *record);
     }
-    (void)CKestFile::WriteAll(WithBackslash(path) + kFileName, content);
+    if (CKestFile::WriteAll(WithBackslash(path) + kFileName, content)) {
+      for (CKestExtension* record : folder.records) {
+        record->SetStamp(*record->GetStamp(), true);
+      }
+    }
   }
 }
 

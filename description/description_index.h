@@ -26,8 +26,8 @@ public:
   [[nodiscard]] bool Fill(const CString& name, const FileStamp& stamp, CKestExtension& record) const;
 
   /// Writes the index of every folder that is far from complete, of the records that were read and have not changed
-  /// since. Failures are no matter: the next start reads the descriptions.
-  static void Refresh(const std::vector<const CKestExtension*>& records);
+  /// since; they count as indexed then. Failures are no matter: the next start reads the descriptions.
+  static void Refresh(const std::vector<CKestExtension*>& records);
 
 private:
   CString m_content;

@@ -169,13 +169,15 @@ int CKestExtension::GetFileCount() const { return m_isRestUnread ? m_fileCount :
 // -----------------------------------------------------------------------------------------------
 
 const CKestExtensionProduct* CKestExtension::GetPrimaryProduct() const {
-  const auto found = std::find_if(GetProducts().begin(), GetProducts().end(),
+  const CKestExtensionProducts& products = GetProducts();
+  const auto found = std::find_if(products.begin(), products.end(),
                                   [](const CKestExtensionProduct& product) { return product.IsPrimary(); });
-  return found == GetProducts().end() ? nullptr : &*found;
+  return found == products.end() ? nullptr : &*found;
 }
 
 bool CKestExtension::HasUserDefinedTokens() const {
-  return std::any_of(GetTokens().begin(), GetTokens().end(),
+  const CKestExtensionTokens& tokens = GetTokens();
+  return std::any_of(tokens.begin(), tokens.end(),
                      [](const CKestExtensionToken& token) { return !token.GetPrompt().empty(); });
 }
 
@@ -192,13 +194,13 @@ bool CKestExtension::GetUserDefinedTokens(CKestTokenMap& tokens) const {
 
 void CKestExtension::AddConfigChanges(CKestConfigChanges* changes) {
   if (changes != nullptr) {
-    Whole().m_configChanges.push_back(Share(changes));
+    Changed().m_configChanges.push_back(Share(changes));
   }
 }
 
 void CKestExtension::AddHelpChanges(CKestHelpChanges* changes) {
   if (changes != nullptr) {
-    Whole().m_helpChanges.push_back(Share(changes));
+    Changed().m_helpChanges.push_back(Share(changes));
   }
 }
 
@@ -211,7 +213,7 @@ CKestTypedIterator<CKestHelpChanges*>* CKestExtension::CreateHelpChangesIterator
 }
 
 void CKestExtension::RemoveAllConfigChanges() {
-  Whole().m_configChanges.clear();
+  Changed().m_configChanges.clear();
   m_helpChanges.clear();
 }
 
@@ -225,7 +227,8 @@ CKestMasterConfigChanges* CKestExtension::GetMasterConfigChanges() const {
 }
 
 bool CKestExtension::HasInsertbarConfigChanges() const {
-  return std::any_of(GetConfigChanges().begin(), GetConfigChanges().end(), [](const auto& set) {
+  const ConfigChanges& sets = GetConfigChanges();
+  return std::any_of(sets.begin(), sets.end(), [](const auto& set) {
     return dynamic_cast<const CKestInsertbarConfigChanges*>(set.get()) != nullptr;
   });
 }
@@ -234,7 +237,8 @@ bool CKestExtension::HasMenuChanges() const {
   const auto isMenuChange = [](const auto& child) {
     return dynamic_cast<const CKestMenuChange*>(child.get()) != nullptr;
   };
-  return std::any_of(GetConfigChanges().begin(), GetConfigChanges().end(), [&](const auto& set) {
+  const ConfigChanges& sets = GetConfigChanges();
+  return std::any_of(sets.begin(), sets.end(), [&](const auto& set) {
     return std::any_of(set->GetChildren().begin(), set->GetChildren().end(), isMenuChange);
   });
 }

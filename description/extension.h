@@ -49,49 +49,49 @@ public:
   // ---- the description
   void GetID(CString& id) const { id = m_id; }
   [[nodiscard]] const CString& GetID() const { return m_id; }
-  void SetID(std::string_view id) { m_id = id; }
+  void SetID(std::string_view id) { Changed().m_id = id; }
   void GetName(CString& name) const { name = m_name; }
   [[nodiscard]] const CString& GetName() const { return m_name; }
-  void SetName(std::string_view name) { m_name = name; }
+  void SetName(std::string_view name) { Changed().m_name = name; }
   void GetVersion(CKestVersionNumber& version) const { version = m_version; }
   [[nodiscard]] const CKestVersionNumber& GetVersion() const { return m_version; }
-  void SetVersion(std::string_view dotted) { m_version = CKestVersionNumber(dotted); }
+  void SetVersion(std::string_view dotted) { Changed().m_version = CKestVersionNumber(dotted); }
   void GetDesc(CString& description) const { description = GetDesc(); }
   [[nodiscard]] const CString& GetDesc() const { return Whole().m_description; }
-  void AppendDesc(std::string_view text) { Whole().m_description += text; }
-  void SetDesc(std::string_view description) { Whole().m_description = description; }
+  void AppendDesc(std::string_view text) { Changed().m_description += text; }
+  void SetDesc(std::string_view description) { Changed().m_description = description; }
   void GetUIAccess(CString& text) const { text = GetUIAccess(); }
   [[nodiscard]] const CString& GetUIAccess() const { return Whole().m_uiAccess; }
-  void AppendUIAccess(std::string_view text) { Whole().m_uiAccess += text; }
-  void SetUIAccess(std::string_view text) { Whole().m_uiAccess = text; }
+  void AppendUIAccess(std::string_view text) { Changed().m_uiAccess += text; }
+  void SetUIAccess(std::string_view text) { Changed().m_uiAccess = text; }
   void GetLicenseAgreement(CString& text) const { text = GetLicenseAgreement(); }
   [[nodiscard]] const CString& GetLicenseAgreement() const { return Whole().m_license; }
-  void AppendLicenseAgreement(std::string_view text) { Whole().m_license += text; }
-  void SetLicenseAgreement(std::string_view text) { Whole().m_license = text; }
+  void AppendLicenseAgreement(std::string_view text) { Changed().m_license += text; }
+  void SetLicenseAgreement(std::string_view text) { Changed().m_license = text; }
   /// 0 when the keyword is none that the engine knows.
   [[nodiscard]] int GetType() const { return m_type; }
-  void SetType(int type) { m_type = type; }
+  void SetType(int type) { Changed().m_type = type; }
   /// The type keyword as written.
   void GetTypeLabel(CString& label) const { label = m_typeLabel; }
   [[nodiscard]] const CString& GetTypeLabel() const { return m_typeLabel; }
-  void SetTypeLabel(std::string_view label) { m_typeLabel = label; }
+  void SetTypeLabel(std::string_view label) { Changed().m_typeLabel = label; }
   [[nodiscard]] bool RequiresRestart() const { return m_requiresRestart; }
-  void SetRequiresRestart(bool requiresRestart) { m_requiresRestart = requiresRestart; }
+  void SetRequiresRestart(bool requiresRestart) { Changed().m_requiresRestart = requiresRestart; }
   void GetAuthorName(CString& name) const { name = m_author; }
   [[nodiscard]] const CString& GetAuthorName() const { return m_author; }
-  void SetAuthorName(std::string_view name) { m_author = name; }
+  void SetAuthorName(std::string_view name) { Changed().m_author = name; }
   [[nodiscard]] int GetCharsetPlatform() const { return Whole().m_charsetPlatform; }
-  void SetCharsetPlatform(int platform) { Whole().m_charsetPlatform = platform; }
+  void SetCharsetPlatform(int platform) { Changed().m_charsetPlatform = platform; }
   [[nodiscard]] bool IsShiftJIS() const { return Whole().m_shiftJis; }
-  void SetShiftJIS(bool shiftJis) { Whole().m_shiftJis = shiftJis; }
+  void SetShiftJIS(bool shiftJis) { Changed().m_shiftJis = shiftJis; }
   /// More than one product was marked primary; only the first has kept the mark.
   [[nodiscard]] bool HasMultiplePrimaryProducts() const { return Whole().m_multiplePrimary; }
 
-  [[nodiscard]] CKestExtensionTokens& GetTokens() { return Whole().m_tokens; }
+  [[nodiscard]] CKestExtensionTokens& GetTokens() { return Changed().m_tokens; }
   [[nodiscard]] const CKestExtensionTokens& GetTokens() const { return Whole().m_tokens; }
-  [[nodiscard]] CKestExtensionFiles& GetFiles() { return Whole().m_files; }
+  [[nodiscard]] CKestExtensionFiles& GetFiles() { return Changed().m_files; }
   [[nodiscard]] const CKestExtensionFiles& GetFiles() const { return Whole().m_files; }
-  [[nodiscard]] CKestExtensionProducts& GetProducts() { return Whole().m_products; }
+  [[nodiscard]] CKestExtensionProducts& GetProducts() { return Changed().m_products; }
   [[nodiscard]] const CKestExtensionProducts& GetProducts() const { return Whole().m_products; }
   /// The product marked primary; null when there is none.
   [[nodiscard]] const CKestExtensionProduct* GetPrimaryProduct() const;
@@ -174,13 +174,13 @@ public:
   static void OutputText(const CString& value, const CString& tag, const CString& indent, CString& text);
 
 private:
-  /// This record, with what was to be read later.
-  CKestExtension& Whole() {
-    if (m_isRestUnread) {
-      (void)ReadRest();
-    }
+  /// This record, which may say something else than its file from now on.
+  CKestExtension& Changed() {
+    (void)Whole();
+    m_stamp.reset();
     return *this;
   }
+  /// This record, with what was to be read later.
   const CKestExtension& Whole() const {
     if (m_isRestUnread) {
       (void)ReadRest();

@@ -11,8 +11,14 @@ function stem(name) { sub(/^(Get|Set|Is|Has|Append)/, "", name); return name }
   body = name
   sub(/\(.*$/, "", name)
   sub(/^.*[ *&~]/, "", name)
-  if (!documented && body ~ /\{ (return \*?(Whole\(\)\.)?m_[A-Za-z]+(\.get\(\))?;|(Whole\(\)\.)?m_[A-Za-z]+ \+?= [A-Za-z]+;|[A-Za-z]+ = (m_[A-Za-z]+|Get[A-Za-z]+\(\));) \}$/) {
+  if (!documented && body ~ /\{ (return \*?m_[A-Za-z]+(\.get\(\))?;|m_[A-Za-z]+ \+?= [A-Za-z]+;|[A-Za-z]+ = m_[A-Za-z]+;) \}$/) {
     line = line " ///< Plain accessor: cannot fail; what it hands out by reference is borrowed, good until the object changes."
+    documented = 1
+  } else if (!documented && body ~ /\{ (return Whole\(\)\.m_[A-Za-z]+;|[A-Za-z]+ = Get[A-Za-z]+\(\);) \}$/) {
+    line = line " ///< Reads the description when that is still to be done; empty when it cannot, see ReadRest. What it hands out by reference is borrowed."
+    documented = 1
+  } else if (!documented && body ~ /\{ (return )?Changed\(\)\.m_[A-Za-z]+( \+?= .*)?; \}$/) {
+    line = line " ///< For a change: the record may say something else than its file from then on."
     documented = 1
   } else if (!documented && before && stem(name) == previous) {
     line = line " ///< As the form above."

@@ -141,16 +141,16 @@ void CheckFiles(const ExtensionFile& file, std::vector<Problem>& problems) {
     if (entry->GetDestination().empty() || entry->GetDestination().front() != '$') {
       problems.push_back({true, 0, fmt::format("{}: the destination does not begin with a folder token", source)});
     }
+    const bool isPlaced = entry->GetPlatform() != CKestExtensionFile::kMac;
     for (const CString& path : {entry->GetDestination(), entry->GetSource()}) {
-      if (const std::string why = WhyRefused(path); !why.empty()) {
+      if (const std::string why = WhyRefused(path); isPlaced && !why.empty()) {
         problems.push_back({true, 0, fmt::format("{}: {}", source, why)});
       }
     }
     if (entry->GetWinExtension().find_first_of("\\/:") != CString::npos) {
       problems.push_back({true, 0, fmt::format("{}: the win-extension is unsafe", source)});
     }
-    if (file.isPackage && entry->GetPlatform() != CKestExtensionFile::kMac &&
-        !packed.contains(base + EntryName(entry->GetSource()))) {
+    if (file.isPackage && isPlaced && !packed.contains(base + EntryName(entry->GetSource()))) {
       problems.push_back({true, 0, fmt::format("{}: the package does not hold this file", source)});
     }
   }

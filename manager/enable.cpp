@@ -45,6 +45,9 @@ int CKestExtensionManager::EnableExtension(const CKestProduct* product, CKestExt
   if (operation.IsOutermost()) {
     state.NameInReport(*product, *extension);
   }
+  if (!state.HasWholeRecord(*extension)) {
+    return -1;
+  }
   StepScope steps(state, "enable " + extension->GetName());
   CKestPath package(extension->GetPath());
   package.SetExtension("kep");

@@ -132,7 +132,8 @@ public:
   /// Carries extensions of one product over to another. Always true; GetLastReport has a part for each.
   bool Import(const CKestProduct* from, const CKestProduct* to, const CKestTypedList<CKestExtension*>& extensions);
 
-  /// Whether an extension in the catalogue other than `except` places a file at `path`.
+  /// Whether an extension in the catalogue other than `except` places a file at `path`; true as well when the
+  /// description of one of them cannot be read any more.
   [[nodiscard]] bool IsFileReferenced(const CKestProduct* product, const char* path,
                                       const CKestExtension* except) const;
   /// Whether the description or one of the installed files that it lists is newer than `when`.

@@ -72,7 +72,7 @@ void StartReport(CKestExtensionManager::State& state, OperationReport::Operation
 
 // What had to be read at the start need not be at the next. A failed operation leaves no trace, not even this.
 void RefreshIndexes(const CKestExtensionManager::State& state) {
-  std::vector<const CKestExtension*> records;
+  std::vector<CKestExtension*> records;
   for (const auto& [product, list] : state.catalogue.All()) {
     records.insert(records.end(), list.begin(), list.end());
   }

@@ -7,16 +7,21 @@
 namespace kest {
 namespace {
 
-/// Calls `visit` with each file of every record but one, until it answers true. A record that cannot be read any more
-/// counts as that answer.
+/// Calls `visit` with each file of every record but one, until it answers true. So it ends at a record that cannot be
+/// read any more, too, which goes into `unread`; one whose description is gone by now uses nothing.
 template <class Visit>
-bool AnyFile(const CKestExtensionManager::State& state, const CKestExtension* except, const Visit& visit) {
+bool AnyFile(const CKestExtensionManager::State& state, const CKestExtension* except, CString& unread,
+             const Visit& visit) {
   for (const auto& [owner, list] : state.catalogue.All()) {
     for (const CKestExtension* extension : list) {
       if (extension == except) {
         continue;
       }
       if (!extension->ReadRest()) {
+        if (LookForFile(extension->GetPath()) == FilePresence::kMissing) {
+          continue;
+        }
+        unread = extension->GetPath();
         return true;
       }
       for (const CKestExtensionFile& file : extension->GetFiles()) {
@@ -38,7 +43,7 @@ void References::Gather() {
     return;
   }
   m_isGathered = true;
-  m_isIncomplete = AnyFile(m_state, m_except, [this](const CKestExtension& extension, const CKestExtensionFile& file) {
+  (void)AnyFile(m_state, m_except, m_unread, [this](const CKestExtension& extension, const CKestExtensionFile& file) {
     m_files.push_back({HashOf(FilePlacement::GetPlacedName(file)), &extension, &file});
     return false;
   });
@@ -67,7 +72,7 @@ void References::Locate(std::size_t name) {
 
 bool References::Holds(const CString& path) {
   Gather();
-  if (m_isIncomplete) {
+  if (!m_unread.empty()) {
     return true;
   }
   Locate(HashOf(CKestPath(path).GetFileName()));
@@ -83,7 +88,8 @@ bool CKestExtensionManager::IsFileReferenced(const CKestProduct* product, const 
     return false;
   }
   const CString name = CKestPath(path).GetFileName();
-  return AnyFile(*m_state, except, [&](const CKestExtension& extension, const CKestExtensionFile& file) {
+  CString unread;
+  return AnyFile(*m_state, except, unread, [&](const CKestExtension& extension, const CKestExtensionFile& file) {
     if (!text::EqualNoCase(FilePlacement::GetPlacedName(file), name)) {
       return false;
     }

@@ -38,6 +38,9 @@ bool IsFree(CKestExtensionManager::State& state, const CString& path) {
 bool FreeFile(Context& context, const CString& path) {
   CKestExtensionManager::State& state = context.state;
   while (!IsFree(state, path)) {
+    if (LookForFile(path) == FilePresence::kMissing) {
+      return true;
+    }
     if (state.HelpUserFreeFile(path, false) != kRetry) {
       state.Fail(Failure::kInUse, path, "it cannot be deleted now", static_cast<int>(Message::kFileInUse),
                  "close the program that uses it and try again");
@@ -216,9 +219,15 @@ void Context::Advance() {
 
 bool CheckFiles(Context& context) {
   References references(context.state, &context.product, &context.extension);
-  // a file that is missing is free
   return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
-    if (!WhyKept(file, path, references) && !FreeFile(context, path)) {
+    const bool goes = !WhyKept(file, path, references);
+    if (!references.GetUnread().empty()) {
+      context.state.Fail(Failure::kBadDescription, references.GetUnread(),
+                         "whether it lists a file that others share cannot be told any more", 0,
+                         "list the extensions again");
+      return false;
+    }
+    if (goes && !FreeFile(context, path)) {
       return false;
     }
     context.Advance();

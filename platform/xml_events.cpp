@@ -71,22 +71,34 @@ void CKestXMLParser::Session::OnCommentText(void* self, const XML_Char* text) {
   }
 }
 
-// expat reports a long instruction in parts of its own choosing, wherever they end.
+namespace {
+
+// Whether a piece of markup ends where its kind does; expat reports a long instruction or literal in several.
+bool IsWhole(std::string_view markup) {
+  if (markup.starts_with("<?")) {
+    return markup.size() >= 4 && markup.ends_with("?>");
+  }
+  const bool isLiteral = markup.starts_with('"') || markup.starts_with('\'');
+  return !isLiteral || (markup.size() >= 2 && markup.back() == markup.front());
+}
+
+} // namespace
+
 void CKestXMLParser::Session::OnOther(void* self, const XML_Char* text, int length) {
   auto& session = *static_cast<Session*>(self);
   if (session.HasFailed()) {
     return;
   }
   const std::string_view piece(text, static_cast<std::size_t>(length));
-  CString& instruction = session.m_instruction;
-  if (instruction.empty() && !piece.starts_with("<?")) {
+  CString& unfinished = session.m_unfinished;
+  if (unfinished.empty() && IsWhole(piece)) {
     session.TellOther(piece);
     return;
   }
-  instruction += piece;
-  if (instruction.ends_with("?>")) {
-    session.TellOther(instruction);
-    instruction.clear();
+  unfinished += piece;
+  if (IsWhole(unfinished)) {
+    session.TellOther(unfinished);
+    unfinished.clear();
   }
 }
 

@@ -301,8 +301,9 @@ void CKestXMLParser::Session::Feed(std::initializer_list<std::string_view> parts
   if (HasFailed() || (size == 0 && !final)) {
     return;
   }
-  auto* to = static_cast<char*>(XML_GetBuffer(m_expat, static_cast<int>(size)));
-  if (to == nullptr && size != 0) {
+  // nothing at all wants a buffer, too
+  auto* to = static_cast<char*>(XML_GetBuffer(m_expat, static_cast<int>(std::max<std::size_t>(size, 1))));
+  if (to == nullptr) {
     Fail(kUnreadable, 0, "there is no memory");
     return;
   }

@@ -66,7 +66,7 @@ private:
   std::size_t m_depth = 0;
   int m_lineOffset = 0;  ///< lines that went with the declaration
   CString m_text;        ///< character data up to the next markup
-  CString m_instruction; ///< what is known of one that came in parts
+  CString m_unfinished; ///< markup that comes in parts
   CString m_rewritten;
   CString m_names; ///< storage of m_pairs
   std::vector<const char*> m_pairs;

@@ -133,7 +133,7 @@ TEST_F(IndexTest, OperationsReadWhatTheyNeed) {
   EXPECT_EQ(find("One 8")->GetFiles().GetCount(), 2u);
 }
 
-TEST_F(IndexTest, ADescriptionGoneSinceTheStartFailsTheOperationAndKeepsSharedFiles) {
+TEST_F(IndexTest, WhatCannotBeReadAnyMoreFailsTheOperation) {
   restart();
   CKestExtension* gone = find("One 9");
   CKestExtension* changed = find("One 11");
@@ -144,9 +144,31 @@ TEST_F(IndexTest, ADescriptionGoneSinceTheStartFailsTheOperationAndKeepsSharedFi
   EXPECT_EQ(report().failure, Failure::kBadDescription);
   EXPECT_NE(disable(changed), 0);
   EXPECT_EQ(report().failure, Failure::kBadDescription);
+  // whether the changed one shares a file cannot be told; the one that is gone shares none
+  EXPECT_NE(uninstall(find("One 7")), 0);
+  EXPECT_EQ(report().failure, Failure::kBadDescription);
+  EXPECT_EQ(report().problems.front().path, pathOf(11));
   expectUntouched(before);
-  ASSERT_EQ(uninstall(find("One 7")), 0);
-  EXPECT_TRUE(m_pc.Exists(kCommands + "own.htm"));
+  m_pc.Write(pathOf(11), one(11).text());
+  EXPECT_EQ(uninstall(find("One 7")), 0);
+}
+
+TEST_F(IndexTest, ARecordThatIsChangedIsReadAndIndexedNoMore) {
+  restart();
+  CKestExtension* record = find("One 8");
+  record->SetName("Another");
+  EXPECT_EQ(record->GetFiles().GetCount(), 2u);
+  EXPECT_EQ(record->Save(nullptr), 0);
+  fs::remove(m_pc.HostPath(kIndex));
+  restart();
+  find("Another")->SetVersion("7.7");
+  ASSERT_EQ(uninstall(find("One 3")), 0);
+  ASSERT_TRUE(m_pc.Exists(kIndex));
+  restart();
+  EXPECT_EQ(find("Another")->GetVersion().ToText(), "1.8") << "what the file says";
+  const std::string index = m_pc.Read(kIndex);
+  ASSERT_EQ(uninstall(find("One 4")), 0);
+  EXPECT_EQ(m_pc.Read(kIndex), index) << "one line that does not hold is no reason to write it anew";
 }
 
 TEST_F(IndexTest, AFailedOperationMakesNone) {

@@ -73,6 +73,12 @@ TEST_F(UninstallTest, AFileThatTheRunningProductHoldsCancelsOrIsWaitedFor) {
   expectUntouched(before);
   m_host.answer(Message::kFileInUseBy, kRetry, [this] { runNova(false); });
   EXPECT_EQ(uninstall(record), 0);
+  // what is gone already is held by nobody
+  runNova(false);
+  record = installed(package("Other").file("y.dll", "$tidemark/Configuration/JSExtensions"));
+  std::filesystem::remove(m_pc.HostPath(kConfiguration + "JSExtensions\\y.dll"));
+  runNova();
+  EXPECT_EQ(uninstall(record), 0);
 }
 
 TEST_F(UninstallTest, TheClosingMessageAndFlagFollowTheRunningProduct) {

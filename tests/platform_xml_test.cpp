@@ -76,6 +76,11 @@ TEST(XmlParser, GivesTheBytesOfTheFileWhateverItDeclares) {
 TEST(XmlParser, TakesMarksOfEncodingAndOfFileEnd) {
   EXPECT_THAT(EventsOf(std::string("\xEF\xBB\xBF<a/>\x1A\0\x1A", 10)), ElementsAre("<a", "/a"));
   EXPECT_GT(CodeOf(std::string("\xFF\xFE<\0a\0/\0>\0", 10)), 0);
+  for (const char* nothing : {"", "\xEF\xBB\xBF", "\x1A"}) {
+    Recorder recorder;
+    EXPECT_EQ(recorder.ParseLines(nothing, false), CKestXMLParser::kIllFormed);
+    EXPECT_EQ(recorder.GetErrorText(), "no element found");
+  }
   EXPECT_GT(CodeOf("\xEF\xBB\xBF\xEF\xBB\xBF<a/>"), 0);
   EXPECT_GT(CodeOf("<?xml version=\"1.0\"?>\xEF\xBB\xBF<a/>"), 0);
   EXPECT_GT(CodeOf("<a>\x02</a>"), 0);
