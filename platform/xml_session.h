@@ -64,8 +64,8 @@ private:
   bool m_checkAttributeSize = false;
   bool m_keepExpat = true;
   std::size_t m_depth = 0;
-  int m_lineOffset = 0;  ///< lines that went with the declaration
-  CString m_text;        ///< character data up to the next markup
+  int m_lineOffset = 0; ///< lines that went with the declaration
+  CString m_text;       ///< character data up to the next markup
   CString m_unfinished; ///< markup that comes in parts
   CString m_rewritten;
   CString m_names; ///< storage of m_pairs
