@@ -9,7 +9,6 @@
 #include "host/session.h"
 #include "host/text_width.h"
 #include "platform/messages.h"
-#include "platform/package_names.h"
 
 #include <fmt/format.h>
 
@@ -111,7 +110,7 @@ std::string WhyRefused(CString path) {
     const std::size_t end = std::min(text::FindBackslash(path, begin), path.size());
     const std::string_view component = std::string_view(path).substr(begin, end - begin);
     const bool isToken = begin == 0 && component.starts_with('$');
-    const char* reason = component.empty() || isToken ? nullptr : JudgePathComponent(component);
+    const char* reason = component.empty() || isToken ? nullptr : CKestPath::JudgeComponent(component);
     if (reason != nullptr) {
       return fmt::format("the name \"{}\" {}", Shown(CString(component)), reason);
     }

@@ -1,5 +1,6 @@
 #include "platform/path.h"
 
+#include "platform/package_names.h"
 #include <algorithm>
 
 namespace kest {
@@ -95,6 +96,8 @@ void CKestPath::SetExtension(std::string_view extension) {
 }
 
 void CKestPath::LocalizePathSeparators() { LocalizePathSeparators(m_text); }
+
+const char* CKestPath::JudgeComponent(std::string_view component) { return JudgePathComponent(component); }
 
 void CKestPath::LocalizePathSeparators(CString& path) {
   // neither "/" nor ":" can be the second byte of a character

@@ -41,6 +41,8 @@ public:
   static void LocalizePathSeparators(CString& path);
   /// Whether some component is "..".
   [[nodiscard]] static bool HasParentComponent(std::string_view path);
+  /// Why one component cannot be a name on a PC, as the end of "the name ..."; null when it can.
+  [[nodiscard]] static const char* JudgeComponent(std::string_view component);
 
 private:
   CString m_text;
