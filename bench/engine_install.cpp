@@ -1,9 +1,9 @@
 // engine_install MACHINE PACKAGE durable|plain: installs a package with the journal on the disk, or in memory alone.
 #include "journal/journal.h"
 #include "manager/extension_manager.h"
-#include "platform/machine_folder.h"
-#include "platform/os.h"
-#include "platform/path.h"
+#include "platform/machine/os.h"
+#include "platform/machine_folder/machine_folder.h"
+#include "platform/text/path.h"
 
 #include <cstdio>
 #include <memory>

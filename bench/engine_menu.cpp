@@ -2,8 +2,8 @@
 // found by its id, through the engine's own change, and saves the file.
 #include "menus/menu_changes.h"
 #include "menus/menu_sets.h"
-#include "platform/machine_folder.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
+#include "platform/machine_folder/machine_folder.h"
 
 #include <cstdio>
 #include <cstdlib>

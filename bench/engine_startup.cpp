@@ -1,7 +1,7 @@
 // engine_startup MACHINE: starts the manager on a machine folder and loads its catalogue; prints how many extensions.
 #include "manager/extension_manager.h"
-#include "platform/machine_folder.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
+#include "platform/machine_folder/machine_folder.h"
 
 #include <cstdio>
 #include <memory>

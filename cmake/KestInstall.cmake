@@ -10,13 +10,22 @@ set(KEST_PUBLIC_HEADERS
   description/extension_xml_parser.h description/typed_container.h
   journal/catalogue_operations.h journal/install_step.h journal/journal.h
   manager/extension_manager.h manager/operation_report.h
-  platform/containers.h platform/export.h platform/extension_manager_ui.h platform/file.h platform/forwarding_machine.h
-  platform/machine.h platform/machine_folder.h platform/message_file.h platform/messages.h platform/os.h platform/package.h platform/path.h
-  platform/text.h platform/values.h platform/version_resource.h platform/xml_object.h platform/xml_parser.h
+  platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h
+  platform/machine_folder/machine_folder.h platform/machine_folder/version_resource.h
+  platform/messages/extension_manager_ui.h platform/messages/message_file.h platform/messages/messages.h
+  platform/package/package.h
+  platform/text/containers.h platform/text/export.h platform/text/path.h platform/text/text.h platform/text/values.h
+  platform/xml/xml_object.h platform/xml/xml_parser.h
   products/product.h)
 foreach(header IN LISTS KEST_PUBLIC_HEADERS)
   get_filename_component(folder "${header}" DIRECTORY)
   install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kest/${folder}" COMPONENT devel)
+  # Until version 0.2 the headers of platform/ lay side by side there; for this release the old paths lead to the new ones.
+  if(header MATCHES "^platform/[a-z_]+/([a-z_]+\\.h)$")
+    set(forwarding "${CMAKE_BINARY_DIR}/forwarding/${CMAKE_MATCH_1}")
+    file(CONFIGURE OUTPUT "${forwarding}" CONTENT "#pragma once\n\n#include \"${header}\"\n")
+    install(FILES "${forwarding}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kest/platform" COMPONENT devel)
+  endif()
 endforeach()
 
 # ---- the library. One prefix may hold both kinds: each has a targets file of its own.

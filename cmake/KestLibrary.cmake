@@ -2,7 +2,7 @@
 set(KEST_LAYERS platform journal config menus description products manager)
 set(KEST_LAYER_OBJECTS)
 foreach(layer IN LISTS KEST_LAYERS)
-  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${layer}/*.cpp" "${CMAKE_SOURCE_DIR}/${layer}/*.h")
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/${layer}/*.cpp" "${CMAKE_SOURCE_DIR}/${layer}/*.h")
   add_library(kest_${layer} OBJECT ${sources})
   set_target_properties(kest_${layer} PROPERTIES LINKER_LANGUAGE CXX)
   target_include_directories(kest_${layer} PUBLIC "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>")

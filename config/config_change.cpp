@@ -1,6 +1,6 @@
 #include "config/config_change.h"
 
-#include "platform/path.h"
+#include "platform/text/path.h"
 
 namespace kest {
 

@@ -1,6 +1,6 @@
 #include "config/config_file.h"
 
-#include "platform/file.h"
+#include "platform/machine/file.h"
 
 namespace kest {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/xml_object.h"
+#include "platform/xml/xml_object.h"
 
 namespace kest {
 

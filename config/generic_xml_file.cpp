@@ -1,8 +1,8 @@
 #include "config/generic_xml_file.h"
 
 #include "config/pending_markup.h"
-#include "platform/file.h"
-#include "platform/os.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 namespace {

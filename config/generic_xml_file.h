@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/xml_object.h"
-#include "platform/xml_parser.h"
+#include "platform/xml/xml_object.h"
+#include "platform/xml/xml_parser.h"
 
 namespace kest {
 

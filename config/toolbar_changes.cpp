@@ -5,7 +5,7 @@
 #include "config/text_level.h"
 #include "journal/install_steps.h"
 #include "journal/journal.h"
-#include "platform/path.h"
+#include "platform/text/path.h"
 #include "products/product.h"
 
 #include <type_traits>

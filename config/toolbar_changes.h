@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config/config_change.h"
-#include "platform/messages.h"
+#include "platform/messages/messages.h"
 
 namespace kest {
 

@@ -1,8 +1,8 @@
 #include "description/description_index.h"
 
-#include "platform/file.h"
-#include "platform/path.h"
-#include "platform/sealed_line.h"
+#include "platform/machine/file.h"
+#include "platform/text/path.h"
+#include "platform/text/sealed_line.h"
 
 #include <charconv>
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "description/extension_records.h"
-#include "platform/containers.h"
-#include "platform/values.h"
-#include "platform/xml_object.h"
+#include "platform/text/containers.h"
+#include "platform/text/values.h"
+#include "platform/xml/xml_object.h"
 
 #include <optional>
 

@@ -4,7 +4,7 @@
 #include "config/help_change.h"
 #include "description/extension.h"
 #include "menus/menu_sets.h"
-#include "platform/file.h"
+#include "platform/machine/file.h"
 
 namespace kest {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "description/extension.h"
-#include "platform/containers.h"
-#include "platform/xml_parser.h"
+#include "platform/text/containers.h"
+#include "platform/xml/xml_parser.h"
 
 namespace kest {
 

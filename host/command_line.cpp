@@ -1,7 +1,7 @@
 #include "host/command_line.h"
 
-#include "host/text_width.h"
-#include "platform/text.h"
+#include "host/terminal/text_width.h"
+#include "platform/text/text.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

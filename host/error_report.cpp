@@ -1,8 +1,8 @@
 #include "host/error_report.h"
 
-#include "host/console_ui.h"
-#include "host/terminal.h"
-#include "host/text_width.h"
+#include "host/terminal/console_ui.h"
+#include "host/terminal/terminal.h"
+#include "host/terminal/text_width.h"
 #include "manager/operation_report.h"
 
 #include <fmt/format.h>

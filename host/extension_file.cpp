@@ -1,10 +1,10 @@
 #include "host/extension_file.h"
 
 #include "host/session.h"
-#include "host/text_width.h"
-#include "platform/file.h"
-#include "platform/os.h"
-#include "platform/xml_parser.h"
+#include "host/terminal/text_width.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
+#include "platform/xml/xml_parser.h"
 
 namespace kest::host {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "description/extension.h"
-#include "platform/package.h"
+#include "platform/package/package.h"
 
 #include <memory>
 #include <string>

@@ -2,7 +2,7 @@
 
 #include "host/commands.h"
 #include "host/session.h"
-#include "host/text_width.h"
+#include "host/terminal/text_width.h"
 
 #include <fmt/format.h>
 

@@ -4,8 +4,8 @@
 #include "host/operation.h"
 #include "host/selector.h"
 #include "host/session.h"
-#include "host/text_width.h"
-#include "platform/messages.h"
+#include "host/terminal/text_width.h"
+#include "platform/messages/messages.h"
 #include "products/product.h"
 
 #include <fmt/format.h>

@@ -6,7 +6,7 @@
 #include "host/extension_file.h"
 #include "host/selector.h"
 #include "host/session.h"
-#include "host/text_width.h"
+#include "host/terminal/text_width.h"
 #include "products/product.h"
 
 #include <fmt/format.h>

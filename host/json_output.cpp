@@ -1,9 +1,9 @@
 #include "host/json_output.h"
 
 #include "description/extension.h"
-#include "host/text_width.h"
+#include "host/terminal/text_width.h"
 #include "manager/extension_manager.h"
-#include "platform/machine_folder.h"
+#include "platform/machine_folder/machine_folder.h"
 #include "products/product.h"
 
 namespace kest::host {

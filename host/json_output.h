@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/exit_code.h"
-#include "platform/text.h"
+#include "platform/text/text.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #include "host/language.h"
 
-#include "host/terminal.h"
-#include "host/text_width.h"
+#include "host/terminal/terminal.h"
+#include "host/terminal/text_width.h"
 
 #include <fmt/format.h>
 

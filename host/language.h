@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/message_file.h"
+#include "platform/messages/message_file.h"
 
 #include <memory>
 

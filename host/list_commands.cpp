@@ -3,8 +3,8 @@
 #include "description/extension.h"
 #include "host/selector.h"
 #include "host/session.h"
-#include "host/table_printer.h"
-#include "host/text_width.h"
+#include "host/terminal/table_printer.h"
+#include "host/terminal/text_width.h"
 #include "products/product.h"
 
 #include <fmt/format.h>

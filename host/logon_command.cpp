@@ -1,8 +1,8 @@
 #include "host/commands.h"
 
 #include "host/session.h"
-#include "host/text_width.h"
-#include "platform/os.h"
+#include "host/terminal/text_width.h"
+#include "platform/machine/os.h"
 
 #include <fmt/format.h>
 

@@ -1,8 +1,8 @@
 #include "host/operation.h"
 
 #include "host/session.h"
-#include "host/text_width.h"
-#include "platform/messages.h"
+#include "host/terminal/text_width.h"
+#include "platform/messages/messages.h"
 
 #include <fmt/format.h>
 

@@ -3,9 +3,9 @@
 #include "host/extension_file.h"
 #include "host/selector.h"
 #include "host/session.h"
-#include "host/table_printer.h"
-#include "host/text_width.h"
-#include "platform/os.h"
+#include "host/terminal/table_printer.h"
+#include "host/terminal/text_width.h"
+#include "platform/machine/os.h"
 
 #include <fmt/format.h>
 

@@ -3,7 +3,7 @@
 #include "host/command_line.h"
 #include "host/help.h"
 #include "host/session.h"
-#include "host/text_width.h"
+#include "host/terminal/text_width.h"
 
 #include <fmt/format.h>
 

@@ -4,7 +4,7 @@
 #include "host/operation.h"
 #include "host/selector.h"
 #include "host/session.h"
-#include "host/text_width.h"
+#include "host/terminal/text_width.h"
 #include "products/product.h"
 
 #include <fmt/format.h>

@@ -2,8 +2,8 @@
 
 #include "description/extension.h"
 #include "host/session.h"
-#include "host/text_width.h"
-#include "platform/path.h"
+#include "host/terminal/text_width.h"
+#include "platform/text/path.h"
 #include "products/product.h"
 
 #include <fmt/format.h>

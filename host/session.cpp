@@ -1,8 +1,8 @@
 #include "host/session.h"
 
-#include "host/sample_machine.h"
-#include "host/text_width.h"
-#include "platform/os.h"
+#include "host/sample/sample_machine.h"
+#include "host/terminal/text_width.h"
+#include "platform/machine/os.h"
 #include "products/product.h"
 
 #include <fmt/format.h>

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "host/command_table.h"
-#include "host/console_ui.h"
 #include "host/error_report.h"
 #include "host/json_output.h"
 #include "host/language.h"
 #include "host/options.h"
-#include "host/terminal.h"
+#include "host/terminal/console_ui.h"
+#include "host/terminal/terminal.h"
 #include "manager/extension_manager.h"
-#include "platform/machine_folder.h"
+#include "platform/machine_folder/machine_folder.h"
 
 #include <memory>
 #include <optional>

@@ -7,8 +7,8 @@
 #include "host/extension_file.h"
 #include "host/operation.h"
 #include "host/session.h"
-#include "host/text_width.h"
-#include "platform/messages.h"
+#include "host/terminal/text_width.h"
+#include "platform/messages/messages.h"
 
 #include <fmt/format.h>
 

@@ -1,7 +1,7 @@
 #include "journal/file_state.h"
 
-#include "platform/os.h"
-#include "platform/path.h"
+#include "platform/machine/os.h"
+#include "platform/text/path.h"
 
 namespace kest {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/containers.h"
-#include "platform/machine.h"
+#include "platform/machine/machine.h"
+#include "platform/text/containers.h"
 
 namespace kest {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/containers.h"
+#include "platform/text/containers.h"
 
 namespace kest {
 

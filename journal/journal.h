@@ -1,7 +1,7 @@
 #pragma once
 
 #include "journal/install_step.h"
-#include "platform/machine.h"
+#include "platform/machine/machine.h"
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 #include "journal/journal_file.h"
 
-#include "platform/file.h"
-#include "platform/os.h"
-#include "platform/sealed_line.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
+#include "platform/text/sealed_line.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 
 #include "journal/step_record.h"
 
-#include "platform/machine.h"
+#include "platform/machine/machine.h"
 
 #include <map>
 #include <memory>

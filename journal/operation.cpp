@@ -2,8 +2,8 @@
 
 #include "journal/private_folders.h"
 
-#include "platform/os.h"
-#include "platform/sealed_line.h"
+#include "platform/machine/os.h"
+#include "platform/text/sealed_line.h"
 
 namespace kest {
 

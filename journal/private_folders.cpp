@@ -1,8 +1,8 @@
 #include "journal/private_folders.h"
 
-#include "platform/file.h"
-#include "platform/os.h"
-#include "platform/path.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
+#include "platform/text/path.h"
 
 #include <unordered_map>
 #include <unordered_set>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/machine.h"
+#include "platform/machine/machine.h"
 
 #include <functional>
 

@@ -1,6 +1,6 @@
 #include "journal/record_judge.h"
 
-#include "platform/windows_path.h"
+#include "platform/text/windows_path.h"
 
 namespace kest {
 

@@ -6,8 +6,8 @@
 #include "journal/private_folders.h"
 #include "journal/undo_walk.h"
 
-#include "platform/os.h"
-#include "platform/path.h"
+#include "platform/machine/os.h"
+#include "platform/text/path.h"
 
 #include <algorithm>
 #include <tuple>

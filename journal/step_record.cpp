@@ -1,6 +1,6 @@
 #include "journal/step_record.h"
 
-#include "platform/sealed_line.h"
+#include "platform/text/sealed_line.h"
 
 namespace kest {
 

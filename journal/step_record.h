@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/export.h"
-#include "platform/text.h"
+#include "platform/text/export.h"
+#include "platform/text/text.h"
 
 #include <utility>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "journal/undo_walk.h"
 
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 #include <algorithm>
 #include <set>

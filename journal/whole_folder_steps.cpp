@@ -4,8 +4,8 @@
 #include "journal/private_folders.h"
 #include "journal/step_record.h"
 
-#include "platform/os.h"
-#include "platform/path.h"
+#include "platform/machine/os.h"
+#include "platform/text/path.h"
 
 #include <unordered_set>
 

@@ -3,7 +3,7 @@
 #include "description/extension.h"
 #include "manager/change_problems.h"
 #include "manager/reporting_ui.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 namespace {

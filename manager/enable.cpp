@@ -1,7 +1,7 @@
 #include "description/extension.h"
 #include "journal/delete_steps.h"
 #include "manager/operation_scope.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 namespace {

@@ -3,11 +3,11 @@
 #include "journal/catalogue_operations.h"
 #include "journal/journal.h"
 #include "manager/operation_report.h"
-#include "platform/containers.h"
-#include "platform/export.h"
-#include "platform/extension_manager_ui.h"
-#include "platform/path.h"
-#include "platform/values.h"
+#include "platform/messages/extension_manager_ui.h"
+#include "platform/text/containers.h"
+#include "platform/text/export.h"
+#include "platform/text/path.h"
+#include "platform/text/values.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,5 +1,5 @@
 #include "manager/manager_state.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 

@@ -1,7 +1,7 @@
 #include "journal/delete_steps.h"
 #include "journal/folder_steps.h"
 #include "manager/uninstall.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest::uninstall {
 namespace {

@@ -1,7 +1,7 @@
 #include "journal/folder_steps.h"
 #include "manager/manager_state.h"
 #include "manager/operation_scope.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 #include "journal/copy_steps.h"
 #include "journal/private_folders.h"
 #include "manager/operation_scope.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "description/extension.h"
 #include "manager/operation_scope.h"
-#include "platform/package.h"
+#include "platform/package/package.h"
 
 #include <optional>
 #include <unordered_map>

@@ -1,7 +1,7 @@
 #include "journal/catalogue_steps.h"
 #include "manager/install.h"
 #include "manager/operation_scope.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest::install {
 namespace {

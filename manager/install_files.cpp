@@ -4,7 +4,7 @@
 #include "journal/private_steps.h"
 #include "journal/whole_folder_steps.h"
 #include "manager/install.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest::install {
 namespace {

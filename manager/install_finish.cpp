@@ -1,7 +1,7 @@
 #include "journal/copy_steps.h"
 #include "manager/changes.h"
 #include "manager/install.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest::install {
 namespace {

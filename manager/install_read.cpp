@@ -1,5 +1,5 @@
 #include "manager/install.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest::install {
 namespace {

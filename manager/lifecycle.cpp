@@ -1,6 +1,6 @@
 #include "description/extension.h"
 #include "manager/manager_state.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 #include "products/product_table.h"
 
 namespace kest {

@@ -1,7 +1,7 @@
 #include "manager/manager_state.h"
 
 #include "description/extension.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 

@@ -3,7 +3,7 @@
 #include "manager/catalogue.h"
 #include "manager/extension_manager.h"
 #include "manager/placement.h"
-#include "platform/host_ui.h"
+#include "platform/messages/host_ui.h"
 #include "products/product.h"
 
 #include <atomic>

@@ -3,7 +3,7 @@
 #include "description/description_index.h"
 #include "journal/catalogue_steps.h"
 #include "journal/delete_steps.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 #include <algorithm>
 #include <unordered_set>

@@ -2,8 +2,8 @@
 #include "journal/copy_steps.h"
 #include "journal/private_folders.h"
 #include "manager/operation_scope.h"
-#include "platform/os.h"
-#include "platform/package.h"
+#include "platform/machine/os.h"
+#include "platform/package/package.h"
 
 #include <algorithm>
 

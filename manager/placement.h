@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/containers.h"
-#include "platform/path.h"
+#include "platform/text/containers.h"
+#include "platform/text/path.h"
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/extension_manager_ui.h"
+#include "platform/messages/extension_manager_ui.h"
 
 namespace kest {
 

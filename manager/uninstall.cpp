@@ -3,7 +3,7 @@
 #include "journal/delete_steps.h"
 #include "journal/whole_folder_steps.h"
 #include "manager/changes.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 #include "description/extension.h"
 #include "manager/uninstall.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 namespace {

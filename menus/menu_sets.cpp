@@ -1,7 +1,7 @@
 #include "menus/menu_sets.h"
 
 #include "menus/menus_file.h"
-#include "platform/messages.h"
+#include "platform/messages/messages.h"
 
 namespace kest {
 namespace {

@@ -4,8 +4,8 @@
 #include "menus/menus_index.h"
 #include "menus/menus_parser.h"
 #include "menus/menus_writer.h"
-#include "platform/file.h"
-#include "platform/os.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 namespace {

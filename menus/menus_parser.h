@@ -1,7 +1,7 @@
 #pragma once
 
 #include "menus/menus_file.h"
-#include "platform/xml_parser.h"
+#include "platform/xml/xml_parser.h"
 
 namespace kest {
 

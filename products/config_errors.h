@@ -2,7 +2,7 @@
 
 #include "config/config_change.h"
 #include "config/help_change.h"
-#include "platform/messages.h"
+#include "platform/messages/messages.h"
 
 #include <vector>
 

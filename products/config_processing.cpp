@@ -3,7 +3,7 @@
 #include "description/extension.h"
 #include "journal/install_steps.h"
 #include "journal/journal.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 #include "products/config_errors.h"
 
 #include <algorithm>

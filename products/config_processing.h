@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/host_ui.h"
+#include "platform/messages/host_ui.h"
 #include "products/tidemark.h"
 
 #include <vector>

@@ -1,6 +1,6 @@
 #include "products/discovery.h"
 
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/text.h"
-#include "platform/values.h"
+#include "platform/text/text.h"
+#include "platform/text/values.h"
 
 namespace kest {
 

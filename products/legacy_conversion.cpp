@@ -4,7 +4,7 @@
 #include "config/toolbar_changes.h"
 #include "description/extension.h"
 #include "menus/menu_sets.h"
-#include "platform/path.h"
+#include "platform/text/path.h"
 #include "products/legacy_objects.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "config/toolbar_changes.h"
 #include "description/extension.h"
-#include "platform/path.h"
+#include "platform/text/path.h"
 
 #include <algorithm>
 

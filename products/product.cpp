@@ -1,8 +1,8 @@
 #include "products/product.h"
 
 #include "description/description_index.h"
-#include "platform/file.h"
-#include "platform/os.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
 
 #include <algorithm>
 #include <optional>

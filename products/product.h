@@ -1,10 +1,10 @@
 #pragma once
 
-#include "platform/containers.h"
-#include "platform/machine.h"
-#include "platform/messages.h"
-#include "platform/path.h"
-#include "platform/values.h"
+#include "platform/machine/machine.h"
+#include "platform/messages/messages.h"
+#include "platform/text/containers.h"
+#include "platform/text/path.h"
+#include "platform/text/values.h"
 
 namespace kest {
 

@@ -1,6 +1,6 @@
 #include "products/shipped_product.h"
 
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 namespace kest {
 

@@ -1,7 +1,7 @@
 #include "products/tidemark.h"
 
 #include "description/extension.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 #include "products/legacy_conversion.h"
 
 namespace kest {

@@ -1,6 +1,6 @@
 #include "host/command_line.h"
 #include "host/help.h"
-#include "platform/text.h"
+#include "platform/text/text.h"
 #include "support/program_fixture.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-#include "host/table_printer.h"
-#include "host/text_width.h"
-#include "platform/text.h"
+#include "host/terminal/table_printer.h"
+#include "host/terminal/text_width.h"
+#include "platform/text/text.h"
 
 #include <gtest/gtest.h>
 

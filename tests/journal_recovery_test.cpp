@@ -2,7 +2,7 @@
 
 #include "journal/journal_file.h"
 #include "journal/private_folders.h"
-#include "platform/sealed_line.h"
+#include "platform/text/sealed_line.h"
 
 #include <fstream>
 #include <numeric>

@@ -3,9 +3,9 @@
 #include "journal/install_steps.h"
 #include "journal/journal.h"
 
-#include "platform/file.h"
-#include "platform/os.h"
-#include "platform/path.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
+#include "platform/text/path.h"
 
 #include "support/failing_machine.h"
 #include "support/temp_machine.h"

@@ -1,7 +1,7 @@
 #include "config/generic_xml_file.h"
 #include "description/extension.h"
 #include "menus/menus_file.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 #include "support/config_on_machine.h"
 #include "support/failing_machine.h"
 #include "support/kest_fixture.h"

@@ -1,5 +1,5 @@
 #include "description/extension.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 #include "support/config_on_machine.h"
 #include "support/failing_machine.h"
 #include "support/kest_fixture.h"

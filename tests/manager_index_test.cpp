@@ -1,8 +1,8 @@
 // The index of descriptions: a start that need not read them, and what makes it read them all the same.
 
 #include "description/description_index.h"
-#include "platform/forwarding_machine.h"
-#include "platform/os.h"
+#include "platform/machine/forwarding_machine.h"
+#include "platform/machine/os.h"
 #include "support/kest_fixture.h"
 
 #include <chrono>

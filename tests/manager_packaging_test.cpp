@@ -1,5 +1,5 @@
 #include "description/extension.h"
-#include "platform/package.h"
+#include "platform/package/package.h"
 #include "support/kest_fixture.h"
 
 #include <tuple>

@@ -1,7 +1,7 @@
 #include "menus/menu_sets.h"
 #include "support/menus_builder.h"
 
-#include "platform/xml_parser.h"
+#include "platform/xml/xml_parser.h"
 
 #include <gtest/gtest.h>
 

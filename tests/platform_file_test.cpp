@@ -1,5 +1,5 @@
-#include "platform/file.h"
-#include "platform/os.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
 #include "support/temp_machine.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "platform/machine_folder.h"
-#include "platform/version_resource.h"
+#include "platform/machine_folder/machine_folder.h"
+#include "platform/machine_folder/version_resource.h"
 #include "support/temp_machine.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "platform/host_ui.h"
-#include "platform/message_file.h"
+#include "platform/messages/host_ui.h"
+#include "platform/messages/message_file.h"
 #include "support/temp_machine.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/registry_file.h"
+#include "platform/machine_folder/registry_file.h"
 
 #include <gtest/gtest.h>
 

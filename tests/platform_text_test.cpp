@@ -1,5 +1,5 @@
-#include "platform/text.h"
-#include "platform/values.h"
+#include "platform/text/text.h"
+#include "platform/text/values.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "platform/xml_object.h"
-#include "platform/xml_parser.h"
+#include "platform/xml/xml_object.h"
+#include "platform/xml/xml_parser.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // Usage: list_and_install MACHINE [PACKAGE]
 #include "description/extension.h"
 #include "manager/extension_manager.h"
-#include "platform/machine_folder.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
+#include "platform/machine_folder/machine_folder.h"
 #include "products/product.h"
 
 #include <filesystem>

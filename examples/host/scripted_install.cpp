@@ -6,8 +6,8 @@
 // Usage: scripted_install MACHINE PACKAGE SCRIPT
 #include "description/extension.h"
 #include "manager/extension_manager.h"
-#include "platform/machine_folder.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
+#include "platform/machine_folder/machine_folder.h"
 #include "products/product.h"
 
 #include <filesystem>

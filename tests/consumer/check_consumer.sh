@@ -93,7 +93,7 @@ nm -DC --defined-only "$library" | sed -E 's/^[0-9a-f]* . //; s/@@?KEST_.*$//' >
 strangers=$(grep -vE '^(KEST_[0-9.]+|((vtable|VTT|construction vtable|typeinfo|typeinfo name|guard variable) for |(non-)?virtual thunk to |covariant return thunk to )?kest::)' \
   "$work/exported" || true)
 [ -z "$strangers" ] || fail "exported, and not the engine's: $(head -n 5 <<< "$strangers")"
-(cd "$source" && cat platform/*.h journal/*.h config/*.h menus/*.h description/*.h products/*.h manager/*.h) |
+(cd "$source" && cat platform/*/*.h journal/*.h config/*.h menus/*.h description/*.h products/*.h manager/*.h) |
   tr '\n' ' ' | grep -oE 'KEST_API [^;{(]*' |
   sed -E 's/^KEST_API +//; s/[[:space:]]+:[^:].*$//; s/^class //; s/^struct //; s/ final *$//; s/[[:space:]]+$//; s/.*[ *&]//' | sort -u > "$work/marked"
 unmarked=$(sed -E 's/^.*(vtable|VTT|typeinfo|typeinfo name|guard variable) for //; s/^(non-)?virtual thunk to //; s/^kest::([a-z_]+::)*//; s/[^A-Za-z0-9_~].*$//' \

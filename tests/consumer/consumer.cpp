@@ -2,10 +2,10 @@
 // containers, loads a description, works on a machine folder. Usage: consumer MACHINE DESCRIPTION_ON_ITS_C_DRIVE
 #include "description/extension.h"
 #include "manager/extension_manager.h"
-#include "platform/forwarding_machine.h"
-#include "platform/machine_folder.h"
-#include "platform/messages.h"
-#include "platform/os.h"
+#include "platform/machine/forwarding_machine.h"
+#include "platform/machine/os.h"
+#include "platform/machine_folder/machine_folder.h"
+#include "platform/messages/messages.h"
 #include "products/product.h"
 
 #include <cstdio>

@@ -3,7 +3,7 @@
 
 #include "fuzz/fuzz_input.h"
 
-#include "platform/machine_ini.h"
+#include "platform/machine_folder/machine_ini.h"
 
 using namespace kest;
 

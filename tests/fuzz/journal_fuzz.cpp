@@ -7,8 +7,8 @@
 #include "journal/journal.h"
 #include "journal/journal_file.h"
 #include "journal/step_record.h"
-#include "platform/os.h"
-#include "platform/sealed_line.h"
+#include "platform/machine/os.h"
+#include "platform/text/sealed_line.h"
 
 #include <algorithm>
 

@@ -6,7 +6,7 @@
 
 #include "menus/menu_changes.h"
 #include "menus/menu_sets.h"
-#include "platform/xml_parser.h"
+#include "platform/xml/xml_parser.h"
 
 using namespace kest;
 

@@ -4,8 +4,8 @@
 #include "fuzz/fuzz_input.h"
 #include "fuzz/scratch_machine.h"
 
-#include "platform/os.h"
-#include "platform/package.h"
+#include "platform/machine/os.h"
+#include "platform/package/package.h"
 
 #include <zlib.h>
 

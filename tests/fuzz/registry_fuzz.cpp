@@ -3,7 +3,7 @@
 
 #include "fuzz/fuzz_input.h"
 
-#include "platform/registry_file.h"
+#include "platform/machine_folder/registry_file.h"
 
 using namespace kest;
 

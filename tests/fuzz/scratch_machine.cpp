@@ -1,8 +1,8 @@
 #include "fuzz/scratch_machine.h"
 
 #include "fuzz/fuzz_input.h"
-#include "platform/os.h"
-#include "platform/path.h"
+#include "platform/machine/os.h"
+#include "platform/text/path.h"
 
 #include <fstream>
 #include <iterator>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/machine_folder.h"
+#include "platform/machine_folder/machine_folder.h"
 
 #include <filesystem>
 #include <optional>

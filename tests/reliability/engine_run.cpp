@@ -1,7 +1,7 @@
 #include "reliability/engine_run.h"
 
 #include "description/extension.h"
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 #include <csignal>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/forwarding_machine.h"
-#include "platform/machine_folder.h"
+#include "platform/machine/forwarding_machine.h"
+#include "platform/machine_folder/machine_folder.h"
 #include "support/kest_fixture.h"
 
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "platform/machine.h"
+#include "platform/machine/machine.h"
 #include "reliability/pc_under_test.h"
 #include "support/process.h"
 #include "support/zip_builder.h"

@@ -1,6 +1,6 @@
 #include "reliability/pc_under_test.h"
 
-#include "host/sample_machine.h"
+#include "host/sample/sample_machine.h"
 #include "support/process.h"
 
 #include <ctime>

@@ -1,6 +1,6 @@
 #include "description/extension.h"
-#include "platform/file.h"
-#include "platform/os.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
 #include "reliability/engine_run.h"
 
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/forwarding_machine.h"
+#include "platform/machine/forwarding_machine.h"
 
 #include <functional>
 #include <string>

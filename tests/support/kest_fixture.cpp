@@ -1,8 +1,8 @@
 #include "support/kest_fixture.h"
 
 #include "description/extension.h"
-#include "platform/os.h"
-#include "platform/version_resource.h"
+#include "platform/machine/os.h"
+#include "platform/machine_folder/version_resource.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/extension_manager_ui.h"
-#include "platform/messages.h"
+#include "platform/messages/extension_manager_ui.h"
+#include "platform/messages/messages.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "support/temp_machine.h"
 
-#include "platform/os.h"
+#include "platform/machine/os.h"
 
 #include <algorithm>
 #include <fstream>

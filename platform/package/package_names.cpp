@@ -1,0 +1,152 @@
+#include "platform/package/package_names.h"
+
+#include <algorithm>
+#include <array>
+
+namespace kest {
+
+namespace {
+
+constexpr char kSeparator = '\\';
+// In keys it stands for the separator: it sorts before every byte that a name may hold, so a folder is followed
+// directly by what lies in it.
+constexpr char kKeySeparator = '\x01';
+
+// What is wrong with a byte of a name; null for most.
+const char* JudgeByte(char c) {
+  if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+    return "has a control byte";
+  }
+  switch (c) {
+  case ':':
+    return "has a colon";
+  case '"':
+    return "has a quote";
+  case '*':
+  case '?':
+  case '<':
+  case '>':
+  case '|':
+    return "has a character that no file name may have";
+  default:
+    return nullptr;
+  }
+}
+
+bool IsDeviceName(std::string_view component) {
+  if (std::string_view("cpanlCPANL").find(component[0]) == std::string_view::npos) {
+    return false; // none of them begins so
+  }
+  std::string_view stem = component.substr(0, component.find('.'));
+  stem = stem.substr(0, stem.find_last_not_of(' ') + 1);
+  static constexpr std::array<std::string_view, 7> kDevices = {"con",    "prn",     "aux",   "nul",
+                                                               "conin$", "conout$", "clock$"};
+  if (std::any_of(kDevices.begin(), kDevices.end(),
+                  [&](std::string_view device) { return text::EqualNoCase(stem, device); })) {
+    return true;
+  }
+  return stem.size() == 4 && stem[3] >= '0' && stem[3] <= '9' &&
+         (text::StartsWithNoCase(stem, "com") || text::StartsWithNoCase(stem, "lpt"));
+}
+
+struct Key {
+  CString folded;
+  std::size_t index;
+  bool operator<(const Key& other) const { return folded < other.folded; }
+};
+
+std::vector<Key> MakeKeys(const std::vector<PackageName>& names) {
+  std::vector<Key> keys;
+  keys.reserve(names.size());
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    CString folded = text::Lower(names[i].name);
+    for (std::size_t at = text::FindBackslash(folded); at != CString::npos; at = text::FindBackslash(folded, at + 1)) {
+      folded[at] = kKeySeparator;
+    }
+    keys.push_back({std::move(folded), i});
+  }
+  if (!std::is_sorted(keys.begin(), keys.end())) {
+    std::sort(keys.begin(), keys.end());
+  }
+  return keys;
+}
+
+// Folders of `key` that `before`, its neighbour in the order, does not lie in.
+std::size_t CountNewFolders(std::string_view before, std::string_view key, bool isFolder) {
+  const std::size_t common = static_cast<std::size_t>(
+      std::mismatch(before.begin(), before.end(), key.begin(), key.end()).second - key.begin());
+  const auto folders = std::count(key.begin() + static_cast<std::ptrdiff_t>(common), key.end(), kKeySeparator);
+  return static_cast<std::size_t>(folders) + (isFolder && common < key.size() ? 1 : 0);
+}
+
+} // namespace
+
+const char* JudgePathComponent(std::string_view component) {
+  if (component.empty()) {
+    return "has an empty component";
+  }
+  if (component == "." || component == "..") {
+    return "has a component \".\" or \"..\"";
+  }
+  if (component.back() == '.' || component.back() == ' ') {
+    return "has a component that ends in a dot or a blank";
+  }
+  if (IsDeviceName(component)) {
+    return "is that of a device";
+  }
+  for (std::size_t at = 0; at < component.size(); ++at) {
+    if (const char* reason = JudgeByte(component[at])) {
+      return reason;
+    }
+    at += static_cast<unsigned char>(component[at]) >= 0x80 && text::IsLeadByte(component[at]) ? 1 : 0;
+  }
+  return nullptr;
+}
+
+const char* JudgePackageName(std::string_view name) {
+  if (name.empty()) {
+    return "is empty";
+  }
+  if (name.size() > kMostPackageName) {
+    return "is longer than 1,024 bytes";
+  }
+  if (name[0] == kSeparator) {
+    return "is absolute";
+  }
+  for (std::size_t begin = 0; begin <= name.size();) {
+    const std::size_t end = std::min(text::FindBackslash(name, begin), name.size());
+    if (const char* reason = JudgePathComponent(name.substr(begin, end - begin))) {
+      return reason;
+    }
+    begin = end + 1;
+  }
+  return nullptr;
+}
+
+const char* JudgePackageNames(const std::vector<PackageName>& names, std::uint64_t mostFolders, CString& culprit) {
+  const std::vector<Key> keys = MakeKeys(names);
+  std::uint64_t folders = 0;
+  std::string_view before;
+  bool fileBefore = false;
+  for (const Key& key : keys) {
+    const PackageName& name = names[key.index];
+    culprit = name.name;
+    if (key.folded == before && (fileBefore || !name.isFolder)) {
+      return "stands in the package twice";
+    }
+    if (fileBefore && key.folded.size() > before.size() && key.folded.starts_with(before) &&
+        key.folded[before.size()] == kKeySeparator) {
+      return "has a file of the package for a folder";
+    }
+    folders += CountNewFolders(before, key.folded, name.isFolder);
+    if (folders > mostFolders) {
+      return "makes too many folders";
+    }
+    before = key.folded;
+    fileBefore = !name.isFolder;
+  }
+  culprit.clear();
+  return nullptr;
+}
+
+} // namespace kest
