@@ -41,11 +41,13 @@ bool Install(const std::string& path) {
 
 int main(int argc, char** argv) {
   const std::string mode = argc > 3 ? argv[3] : "";
-  if (mode != "durable" && mode != "plain")
+  if (mode != "durable" && mode != "plain") {
     return 2;
+  }
   kest::MachineFolder machine(argv[1]);
-  if (!machine.IsUsable())
+  if (!machine.IsUsable()) {
     return 1;
+  }
   const std::string package = argv[2];
   const std::size_t slash = package.rfind('/');
   const kest::CString folder = machine.AddHostFolder(package.substr(0, slash), false);

@@ -10,8 +10,9 @@
 #include <memory>
 
 int main(int argc, char** argv) {
-  if (argc < 4)
+  if (argc < 4) {
     return 2;
+  }
   kest::MachineFolder machine(argv[1]);
   kest::CKestOS::SetMachine(&machine);
   const kest::CKestMasterConfigChanges set;
@@ -27,10 +28,12 @@ int main(int argc, char** argv) {
     insert.AppendChild(std::move(item));
     status = insert.MakeChange(&set, &file, nullptr);
   }
-  if (status == 0)
+  if (status == 0) {
     status = file.Save(argv[2]);
+  }
   kest::CKestOS::SetMachine(nullptr);
-  if (status != 0)
+  if (status != 0) {
     std::fprintf(stderr, "engine_menu: result %d\n", status);
+  }
   return status == 0 ? 0 : 1;
 }

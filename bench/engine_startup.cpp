@@ -7,11 +7,13 @@
 #include <memory>
 
 int main(int argc, char** argv) {
-  if (argc < 2)
+  if (argc < 2) {
     return 2;
+  }
   kest::MachineFolder machine(argv[1]);
-  if (!machine.IsUsable())
+  if (!machine.IsUsable()) {
     return 1;
+  }
   kest::CKestOS::SetMachine(&machine);
   std::size_t count = 0;
   {

@@ -37,36 +37,41 @@ void Start(void* data, const char* name, const char** attributes) {
   if (is(name, "file")) {
     File& file = record.files.emplace_back();
     for (; *attributes; attributes += 2) {
-      if (is(*attributes, "name") || is(*attributes, "source"))
+      if (is(*attributes, "name") || is(*attributes, "source")) {
         file.source = attributes[1];
-      else if (is(*attributes, "destination"))
+      } else if (is(*attributes, "destination")) {
         file.destination = attributes[1];
-      else if (is(*attributes, "shared"))
+      } else if (is(*attributes, "shared")) {
         file.shared = is(attributes[1], "true");
+      }
     }
   } else if (is(name, "product")) {
     Product& product = record.products.emplace_back();
     for (; *attributes; attributes += 2) {
-      if (is(*attributes, "name"))
+      if (is(*attributes, "name")) {
         product.name = attributes[1];
-      else if (is(*attributes, "version"))
+      } else if (is(*attributes, "version")) {
         product.version = attributes[1];
-      else if (is(*attributes, "primary"))
+      } else if (is(*attributes, "primary")) {
         product.primary = is(attributes[1], "true");
+      }
     }
   } else if (is(name, "kestrel-extension")) {
     for (; *attributes; attributes += 2) {
-      if (is(*attributes, "name"))
+      if (is(*attributes, "name")) {
         record.name = attributes[1];
-      else if (is(*attributes, "version"))
+      } else if (is(*attributes, "version")) {
         record.version = attributes[1];
-      else if (is(*attributes, "type"))
+      } else if (is(*attributes, "type")) {
         record.type = attributes[1];
+      }
     }
   } else if (is(name, "author")) {
-    for (; *attributes; attributes += 2)
-      if (is(*attributes, "name"))
+    for (; *attributes; attributes += 2) {
+      if (is(*attributes, "name")) {
         record.author = attributes[1];
+      }
+    }
   } else if (is(name, "description")) {
     pass.text = &record.description;
   } else if (is(name, "ui-access")) {
@@ -78,15 +83,17 @@ void End(void* data, const char*) { static_cast<Pass*>(data)->text = nullptr; }
 
 void Text(void* data, const char* text, int length) {
   Pass& pass = *static_cast<Pass*>(data);
-  if (pass.text)
+  if (pass.text) {
     pass.text->append(text, static_cast<std::size_t>(length));
+  }
 }
 
 bool ReadAll(const std::string& path, std::string& content) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   struct stat status {};
-  if (file < 0 || fstat(file, &status) != 0)
+  if (file < 0 || fstat(file, &status) != 0) {
     return false;
+  }
   content.resize(static_cast<std::size_t>(status.st_size));
   const bool whole = read(file, content.data(), content.size()) == status.st_size;
   close(file);
@@ -98,22 +105,25 @@ bool ReadAll(const std::string& path, std::string& content) {
 int main(int argc, char** argv) {
   const std::string folder = argc > 1 ? argv[1] : ".";
   DIR* open = opendir(folder.c_str());
-  if (!open)
+  if (!open) {
     return 1;
+  }
   std::vector<Record> records;
   std::string content;
   XML_Parser parser = XML_ParserCreate(nullptr);
   while (const dirent* entry = readdir(open)) {
     const std::string name = entry->d_name;
-    if (!name.ends_with(".kei") || !ReadAll(folder + "/" + name, content))
+    if (!name.ends_with(".kei") || !ReadAll(folder + "/" + name, content)) {
       continue;
+    }
     Pass pass{&records.emplace_back()};
     XML_ParserReset(parser, "ISO-8859-1");
     XML_SetUserData(parser, &pass);
     XML_SetElementHandler(parser, Start, End);
     XML_SetCharacterDataHandler(parser, Text);
-    if (XML_Parse(parser, content.data(), static_cast<int>(content.size()), 1) != XML_STATUS_OK)
+    if (XML_Parse(parser, content.data(), static_cast<int>(content.size()), 1) != XML_STATUS_OK) {
       records.pop_back();
+    }
   }
   XML_ParserFree(parser);
   closedir(open);

@@ -13,8 +13,9 @@ using Index = std::unordered_map<std::string, pugi::xml_node>;
 struct Indexer : pugi::xml_tree_walker {
   Index index;
   bool for_each(pugi::xml_node& node) override {
-    if (const char* id = node.attribute("id").value(); *id)
+    if (const char* id = node.attribute("id").value(); *id) {
       index.emplace(id, node);
+    }
     return true;
   }
 };
@@ -22,18 +23,21 @@ struct Indexer : pugi::xml_tree_walker {
 } // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 4)
+  if (argc < 4) {
     return 2;
+  }
   pugi::xml_document document;
-  if (!document.load_file(argv[1], pugi::parse_full | pugi::parse_ws_pcdata))
+  if (!document.load_file(argv[1], pugi::parse_full | pugi::parse_ws_pcdata)) {
     return 1;
+  }
   Indexer indexer;
   document.traverse(indexer);
   const int count = std::atoi(argv[3]);
   for (int i = 0; i < count; ++i) {
     const auto found = indexer.index.find("Bench_Item_" + std::to_string(i * 7 % 1000));
-    if (found == indexer.index.end())
+    if (found == indexer.index.end()) {
       return 1;
+    }
     pugi::xml_node node = found->second.parent().insert_child_after("menuitem", found->second);
     const std::string id = "Bench_New_" + std::to_string(i);
     node.append_attribute("name") = ("New " + std::to_string(i)).c_str();

@@ -11,6 +11,7 @@ set(KEST_PUBLIC_HEADERS
   journal/catalogue_operations.h journal/install_step.h journal/journal.h
   manager/extension_manager.h manager/operation_report.h
   platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h
+  platform/machine/timer.h
   platform/machine_folder/machine_folder.h platform/machine_folder/version_resource.h
   platform/messages/extension_manager_ui.h platform/messages/message_file.h platform/messages/messages.h
   platform/package/package.h
@@ -20,10 +21,14 @@ set(KEST_PUBLIC_HEADERS
 foreach(header IN LISTS KEST_PUBLIC_HEADERS)
   get_filename_component(folder "${header}" DIRECTORY)
   install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kest/${folder}" COMPONENT devel)
-  # Until version 0.2 the headers of platform/ lay side by side there; for this release the old paths lead to the new ones.
+  # The headers of platform/ lay side by side in version 0.1: for one release the old paths lead to the new ones.
   if(header MATCHES "^platform/[a-z_]+/([a-z_]+\\.h)$")
     set(forwarding "${CMAKE_BINARY_DIR}/forwarding/${CMAKE_MATCH_1}")
-    file(CONFIGURE OUTPUT "${forwarding}" CONTENT "#pragma once\n\n#include \"${header}\"\n")
+    set(includes "#include \"${header}\"\n")
+    if(header STREQUAL "platform/text/values.h") # it held the timer as well
+      string(PREPEND includes "#include \"platform/machine/timer.h\"\n")
+    endif()
+    file(CONFIGURE OUTPUT "${forwarding}" CONTENT "#pragma once\n\n${includes}")
     install(FILES "${forwarding}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kest/platform" COMPONENT devel)
   endif()
 endforeach()

@@ -10,10 +10,11 @@ constexpr std::string_view kToolbars = "toolbars.xml";
 
 template <class Derived>
 std::unique_ptr<CKestXmlFile> PlacedConfigChanges<Derived>::CreateConfigFile(bool /*existing*/) const {
-  if constexpr (Derived::kPlace.text)
+  if constexpr (Derived::kPlace.text) {
     return std::make_unique<CKestTextConfigFile>();
-  else
+  } else {
     return std::make_unique<CKestGenericXmlFile>();
+  }
 }
 
 template class PlacedConfigChanges<CKestDocumentTypeConfigChanges>;

@@ -26,15 +26,17 @@ bool HasDescription(std::string_view content, const TextLine& line, std::string_
 /// Whether the text from `at` to `after` is one or several whole extensions of the line.
 bool IsEntry(std::string_view content, const TextLine& line, std::size_t at, std::size_t after) {
   const std::size_t description = DescriptionStart(content, line);
-  if (description > line.end || after >= description)
+  if (description > line.end || after >= description) {
     return false;
+  }
   return (at == line.start || content[at - 1] == ',') && (content[after] == ',' || content[after] == ':');
 }
 
 /// Removes every occurrence of the list from groups with the description (from all when it is empty).
 CKestConfigChange::ErrorCode RemoveList(CString& content, const CString& list, const CString& description) {
-  if (list.empty())
+  if (list.empty()) {
     return CKestConfigChange::kExtensionsRemoveWithoutList;
+  }
   for (int found = text::FindNoCase(content, list); found >= 0;) {
     const auto at = static_cast<std::size_t>(found);
     const std::size_t after = at + list.size();
@@ -43,12 +45,13 @@ CKestConfigChange::ErrorCode RemoveList(CString& content, const CString& list, c
     if (IsEntry(content, line, at, after) && (description.empty() || HasDescription(content, line, description))) {
       EndLastLine(content);
       line = LineAround(content, at);
-      if (content[after] == ',')
+      if (content[after] == ',') {
         content.erase(at, list.size() + 1);
-      else if (at > line.start)
+      } else if (at > line.start) {
         content.erase(at - 1, list.size() + 1);
-      else
+      } else {
         content.erase(line.start, line.next - line.start);
+      }
       from = line.start; // what closes up may hold the list again
     }
     found = text::FindNoCase(content, list, from);
@@ -62,8 +65,9 @@ std::size_t FindGroupColon(const CString& content, const CString& description) {
   for (int found = text::FindNoCase(content, wanted); found >= 0;) {
     const auto at = static_cast<std::size_t>(found);
     const TextLine line = LineAround(content, at);
-    if (DescriptionStart(content, line) == at + 1 && at + wanted.size() == line.end)
+    if (DescriptionStart(content, line) == at + 1 && at + wanted.size() == line.end) {
       return at;
+    }
     found = text::FindNoCase(content, wanted, at + 1);
   }
   return CString::npos;
@@ -80,22 +84,26 @@ CKestConfigChange::ErrorCode CKestExtensionsChangeInsert::MakeChange(const CKest
                                                                      CKestXmlFile* file,
                                                                      const CKestXmlFile* /*referenceFile*/) {
   auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile)
+  if (!textFile) {
     return kExtensionsNotText;
+  }
   const CString list = Value(GetExtension());
   const CString description = Value(GetDescription());
-  if (list.empty())
+  if (list.empty()) {
     return kExtensionsInsertWithoutList;
-  if (description.empty())
+  }
+  if (description.empty()) {
     return kExtensionsInsertWithoutDescription;
+  }
   CString& content = textFile->EditContent();
   (void)RemoveList(content, list, description);
   EndLastLine(content);
   const std::size_t colon = FindGroupColon(content, description);
-  if (colon == CString::npos)
+  if (colon == CString::npos) {
     content.append(list).append(":").append(description).append(kLineEnd);
-  else
+  } else {
     content.insert(colon, "," + list);
+  }
   return kSuccess;
 }
 
@@ -114,8 +122,9 @@ CString CKestExtensionsChangeInsert::DescribeInWords() const {
 void CKestExtensionsChangeRemove::BuildXml(int level, CString& text) const {
   text.append(static_cast<std::size_t>(level), '\t').append("<").append(kTag).append(" extension=\"");
   text.append(GetExtension()).append("\"");
-  if (!GetDescription().empty())
+  if (!GetDescription().empty()) {
     text.append(" description=\"").append(GetDescription()).append("\"");
+  }
   text += " />\r\n";
 }
 

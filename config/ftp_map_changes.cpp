@@ -20,16 +20,18 @@ template <class Visit> void WalkLines(const CString& content, Visit visit) {
     line = LineFrom(all, line.next);
     const std::string_view text = all.substr(line.start, line.end - line.start);
     const std::size_t tab = text.find('\t');
-    if (tab != std::string_view::npos && !visit(line, text.substr(0, tab)))
+    if (tab != std::string_view::npos && !visit(line, text.substr(0, tab))) {
       return;
+    }
   }
 }
 
 void RemoveLine(CString& content, const CString& extension) {
   TextLine found{0, 0, 0};
   WalkLines(content, [&](const TextLine& line, std::string_view field) {
-    if (!text::EqualNoCase(field, extension))
+    if (!text::EqualNoCase(field, extension)) {
       return true;
+    }
     found = line;
     return false;
   });
@@ -40,8 +42,9 @@ void InsertLine(CString& content, const CString& extension, std::string_view kin
   EndLastLine(content);
   std::size_t place = 0;
   WalkLines(content, [&](const TextLine& line, std::string_view field) {
-    if (text::CompareNoCase(field, extension) > 0)
+    if (text::CompareNoCase(field, extension) > 0) {
       return false;
+    }
     place = line.next;
     return true;
   });
@@ -61,11 +64,13 @@ CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeInsert::MakeChange(const 
                                                                           CKestXmlFile* file,
                                                                           const CKestXmlFile* /*referenceFile*/) {
   auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile)
+  if (!textFile) {
     return kFtpMapNotText;
+  }
   const CString extension = Value(GetExtension());
-  if (extension.empty())
+  if (extension.empty()) {
     return kFtpInsertWithoutExtension;
+  }
   RemoveLine(textFile->EditContent(), extension);
   InsertLine(textFile->EditContent(), extension, m_type == kAscii ? "ASCII" : "BINARY");
   return kSuccess;
@@ -92,11 +97,13 @@ CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeRemove::MakeChange(const 
                                                                           CKestXmlFile* file,
                                                                           const CKestXmlFile* /*referenceFile*/) {
   auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile)
+  if (!textFile) {
     return kFtpMapNotText;
+  }
   const CString extension = Value(GetExtension());
-  if (extension.empty())
+  if (extension.empty()) {
     return kFtpRemoveWithoutExtension;
+  }
   RemoveLine(textFile->EditContent(), extension);
   return kSuccess;
 }

@@ -49,15 +49,18 @@ void CKestGenericXmlFile::BuildContent(CString& content) const {
 }
 
 int CKestGenericXmlFile::Save(const char* path) {
-  if (!path)
+  if (!path) {
     return -1;
+  }
   CString content;
   BuildContent(content);
   Probe probe;
-  if (probe.ParseLines(content, false) != CKestXMLParser::kGood)
+  if (probe.ParseLines(content, false) != CKestXMLParser::kGood) {
     return -1;
-  if (CKestOS::IsFileReadOnly(path))
+  }
+  if (CKestOS::IsFileReadOnly(path)) {
     CKestOS::MakeFileWritable(path);
+  }
   return CKestFile::WriteAll(path, content) ? 0 : -1;
 }
 
@@ -76,15 +79,17 @@ void CKestGenericXMLParser::OnElementStart(const char* name, CKestXMLAttributes&
     m_inComment = true;
   } else {
     object = std::make_unique<CKestXmlObject>(name);
-    for (const char* attribute = attributes.GetFirstAttr(); attribute; attribute = attributes.GetNextAttr())
+    for (const char* attribute = attributes.GetFirstAttr(); attribute; attribute = attributes.GetNextAttr()) {
       object->AppendAttribute(attribute, attributes.GetValue());
+    }
   }
   m_stack.push_back(Top()->AppendChild(std::move(object)));
 }
 
 void CKestGenericXMLParser::OnElementEnd(const char* name) {
-  if (m_stack.size() < 2)
+  if (m_stack.size() < 2) {
     return;
+  }
   if (text::EqualNoCase(name, "comment")) {
     m_inComment = false;
     m_stack.pop_back();
@@ -96,13 +101,15 @@ void CKestGenericXMLParser::OnElementEnd(const char* name) {
 void CKestGenericXMLParser::OnCData(const char* text, int length) {
   std::string_view piece(text, static_cast<std::size_t>(length));
   if (m_inComment) {
-    if (auto* comment = dynamic_cast<CKestXmlComment*>(Top()))
+    if (auto* comment = dynamic_cast<CKestXmlComment*>(Top())) {
       comment->AppendText(piece.substr(0, piece.find("</")));
+    }
     return;
   }
   piece = m_inCData ? piece.substr(0, piece.find("]]>")) : text::Trimmed(piece);
-  if (piece.empty())
+  if (piece.empty()) {
     return;
+  }
   Top()->AppendValue(piece);
   Top()->SetInCData(m_inCData);
 }
@@ -114,8 +121,9 @@ void CKestGenericXMLParser::OnComment(const char* /*text*/) {}
 void CKestGenericXMLParser::OnDefault(const char* text, int length) {
   CString piece(text, static_cast<std::size_t>(length));
   RevertLine(piece);
-  if (auto misc = CollectMarkup(m_pending, piece))
+  if (auto misc = CollectMarkup(m_pending, piece)) {
     Top()->AppendChild(std::move(misc));
+  }
 }
 
 } // namespace kest

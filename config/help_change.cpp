@@ -19,8 +19,9 @@ void CKestHelpChanges::GetPath(CString& path) const {
   CString name;
   GetFileName(name);
   GetFolder(path);
-  if (!path.empty())
+  if (!path.empty()) {
     path += '\\';
+  }
   path += name;
 }
 

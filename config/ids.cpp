@@ -22,22 +22,25 @@ bool HasId(const CKestXmlObject& object, std::string_view id) {
 IdIndex::IdIndex(std::size_t questions) : m_hashed(questions > kFew) {}
 
 void IdIndex::Add(CKestXmlObject* object) {
-  if (!m_hashed)
+  if (!m_hashed) {
     m_objects.push_back(object);
-  else if (const CString* id = object->FindAttribute("id"))
+  } else if (const CString* id = object->FindAttribute("id")) {
     m_byId.emplace(text::Lower(*id), object);
+  }
 }
 
 CKestXmlObject* IdIndex::Find(std::string_view id) const {
-  if (id.empty())
+  if (id.empty()) {
     return nullptr;
+  }
   if (m_hashed) {
     const auto found = m_byId.find(text::Lower(id));
     return found == m_byId.end() ? nullptr : found->second;
   }
   for (CKestXmlObject* object : m_objects) {
-    if (HasId(*object, id))
+    if (HasId(*object, id)) {
       return object;
+    }
   }
   return nullptr;
 }

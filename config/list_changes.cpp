@@ -13,22 +13,26 @@ CKestXmlObject* FindContainer(const RecordFamily& family, CKestXmlFile* file) {
 
 bool InsertRecords(const RecordFamily& family, const CKestXmlObject& payload, CKestXmlFile* file) {
   CKestXmlObject* container = FindContainer(family, file);
-  if (!container)
+  if (!container) {
     return false;
+  }
   IdIndex records(payload.GetChildren().size());
   for (const auto& child : container->GetChildren()) {
-    if (child->HasTag(family.record))
+    if (child->HasTag(family.record)) {
       records.Add(child.get());
+    }
   }
   bool met = false;
   for (const auto& child : payload.GetChildren()) {
-    if (!child->HasTag(family.record))
+    if (!child->HasTag(family.record)) {
       continue;
+    }
     met = true;
-    if (CKestXmlObject* existing = records.Find(PayloadId(*child)))
+    if (CKestXmlObject* existing = records.Find(PayloadId(*child))) {
       AssignPayload(*existing, *child);
-    else
+    } else {
       records.Add(container->AppendChild(CopyPayload(*child)));
+    }
   }
   return met;
 }
@@ -36,19 +40,22 @@ bool InsertRecords(const RecordFamily& family, const CKestXmlObject& payload, CK
 void RemoveFirstRecord(const RecordFamily& family, const CKestXmlObject& payload, CKestXmlFile* file) {
   CKestXmlObject* container = FindContainer(family, file);
   for (const auto& child : payload.GetChildren()) {
-    if (child->HasTag(family.record) && RemoveRecordById(family, container, PayloadId(*child)))
+    if (child->HasTag(family.record) && RemoveRecordById(family, container, PayloadId(*child))) {
       return;
+    }
   }
 }
 
 } // namespace
 
 CKestXmlObject* FindRecordById(const RecordFamily& family, CKestXmlObject* container, std::string_view id) {
-  if (!container || id.empty())
+  if (!container || id.empty()) {
     return nullptr;
+  }
   for (const auto& child : container->GetChildren()) {
-    if (child->HasTag(family.record) && HasId(*child, id))
+    if (child->HasTag(family.record) && HasId(*child, id)) {
       return child.get();
+    }
   }
   return nullptr;
 }
@@ -64,8 +71,9 @@ template <class Base> void RecordInsert<Base>::BuildXml(int level, CString& text
   CString payload;
   this->BuildInnerXml(level + 1, payload);
   // of help changes nobody else takes the escapes back, and with each reading there would be more of them
-  if constexpr (std::is_base_of_v<CKestHelpChange, Base>)
+  if constexpr (std::is_base_of_v<CKestHelpChange, Base>) {
     RevertEscapes(payload);
+  }
   text.append(payload);
   text.append(indent).append("</").append(kTag).append(">\r\n");
 }
@@ -86,8 +94,9 @@ auto RecordInsert<Base>::UndoChange(const Changes* /*changes*/, CKestXmlFile* fi
 template <class Base> CString RecordInsert<Base>::DescribeInWords() const {
   CString words;
   for (const auto& child : this->GetChildren()) {
-    if (!child->HasTag(Base::kFamily.record))
+    if (!child->HasTag(Base::kFamily.record)) {
       continue;
+    }
     words.append(words.empty() ? "" : "\n").append(Base::kFamily.words);
     words.append(" \"").append(PayloadId(*child)).append("\"");
   }

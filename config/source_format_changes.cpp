@@ -9,13 +9,15 @@ namespace {
 constexpr auto kNone = std::string_view::npos;
 
 void Option(std::string_view name, std::string_view value, CString& line) {
-  if (!value.empty())
+  if (!value.empty()) {
     line.append(" ").append(name).append("=\"").append(value).append("\"");
+  }
 }
 
 void TriState(std::string_view name, TriStateBool value, CString& text) {
-  if (value != TriStateBool::kNotGiven)
+  if (value != TriStateBool::kNotGiven) {
     Option(name, value == TriStateBool::kTrue ? "true" : "false", text);
+  }
 }
 
 void BuildNamed(int level, std::string_view tag, std::string_view name, CString& text) {
@@ -27,8 +29,9 @@ void BuildNamed(int level, std::string_view tag, std::string_view name, CString&
 std::size_t PlaceAfter(std::string_view section, std::size_t after) {
   const std::size_t lineEnd = section.find(kLineEnd, after);
   const std::size_t next = section.find('<', after);
-  if (lineEnd != kNone && (next == kNone || lineEnd < next))
+  if (lineEnd != kNone && (next == kNone || lineEnd < next)) {
     return lineEnd + kLineEnd.size();
+  }
   return next == kNone ? section.size() : next;
 }
 
@@ -41,12 +44,14 @@ std::size_t FindPlace(std::string_view section, std::string_view name) {
     const bool comment = entry.starts_with("!--");
     std::size_t close = comment ? entry.find("-->") : kNone;
     close = close == kNone ? entry.find('>') : close + 2;
-    if (close == kNone)
+    if (close == kNone) {
       break;
+    }
     const std::size_t after = at + 1 + close + 1;
     if (!comment) {
-      if (entry.substr(0, entry.find_first_of(" >")) > name)
+      if (entry.substr(0, entry.find_first_of(" >")) > name) {
         break;
+      }
       place = PlaceAfter(section, after);
     }
     at = section.find('<', after);
@@ -78,15 +83,17 @@ bool CKestSourceFormatChange::SectionIndicies(const CKestTextConfigFile& file, s
                                               std::string_view endMarker, int& start, int& end, CString& text) {
   const CString lower = text::Lower(file.GetContent());
   const std::size_t marker = lower.find(startMarker);
-  if (marker == CString::npos)
+  if (marker == CString::npos) {
     return false;
+  }
   const std::size_t after = marker + startMarker.size();
   const std::size_t lineEnd = lower.find(kLineEnd, after);
   const std::size_t entry = lower.find('<', after);
   const std::size_t first = lineEnd < entry ? lineEnd + kLineEnd.size() : entry;
   const std::size_t last = first == CString::npos ? CString::npos : lower.find(endMarker, first);
-  if (last == CString::npos)
+  if (last == CString::npos) {
     return false;
+  }
   start = static_cast<int>(first);
   end = static_cast<int>(last) - 1;
   text = lower.substr(first, last - first);
@@ -96,13 +103,15 @@ bool CKestSourceFormatChange::SectionIndicies(const CKestTextConfigFile& file, s
 CKestConfigChange::ErrorCode CKestSourceFormatChange::InsertTag(CKestTextConfigFile& file, std::string_view startMarker,
                                                                 std::string_view endMarker) const {
   const ErrorCode removed = RemoveTag(file, startMarker, endMarker);
-  if (removed != kSuccess)
+  if (removed != kSuccess) {
     return removed;
+  }
   int start = 0;
   int end = 0;
   CString section;
-  if (!SectionIndicies(file, startMarker, endMarker, start, end, section))
+  if (!SectionIndicies(file, startMarker, endMarker, start, end, section)) {
     return kSectionMissing;
+  }
   CString name;
   GetTagName(name);
   CString line;
@@ -115,22 +124,27 @@ CKestConfigChange::ErrorCode CKestSourceFormatChange::RemoveTag(CKestTextConfigF
                                                                 std::string_view endMarker) const {
   CString name;
   GetTagName(name);
-  if (name.empty())
+  if (name.empty()) {
     return kNameMissing;
+  }
   int start = 0;
   int end = 0;
   CString section;
-  if (!SectionIndicies(file, startMarker, endMarker, start, end, section))
+  if (!SectionIndicies(file, startMarker, endMarker, start, end, section)) {
     return kSectionMissing;
+  }
   const CString opening = "<" + text::Lower(name);
   std::size_t at = section.find(opening + " ");
-  if (at == CString::npos)
+  if (at == CString::npos) {
     at = section.find(opening + ">");
-  if (at == CString::npos)
+  }
+  if (at == CString::npos) {
     return kSuccess;
+  }
   const std::size_t close = section.find('>', at);
-  if (close == CString::npos)
+  if (close == CString::npos) {
     return kEntryUnclosed;
+  }
   const std::size_t after = LineEndAfter(section, close + 1);
   file.EditContent().erase(static_cast<std::size_t>(start) + at, after - at);
   return kSuccess;
@@ -139,12 +153,14 @@ CKestConfigChange::ErrorCode CKestSourceFormatChange::RemoveTag(CKestTextConfigF
 CKestConfigChange::ErrorCode CKestSourceFormatChange::Edit(CKestXmlFile* file, const Section& section, bool insert,
                                                            ErrorCode nameMissing) const {
   auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile)
+  if (!textFile) {
     return kSourceFormatNotText;
+  }
   const ErrorCode result = insert ? InsertTag(*textFile, section.startMarker, section.endMarker)
                                   : RemoveTag(*textFile, section.startMarker, section.endMarker);
-  if (result == kNameMissing)
+  if (result == kNameMissing) {
     return nameMissing;
+  }
   return result == kSectionMissing ? section.missing : result;
 }
 
@@ -155,13 +171,16 @@ void CKestSourceFormatChangeElementInsert::CreateTag(CString& line, bool withLin
   GetTagName(name);
   line = "<" + name;
   Option("break", m_break, line);
-  if (m_indent == TriStateBool::kTrue)
+  if (m_indent == TriStateBool::kTrue) {
     line += " indent";
-  if (m_indentGroup > 0)
+  }
+  if (m_indentGroup > 0) {
     Option("igroup", std::to_string(m_indentGroup), line);
+  }
   Option("namecase", m_nameCase, line);
-  if (m_noFormat == TriStateBool::kTrue)
+  if (m_noFormat == TriStateBool::kTrue) {
     line += " noformat";
+  }
   line.append(">").append(withLineEnd ? kLineEnd : "");
 }
 
@@ -219,8 +238,9 @@ void CKestSourceFormatChangeAttributeInsert::CreateTag(CString& line, bool withL
   GetTagName(name);
   line = "<" + name;
   Option("namecase", m_nameCase, line);
-  if (m_sameCase == TriStateBool::kTrue)
+  if (m_sameCase == TriStateBool::kTrue) {
     line += " samecase";
+  }
   line.append(">").append(withLineEnd ? kLineEnd : "");
 }
 

@@ -24,24 +24,28 @@ bool IsNameByte(char c, bool first) {
 /// What a reference stands for, `name` being what lies between its "&" and ";". Nothing for what is no reference.
 CString Decoded(std::string_view name) {
   for (const auto& [known, character] : kPredefined) {
-    if (name == known)
+    if (name == known) {
       return CString(1, character);
+    }
   }
   if (name.size() > 1 && name[0] == '#') {
     const bool hex = name[1] == 'x';
     const std::string_view digits = name.substr(hex ? 2 : 1);
     unsigned long code = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code, hex ? 16 : 10);
-    if (error != std::errc{} || end != digits.data() + digits.size())
+    if (error != std::errc{} || end != digits.data() + digits.size()) {
       return {};
-    if (code > 255)
+    }
+    if (code > 255) {
       return kKeptReference + CString(name) + ";";
+    }
     const bool character = code >= 32 || code == 9 || code == 10 || code == 13;
     return character ? CString(1, static_cast<char>(code)) : CString{};
   }
   for (std::size_t i = 0; i < name.size(); ++i) {
-    if (!IsNameByte(name[i], i == 0))
+    if (!IsNameByte(name[i], i == 0)) {
       return {};
+    }
   }
   return name.empty() ? CString{} : kKeptReference + CString(name) + ";";
 }
@@ -49,23 +53,27 @@ CString Decoded(std::string_view name) {
 } // namespace
 
 void RevertLineConversions(CString& value) {
-  if (value.find('&') == CString::npos)
+  if (value.find('&') == CString::npos) {
     return;
-  for (const auto& [from, to] : kReversed)
+  }
+  for (const auto& [from, to] : kReversed) {
     text::ReplaceAll(value, from, to);
+  }
 }
 
 // Ampersands last: an escape that they complete was in the text before it was written.
 void RevertEscapes(CString& xml) {
-  for (auto row = kReversed.rbegin(); row != kReversed.rend(); ++row)
+  for (auto row = kReversed.rbegin(); row != kReversed.rend(); ++row) {
     text::ReplaceAll(xml, row->first, row->second);
+  }
 }
 
 void DecodeReferences(CString& value) {
   constexpr std::size_t kLongestName = 64;
   std::size_t at = value.find('&');
-  if (at == CString::npos)
+  if (at == CString::npos) {
     return;
+  }
   CString out(value, 0, at);
   while (at < value.size()) {
     if (value[at] != '&') {
@@ -94,22 +102,25 @@ void BringToValueLevel(CKestXmlObject& object) {
     return;
   }
   for (const auto& [name, value] : CKestXmlObject::Attributes(object.GetAttributes())) {
-    if (value.find('&') == CString::npos)
+    if (value.find('&') == CString::npos) {
       continue;
+    }
     CString decoded = value;
     DecodeReferences(decoded);
     object.SetAttribute(name, decoded);
   }
   if (!object.GetValue().empty()) {
     CString value = object.GetValue();
-    if (object.IsInCData())
+    if (object.IsInCData()) {
       RevertLineConversions(value);
-    else
+    } else {
       DecodeReferences(value);
+    }
     object.SetValue(value);
   }
-  for (const auto& child : object.GetChildren())
+  for (const auto& child : object.GetChildren()) {
     BringToValueLevel(*child);
+  }
 }
 
 } // namespace

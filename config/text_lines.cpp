@@ -16,8 +16,9 @@ TextLine LineAround(std::string_view content, std::size_t at) {
 }
 
 void EndLastLine(CString& content) {
-  if (!content.empty() && content.back() != '\n')
+  if (!content.empty() && content.back() != '\n') {
     content += kLineEnd;
+  }
 }
 
 } // namespace kest

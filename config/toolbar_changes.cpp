@@ -34,34 +34,41 @@ public:
   [[nodiscard]] bool IsGroup(const CKestXmlObject& object) const { return object.HasTag(m_family.group); }
 
   [[nodiscard]] CKestXmlObject* FindGroupById(std::string_view id) const {
-    if (!m_container || id.empty())
+    if (!m_container || id.empty()) {
       return nullptr;
+    }
     for (const auto& child : m_container->GetChildren()) {
-      if (IsGroup(*child) && HasId(*child, id))
+      if (IsGroup(*child) && HasId(*child, id)) {
         return child.get();
+      }
     }
     return nullptr;
   }
 
   [[nodiscard]] static CKestXmlObject* FindItemById(const CKestXmlObject& group, std::string_view id) {
-    if (id.empty())
+    if (id.empty()) {
       return nullptr;
+    }
     for (const auto& child : group.GetChildren()) {
-      if (HasId(*child, id))
+      if (HasId(*child, id)) {
         return child.get();
+      }
     }
     return nullptr;
   }
 
   /// The first item with the id in any group.
   [[nodiscard]] Item FindItemById(std::string_view id) const {
-    if (!m_container || id.empty())
+    if (!m_container || id.empty()) {
       return {};
+    }
     for (const auto& group : m_container->GetChildren()) {
-      if (!IsGroup(*group))
+      if (!IsGroup(*group)) {
         continue;
-      if (CKestXmlObject* item = FindItemById(*group, id))
+      }
+      if (CKestXmlObject* item = FindItemById(*group, id)) {
         return {item, group.get()};
+      }
     }
     return {};
   }
@@ -70,15 +77,17 @@ public:
   [[nodiscard]] IdIndex IndexItems(std::size_t questions) const {
     IdIndex items(questions);
     for (const auto& group : m_container->GetChildren()) {
-      if (IsGroup(*group))
+      if (IsGroup(*group)) {
         AddItems(*group, items);
+      }
     }
     return items;
   }
 
   static void AddItems(const CKestXmlObject& group, IdIndex& items) {
-    for (const auto& item : group.GetChildren())
+    for (const auto& item : group.GetChildren()) {
       items.Add(item.get());
+    }
   }
 
   bool RemoveGroupById(std::string_view id) {
@@ -93,14 +102,16 @@ public:
 
   /// The group that takes what has no other place; made when it is missing.
   CKestXmlObject* DefaultGroup(bool toolbars) {
-    if (CKestXmlObject* group = FindGroupById(m_family.defaultGroup))
+    if (CKestXmlObject* group = FindGroupById(m_family.defaultGroup)) {
       return group;
+    }
     auto group = std::make_unique<CKestXmlObject>(m_family.group);
     group->SetAttribute("id", m_family.defaultGroup);
-    if (toolbars)
+    if (toolbars) {
       group->SetAttribute("label", LoadMessage(Message::kMiscellaneous));
-    else
+    } else {
       group->SetAttribute("folder", "Miscellaneous");
+    }
     return m_container->AppendChild(std::move(group));
   }
 
@@ -117,13 +128,16 @@ struct ItemTarget {
 };
 
 ItemTarget FindTarget(const Groups& groups, int action, std::string_view location, std::string_view groupId) {
-  if (action == CKestConfigChange::kPrependTo || action == CKestConfigChange::kAppendTo)
+  if (action == CKestConfigChange::kPrependTo || action == CKestConfigChange::kAppendTo) {
     return {groups.FindGroupById(location), nullptr, action};
-  if (action != CKestConfigChange::kInsertBefore && action != CKestConfigChange::kInsertAfter)
+  }
+  if (action != CKestConfigChange::kInsertBefore && action != CKestConfigChange::kInsertAfter) {
     return {};
+  }
   const Groups::Item anchor = groups.FindItemById(location);
-  if (anchor.item)
+  if (anchor.item) {
     return {anchor.group, anchor.item, action};
+  }
   return {groups.FindGroupById(groupId), nullptr, CKestConfigChange::kAppendTo};
 }
 
@@ -143,8 +157,9 @@ CKestXmlObject* PlaceItem(const ItemTarget& target, std::unique_ptr<CKestXmlObje
 /// Calls `visit` for each child, from the last to the first when `backwards`.
 template <class Visit> void Walk(const CKestXmlObject& parent, bool backwards, Visit visit) {
   const auto& children = parent.GetChildren();
-  for (std::size_t i = 0; i < children.size(); ++i)
+  for (std::size_t i = 0; i < children.size(); ++i) {
     visit(*children[backwards ? children.size() - 1 - i : i]);
+  }
 }
 
 void MergeGroup(CKestXmlObject& existing, const CKestXmlObject& payload) {
@@ -152,12 +167,14 @@ void MergeGroup(CKestXmlObject& existing, const CKestXmlObject& payload) {
   Groups::AddItems(existing, items);
   for (const auto& item : payload.GetChildren()) {
     const CString id = PayloadId(*item);
-    if (id.empty())
+    if (id.empty()) {
       continue;
-    if (CKestXmlObject* old = items.Find(id))
+    }
+    if (CKestXmlObject* old = items.Find(id)) {
       AssignPayload(*old, *item);
-    else
+    } else {
       items.Add(existing.AppendChild(CopyPayload(*item)));
+    }
   }
 }
 
@@ -187,8 +204,9 @@ CString ItemWords(const CKestXmlObject& item) {
 }
 
 CString PlaceWords(int action, std::string_view location) {
-  if (location.empty())
+  if (location.empty()) {
     return {};
+  }
   static constexpr std::string_view kWords[] = {" in ", " before ", " after ", " at the start of ", " at the end of "};
   const std::size_t at = action >= 0 && action <= CKestConfigChange::kAppendTo ? static_cast<std::size_t>(action) : 0;
   return CString(kWords[at]).append("\"").append(location).append("\"");
@@ -201,8 +219,9 @@ CString PlaceWords(int action, std::string_view location) {
 template <class Base> void GroupInsert<Base>::BuildXml(int level, CString& text) const {
   OpenTag(level, kTag, text);
   const bool placed = GetAction() == Base::kInsertBefore || GetAction() == Base::kInsertAfter;
-  if (std::is_same_v<Base, CKestInsertbarChange> && placed)
+  if (std::is_same_v<Base, CKestInsertbarChange> && placed) {
     Attribute(Base::ActionName(GetAction()), GetLocationID(), text);
+  }
   text += ">\r\n";
   this->BuildInnerXml(level + 1, text);
   CloseTag(level, kTag, text);
@@ -212,24 +231,27 @@ template <class Base>
 auto GroupInsert<Base>::MakeChange(const CKestConfigChanges* /*changes*/, CKestXmlFile* file,
                                    const CKestXmlFile* /*referenceFile*/) -> ErrorCode {
   Groups groups(Base::kFamily, file);
-  if (!groups.IsThere())
+  if (!groups.IsThere()) {
     return Base::kFamily.failure;
+  }
   const int action = std::is_same_v<Base, CKestInsertbarChange> ? GetAction() : Base::kNoAction;
   const bool placed = action == Base::kInsertBefore || action == Base::kInsertAfter;
   const CKestXmlObject* anchor = placed ? groups.FindGroupById(Value(GetLocationID())) : nullptr;
   ErrorCode result = Base::kFamily.failure;
   Walk(*this, anchor && action == Base::kInsertAfter, [&](const CKestXmlObject& child) {
-    if (!groups.IsGroup(child))
+    if (!groups.IsGroup(child)) {
       return;
+    }
     result = Base::kSuccess;
-    if (CKestXmlObject* existing = groups.FindGroupById(PayloadId(child)))
+    if (CKestXmlObject* existing = groups.FindGroupById(PayloadId(child))) {
       MergeGroup(*existing, child);
-    else if (!anchor)
+    } else if (!anchor) {
       groups.Container()->AppendChild(CopyPayload(child));
-    else if (action == Base::kInsertBefore)
+    } else if (action == Base::kInsertBefore) {
       groups.Container()->InsertBefore(anchor, CopyPayload(child));
-    else
+    } else {
       groups.Container()->InsertAfter(anchor, CopyPayload(child));
+    }
   });
   return result;
 }
@@ -240,13 +262,16 @@ auto GroupInsert<Base>::UndoChange(const CKestConfigChanges* /*changes*/, CKestX
   Groups groups(Base::kFamily, file);
   for (const auto& child : this->GetChildren()) {
     const CString id = PayloadId(*child);
-    if (!groups.IsGroup(*child) || id.empty())
+    if (!groups.IsGroup(*child) || id.empty()) {
       continue;
-    for (const auto& item : child->GetChildren())
+    }
+    for (const auto& item : child->GetChildren()) {
       groups.RemoveItemById(PayloadId(*item));
+    }
     const CKestXmlObject* group = groups.FindGroupById(id);
-    if (group && !group->HasChildren())
+    if (group && !group->HasChildren()) {
       groups.RemoveGroupById(id);
+    }
   }
   return Base::kSuccess;
 }
@@ -254,8 +279,9 @@ auto GroupInsert<Base>::UndoChange(const CKestConfigChanges* /*changes*/, CKestX
 template <class Base> CString GroupInsert<Base>::DescribeInWords() const {
   CString words;
   for (const auto& child : this->GetChildren()) {
-    if (!child->HasTag(Base::kFamily.group))
+    if (!child->HasTag(Base::kFamily.group)) {
       continue;
+    }
     words.append(words.empty() ? "" : "\n").append(Base::kFamily.groupWords);
     words.append(" \"").append(PayloadId(*child)).append("\"").append(PlaceWords(GetAction(), GetLocationID()));
   }
@@ -267,8 +293,9 @@ template <class Base> CString GroupInsert<Base>::DescribeInWords() const {
 template <class Base> void GroupItemInsert<Base>::BuildXml(int level, CString& text) const {
   OpenTag(level, kTag, text);
   Attribute(Base::ActionName(GetAction()), GetLocationID(), text);
-  if (!m_groupId.empty())
+  if (!m_groupId.empty()) {
     Attribute(Base::kFamily.groupAttribute, m_groupId, text);
+  }
   text += ">\r\n";
   this->BuildInnerXml(level + 1, text);
   CloseTag(level, kTag, text);
@@ -278,8 +305,9 @@ template <class Base>
 auto GroupItemInsert<Base>::MakeChange(const CKestConfigChanges* /*changes*/, CKestXmlFile* file,
                                        const CKestXmlFile* /*referenceFile*/) -> ErrorCode {
   Groups groups(Base::kFamily, file);
-  if (!groups.IsThere())
+  if (!groups.IsThere()) {
     return Base::kFamily.failure;
+  }
   ErrorCode result = Base::kSuccess;
   ItemTarget target = FindTarget(groups, GetAction(), Value(GetLocationID()), Value(m_groupId));
   if (!target.group) {
@@ -289,10 +317,11 @@ auto GroupItemInsert<Base>::MakeChange(const CKestConfigChanges* /*changes*/, CK
   const bool backwards = target.action == Base::kInsertAfter || target.action == Base::kPrependTo;
   IdIndex items = groups.IndexItems(this->GetChildren().size());
   Walk(*this, backwards, [&](const CKestXmlObject& child) {
-    if (CKestXmlObject* existing = items.Find(PayloadId(child)))
+    if (CKestXmlObject* existing = items.Find(PayloadId(child))) {
       AssignPayload(*existing, child);
-    else
+    } else {
       items.Add(PlaceItem(target, CopyPayload(child)));
+    }
   });
   return result;
 }
@@ -301,16 +330,18 @@ template <class Base>
 auto GroupItemInsert<Base>::UndoChange(const CKestConfigChanges* /*changes*/, CKestXmlFile* file,
                                        const CKestXmlFile* /*referenceFile*/) -> ErrorCode {
   Groups groups(Base::kFamily, file);
-  for (const auto& child : this->GetChildren())
+  for (const auto& child : this->GetChildren()) {
     groups.RemoveItemById(PayloadId(*child));
+  }
   return Base::kSuccess;
 }
 
 template <class Base>
 auto GroupItemInsert<Base>::PostMakeChange(ErrorCode result, const CKestProduct* product,
                                            CKestTypedVector<CKestExtensionInstallStep*>* steps) -> ErrorCode {
-  if (!std::is_same_v<Base, CKestInsertbarChange> || result != Base::kPlacedInDefaultCategory || !product || !steps)
+  if (!std::is_same_v<Base, CKestInsertbarChange> || result != Base::kPlacedInDefaultCategory || !product || !steps) {
     return result;
+  }
   auto step = std::make_unique<CInstallCreateFolder>(
       JoinPath({InstallFolderOf(*product), "Configuration", "Objects", "Miscellaneous"}));
   return AppendAndDo(steps, std::move(step)) == 0 ? result : Base::kInsertBarFailed;
@@ -318,13 +349,16 @@ auto GroupItemInsert<Base>::PostMakeChange(ErrorCode result, const CKestProduct*
 
 template <class Base> CString GroupItemInsert<Base>::DescribeInWords() const {
   CString place = PlaceWords(GetAction(), GetLocationID());
-  if (!m_groupId.empty())
+  if (!m_groupId.empty()) {
     place.append(" in ").append(Base::kFamily.groupWords).append(" \"").append(m_groupId).append("\"");
-  if (place.empty())
+  }
+  if (place.empty()) {
     place = CString(" in the default ").append(Base::kFamily.groupWords);
+  }
   CString words;
-  for (const auto& child : this->GetChildren())
+  for (const auto& child : this->GetChildren()) {
     words.append(words.empty() ? "" : "\n").append(ItemWords(*child)).append(place);
+  }
   return words;
 }
 

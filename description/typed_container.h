@@ -34,8 +34,9 @@ template <class T> class CKestTypedContainer : public CKestXmlObject {
 
   private:
     void Settle() {
-      while (m_at != m_end && !IsItem(**m_at))
+      while (m_at != m_end && !IsItem(**m_at)) {
         ++m_at;
+      }
     }
     Children::const_iterator m_at;
     Children::const_iterator m_end;

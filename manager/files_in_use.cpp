@@ -1,5 +1,6 @@
 #include "manager/manager_state.h"
 #include "platform/machine/os.h"
+#include "platform/machine/timer.h"
 
 namespace kest {
 

@@ -3,6 +3,7 @@
 #include "journal/private_folders.h"
 #include "manager/operation_scope.h"
 #include "platform/machine/os.h"
+#include "platform/machine/timer.h"
 #include "platform/package/package.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "manager/placement.h"
 
 #include "description/extension.h"
-#include "platform/package/package_names.h"
+#include "platform/text/path_component.h"
 #include "products/product.h"
 
 #include <algorithm>

@@ -26,8 +26,9 @@ void WriteNumber(std::size_t value, char* at) {
 FieldPack::FieldPack(const FieldPack& other) { *this = other; }
 
 FieldPack& FieldPack::operator=(const FieldPack& other) {
-  if (this == &other)
+  if (this == &other) {
     return *this;
+  }
   m_block.reset();
   if (other.m_block) {
     const std::size_t size = ReadNumber(other.m_block.get());
@@ -38,14 +39,16 @@ FieldPack& FieldPack::operator=(const FieldPack& other) {
 }
 
 std::string_view FieldPack::Get(std::uint8_t field) const {
-  if (!m_block)
+  if (!m_block) {
     return {};
+  }
   const char* at = m_block.get() + kHead;
   const char* end = m_block.get() + ReadNumber(m_block.get());
   while (at != end) {
     const std::size_t length = ReadNumber(at + 1);
-    if (static_cast<std::uint8_t>(*at) == field)
+    if (static_cast<std::uint8_t>(*at) == field) {
       return {at + kFieldHead, length};
+    }
     at += kFieldHead + length;
   }
   return {};
@@ -69,17 +72,20 @@ void FieldPack::Set(std::uint8_t field, std::string_view value) {
 void FieldPack::Assign(std::span<const Entry> entries) {
   // the last entry of a field counts, and it only when it is not empty
   const auto counts = [&](std::size_t i) {
-    if (entries[i].value.empty())
+    if (entries[i].value.empty()) {
       return false;
+    }
     for (std::size_t j = i + 1; j < entries.size(); ++j) {
-      if (entries[j].field == entries[i].field)
+      if (entries[j].field == entries[i].field) {
         return false;
+      }
     }
     return true;
   };
   std::size_t size = kHead;
-  for (std::size_t i = 0; i < entries.size(); ++i)
+  for (std::size_t i = 0; i < entries.size(); ++i) {
     size += counts(i) ? kFieldHead + entries[i].value.size() : 0;
+  }
   if (size == kHead) {
     m_block.reset();
     return;
@@ -89,8 +95,9 @@ void FieldPack::Assign(std::span<const Entry> entries) {
   WriteNumber(size, block.get());
   char* at = block.get() + kHead;
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (!counts(i))
+    if (!counts(i)) {
       continue;
+    }
     *at = static_cast<char>(entries[i].field);
     WriteNumber(entries[i].value.size(), at + 1);
     std::memcpy(at + kFieldHead, entries[i].value.data(), entries[i].value.size());

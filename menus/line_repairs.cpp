@@ -65,8 +65,9 @@ using SignMasks = std::array<std::uint16_t, 256>;
 constexpr SignMasks MakeMasks(std::string_view Sign::*neighbour) {
   SignMasks masks{};
   for (std::size_t i = 0; i < kSigns.size(); ++i) {
-    for (const char c : kSigns[i].*neighbour)
+    for (const char c : kSigns[i].*neighbour) {
       masks[static_cast<unsigned char>(c)] |= static_cast<std::uint16_t>(1u << i);
+    }
   }
   return masks;
 }
@@ -78,16 +79,18 @@ bool IsSuspect(std::string_view line, std::size_t at, unsigned mask) {
   for (std::size_t i = 0; i < kSigns.size(); ++i) {
     const Sign& sign = kSigns[i];
     if ((mask >> i & 1u) != 0 && line.substr(at, sign.text.size()) == sign.text &&
-        line.substr(0, at).ends_with(sign.preceding))
+        line.substr(0, at).ends_with(sign.preceding)) {
       return true;
+    }
   }
   return false;
 }
 
 /// Makes attributes of the bare word outside values; what lies between `="` and the next double quote is left alone.
 void RepairBareWord(CString& line, std::string_view word) {
-  if (line.find(word) == CString::npos)
+  if (line.find(word) == CString::npos) {
     return;
+  }
   CString out;
   std::size_t at = 0;
   while (at < line.size()) {
@@ -98,11 +101,13 @@ void RepairBareWord(CString& line, std::string_view word) {
     out += outside;
     const std::size_t close = value == CString::npos ? line.size() : line.find('"', end);
     const std::size_t next = close == CString::npos ? line.size() : close;
-    if (next > end)
+    if (next > end) {
       out.append(line, end, next - end);
+    }
     at = next;
-    if (value == CString::npos)
+    if (value == CString::npos) {
       break;
+    }
   }
   line = std::move(out);
 }
@@ -112,8 +117,9 @@ bool HasSuspect(std::string_view text) {
   unsigned first = 0;
   for (const char& c : text) {
     const unsigned found = first & kSecond[static_cast<unsigned char>(c)];
-    if (found != 0 && IsSuspect(text, static_cast<std::size_t>(&c - text.data()) - 1, found))
+    if (found != 0 && IsSuspect(text, static_cast<std::size_t>(&c - text.data()) - 1, found)) {
       return true;
+    }
     first = kFirst[static_cast<unsigned char>(c)];
   }
   return false;
@@ -124,25 +130,31 @@ bool HasSuspect(std::string_view text) {
 bool MayNeedRepair(std::string_view text) { return text.find('&') != std::string_view::npos || HasSuspect(text); }
 
 void RepairMenuLine(CString& line) {
-  if (!MayNeedRepair(line))
+  if (!MayNeedRepair(line)) {
     return;
+  }
   // most lines that need a repair need this one alone
   text::ReplaceAll(line, kEscapes.front().text, kEscapes.front().becomes);
-  if (!HasSuspect(line))
+  if (!HasSuspect(line)) {
     return;
-  for (const Repair& repair : std::span(kEscapes).subspan(1))
+  }
+  for (const Repair& repair : std::span(kEscapes).subspan(1)) {
     text::ReplaceAll(line, repair.text, repair.becomes);
-  for (const std::string_view word : kBareWords)
+  }
+  for (const std::string_view word : kBareWords) {
     RepairBareWord(line, word);
-  for (const Repair& repair : kBroken)
+  }
+  for (const Repair& repair : kBroken) {
     text::ReplaceAll(line, repair.text, repair.becomes);
+  }
 }
 
 void RevertMenuLine(CString& value) {
   text::ReplaceAll(value, kDynamic, kBareWords.front());
   // what ends in ">;" is not told apart from what lost its semicolon
-  for (std::size_t i = kEscapes.size() - 1; i-- > 0;)
+  for (std::size_t i = kEscapes.size() - 1; i-- > 0;) {
     text::ReplaceAll(value, kEscapes[i].becomes, kEscapes[i].text);
+  }
 }
 
 } // namespace kest

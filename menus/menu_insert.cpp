@@ -23,8 +23,9 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kSubstitu
 
 std::string_view SubstituteOf(std::string_view id) {
   for (const auto& [missing, substitute] : kSubstitutes) {
-    if (text::EqualNoCase(id, missing))
+    if (text::EqualNoCase(id, missing)) {
       return substitute;
+    }
   }
   return {};
 }
@@ -32,8 +33,9 @@ std::string_view SubstituteOf(std::string_view id) {
 CKestExtensionMenuBar* FirstBar(const CKestMenusXmlFile& file) {
   for (const auto& child : file.GetChildren()) {
     auto* bar = dynamic_cast<CKestExtensionMenuBar*>(child.get());
-    if (bar && bar->IsSearched())
+    if (bar && bar->IsSearched()) {
       return bar;
+    }
   }
   return nullptr;
 }
@@ -47,16 +49,19 @@ std::unique_ptr<CKestXmlObject> CopySeparator(const CKestExtensionMenuSeparator&
   auto copy = std::make_unique<CKestExtensionMenuSeparator>();
   copy->SetPlatform(payload.GetPlatform());
   copy->SetApplication(payload.GetApplication());
-  for (const CString& reference : payload.GetReferences())
+  for (const CString& reference : payload.GetReferences()) {
     copy->AddReference(reference);
-  if (!payload.GetID().empty())
+  }
+  if (!payload.GetID().empty()) {
     copy->AddReference(payload.GetID());
+  }
   return copy;
 }
 
 template <class T> bool MergeInto(MenusNode* existing, const T& payload) {
-  if (existing)
+  if (existing) {
     static_cast<T*>(existing)->Merge(&payload);
+  }
   return existing != nullptr;
 }
 
@@ -78,11 +83,13 @@ void CKestMenuChangeInsert::BuildXml(int level, CString& text) const {
 CString CKestMenuChangeInsert::DescribeInWords() const {
   static constexpr std::string_view kPlaces[] = {" in ", " before ", " after ", " at the start of ", " at the end of "};
   CString place;
-  if (!m_locationId.empty())
+  if (!m_locationId.empty()) {
     place.append(kPlaces[static_cast<std::size_t>(m_action)]).append("\"").append(m_locationId).append("\"");
+  }
   CString words;
-  for (const auto& child : GetChildren())
+  for (const auto& child : GetChildren()) {
     words.append(words.empty() ? "" : "\n").append(PayloadWords(*child)).append(place);
+  }
   return words;
 }
 
@@ -96,21 +103,25 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::MakeChange(const CKestConfig
 
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::MakeChange(const CKestConfigChanges* changes,
                                                                CKestMenusXmlFile* file, CString id, int action) const {
-  if (id.empty())
+  if (id.empty()) {
     return InsertMenuBarAfter(file, nullptr);
+  }
   ErrorCode result = kMenuNotChanged;
-  if (PlaceAt(file, id, action, result))
+  if (PlaceAt(file, id, action, result)) {
     return result;
+  }
   if (changes && changes->AppendIfLocationNotFound()) {
     CKestExtensionMenuBar* bar = FirstBar(*file);
     return bar ? AppendToMenuBar(file, bar) : kMenuNotChanged;
   }
   if (const std::string_view substitute = SubstituteOf(id); !substitute.empty()) {
-    if (PlaceAt(file, substitute, action, result))
+    if (PlaceAt(file, substitute, action, result)) {
       return result;
+    }
     // one substitution is all
-    if (!SubstituteOf(substitute).empty())
+    if (!SubstituteOf(substitute).empty()) {
       return kMenuNotChanged;
+    }
   }
   return PlaceInLastResort(changes, file);
 }
@@ -119,31 +130,35 @@ bool CKestMenuChangeInsert::PlaceAt(CKestMenusXmlFile* file, std::string_view id
   result = kMenuNotChanged;
   CKestExtensionMenuBar* bar = file->FindMenuBar(id);
   if (bar) {
-    if (action == kInsertBefore)
+    if (action == kInsertBefore) {
       result = InsertMenuBarBefore(file, bar);
-    else if (action == kInsertAfter)
+    } else if (action == kInsertAfter) {
       result = InsertMenuBarAfter(file, bar);
-    else if (action == kPrependTo)
+    } else if (action == kPrependTo) {
       result = PrependToMenuBar(file, bar);
-    else if (action == kAppendTo)
+    } else if (action == kAppendTo) {
       result = AppendToMenuBar(file, bar);
+    }
     return true;
   }
   CKestExtensionMenu* holder = nullptr;
   if (CKestExtensionMenu* menu = file->FindMenu(id, &bar, &holder)) {
-    if (action == kPrependTo)
+    if (action == kPrependTo) {
       result = PrependToMenu(file, menu);
-    else if (action == kAppendTo)
+    } else if (action == kAppendTo) {
       result = AppendToMenu(file, menu);
-    else
+    } else {
       result = PlaceBeside(file, bar, holder, menu, action);
+    }
     return true;
   }
   CKestXmlObject* object = file->FindMenuItem(id, &bar, &holder);
-  if (!object)
+  if (!object) {
     object = file->FindFormat(id, &bar, &holder);
-  if (!object)
+  }
+  if (!object) {
     return false;
+  }
   result = PlaceBeside(file, bar, holder, object, action);
   return true;
 }
@@ -151,21 +166,25 @@ bool CKestMenuChangeInsert::PlaceAt(CKestMenusXmlFile* file, std::string_view id
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::PlaceBeside(CKestMenusXmlFile* file, CKestExtensionMenuBar* bar,
                                                                 CKestExtensionMenu* menu, CKestXmlObject* object,
                                                                 int action) const {
-  if (action == kInsertBefore)
+  if (action == kInsertBefore) {
     return InsertBeforeObject(file, bar, menu, object);
+  }
   return action == kInsertAfter ? InsertAfterObject(file, bar, menu, object) : kMenuNotChanged;
 }
 
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::PlaceInLastResort(const CKestConfigChanges* changes,
                                                                       CKestMenusXmlFile* file) const {
   CString id;
-  if (!changes || !changes->GetLastResortId(id))
+  if (!changes || !changes->GetLastResortId(id)) {
     return kMenuNotChanged;
+  }
   CKestExtensionMenu* menu = file->FindMenu(id, nullptr, nullptr);
-  if (!menu)
+  if (!menu) {
     menu = dynamic_cast<CKestExtensionMenu*>(changes->CreateLastResortObject(file));
-  if (!menu)
+  }
+  if (!menu) {
     return kMenuNotChanged;
+  }
   AppendToMenu(file, menu);
   return kPlacedInLastResortMenu;
 }
@@ -197,11 +216,13 @@ bool CKestMenuChangeInsert::HandleExistingFormatCase(CKestMenusXmlFile* file, co
 
 CKestMenuChangeInsert::Copy CKestMenuChangeInsert::CopyFor(CKestMenusXmlFile* file, const Target& target,
                                                            const CKestXmlObject& payload, bool menusOnly) {
-  if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&payload))
+  if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&payload)) {
     return CopyComment(*comment);
+  }
   const auto* node = dynamic_cast<const MenusNode*>(&payload);
-  if (!node || (menusOnly && node->GetKind() != Kind::kMenu))
+  if (!node || (menusOnly && node->GetKind() != Kind::kMenu)) {
     return nullptr;
+  }
   switch (node->GetKind()) {
   case Kind::kMenu: {
     const auto& menu = static_cast<const CKestExtensionMenu&>(*node);
@@ -223,8 +244,9 @@ CKestMenuChangeInsert::Copy CKestMenuChangeInsert::CopyFor(CKestMenusXmlFile* fi
 }
 
 CKestMenuChangeInsert::Copy CKestMenuChangeInsert::CopyForTop(CKestMenusXmlFile* file, const CKestXmlObject& payload) {
-  if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&payload))
+  if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&payload)) {
     return CopyComment(*comment);
+  }
   const auto* bar = dynamic_cast<const CKestExtensionMenuBar*>(&payload);
   return !bar || HandleExistingMenuBarCase(file, *bar) ? nullptr : CopyAttributes(*bar);
 }
@@ -234,8 +256,9 @@ CKestMenuChangeInsert::Copy CKestMenuChangeInsert::CopyForTop(CKestMenusXmlFile*
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::PrependToMenuBar(CKestMenusXmlFile* file,
                                                                      CKestExtensionMenuBar* bar) const {
   for (auto child = GetChildren().rbegin(); child != GetChildren().rend(); ++child) {
-    if (Copy copy = CopyFor(file, {bar, true}, **child, false))
+    if (Copy copy = CopyFor(file, {bar, true}, **child, false)) {
       bar->InsertFirst(std::move(copy));
+    }
   }
   return kSuccess;
 }
@@ -243,8 +266,9 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::PrependToMenuBar(CKestMenusX
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::AppendToMenuBar(CKestMenusXmlFile* file,
                                                                     CKestExtensionMenuBar* bar) const {
   for (const auto& child : GetChildren()) {
-    if (Copy copy = CopyFor(file, {bar, true}, *child, false))
+    if (Copy copy = CopyFor(file, {bar, true}, *child, false)) {
       bar->AppendChild(std::move(copy));
+    }
   }
   return kSuccess;
 }
@@ -252,8 +276,9 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::AppendToMenuBar(CKestMenusXm
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::InsertMenuBarBefore(CKestMenusXmlFile* file,
                                                                         CKestExtensionMenuBar* bar) const {
   for (const auto& child : GetChildren()) {
-    if (Copy copy = CopyForTop(file, *child))
+    if (Copy copy = CopyForTop(file, *child)) {
       file->InsertBefore(bar, std::move(copy));
+    }
   }
   return kSuccess;
 }
@@ -262,10 +287,11 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::InsertMenuBarAfter(CKestMenu
                                                                        CKestExtensionMenuBar* bar) const {
   for (auto child = GetChildren().rbegin(); child != GetChildren().rend(); ++child) {
     Copy copy = CopyForTop(file, **child);
-    if (copy && bar)
+    if (copy && bar) {
       file->InsertAfter(bar, std::move(copy));
-    else if (copy)
+    } else if (copy) {
       file->AppendChild(std::move(copy));
+    }
   }
   return kSuccess;
 }
@@ -273,8 +299,9 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::InsertMenuBarAfter(CKestMenu
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::PrependToMenu(CKestMenusXmlFile* file,
                                                                   CKestExtensionMenu* menu) const {
   for (auto child = GetChildren().rbegin(); child != GetChildren().rend(); ++child) {
-    if (Copy copy = CopyFor(file, {menu, false}, **child, false))
+    if (Copy copy = CopyFor(file, {menu, false}, **child, false)) {
       menu->InsertFirst(std::move(copy));
+    }
   }
   menu->RemoveExtraSeparators();
   return kSuccess;
@@ -283,8 +310,9 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::PrependToMenu(CKestMenusXmlF
 CKestConfigChange::ErrorCode CKestMenuChangeInsert::AppendToMenu(CKestMenusXmlFile* file,
                                                                  CKestExtensionMenu* menu) const {
   for (const auto& child : GetChildren()) {
-    if (Copy copy = CopyFor(file, {menu, false}, *child, false))
+    if (Copy copy = CopyFor(file, {menu, false}, *child, false)) {
       menu->AppendChild(std::move(copy));
+    }
   }
   menu->RemoveExtraSeparators();
   return kSuccess;
@@ -295,14 +323,17 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::InsertBeforeObject(CKestMenu
                                                                        CKestExtensionMenu* menu,
                                                                        CKestXmlObject* object) const {
   CKestExtensionMenu* holder = menu ? menu : bar;
-  if (!holder || !object)
+  if (!holder || !object) {
     return kSuccess;
-  for (const auto& child : GetChildren()) {
-    if (Copy copy = CopyFor(file, {holder, !menu}, *child, !menu))
-      holder->InsertBefore(object, std::move(copy));
   }
-  if (menu)
+  for (const auto& child : GetChildren()) {
+    if (Copy copy = CopyFor(file, {holder, !menu}, *child, !menu)) {
+      holder->InsertBefore(object, std::move(copy));
+    }
+  }
+  if (menu) {
     menu->RemoveExtraSeparators();
+  }
   return kSuccess;
 }
 
@@ -311,20 +342,24 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::InsertAfterObject(CKestMenus
                                                                       CKestExtensionMenu* menu,
                                                                       CKestXmlObject* object) const {
   CKestExtensionMenu* holder = menu ? menu : bar;
-  if (!holder || !object)
+  if (!holder || !object) {
     return kSuccess;
+  }
   if (m_skipSeparator && menu) {
     const auto next = static_cast<std::size_t>(menu->IndexOf(object) + 1);
     if (next < menu->GetChildren().size() &&
-        dynamic_cast<const CKestExtensionMenuSeparator*>(menu->GetChildren()[next].get()))
+        dynamic_cast<const CKestExtensionMenuSeparator*>(menu->GetChildren()[next].get())) {
       object = menu->GetChildren()[next].get();
+    }
   }
   for (auto child = GetChildren().rbegin(); child != GetChildren().rend(); ++child) {
-    if (Copy copy = CopyFor(file, {holder, !menu}, **child, !menu))
+    if (Copy copy = CopyFor(file, {holder, !menu}, **child, !menu)) {
       holder->InsertAfter(object, std::move(copy));
+    }
   }
-  if (menu)
+  if (menu) {
     menu->RemoveExtraSeparators();
+  }
   return kSuccess;
 }
 

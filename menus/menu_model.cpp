@@ -23,13 +23,15 @@ template <class Wanted, class Matches>
 Wanted* FirstBelow(const CKestExtensionMenu* menu, CKestExtensionMenu** parent, Matches matches) {
   for (const auto& child : menu->GetChildren()) {
     if (auto* wanted = dynamic_cast<Wanted*>(child.get()); wanted && matches(*wanted)) {
-      if (parent)
+      if (parent) {
         *parent = const_cast<CKestExtensionMenu*>(menu); // the holder of an object that is handed out for editing
+      }
       return wanted;
     }
     if (const auto* inner = dynamic_cast<const CKestExtensionMenu*>(child.get())) {
-      if (Wanted* found = FirstBelow<Wanted>(inner, parent, matches))
+      if (Wanted* found = FirstBelow<Wanted>(inner, parent, matches)) {
         return found;
+      }
     }
   }
   return nullptr;
@@ -37,10 +39,12 @@ Wanted* FirstBelow(const CKestExtensionMenu* menu, CKestExtensionMenu** parent, 
 
 template <class Wanted>
 Wanted* FirstWithId(const CKestExtensionMenu* menu, std::string_view id, CKestExtensionMenu** parent) {
-  if (parent)
+  if (parent) {
     *parent = nullptr;
-  if (id.empty())
+  }
+  if (id.empty()) {
     return nullptr;
+  }
   return FirstBelow<Wanted>(menu, parent, [id](const Wanted& object) { return text::EqualNoCase(object.GetID(), id); });
 }
 
@@ -51,8 +55,9 @@ Wanted* FirstWithId(const CKestExtensionMenu* menu, std::string_view id, CKestEx
 CKestExtensionMenu::CKestExtensionMenu(const CKestExtensionMenu* other) : CKestExtensionMenu() { Merge(other); }
 
 void CKestExtensionMenu::Merge(const CKestExtensionMenu* other) {
-  if (!other || other == this)
+  if (!other || other == this) {
     return;
+  }
   MergeFields(*other, kMenuFields);
   m_flag = other->m_flag;
 }
@@ -69,15 +74,17 @@ CKestExtensionServerFormat* CKestExtensionMenu::FindFormat(std::string_view id, 
 
 CKestExtensionMenuSeparator* CKestExtensionMenu::FindSeparator(std::string_view reference,
                                                                CKestExtensionMenu** parent) const {
-  if (parent)
+  if (parent) {
     *parent = nullptr;
+  }
   return FirstBelow<CKestExtensionMenuSeparator>(
       this, parent, [&](const CKestExtensionMenuSeparator& object) { return object.HasReference(reference); });
 }
 
 CKestXmlComment* CKestExtensionMenu::FindComment(std::string_view text, CKestExtensionMenu** parent) const {
-  if (parent)
+  if (parent) {
     *parent = nullptr;
+  }
   return FirstBelow<CKestXmlComment>(this, parent,
                                      [&](const CKestXmlComment& object) { return object.GetText() == text; });
 }
@@ -86,10 +93,12 @@ void CKestExtensionMenu::RemoveExtraSeparators() {
   const auto isSeparator = [this](std::size_t at) {
     return dynamic_cast<const CKestExtensionMenuSeparator*>(GetChildren()[at].get()) != nullptr;
   };
-  if (HasChildren() && isSeparator(0))
+  if (HasChildren() && isSeparator(0)) {
     Detach(0);
-  while (GetChildren().size() > 1 && isSeparator(GetChildren().size() - 1))
+  }
+  while (GetChildren().size() > 1 && isSeparator(GetChildren().size() - 1)) {
     Detach(GetChildren().size() - 1);
+  }
   JoinSeparators();
 }
 
@@ -108,8 +117,9 @@ CKestExtensionMenuBar::CKestExtensionMenuBar(const CKestExtensionMenuBar* other)
 }
 
 void CKestExtensionMenuBar::Merge(const CKestExtensionMenuBar* other) {
-  if (other && other != this)
+  if (other && other != this) {
     MergeFields(*other, kBarFields);
+  }
 }
 
 bool CKestExtensionMenuBar::IsSearched() const {
@@ -120,15 +130,17 @@ bool CKestExtensionMenuBar::IsSearched() const {
 CKestExtensionMenu* CKestExtensionMenuBar::FindMenu(std::string_view id, CKestExtensionMenu** parent) const {
   CKestExtensionMenu* holder = nullptr;
   CKestExtensionMenu* found = CKestExtensionMenu::FindMenu(id, &holder);
-  if (parent)
+  if (parent) {
     *parent = holder == this ? nullptr : holder;
+  }
   return found;
 }
 
 void CKestExtensionMenuBar::GetTag(CString& tag) const {
   tag = GetField(Field::kTag);
-  if (tag.empty())
+  if (tag.empty()) {
     tag = "menubar";
+  }
 }
 
 bool CKestExtensionMenuBar::HasTag(std::string_view tag, bool caseSensitive) const {
@@ -147,8 +159,9 @@ CKestExtensionMenuItem::CKestExtensionMenuItem(const CKestExtensionMenuItem* oth
 }
 
 void CKestExtensionMenuItem::Merge(const CKestExtensionMenuItem* other) {
-  if (!other || other == this)
+  if (!other || other == this) {
     return;
+  }
   MergeFields(*other, kItemFields);
   m_flag = other->m_flag;
 }
@@ -163,29 +176,36 @@ CKestExtensionMenuSeparator::CKestExtensionMenuSeparator(const CKestExtensionMen
 }
 
 void CKestExtensionMenuSeparator::Merge(const CKestExtensionMenuSeparator* other) {
-  if (!other || other == this)
+  if (!other || other == this) {
     return;
+  }
   MergeFields(*other, kSeparatorFields);
-  while (!m_references.empty())
+  while (!m_references.empty()) {
     RemoveReference(CString(m_references.back()));
-  for (const CString& reference : other->m_references)
+  }
+  for (const CString& reference : other->m_references) {
     AddReference(reference);
+  }
 }
 
 void CKestExtensionMenuSeparator::AddReference(std::string_view reference) {
-  if (HasReference(reference))
+  if (HasReference(reference)) {
     return;
+  }
   m_references.emplace_back(reference);
-  if (MenusIndex* index = GetIndex())
+  if (MenusIndex* index = GetIndex()) {
     index->LinkReference(this, reference);
+  }
 }
 
 void CKestExtensionMenuSeparator::RemoveReference(std::string_view reference) {
   const CString removed(reference); // it may be the list's own
-  if (std::erase(m_references, removed) == 0)
+  if (std::erase(m_references, removed) == 0) {
     return;
-  if (MenusIndex* index = GetIndex())
+  }
+  if (MenusIndex* index = GetIndex()) {
     index->UnlinkReference(this, removed);
+  }
 }
 
 bool CKestExtensionMenuSeparator::HasReference(std::string_view reference) const {
@@ -206,12 +226,14 @@ CKestExtensionServerFormat::CKestExtensionServerFormat(const CKestExtensionServe
 }
 
 void CKestExtensionServerFormat::Merge(const CKestExtensionServerFormat* other) {
-  if (!other || other == this)
+  if (!other || other == this) {
     return;
+  }
   MergeFields(*other, kFormatFields);
   m_flag = other->m_flag;
-  for (const auto& [name, value] : other->GetAttributes())
+  for (const auto& [name, value] : other->GetAttributes()) {
     SetAttribute(name, value);
+  }
 }
 
 void CKestExtensionServerFormat::BuildXml(int level, CString& text) const { MenusWriter(text).Write(*this, level); }

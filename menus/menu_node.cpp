@@ -20,28 +20,32 @@ MenusNode::MenusNode(const MenusNode& other)
 }
 
 MenusNode& MenusNode::operator=(const MenusNode& other) {
-  if (this == &other)
+  if (this == &other) {
     return *this;
+  }
   MenusIndex* index = GetIndex();
   MenusNode* holder = GetHolder();
-  if (index)
+  if (index) {
     index->Remove(this);
+  }
   CKestXmlObject::operator=(other);
   m_flag = other.m_flag;
   m_dynamic = other.m_dynamic;
   m_fields = other.m_fields;
   m_pairFree = other.m_pairFree;
   AdoptAll();
-  if (index)
+  if (index) {
     index->Add(this, holder);
+  }
   return *this;
 }
 
 CKestMenusXmlFile* MenusNode::GetFile() const {
   const MenusNode* node = this;
   while (!node->m_topLevel) {
-    if (!node->m_holder)
+    if (!node->m_holder) {
       return nullptr;
+    }
     node = static_cast<const MenusNode*>(node->m_holder);
   }
   return static_cast<CKestMenusXmlFile*>(node->m_holder);
@@ -51,33 +55,39 @@ MenusIndex* MenusNode::GetIndex() const { return m_indexed ? GetFile()->m_index.
 
 void MenusNode::SetField(Field field, std::string_view value) {
   MenusIndex* index = field == Field::kId ? GetIndex() : nullptr;
-  if (index)
+  if (index) {
     index->Unlink(this);
+  }
   m_fields.Set(static_cast<std::uint8_t>(field), value);
-  if (index)
+  if (index) {
     index->Link(this);
+  }
 }
 
 void MenusNode::SetFields(std::span<const Entry> entries) {
   MenusIndex* index = GetIndex();
-  if (index)
+  if (index) {
     index->Unlink(this);
+  }
   m_fields.Assign(entries);
-  if (index)
+  if (index) {
     index->Link(this);
+  }
 }
 
 void MenusNode::MergeFields(const MenusNode& other, std::span<const Field> fields) {
   std::vector<Entry> entries;
-  for (const Field field : fields)
+  for (const Field field : fields) {
     entries.push_back({static_cast<std::uint8_t>(field), other.GetField(field)});
+  }
   SetFields(entries);
 }
 
 bool MenusNode::HoldsOnlyComments() const {
   for (const auto& child : GetChildren()) {
-    if (!dynamic_cast<const CKestXmlComment*>(child.get()))
+    if (!dynamic_cast<const CKestXmlComment*>(child.get())) {
       return false;
+    }
   }
   return true;
 }
@@ -90,32 +100,38 @@ CKestXmlObject* MenusNode::Insert(std::size_t at, std::unique_ptr<CKestXmlObject
     node->m_holder = this;
     node->m_topLevel = false;
     if (node->m_kind == Kind::kSeparator) {
-      if (at > 0)
+      if (at > 0) {
         NotePair(at - 1);
+      }
       NotePair(at);
     }
   }
-  if (MenusIndex* index = GetIndex())
+  if (MenusIndex* index = GetIndex()) {
     index->Add(object, this);
+  }
   return object;
 }
 
 void MenusNode::NotePair(std::size_t first) {
   const Children& children = GetChildren();
-  if (first + 1 < children.size() && AsSeparator(children[first].get()) && AsSeparator(children[first + 1].get()))
+  if (first + 1 < children.size() && AsSeparator(children[first].get()) && AsSeparator(children[first + 1].get())) {
     m_pairFree = false;
+  }
 }
 
 std::unique_ptr<CKestXmlObject> MenusNode::Detach(std::size_t at) {
   Children& children = EditChildren();
   std::unique_ptr<CKestXmlObject> child = std::move(children[at]);
   children.erase(children.begin() + static_cast<std::ptrdiff_t>(at));
-  if (at > 0)
+  if (at > 0) {
     NotePair(at - 1);
-  if (MenusIndex* index = GetIndex())
+  }
+  if (MenusIndex* index = GetIndex()) {
     index->Remove(child.get());
-  if (auto* node = AsNode(child.get()))
+  }
+  if (auto* node = AsNode(child.get())) {
     node->m_holder = nullptr;
+  }
   return child;
 }
 
@@ -150,8 +166,9 @@ void MenusNode::AdoptAll() {
 }
 
 void MenusNode::JoinSeparators() {
-  if (m_pairFree)
+  if (m_pairFree) {
     return;
+  }
   MenusIndex* index = GetIndex();
   Children kept;
   CKestExtensionMenuSeparator* last = nullptr; // the separator at the end of `kept`
@@ -162,12 +179,15 @@ void MenusNode::JoinSeparators() {
       kept.push_back(std::move(child));
       continue;
     }
-    if (last->GetReferenceCount() == 0 || separator->GetReferenceCount() == 0)
+    if (last->GetReferenceCount() == 0 || separator->GetReferenceCount() == 0) {
       last->AddReference(CKestExtensionMenuSeparator::kStandard);
-    for (const CString& reference : separator->GetReferences())
+    }
+    for (const CString& reference : separator->GetReferences()) {
       last->AddReference(reference);
-    if (index)
+    }
+    if (index) {
       index->Remove(separator);
+    }
     child.reset();
   }
   EditChildren() = std::move(kept);

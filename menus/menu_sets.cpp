@@ -20,13 +20,15 @@ std::unique_ptr<CKestExtensionMenu> MakeMenu(std::string_view id, Message name) 
 
 /// The Commands menu, made before Help when it is missing; null without Help.
 CKestExtensionMenu* FindOrMakeCommands(CKestMenusXmlFile& file) {
-  if (CKestExtensionMenu* commands = file.FindMenu(kCommands, nullptr, nullptr))
+  if (CKestExtensionMenu* commands = file.FindMenu(kCommands, nullptr, nullptr)) {
     return commands;
+  }
   CKestExtensionMenuBar* bar = nullptr;
   CKestExtensionMenu* parent = nullptr;
   const CKestExtensionMenu* help = file.FindMenu(kHelp, &bar, &parent);
-  if (!help || !bar)
+  if (!help || !bar) {
     return nullptr;
+  }
   CKestExtensionMenu* holder = parent ? parent : bar;
   return static_cast<CKestExtensionMenu*>(holder->InsertBefore(help, MakeMenu(kCommands, Message::kCommandsMenu)));
 }
@@ -48,8 +50,9 @@ bool CKestMasterConfigChanges::GetLastResortId(CString& id) const {
 CKestXmlObject* CKestMasterConfigChanges::CreateLastResortObject(CKestXmlFile* file) const {
   auto* menus = dynamic_cast<CKestMenusXmlFile*>(file);
   CKestExtensionMenu* commands = menus ? FindOrMakeCommands(*menus) : nullptr;
-  if (!commands)
+  if (!commands) {
     return nullptr;
+  }
   CKestXmlObject* more = commands->FindMenuItem(kGetMoreCommands, nullptr);
   auto separator = std::make_unique<CKestExtensionMenuSeparator>();
   // one that lies deeper leaves no place directly after it: InsertAfter then appends

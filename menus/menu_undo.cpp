@@ -9,27 +9,31 @@ using Kind = MenusNode::Kind;
 bool IsBar(const MenusNode* node) { return node && node->GetKind() == Kind::kBar; }
 
 void RemoveBarIfEmpty(CKestMenusXmlFile* file, CKestExtensionMenuBar* bar) {
-  if (bar && bar->HoldsOnlyComments())
+  if (bar && bar->HoldsOnlyComments()) {
     (void)file->RemoveChild(bar);
+  }
 }
 
 void TidyHolder(CKestMenusXmlFile* file, CKestExtensionMenu* holder) {
-  if (!holder)
+  if (!holder) {
     return;
+  }
   holder->RemoveExtraSeparators();
   CheckForEmpty(file, holder);
 }
 
 void UndoMenu(CKestMenusXmlFile* file, std::string_view id) {
-  if (CKestExtensionMenu* menu = file->FindMenu(id, nullptr, nullptr))
+  if (CKestExtensionMenu* menu = file->FindMenu(id, nullptr, nullptr)) {
     CheckForEmpty(file, menu);
+  }
 }
 
 void UndoSeparator(CKestMenusXmlFile* file, std::string_view id) {
   CKestExtensionMenu* menu = nullptr;
   CKestExtensionMenuSeparator* separator = file->FindSeparator(id, nullptr, &menu);
-  if (!separator)
+  if (!separator) {
     return;
+  }
   separator->RemoveReference(id);
   if (separator->GetReferenceCount() == 1 && separator->HasReference(CKestExtensionMenuSeparator::kStandard)) {
     separator->RemoveReference(CKestExtensionMenuSeparator::kStandard);
@@ -43,17 +47,19 @@ void UndoComment(CKestMenusXmlFile* file, const CKestXmlComment& payload) {
   CKestExtensionMenuBar* bar = nullptr;
   CKestExtensionMenu* menu = nullptr;
   const CKestXmlComment* comment = file->FindComment(CommentText(payload), &bar, &menu);
-  if (!comment)
+  if (!comment) {
     return;
+  }
   if (!menu) {
     (void)file->RemoveChild(comment);
     return;
   }
   (void)menu->RemoveChild(comment);
-  if (IsBar(menu))
+  if (IsBar(menu)) {
     RemoveBarIfEmpty(file, bar);
-  else
+  } else {
     TidyHolder(file, menu);
+  }
 }
 
 void UndoNode(CKestMenusXmlFile* file, const MenusNode& payload) {
@@ -88,11 +94,13 @@ void CheckForEmpty(CKestMenusXmlFile* file, CKestExtensionMenu* menu) {
   while (menu && !IsBar(menu) && menu->HoldsOnlyComments()) {
     MenusNode* holder = menu->GetHolder();
     (void)file->Remove(menu);
-    if (IsBar(holder))
+    if (IsBar(holder)) {
       return RemoveBarIfEmpty(file, static_cast<CKestExtensionMenuBar*>(holder));
+    }
     menu = dynamic_cast<CKestExtensionMenu*>(holder);
-    if (menu)
+    if (menu) {
       menu->RemoveExtraSeparators();
+    }
   }
 }
 
@@ -100,13 +108,15 @@ CKestConfigChange::ErrorCode CKestMenuChangeInsert::UndoChange(const CKestConfig
                                                                CKestXmlFile* file,
                                                                const CKestXmlFile* /*referenceFile*/) {
   auto* menus = dynamic_cast<CKestMenusXmlFile*>(file);
-  if (!menus)
+  if (!menus) {
     return kSuccess;
+  }
   for (const auto& child : GetChildren()) {
-    if (const auto* comment = dynamic_cast<const CKestXmlComment*>(child.get()))
+    if (const auto* comment = dynamic_cast<const CKestXmlComment*>(child.get())) {
       UndoComment(menus, *comment);
-    else if (const auto* node = dynamic_cast<const MenusNode*>(child.get()))
+    } else if (const auto* node = dynamic_cast<const MenusNode*>(child.get())) {
       UndoNode(menus, *node);
+    }
   }
   return kSuccess;
 }
@@ -123,21 +133,25 @@ CKestConfigChange::ErrorCode CKestMenuChangeRemove::MakeChange(const CKestConfig
                                                                CKestXmlFile* file,
                                                                const CKestXmlFile* /*referenceFile*/) {
   auto* menus = dynamic_cast<CKestMenusXmlFile*>(file);
-  if (!menus)
+  if (!menus) {
     return kSuccess;
+  }
   if (CKestExtensionMenuBar* bar = menus->FindMenuBar(m_menuId)) {
     (void)menus->RemoveChild(bar);
     return kSuccess;
   }
   CKestExtensionMenu* holder = nullptr; // to be tidied
   MenusNode* found = menus->FindMenu(m_menuId, nullptr, &holder);
-  if (!found)
+  if (!found) {
     found = menus->FindMenuItem(m_menuId, nullptr, &holder);
-  if (!found)
+  }
+  if (!found) {
     found = menus->FindFormat(m_menuId, nullptr, &holder);
+  }
   (void)menus->Remove(found);
-  if (found && holder)
+  if (found && holder) {
     holder->RemoveExtraSeparators();
+  }
   return kSuccess;
 }
 

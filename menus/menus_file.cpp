@@ -26,8 +26,9 @@ public:
 constexpr std::size_t kMostBytes = 48u << 20;
 
 MenusNode* TopOf(MenusNode* node) {
-  while (node && node->GetHolder())
+  while (node && node->GetHolder()) {
     node = node->GetHolder();
+  }
   return node;
 }
 
@@ -40,8 +41,9 @@ CKestExtensionMenuBar* BarOf(MenusNode* node) {
 CKestExtensionMenu* AsMenu(MenusNode* node) { return dynamic_cast<CKestExtensionMenu*>(node); }
 
 template <class T> void Fill(T** output, T* value) {
-  if (output)
+  if (output) {
     *output = value;
+  }
 }
 
 } // namespace
@@ -53,8 +55,9 @@ int CKestMenusXmlFile::Load(const char* path, CKestTypedList<CKestString>* /*err
   m_path = path ? path : "";
   RemoveAllChildren();
   CString content;
-  if (!CKestFile::ReadAll(m_path, content))
+  if (!CKestFile::ReadAll(m_path, content)) {
     return CKestXMLParser::kUnreadable;
+  }
   return LoadContent(content);
 }
 
@@ -75,24 +78,28 @@ bool CKestMenusXmlFile::BuildContent(CString& content) const {
 }
 
 int CKestMenusXmlFile::Save(const char* path) {
-  if (!path)
+  if (!path) {
     return -1;
+  }
   CString content;
   if (!BuildContent(content)) {
     Probe probe;
-    if (probe.ParseLines(content, true) != CKestXMLParser::kGood)
+    if (probe.ParseLines(content, true) != CKestXMLParser::kGood) {
       return -1;
+    }
   }
-  if (CKestOS::IsFileReadOnly(path))
+  if (CKestOS::IsFileReadOnly(path)) {
     CKestOS::MakeFileWritable(path);
+  }
   return CKestFile::WriteAll(path, content) ? 0 : -1;
 }
 
 // ---- searches
 
 MenusIndex& CKestMenusXmlFile::Index() const {
-  if (!m_index)
+  if (!m_index) {
     m_index = std::make_unique<MenusIndex>(const_cast<CKestMenusXmlFile&>(*this)); // it links the objects themselves
+  }
   return *m_index;
 }
 
@@ -109,11 +116,13 @@ CKestExtensionMenu* CKestMenusXmlFile::FindMenu(std::string_view id, CKestExtens
   MenusNode* found = Index().Find(Kind::kMenu, id, [](MenusNode& node) {
     return BarOf(&node) != nullptr || TopOf(&node)->GetKind() == Kind::kMenu;
   });
-  if (!found)
+  if (!found) {
     return nullptr;
+  }
   Fill(bar, BarOf(found));
-  if (found->GetHolder() && found->GetHolder()->GetKind() == Kind::kMenu)
+  if (found->GetHolder() && found->GetHolder()->GetKind() == Kind::kMenu) {
     Fill(parent, AsMenu(found->GetHolder()));
+  }
   return AsMenu(found);
 }
 
@@ -122,8 +131,9 @@ CKestExtensionMenuItem* CKestMenusXmlFile::FindMenuItem(std::string_view id, CKe
   Fill<CKestExtensionMenuBar>(bar, nullptr);
   Fill<CKestExtensionMenu>(menu, nullptr);
   MenusNode* found = Index().Find(Kind::kItem, id, [](MenusNode& node) { return BarOf(&node) != nullptr; });
-  if (!found)
+  if (!found) {
     return nullptr;
+  }
   Fill(bar, BarOf(found));
   Fill(menu, AsMenu(found->GetHolder()));
   return static_cast<CKestExtensionMenuItem*>(found);
@@ -134,8 +144,9 @@ CKestExtensionServerFormat* CKestMenusXmlFile::FindFormat(std::string_view id, C
   Fill<CKestExtensionMenuBar>(bar, nullptr);
   Fill<CKestExtensionMenu>(menu, nullptr);
   MenusNode* found = Index().Find(Kind::kFormat, id, [](MenusNode& node) { return BarOf(&node) != nullptr; });
-  if (!found)
+  if (!found) {
     return nullptr;
+  }
   Fill(bar, BarOf(found));
   Fill(menu, AsMenu(found->GetHolder()));
   return static_cast<CKestExtensionServerFormat*>(found);
@@ -145,12 +156,14 @@ CKestExtensionMenuSeparator* CKestMenusXmlFile::FindSeparator(std::string_view r
                                                               CKestExtensionMenu** menu) const {
   Fill<CKestExtensionMenuBar>(bar, nullptr);
   Fill<CKestExtensionMenu>(menu, nullptr);
-  if (reference.empty())
+  if (reference.empty()) {
     return nullptr;
+  }
   const MenusIndex::Place found = Index().FindSeparator(
       reference, [](const MenusIndex::Place& place) { return place.holder && BarOf(place.holder) != nullptr; });
-  if (!found.object)
+  if (!found.object) {
     return nullptr;
+  }
   Fill(bar, BarOf(found.holder));
   Fill(menu, AsMenu(found.holder));
   return static_cast<CKestExtensionMenuSeparator*>(found.object);
@@ -162,8 +175,9 @@ CKestXmlComment* CKestMenusXmlFile::FindComment(std::string_view text, CKestExte
   Fill<CKestExtensionMenu>(menu, nullptr);
   const MenusIndex::Place found = Index().FindComment(
       text, [](const MenusIndex::Place& place) { return !place.holder || BarOf(place.holder) != nullptr; });
-  if (!found.object)
+  if (!found.object) {
     return nullptr;
+  }
   Fill(bar, BarOf(found.holder));
   Fill(menu, AsMenu(found.holder));
   return static_cast<CKestXmlComment*>(found.object);
@@ -175,8 +189,9 @@ CKestXmlComment* CKestMenusXmlFile::FindComment(std::string_view text, CKestExte
   const MenusIndex::Place found = top.object ? top : Index().FindComment(text, [](const MenusIndex::Place& place) {
     return place.holder && place.holder->GetKind() == Kind::kShortcutList;
   });
-  if (found.holder)
+  if (found.holder) {
     Fill(list, static_cast<CKestExtensionShortcutList*>(found.holder));
+  }
   return static_cast<CKestXmlComment*>(found.object);
 }
 
@@ -190,8 +205,9 @@ CKestExtensionShortcut* CKestMenusXmlFile::FindShortcut(std::string_view id, CKe
   MenusNode* found = Index().Find(Kind::kShortcut, id, [](const MenusNode& node) {
     return node.GetHolder() && node.GetHolder()->GetKind() == Kind::kShortcutList;
   });
-  if (found)
+  if (found) {
     Fill(list, static_cast<CKestExtensionShortcutList*>(found->GetHolder()));
+  }
   return static_cast<CKestExtensionShortcut*>(found);
 }
 
@@ -213,8 +229,9 @@ CKestXmlObject* CKestMenusXmlFile::Insert(std::size_t at, std::unique_ptr<CKestX
     node->m_holder = this;
     node->m_topLevel = true;
   }
-  if (m_index)
+  if (m_index) {
     m_index->Add(object, nullptr);
+  }
   return object;
 }
 
@@ -238,10 +255,12 @@ CKestXmlObject* CKestMenusXmlFile::InsertAfter(const CKestXmlObject* anchor, std
 
 std::unique_ptr<CKestXmlObject> CKestMenusXmlFile::RemoveChild(const CKestXmlObject* child) {
   std::unique_ptr<CKestXmlObject> removed = CKestXmlFile::RemoveChild(child);
-  if (!removed)
+  if (!removed) {
     return nullptr;
-  if (m_index)
+  }
+  if (m_index) {
     m_index->Remove(removed.get());
+  }
   if (auto* node = dynamic_cast<MenusNode*>(removed.get())) {
     node->m_holder = nullptr;
     node->m_topLevel = false;
@@ -255,8 +274,9 @@ void CKestMenusXmlFile::RemoveAllChildren() {
 }
 
 std::unique_ptr<CKestXmlObject> CKestMenusXmlFile::Remove(MenusNode* node) {
-  if (!node || node->GetFile() != this)
+  if (!node || node->GetFile() != this) {
     return nullptr;
+  }
   MenusNode* holder = node->GetHolder();
   return holder ? holder->RemoveChild(node) : RemoveChild(node);
 }

@@ -31,15 +31,17 @@ public:
 
   /// The first node of the kind with the id for which `accepts` says true, or null.
   template <class Accepts> MenusNode* Find(MenusNode::Kind kind, std::string_view id, Accepts accepts) {
-    if (id.empty())
+    if (id.empty()) {
       return nullptr;
+    }
     std::vector<Place> found;
     const std::uint32_t hash = Hash(kind, id);
     for (MenusNode* node = m_buckets[hash & m_mask]; node; node = node->m_next) {
       ++m_steps;
       if (node->m_hash == hash && node->m_kind == kind &&
-          text::EqualNoCase(node->GetField(MenusNode::Field::kId), id) && accepts(*node))
+          text::EqualNoCase(node->GetField(MenusNode::Field::kId), id) && accepts(*node)) {
         found.push_back({node, node->GetHolder()});
+      }
     }
     return static_cast<MenusNode*>(First(found).object);
   }
@@ -70,8 +72,9 @@ private:
     if (const auto entry = texts.find(CString(text)); entry != texts.end()) {
       for (const Place& place : entry->second) {
         ++m_steps;
-        if (accepts(place))
+        if (accepts(place)) {
           found.push_back(place);
+        }
       }
     }
     return First(found);

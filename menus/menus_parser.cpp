@@ -77,8 +77,9 @@ const CKestMenusXMLParser::Element* CKestMenusXMLParser::FindElement(std::string
       {"shortcutlist", Kind::kShortcutList, true, true, kListAttributes, Make<CKestExtensionShortcutList>},
   }};
   for (const Element& element : kElements) {
-    if (element.name.size() == name.size() && text::EqualNoCase(element.name, name))
+    if (element.name.size() == name.size() && text::EqualNoCase(element.name, name)) {
       return &element;
+    }
   }
   return nullptr;
 }
@@ -102,19 +103,23 @@ void CKestMenusXMLParser::OnElementStart(const char* name, CKestXMLAttributes& a
     return;
   }
   const bool inList = !m_stack.empty() && m_stack.back()->GetKind() == Kind::kShortcutList;
-  if (!element->holds && (m_stack.empty() || (element->kind == Kind::kShortcut && !inList)))
+  if (!element->holds && (m_stack.empty() || (element->kind == Kind::kShortcut && !inList))) {
     return;
+  }
   std::unique_ptr<MenusNode> node = element->make();
   ReadAttributes(*element, *node, attributes);
-  if (element->kind == Kind::kBar)
+  if (element->kind == Kind::kBar) {
     static_cast<CKestExtensionMenuBar&>(*node).SetTag(name);
+  }
   MenusNode* placed = node.get();
-  if (element->topLevel)
+  if (element->topLevel) {
     m_file->AppendChild(std::move(node));
-  else
+  } else {
     Place(std::move(node));
-  if (element->holds)
+  }
+  if (element->holds) {
     m_stack.push_back(placed);
+  }
 }
 
 void CKestMenusXMLParser::OnElementEnd(const char* name) {
@@ -123,8 +128,9 @@ void CKestMenusXMLParser::OnElementEnd(const char* name) {
     return;
   }
   const Element* element = FindElement(name);
-  if (element && element->holds && !m_stack.empty())
+  if (element && element->holds && !m_stack.empty()) {
     m_stack.pop_back();
+  }
 }
 
 void CKestMenusXMLParser::ReadAttributes(const Element& element, MenusNode& node, CKestXMLAttributes& attributes) {
@@ -140,8 +146,9 @@ void CKestMenusXMLParser::ReadAttributes(const Element& element, MenusNode& node
       }
     }
     if (!known) {
-      if (element.kind == Kind::kFormat)
+      if (element.kind == Kind::kFormat) {
         node.SetAttribute(attributeName, value);
+      }
       continue;
     }
     switch (known->target) {
@@ -157,8 +164,9 @@ void CKestMenusXMLParser::ReadAttributes(const Element& element, MenusNode& node
     case kReferences:
       for (std::size_t at = 0; at < value.size();) {
         const std::size_t comma = std::min(value.find(',', at), value.size());
-        if (comma > at)
+        if (comma > at) {
           static_cast<CKestExtensionMenuSeparator&>(node).AddReference(value.substr(at, comma - at));
+        }
         at = comma + 1;
       }
       break;
@@ -170,15 +178,17 @@ void CKestMenusXMLParser::ReadAttributes(const Element& element, MenusNode& node
 }
 
 void CKestMenusXMLParser::Place(std::unique_ptr<CKestXmlObject> object) {
-  if (m_stack.empty())
+  if (m_stack.empty()) {
     m_file->AppendChild(std::move(object));
-  else
+  } else {
     m_stack.back()->AppendChild(std::move(object));
+  }
 }
 
 void CKestMenusXMLParser::OnComment(const char* text) {
-  if (m_skipped > 0)
+  if (m_skipped > 0) {
     return;
+  }
   CString value = text;
   RevertMenuLine(value);
   text::Trim(value);
@@ -186,12 +196,14 @@ void CKestMenusXMLParser::OnComment(const char* text) {
 }
 
 void CKestMenusXMLParser::OnDefault(const char* text, int length) {
-  if (m_skipped > 0)
+  if (m_skipped > 0) {
     return;
+  }
   CString piece(text, static_cast<std::size_t>(length));
   RevertMenuLine(piece);
-  if (auto misc = CollectMarkup(m_pending, piece))
+  if (auto misc = CollectMarkup(m_pending, piece)) {
     Place(std::move(misc));
+  }
 }
 
 } // namespace kest

@@ -42,8 +42,9 @@ bool HoldsControl(std::string_view text) { return std::any_of(text.begin(), text
 
 bool IsPlainName(std::string_view name) {
   for (const char c : name) {
-    if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'))
+    if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_')) {
       return false;
+    }
   }
   return !name.empty();
 }
@@ -57,12 +58,14 @@ bool IsReference(std::string_view text) {
 CString MenuName(std::string_view name) {
   CString out(name);
   for (std::size_t i = 0; i < out.size(); ++i) {
-    if (out[i] != '&')
+    if (out[i] != '&') {
       continue;
-    if (i + 1 < out.size() && out[i + 1] == '&')
+    }
+    if (i + 1 < out.size() && out[i + 1] == '&') {
       ++i;
-    else if (!IsReference(std::string_view(out).substr(i)))
+    } else if (!IsReference(std::string_view(out).substr(i))) {
       out[i] = '_';
+    }
   }
   return out;
 }
@@ -70,8 +73,9 @@ CString MenuName(std::string_view name) {
 } // namespace
 
 void MenusWriter::Write(const CKestXmlObject& object, int level) {
-  if (level > kDeepest)
+  if (level > kDeepest) {
     m_readable = false;
+  }
   const auto* node = AsNode(&object);
   if (!node) {
     if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&object);
@@ -86,8 +90,9 @@ void MenusWriter::Write(const CKestXmlObject& object, int level) {
     }
     return;
   }
-  if (node->GetKind() == Kind::kBar || node->GetKind() == Kind::kShortcutList)
+  if (node->GetKind() == Kind::kBar || node->GetKind() == Kind::kShortcutList) {
     m_text += "\r\n";
+  }
   Tabs(level);
   switch (node->GetKind()) {
   case Kind::kBar:
@@ -108,8 +113,9 @@ void MenusWriter::Write(const CKestXmlObject& object, int level) {
 }
 
 void MenusWriter::WriteChildren(const CKestXmlObject& parent, int level) {
-  for (const auto& child : parent.GetChildren())
+  for (const auto& child : parent.GetChildren()) {
     Write(*child, level);
+  }
 }
 
 void MenusWriter::Attribute(std::string_view name, std::string_view value) {
@@ -123,10 +129,11 @@ void MenusWriter::Attribute(std::string_view name, std::string_view value) {
 
 void MenusWriter::Name(const MenusNode& node) {
   const std::string_view name = node.GetField(Field::kName);
-  if (Contains(name, '&'))
+  if (Contains(name, '&')) {
     Attribute("name", MenuName(name));
-  else
+  } else {
     Optional("name", name);
+  }
 }
 
 void MenusWriter::WriteBar(const MenusNode& bar, int level) {
@@ -148,8 +155,9 @@ void MenusWriter::WriteMenu(const MenusNode& menu, int level) {
   Name(menu);
   Attribute("id", menu.GetField(Field::kId));
   Optional("platform", menu, Field::kPlatform);
-  if (!static_cast<const CKestExtensionMenu&>(menu).IsVisible())
+  if (!static_cast<const CKestExtensionMenu&>(menu).IsVisible()) {
     m_text += " visibility=\"hidden\"";
+  }
   Optional("app", menu, Field::kApp);
   m_text += ">\r\n";
   WriteChildren(menu, level + 1);
@@ -161,10 +169,11 @@ void MenusWriter::WriteItem(const MenusNode& item) {
   m_text += "<menuitem";
   const std::string_view dynamic = item.GetField(Field::kDynamic);
   if (!dynamic.empty()) {
-    if (m_dialect == Dialect::kDescription)
+    if (m_dialect == Dialect::kDescription) {
       Attribute("dynamic", dynamic);
-    else
+    } else {
       m_text += " dynamic";
+    }
   }
   Name(item);
   Optional("key", item, Field::kKey);
@@ -175,8 +184,9 @@ void MenusWriter::WriteItem(const MenusNode& item) {
   Optional("arguments", item, Field::kArguments);
   Optional("platform", item, Field::kPlatform);
   Optional("app", item, Field::kApp);
-  if (!static_cast<const CKestExtensionMenuItem&>(item).IsDOMRequired())
+  if (!static_cast<const CKestExtensionMenuItem&>(item).IsDOMRequired()) {
     m_text += " domRequired=\"false\"";
+  }
   Optional("id", item, Field::kId);
   m_text += " />\r\n";
 }
@@ -188,8 +198,9 @@ void MenusWriter::WriteSeparator(const CKestExtensionMenuSeparator& separator) {
   Optional("app", separator, Field::kApp);
   CString references;
   for (const CString& reference : separator.GetReferences()) {
-    if (!reference.empty())
+    if (!reference.empty()) {
       references.append(references.empty() ? "" : ",").append(reference);
+    }
   }
   Optional("references", references);
   m_text += " />\r\n";
@@ -199,8 +210,9 @@ void MenusWriter::WriteFormat(const CKestExtensionServerFormat& format) {
   m_text += "<format";
   Attribute("title", format.GetField(Field::kTitle));
   Optional("file", format, Field::kFile);
-  if (!format.IsVisible())
+  if (!format.IsVisible()) {
     m_text += " visibility=\"hidden\"";
+  }
   Optional("platform", format, Field::kPlatform);
   Optional("expression", format, Field::kExpression);
   for (const auto& [name, value] : format.GetAttributes()) {
@@ -226,10 +238,12 @@ void MenusWriter::WriteShortcut(const CKestExtensionShortcut& shortcut) {
   m_text += "<shortcut";
   Optional("key", shortcut, Field::kKey);
   Optional("platform", shortcut, Field::kPlatform);
-  if (!shortcut.IsDOMRequired())
+  if (!shortcut.IsDOMRequired()) {
     m_text += " domRequired=\"false\"";
-  if (shortcut.IsDynamic())
+  }
+  if (shortcut.IsDynamic()) {
     m_text += " dynamic=\"true\"";
+  }
   Optional("app", shortcut, Field::kApp);
   Optional("file", shortcut, Field::kFile);
   Optional("arguments", shortcut, Field::kArguments);

@@ -30,8 +30,9 @@ private:
   void Name(const MenusNode& node);
   void Attribute(std::string_view name, std::string_view value);
   void Optional(std::string_view name, std::string_view value) {
-    if (!value.empty())
+    if (!value.empty()) {
       Attribute(name, value);
+    }
   }
   void Optional(std::string_view name, const MenusNode& node, MenusNode::Field field) {
     Optional(name, node.GetField(field));

@@ -11,10 +11,11 @@ CString Label(std::string_view name) {
   DecodeReferences(label);
   CString out;
   for (std::size_t i = 0; i < label.size(); ++i) {
-    if (label[i] == '&' && i + 1 < label.size())
+    if (label[i] == '&' && i + 1 < label.size()) {
       ++i;
-    else if (label[i] == '_')
+    } else if (label[i] == '_') {
       continue;
+    }
     out += label[i];
   }
   return out;
@@ -34,20 +35,24 @@ std::unique_ptr<CKestXmlObject> CopyComment(const CKestXmlComment& payload) {
 
 CString PayloadWords(const CKestXmlObject& payload) {
   const auto* node = dynamic_cast<const MenusNode*>(&payload);
-  if (!node)
+  if (!node) {
     return payload.GetTag();
+  }
   static constexpr std::string_view kWords[] = {"menu bar",  "menu",          "item",    "format",
                                                 "separator", "shortcut list", "shortcut"};
   CString words(kWords[static_cast<std::size_t>(node->GetKind())]);
   CString name = Label(
       node->GetField(node->GetKind() == MenusNode::Kind::kFormat ? MenusNode::Field::kTitle : MenusNode::Field::kName));
-  if (name.empty())
+  if (name.empty()) {
     name = node->GetField(MenusNode::Field::kId);
-  if (node->GetKind() == MenusNode::Kind::kSeparator)
+  }
+  if (node->GetKind() == MenusNode::Kind::kSeparator) {
     return words;
+  }
   const std::string_view key = node->GetField(MenusNode::Field::kKey);
-  if (node->GetKind() == MenusNode::Kind::kShortcut && !key.empty())
+  if (node->GetKind() == MenusNode::Kind::kShortcut && !key.empty()) {
     return words.append(" ").append(key);
+  }
   return name.empty() ? words : words.append(" \"").append(name).append("\"");
 }
 

@@ -9,18 +9,20 @@ namespace {
 using Kind = MenusNode::Kind;
 
 void RemoveListIfEmpty(CKestMenusXmlFile* file, CKestExtensionShortcutList* list) {
-  if (list && list->HoldsOnlyComments())
+  if (list && list->HoldsOnlyComments()) {
     (void)file->RemoveChild(list);
+  }
 }
 
 void UndoPayload(CKestMenusXmlFile* file, const CKestXmlObject& payload) {
   CKestExtensionShortcutList* list = nullptr;
   if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&payload)) {
     const CKestXmlComment* found = file->FindComment(CommentText(*comment), &list);
-    if (list)
+    if (list) {
       (void)list->RemoveChild(found);
-    else if (found)
+    } else if (found) {
       (void)file->RemoveChild(found);
+    }
     RemoveListIfEmpty(file, list);
   } else if (const auto* payloadList = dynamic_cast<const CKestExtensionShortcutList*>(&payload)) {
     (void)file->Remove(file->FindShortcutList(payloadList->GetID()));
@@ -43,8 +45,9 @@ void CKestShortcutChangeInsert::BuildXml(int level, CString& text) const {
 CString CKestShortcutChangeInsert::DescribeInWords() const {
   const CString place = m_listId.empty() ? CString{} : " in list \"" + m_listId + "\"";
   CString words;
-  for (const auto& child : GetChildren())
+  for (const auto& child : GetChildren()) {
     words.append(words.empty() ? "" : "\n").append(PayloadWords(*child)).append(place);
+  }
   return words;
 }
 
@@ -52,21 +55,25 @@ CKestConfigChange::ErrorCode CKestShortcutChangeInsert::MakeChange(const CKestCo
                                                                    CKestXmlFile* file,
                                                                    const CKestXmlFile* /*referenceFile*/) {
   auto* menus = dynamic_cast<CKestMenusXmlFile*>(file);
-  if (!menus)
+  if (!menus) {
     return kMenuNotChanged;
-  if (m_listId.empty())
+  }
+  if (m_listId.empty()) {
     return AppendShortcutList(menus);
+  }
   CKestExtensionShortcutList* list = menus->FindShortcutList(m_listId);
   return list ? AppendToShortcutList(menus, list) : kShortcutListMissing;
 }
 
 CKestConfigChange::ErrorCode CKestShortcutChangeInsert::AppendShortcutList(CKestMenusXmlFile* file) const {
   for (auto child = GetChildren().rbegin(); child != GetChildren().rend(); ++child) {
-    if (const auto* comment = dynamic_cast<const CKestXmlComment*>(child->get()))
+    if (const auto* comment = dynamic_cast<const CKestXmlComment*>(child->get())) {
       file->AppendChild(CopyComment(*comment));
+    }
     const auto* list = dynamic_cast<const CKestExtensionShortcutList*>(child->get());
-    if (list && !HandleExistingShortcutList(file, list))
+    if (list && !HandleExistingShortcutList(file, list)) {
       file->AppendChild(std::make_unique<CKestExtensionShortcutList>(list));
+    }
   }
   return kSuccess;
 }
@@ -74,11 +81,13 @@ CKestConfigChange::ErrorCode CKestShortcutChangeInsert::AppendShortcutList(CKest
 CKestConfigChange::ErrorCode CKestShortcutChangeInsert::AppendToShortcutList(CKestMenusXmlFile* file,
                                                                              CKestExtensionShortcutList* list) const {
   for (const auto& child : GetChildren()) {
-    if (const auto* comment = dynamic_cast<const CKestXmlComment*>(child.get()))
+    if (const auto* comment = dynamic_cast<const CKestXmlComment*>(child.get())) {
       list->AppendChild(CopyComment(*comment));
+    }
     const auto* shortcut = dynamic_cast<const CKestExtensionShortcut*>(child.get());
-    if (shortcut && !HandleExistingShortcut(file, list, shortcut))
+    if (shortcut && !HandleExistingShortcut(file, list, shortcut)) {
       list->AppendChild(std::make_unique<CKestExtensionShortcut>(shortcut));
+    }
   }
   return kSuccess;
 }
@@ -86,16 +95,18 @@ CKestConfigChange::ErrorCode CKestShortcutChangeInsert::AppendToShortcutList(CKe
 bool CKestShortcutChangeInsert::HandleExistingShortcutList(CKestMenusXmlFile* file,
                                                            const CKestExtensionShortcutList* payload) {
   CKestExtensionShortcutList* existing = file->FindShortcutList(payload->GetID());
-  if (existing)
+  if (existing) {
     existing->Merge(payload);
+  }
   return existing != nullptr;
 }
 
 bool CKestShortcutChangeInsert::HandleExistingShortcut(CKestMenusXmlFile* file, CKestExtensionShortcutList* list,
                                                        const CKestExtensionShortcut* payload) {
   MenusNode* existing = file->FindDirectChild(list, Kind::kShortcut, payload->GetID());
-  if (existing)
+  if (existing) {
     static_cast<CKestExtensionShortcut*>(existing)->Merge(payload);
+  }
   return existing != nullptr;
 }
 
@@ -103,8 +114,9 @@ CKestConfigChange::ErrorCode CKestShortcutChangeInsert::UndoChange(const CKestCo
                                                                    CKestXmlFile* file,
                                                                    const CKestXmlFile* /*referenceFile*/) {
   if (auto* menus = dynamic_cast<CKestMenusXmlFile*>(file)) {
-    for (const auto& child : GetChildren())
+    for (const auto& child : GetChildren()) {
       UndoPayload(menus, *child);
+    }
   }
   return kSuccess;
 }
@@ -119,11 +131,13 @@ CKestConfigChange::ErrorCode CKestShortcutChangeRemove::MakeChange(const CKestCo
                                                                    CKestXmlFile* file,
                                                                    const CKestXmlFile* /*referenceFile*/) {
   auto* menus = dynamic_cast<CKestMenusXmlFile*>(file);
-  if (!menus)
+  if (!menus) {
     return kSuccess;
+  }
   MenusNode* found = menus->FindShortcutList(m_id);
-  if (!found)
+  if (!found) {
     found = menus->FindShortcut(m_id, nullptr);
+  }
   (void)menus->Remove(found);
   return kSuccess;
 }

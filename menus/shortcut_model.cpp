@@ -19,8 +19,9 @@ CKestExtensionShortcut::CKestExtensionShortcut(const CKestExtensionShortcut* oth
 }
 
 void CKestExtensionShortcut::Merge(const CKestExtensionShortcut* other) {
-  if (!other || other == this)
+  if (!other || other == this) {
     return;
+  }
   MergeFields(*other, kShortcutFields);
   m_flag = other->m_flag;
   m_dynamic = other->m_dynamic;
@@ -34,17 +35,20 @@ CKestExtensionShortcutList::CKestExtensionShortcutList(const CKestExtensionShort
 }
 
 void CKestExtensionShortcutList::Merge(const CKestExtensionShortcutList* other) {
-  if (other && other != this)
+  if (other && other != this) {
     MergeFields(*other, kListFields);
+  }
 }
 
 CKestExtensionShortcut* CKestExtensionShortcutList::FindShortcut(std::string_view id) const {
-  if (id.empty())
+  if (id.empty()) {
     return nullptr;
+  }
   for (const auto& child : GetChildren()) {
     auto* shortcut = dynamic_cast<CKestExtensionShortcut*>(child.get());
-    if (shortcut && text::EqualNoCase(shortcut->GetID(), id))
+    if (shortcut && text::EqualNoCase(shortcut->GetID(), id)) {
       return shortcut;
+    }
   }
   return nullptr;
 }

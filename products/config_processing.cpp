@@ -4,6 +4,7 @@
 #include "journal/install_steps.h"
 #include "journal/journal.h"
 #include "platform/machine/os.h"
+#include "platform/machine/timer.h"
 #include "products/config_errors.h"
 
 #include <algorithm>

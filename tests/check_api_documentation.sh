@@ -10,7 +10,7 @@ version=$(sed -nE 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 while read -r header; do
   mkdir -p "$work/include/$(dirname "$header")"
   cp "$source/$header" "$work/include/$header"
-done < <(sed -n '/^set(KEST_PUBLIC_HEADERS/,/)/p' "$source/cmake/KestInstall.cmake" | grep -oE '[a-z]+/[a-z_]+\.h')
+done < <(sed -n '/^set(KEST_PUBLIC_HEADERS/,/)/p' "$source/cmake/KestInstall.cmake" | grep -oE '[a-z]+/[a-z_/]+\.h')
 [ "$(find "$work/include" -name '*.h' | wc -l)" -gt 20 ] || fail "the list of public headers was not found"
 
 KEST_DOC_FILTER=$source/docs/plain_members.awk KEST_DOC_INPUT=$work/include KEST_DOC_OUTPUT=$work KEST_DOC_VERSION=$version doxygen "$source/docs/Doxyfile" \

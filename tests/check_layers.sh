@@ -4,27 +4,45 @@
 set -u
 cd "$1" || exit 2
 
-# folder -> what its files may include; "products/product.h" is the product interface, which stands lower than its folder
+# folder -> what its files may include. A folder whose name stands with a slash is a room of another one, and sees only the
+# rooms named; "products/product.h" is the product interface, which stands lower than its folder.
+platform="platform/text platform/machine platform/machine_folder platform/xml platform/package platform/messages"
 declare -A allowed=(
-  [platform]="platform"
-  [journal]="journal platform"
-  [config]="config platform journal products/product.h"
-  [menus]="menus platform config journal products/product.h"
-  [description]="description platform config menus products/product.h"
-  [products]="products platform journal config menus description"
-  [manager]="manager platform journal config menus description products"
-  [host]="host platform manager products description config menus journal"
+  [platform/text]="platform/text"
+  [platform/machine]="platform/machine platform/text"
+  [platform/machine_folder]="platform/machine_folder platform/machine platform/text"
+  [platform/windows]="platform/windows platform/machine platform/text"
+  [platform/xml]="platform/xml platform/machine platform/text"
+  [platform/package]="platform/package platform/machine platform/text"
+  [platform/messages]="platform/messages platform/text"
+  [journal]="journal $platform"
+  [config]="config $platform journal products/product.h"
+  [menus]="menus $platform config journal products/product.h"
+  [description]="description $platform config menus products/product.h"
+  [products]="products $platform journal config menus description"
+  [manager]="manager $platform journal config menus description products"
+  [host/sample]="host/sample $platform"
+  [host/terminal]="host/terminal host $platform manager products description config menus journal"
+  [host]="host host/sample host/terminal $platform manager products description config menus journal"
 )
+# the room or folder a file lies in
+room_of() {
+  local folder=${1%/*}
+  case $folder in
+    platform/*|host/sample|host/terminal) printf '%s' "$folder" ;;
+    *) printf '%s' "${folder%%/*}" ;;
+  esac
+}
 status=0
 fail() { printf '%s\n' "$*"; status=1; }
 
 edges=$(mktemp)
 trap 'rm -f "$edges"' EXIT
 while IFS=: read -r file line target; do
-  folder=${file%%/*}
-  to=${target%%/*}
+  folder=$(room_of "$file")
+  to=$(room_of "$target")
   rules=${allowed[$folder]-}
-  [ "$file" = products/product.h ] && rules="platform"
+  [ "$file" = products/product.h ] && rules=$platform
   case "$target" in
     */*) ;;
     *) fail "$file:$line: \"$target\" does not name its folder"; continue ;;

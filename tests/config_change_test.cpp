@@ -64,8 +64,9 @@ TEST(GenericXmlFile, TextIsKeptThroughLoadAndSave) {
   for (const char* kept :
        {"<?xml version=\"1.0\"?>", "<!DOCTYPE toolbarset SYSTEM \"-//Kestrel//TMExtension toolbar 5.0\">",
         "<comment>toolbars of the sample editor</comment>", "tooltip=\"New &amp; empty\"",
-        "command=\"if (a && b) save('x')\"", "if (a < b && c) { map(); }"})
+        "command=\"if (a && b) save('x')\"", "if (a < b && c) { map(); }"}) {
     EXPECT_NE(text.find(kept), CString::npos) << kept << "\n" << text;
+  }
   CString twice;
   XmlFile(text).BuildContent(twice);
   EXPECT_EQ(twice, text);
@@ -118,8 +119,9 @@ TEST(TextLevel, ReferencesAreDecodedOnce) {
 
 std::unique_ptr<CKestXmlObject> Object(const char* tag, const char* id) {
   auto object = std::make_unique<CKestXmlObject>(tag);
-  if (*id)
+  if (*id) {
     object->SetAttribute("id", id);
+  }
   return object;
 }
 
@@ -129,8 +131,9 @@ std::string Ids(const CKestXmlObject* container) {
     CString id;
     child->GetAttribute("id", id);
     ids += (ids.empty() ? "" : " ") + id;
-    if (child->HasTag("toolbar") || child->HasTag("category"))
+    if (child->HasTag("toolbar") || child->HasTag("category")) {
       ids += "(" + Ids(child.get()) + ")";
+    }
   }
   return ids;
 }

@@ -1,4 +1,6 @@
 // The manual page for authors names what the reader knows: every element, and of each every attribute.
+#include "support/source_folder.h"
+
 #include "description/element_table.h"
 #include "description/extension_types.h"
 
@@ -35,7 +37,7 @@ std::vector<std::string> Names(const std::string& text) {
 
 Manual ReadManual() {
   Manual manual;
-  std::ifstream page(KEST_SOURCE_DIR "/docs/man/kest-description.5");
+  std::ifstream page(test::SourceFolder() + "/docs/man/kest-description.5");
   std::vector<std::string> current;
   std::string section;
   for (std::string line; std::getline(page, line);) {

@@ -5,6 +5,7 @@
 #include "menus/menu_model.h"
 #include "menus/menu_sets.h"
 #include "support/description_text.h"
+#include "support/source_folder.h"
 #include "support/temp_machine.h"
 
 #include <gmock/gmock.h>
@@ -52,7 +53,7 @@ std::string Told(const CKestExtension& record) {
 
 // Compares with the file of tests/data/golden, line ends aside; writes it when KEST_UPDATE_GOLDEN is set.
 void ExpectGolden(const std::string& fileName, std::string text) {
-  const std::string path = KEST_SOURCE_DIR "/tests/data/golden/" + fileName;
+  const std::string path = test::SourceFolder() + "/tests/data/golden/" + fileName;
   std::erase(text, '\r');
   if (std::getenv("KEST_UPDATE_GOLDEN") != nullptr) {
     std::ofstream(path, std::ios::binary) << text;

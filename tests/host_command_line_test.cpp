@@ -2,6 +2,7 @@
 #include "host/help.h"
 #include "platform/text/text.h"
 #include "support/program_fixture.h"
+#include "support/source_folder.h"
 
 #include <algorithm>
 
@@ -173,11 +174,11 @@ protected:
 };
 
 TEST_P(Completion, OffersWhatFitsAndWhatIsOnTheMachine) {
-  const std::pair<const char*, const char*> rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {"kest unin", "uninstall"},
       {"kest machine lo", "logon"},
       {"kest list --sort au", "author"},
-      {"kest -m " KEST_SOURCE_DIR " install --acc", "--accept-agreement"}, // the folder is no command
+      {"kest -m " + test::SourceFolder() + " install --acc", "--accept-agreement"}, // the folder is no command
       {"kest --wait 5 --on-existing keep pack --port", "--portable"},
       {"kest machine new --multi", "--multi-user"},
       {"kest help reco", "recover"},

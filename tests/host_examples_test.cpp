@@ -1,4 +1,5 @@
 #include "support/program_fixture.h"
+#include "support/source_folder.h"
 
 #include <algorithm>
 #include <map>
@@ -12,7 +13,7 @@ using test::ProgramTest;
 
 std::vector<std::string> ExampleNames() {
   std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(KEST_SOURCE_DIR "/examples")) {
+  for (const auto& entry : fs::directory_iterator(test::SourceFolder() + "/examples")) {
     const std::string name = entry.path().filename().string();
     if (fs::exists(entry.path() / (name + ".kei"))) {
       names.push_back(name);
@@ -22,7 +23,9 @@ std::vector<std::string> ExampleNames() {
   return names;
 }
 
-std::string DescriptionOf(const std::string& name) { return KEST_SOURCE_DIR "/examples/" + name + "/" + name + ".kei"; }
+std::string DescriptionOf(const std::string& name) {
+  return test::SourceFolder() + "/examples/" + name + "/" + name + ".kei";
+}
 
 class Examples : public ProgramTest, public ::testing::WithParamInterface<std::string> {
 protected:

@@ -1,5 +1,6 @@
 #include "host/command_table.h"
 #include "support/program_fixture.h"
+#include "support/source_folder.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -50,7 +51,7 @@ protected:
     return text;
   }
   void compare() {
-    const std::string path = KEST_SOURCE_DIR "/tests/data/golden/commands.json";
+    const std::string path = test::SourceFolder() + "/tests/data/golden/commands.json";
     if (std::getenv("KEST_UPDATE_GOLDEN")) {
       std::ofstream(path) << m_found.dump(1) << "\n";
     }

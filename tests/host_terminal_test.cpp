@@ -1,5 +1,6 @@
 #include "support/file_holder.h"
 #include "support/program_fixture.h"
+#include "support/source_folder.h"
 #include "support/temp_machine.h"
 
 #include <array>
@@ -225,9 +226,9 @@ TEST_F(OnTerminal, MessagesComeInTheLanguageOfTheUser) {
 
 // As a newcomer types it, who answers yes.
 TEST_F(OnTerminal, TheSessionOfTheReadMeWorks) {
-  std::istringstream readme(read(KEST_SOURCE_DIR "/README.md"));
+  std::istringstream readme(read(test::SourceFolder() + "/README.md"));
   std::filesystem::remove_all(m_folder / "pc");
-  std::filesystem::create_symlink(KEST_SOURCE_DIR "/examples", m_folder / "examples");
+  std::filesystem::create_symlink(test::SourceFolder() + "/examples", m_folder / "examples");
   const std::string programs = std::filesystem::path(KEST_PROGRAM).parent_path().string() + ":/usr/bin:/bin";
   PseudoTerminal shell({"/bin/bash", "--norc", "-i"}, {{"HOME", m_folder}, {"PATH", programs}}, 200, 200);
   shell.TypeLine("cd; PS1='ne''xt> '");

@@ -28,14 +28,15 @@ constexpr const char* kOutline = "L(k) B(M(a,-,z,S(u)),TMMenu_File_SaveAll(q)) F
 void Load(CKestMenusXmlFile& file, const char* content = kFile) { ASSERT_EQ(file.LoadContent(content), 0); }
 
 void SetLocation(CKestMenuChangeInsert& change, int action, const char* id) {
-  if (action == Action::kInsertBefore)
+  if (action == Action::kInsertBefore) {
     change.SetInsertBefore(id);
-  else if (action == Action::kInsertAfter)
+  } else if (action == Action::kInsertAfter) {
     change.SetInsertAfter(id);
-  else if (action == Action::kPrependTo)
+  } else if (action == Action::kPrependTo) {
     change.SetPrependTo(id);
-  else
+  } else {
     change.SetAppendTo(id);
+  }
 }
 
 struct Row {
@@ -109,8 +110,9 @@ TEST(MenuInsert, GoesWhereTheLocationSays) {
       {Action::kAppendTo, "S", "comment a--b-", "(u", "(u,!a- -b-"},
   };
   const CKestMasterConfigChanges set;
-  for (const Row& row : rows)
+  for (const Row& row : rows) {
     CheckRow(row, set);
+  }
 }
 
 TEST(MenuInsert, AMissingLocationIsUpToTheSet) {
@@ -185,8 +187,9 @@ TEST(MenuInsert, AnEmptyIdIsAlwaysNew) {
   CKestMenuChangeInsert nameless;
   nameless.SetAppendTo("S");
   nameless.AppendChild(std::make_unique<CKestExtensionMenuItem>());
-  for (int i = 0; i < 2; ++i)
+  for (int i = 0; i < 2; ++i) {
     ASSERT_EQ(nameless.MakeChange(&set, &file, nullptr), Code::kSuccess);
+  }
   ASSERT_EQ(nameless.UndoChange(&set, &file, nullptr), Code::kSuccess);
   EXPECT_EQ(file.FindMenu("S", nullptr, nullptr)->GetChildCount(), 3);
 }
@@ -278,8 +281,9 @@ TEST(MenuChanges, SayWhatTheyDo) {
 /// Objects looked at by `changes` single inserts and their undo in a file of `items` items in one menu.
 std::size_t StepsFor(std::size_t items, std::size_t changes) {
   std::string content = "<menubar id=\"B\"><menu id=\"M\">";
-  for (std::size_t i = 0; i < items; ++i)
+  for (std::size_t i = 0; i < items; ++i) {
     content += "<menuitem id=\"i" + std::to_string(i) + "\" />\n";
+  }
   content += "</menu></menubar>";
   CKestMenusXmlFile file;
   EXPECT_EQ(file.LoadContent(content), 0);

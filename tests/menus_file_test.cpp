@@ -67,8 +67,9 @@ TEST(MenusFile, OneLineComesOutAs) {
       {"<menuitem id=\"i\" /><x><menu id=\"y\"/><!-- z --></x>", "<menuitem id=\"i\" />"},
       {"<shortcut id=\"k\" /><menuitem id=\"i\" />", "<menuitem id=\"i\" />"},
   };
-  for (const auto& [in, out] : rows)
+  for (const auto& [in, out] : rows) {
     EXPECT_EQ(LoadAndWrite(InMenu(in)), InMenu(out)) << in;
+  }
 }
 
 TEST(MenusFile, AnUnknownElementIsTransparentAtTheTopAlone) {
@@ -104,18 +105,21 @@ struct Walk {
     for (const auto& child : file.GetChildren()) {
       const auto* menu = dynamic_cast<const CKestExtensionMenu*>(child.get());
       const bool isBar = dynamic_cast<const CKestExtensionMenuBar*>(menu) != nullptr;
-      if (menu && !isBar && text::EqualNoCase(menu->GetID(), id))
+      if (menu && !isBar && text::EqualNoCase(menu->GetID(), id)) {
         return menu;
-      if (const auto* found = menu ? menu->FindMenu(id, nullptr) : nullptr)
+      }
+      if (const auto* found = menu ? menu->FindMenu(id, nullptr) : nullptr) {
         return found;
+      }
     }
     return nullptr;
   }
   template <class Search> const CKestXmlObject* InBars(Search search) const {
     for (const auto& child : file.GetChildren()) {
       if (const auto* bar = dynamic_cast<const CKestExtensionMenuBar*>(child.get())) {
-        if (const CKestXmlObject* found = search(*bar))
+        if (const CKestXmlObject* found = search(*bar)) {
           return found;
+        }
       }
     }
     return nullptr;
@@ -132,16 +136,18 @@ TEST(MenusFile, SearchesFindWhatAWalkFindsAfterAnyEdits) {
   for (int round = 0; round < 40; ++round) {
     CKestMenusXmlFile file;
     std::vector<CKestExtensionMenu*> holders;
-    for (int i = 0; i < 2; ++i)
+    for (int i = 0; i < 2; ++i) {
       holders.push_back(static_cast<CKestExtensionMenu*>(file.AppendChild(std::make_unique<CKestExtensionMenuBar>())));
+    }
     holders.push_back(static_cast<CKestExtensionMenu*>(file.InsertFirst(std::make_unique<CKestExtensionMenu>())));
     for (int step = 0; step < 60; ++step) {
       CKestExtensionMenu* holder = holders[upTo(holders.size())];
       CKestXmlObject made("made");
       AddPayload(made, (std::array{"menu ", "format ", "separator ", "item ", "item "})[upTo(5)] + someId());
       auto node = made.RemoveChild(made.GetChildren().front().get());
-      if (auto* separator = dynamic_cast<CKestExtensionMenuSeparator*>(node.get()))
+      if (auto* separator = dynamic_cast<CKestExtensionMenuSeparator*>(node.get())) {
         separator->AddReference(someId());
+      }
       const std::size_t where = upTo(4);
       const auto& children = holder->GetChildren();
       if (where == 3 && !children.empty()) {
@@ -151,17 +157,20 @@ TEST(MenusFile, SearchesFindWhatAWalkFindsAfterAnyEdits) {
                       [&](CKestExtensionMenu* menu) { return menu == gone.get() || (menu->GetFile() == nullptr); });
       } else {
         auto* menu = dynamic_cast<CKestExtensionMenu*>(node.get());
-        if (where == 0 || children.empty())
+        if (where == 0 || children.empty()) {
           holder->AppendChild(std::move(node));
-        else if (where == 1)
+        } else if (where == 1) {
           holder->InsertFirst(std::move(node));
-        else
+        } else {
           holder->InsertBefore(children[upTo(children.size())].get(), std::move(node));
-        if (menu)
+        }
+        if (menu) {
           holders.push_back(menu);
+        }
       }
-      if (step % 7 == 3)
+      if (step % 7 == 3) {
         holder->RemoveExtraSeparators();
+      }
       const Walk walk{file};
       const std::string id = someId();
       CKestExtensionMenuBar* bar = nullptr;
@@ -221,8 +230,9 @@ TEST(MenusFile, ExtraSeparatorsGo) {
         continue;
       }
       auto separator = std::make_unique<CKestExtensionMenuSeparator>();
-      if (word.size() > 1)
+      if (word.size() > 1) {
         separator->AddReference(word.substr(1));
+      }
       menu.AppendChild(std::move(separator));
     }
     menu.RemoveExtraSeparators();
@@ -235,8 +245,9 @@ TEST(MenusFile, ExtraSeparatorsGo) {
 /// Loads; what loads is written, and what is written must load and be written alike.
 void CheckStaysReadable(const std::string& content) {
   CKestMenusXmlFile file;
-  if (file.LoadContent(content) != 0)
+  if (file.LoadContent(content) != 0) {
     return;
+  }
   CString text;
   const bool certain = file.BuildContent(text);
   CKestMenusXmlFile again;

@@ -1,5 +1,6 @@
 #include "platform/messages/host_ui.h"
 #include "platform/messages/message_file.h"
+#include "support/source_folder.h"
 #include "support/temp_machine.h"
 
 #include <gtest/gtest.h>
@@ -76,7 +77,7 @@ TEST(Messages, AnotherSourceReplacesWhatItHasAndNothingElse) {
 
 TEST(MessageFile, GermanIsComplete) {
   MessageFile german;
-  german.SetText(test::ReadHostFile(KEST_SOURCE_DIR "/host/messages/de.txt"));
+  german.SetText(test::ReadHostFile(test::SourceFolder() + "/host/messages/de.txt"));
   for (const MessageFile::Problem& problem : german.GetProblems()) {
     ADD_FAILURE() << "line " << problem.line << ": " << problem.reason;
   }

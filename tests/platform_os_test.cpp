@@ -1,5 +1,6 @@
 #include "platform/machine/file.h"
 #include "platform/machine/os.h"
+#include "platform/machine/timer.h"
 #include "support/temp_machine.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/text/export.h"
 #include "platform/text/text.h"
 
 #include <cstdint>
@@ -14,9 +13,6 @@ inline constexpr std::size_t kMostPackageName = 1024;
 /// Why a name (backslashes) may not stand in a package, as the end of "the name ..."; null when it may. What is refused
 /// would lead outside the folder it is unpacked to, or name something else than a plain file on a PC.
 [[nodiscard]] const char* JudgePackageName(std::string_view name);
-
-/// The same for one component of a path; an empty one is refused, too.
-[[nodiscard]] KEST_API const char* JudgePathComponent(std::string_view component);
 
 /// A name of a package, and whether it is one of a folder (then without trailing backslash).
 struct PackageName {

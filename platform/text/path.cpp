@@ -1,6 +1,7 @@
 #include "platform/text/path.h"
 
-#include "platform/package/package_names.h"
+#include "platform/text/path_component.h"
+
 #include <algorithm>
 
 namespace kest {

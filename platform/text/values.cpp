@@ -1,7 +1,5 @@
 #include "platform/text/values.h"
 
-#include "platform/machine/os.h"
-
 #include <algorithm>
 #include <array>
 
@@ -59,9 +57,5 @@ int CKestVersionNumber::Compare(const CKestVersionNumber& other) const {
 }
 
 int CKestVersionNumber::Compare(std::string_view dotted) const { return Compare(CKestVersionNumber(dotted)); }
-
-void CKestTimer::Start() { m_end = CKestOS::GetMachine().MonotonicMilliseconds() + m_length; }
-
-bool CKestTimer::IsDone() const { return CKestOS::GetMachine().MonotonicMilliseconds() >= m_end; }
 
 } // namespace kest

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "description/extension.h"
+#include "support/source_folder.h"
 #include "support/temp_machine.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +12,7 @@ namespace kest::test {
 
 /// The sample that holds every element and every kind of change.
 [[nodiscard]] inline std::string SampleDescription() {
-  const std::string content = ReadHostFile(KEST_SOURCE_DIR "/tests/data/description/every_element.kei");
+  const std::string content = ReadHostFile(SourceFolder() + "/tests/data/description/every_element.kei");
   EXPECT_FALSE(content.empty()) << "the sample is missing";
   return content;
 }

@@ -14,20 +14,23 @@ namespace kest::test {
 /// The structure of an object in one line: bars, menus and lists as id(children), items, formats and shortcuts as their
 /// ids, separators as "-" or "-[references]", comments as "!text".
 inline std::string Outline(const CKestXmlObject& object) {
-  if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&object))
+  if (const auto* comment = dynamic_cast<const CKestXmlComment*>(&object)) {
     return "!" + comment->GetText();
+  }
   if (const auto* separator = dynamic_cast<const CKestExtensionMenuSeparator*>(&object)) {
     std::string references;
-    for (const CString& reference : separator->GetReferences())
+    for (const CString& reference : separator->GetReferences()) {
       references += (references.empty() ? "" : "+") + reference;
+    }
     return references.empty() ? "-" : "-[" + references + "]";
   }
   const auto* node = dynamic_cast<const MenusNode*>(&object);
   std::string out = node ? std::string(node->GetField(MenusNode::Field::kId)) : std::string();
   const bool holds =
       !node || dynamic_cast<const CKestExtensionMenu*>(node) || dynamic_cast<const CKestExtensionShortcutList*>(node);
-  if (!holds)
+  if (!holds) {
     return out;
+  }
   out += node ? "(" : "";
   std::string separator;
   for (const auto& child : object.GetChildren()) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/source_folder.h"
+
 #include "platform/machine_folder/machine_folder.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +29,7 @@ struct SnapshotEntry {
 [[nodiscard]] std::string ReadHostFile(const std::filesystem::path& path);
 /// A sample below tests/data/config.
 [[nodiscard]] inline std::string ConfigSample(const std::string& name) {
-  return ReadHostFile(KEST_SOURCE_DIR "/tests/data/config/" + name);
+  return ReadHostFile(SourceFolder() + "/tests/data/config/" + name);
 }
 
 /// Everything below a machine folder: drives, registry, machine.ini and trash, by path from its root with "/".
