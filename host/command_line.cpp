@@ -34,7 +34,7 @@ void AddFlag(CLI::App& app, const FlagSpec& flag, Options& options) {
         } else {
           CLI::Option* made = app.add_option(name, target);
           if constexpr (std::is_same_v<decltype(member), std::vector<std::string> Options::*>) {
-            made->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+            made->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)->allow_extra_args(false);
           } else {
             made->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
           }
@@ -70,6 +70,11 @@ struct Reader {
     made->fallthrough();
     made->set_help_flag();
     made->require_subcommand(0, 1);
+    for (const auto& [alias, own] : GetAliases()) {
+      if (name == own) {
+        made->alias(alias);
+      }
+    }
     return *made;
   }
 
@@ -140,9 +145,67 @@ void TellUnknown(const std::vector<std::string>& words, CommandLine& line) {
       nearest = name;
     }
   }
+  for (const auto& [similar, command] : GetSimilarWords()) {
+    nearest = given == similar ? command : nearest;
+  }
   line.reason = "the commands are: " + known;
   line.advice = word.empty() || nearest.empty() ? "see: kest help " + group : "did you mean: kest " + nearest;
   text::Trim(line.advice);
+}
+
+// `given` is a flag that the command (null: none was named) does not take.
+void TellUnknownFlag(std::string given, const CommandSpec* chosen, CommandLine& line) {
+  given.erase(std::min(given.find('='), given.size()));
+  const std::string of = chosen ? std::string(" of kest ") + chosen->name : "";
+  line.problem = fmt::format("there is no flag {}{}", ForTerminal(given), of);
+  std::string nearest;
+  std::string elsewhere;
+  const auto look = [&](std::span<const FlagSpec> flags) {
+    for (const FlagSpec& flag : flags) {
+      const std::size_t distance = given.size() < 64 ? Distance(given, flag.name) : 64;
+      if (distance <= 2 && (nearest.empty() || distance < Distance(given, nearest))) {
+        nearest = flag.name;
+      }
+    }
+  };
+  look(GetCommonFlags());
+  if (chosen) {
+    look(chosen->GetFlags());
+  }
+  for (const CommandSpec& command : GetCommands()) {
+    for (const FlagSpec& flag : command.GetFlags()) {
+      if (given == flag.name || (given.size() == 2 && given[1] == flag.letter)) {
+        elsewhere += (elsewhere.empty() ? "" : ", ") + std::string("kest ") + command.name;
+      }
+    }
+  }
+  line.reason = elsewhere.empty() ? "no command takes it" : "it belongs to: " + elsewhere;
+  line.advice =
+      nearest.empty() ? "see: kest help" + (chosen ? std::string(" ") + chosen->name : "") : "did you mean: " + nearest;
+}
+
+// Says what is wrong with a command line that could not be read.
+void TellProblem(const Reader& reader, const CLI::ParseError& error, CommandLine& line) {
+  const CommandSpec* chosen = reader.Chosen();
+  const std::string about = chosen ? std::string(" ") + chosen->name : "";
+  std::vector<std::string> words = reader.app.remaining(true);
+  const bool surplus = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+  const auto flag = std::find_if(words.begin(), words.end(),
+                                 [](const std::string& word) { return word.size() > 1 && word.front() == '-'; });
+  const std::string unknownFlag = flag != words.end() ? *flag : "";
+  std::erase_if(words, [](const std::string& word) { return word.empty() || word.front() == '-'; });
+  if (!chosen && !words.empty() && surplus) {
+    for (const CLI::App* group : reader.app.get_subcommands()) {
+      words.insert(words.begin(), group->get_name());
+    }
+    TellUnknown(words, line);
+  } else if (surplus && !unknownFlag.empty()) {
+    TellUnknownFlag(unknownFlag, chosen, line);
+  } else {
+    line.problem = "the command line" + (chosen ? " of kest" + about : "") + " makes no sense";
+    line.reason = ForTerminal(error.what());
+    line.advice = "see: kest help" + about;
+  }
 }
 
 } // namespace
@@ -153,7 +216,8 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
   reader.app.set_help_flag();
   reader.app.require_subcommand(0, 1);
   reader.app.add_flag("-h,--help", line.wantsHelp);
-  reader.app.add_flag("--version", line.wantsVersion);
+  reader.app.add_flag("-V,--version", line.wantsVersion);
+  reader.app.add_subcommand("version")->fallthrough()->parse_complete_callback([&] { line.wantsVersion = true; });
   for (const FlagSpec& flag : GetCommonFlags()) {
     AddFlag(reader.app, flag, line.options);
   }
@@ -163,20 +227,7 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
   try {
     reader.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {
-    const CommandSpec* chosen = reader.Chosen();
-    const std::string about = chosen ? std::string(" ") + chosen->name : "";
-    std::vector<std::string> words = reader.app.remaining(true);
-    std::erase_if(words, [](const std::string& word) { return word.empty() || word.front() == '-'; });
-    if (!chosen && !words.empty() && dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-      for (const CLI::App* group : reader.app.get_subcommands()) {
-        words.insert(words.begin(), group->get_name());
-      }
-      TellUnknown(words, line);
-    } else {
-      line.problem = "the command line" + (chosen ? " of kest" + about : "") + " makes no sense";
-      line.reason = ForTerminal(error.what());
-      line.advice = "see: kest help" + about;
-    }
+    TellProblem(reader, error, line);
     // A script that asked for JSON gets it for a mistake, too.
     line.options.json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     return line;

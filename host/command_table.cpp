@@ -31,6 +31,9 @@ constexpr FlagSpec kCommonFlags[] = {
 
 constexpr FlagSpec kProductFlag = {"--product", 'p', "PRODUCT", nullptr, &Options::product, "the product to work on"};
 
+constexpr FlagSpec kStateFlag = {
+    "--state", 0, "STATE", "enabled|disabled", &Options::state, "only those in this state"};
+
 constexpr FlagSpec kMachineNewFlags[] = {
     {"--product", 'p', "NAME", nullptr, &Options::products, "a product to put on it (all eight when none is named)"},
     {"--multi-user", 0, nullptr, nullptr, &Options::multiUser, "users have configurations of their own"},
@@ -46,10 +49,11 @@ constexpr FlagSpec kListFlags[] = {
     kProductFlag,
     {"--sort", 0, "KEY", "name|version|type|author|state", &Options::sort, "what to sort by"},
     {"--reverse", 0, nullptr, nullptr, &Options::reverse, "the other way round"},
-    {"--state", 0, "STATE", "enabled|disabled", &Options::state, "only those in this state"},
+    kStateFlag,
 };
 constexpr FlagSpec kInfoFlags[] = {
     kProductFlag,
+    kStateFlag,
     {"--files", 0, nullptr, nullptr, &Options::files, "its files and where they go"},
     {"--changes", 0, nullptr, nullptr, &Options::changes, "what it changes in configuration files"},
 };
@@ -57,7 +61,7 @@ constexpr FlagSpec kInstallFlags[] = {
     kProductFlag,
     {"--set", 0, "TOKEN=DIR", nullptr, &Options::tokens, "the folder of a token that the extension asks for"},
 };
-constexpr FlagSpec kExtensionFlags[] = {kProductFlag};
+constexpr FlagSpec kExtensionFlags[] = {kProductFlag, kStateFlag};
 constexpr FlagSpec kPackFlags[] = {
     {"--output", 'o', "OUT.kep", nullptr, &Options::output, "the package to write (else beside the description)"},
     {"--portable", 0, nullptr, nullptr, &Options::portable, "names must suit the other platform too"},
@@ -66,6 +70,7 @@ constexpr FlagSpec kPackFlags[] = {
 constexpr FlagSpec kImportFlags[] = {
     {"--from", 0, "PRODUCT", nullptr, &Options::from, "where the extensions are"},
     {"--to", 0, "PRODUCT", nullptr, &Options::to, "where they are to go"},
+    kStateFlag,
 };
 
 #define FLAGS(table) table, std::size(table)
@@ -114,6 +119,28 @@ constexpr CommandSpec kCommands[] = {
      "For bash: source <(kest completion bash)", "completion", RunCompletion},
 };
 
+constexpr std::pair<const char*, const char*> kAliases[] = {{"remove", "uninstall"}};
+
+constexpr std::pair<const char*, const char*> kSimilarWords[] = {
+    {"add", "install FILE"},
+    {"update", "install FILE"},
+    {"upgrade", "install FILE"},
+    {"delete", "uninstall EXT"},
+    {"rm", "uninstall EXT"},
+    {"purge", "uninstall EXT"},
+    {"ls", "list"},
+    {"show", "info EXT"},
+    {"check", "validate FILE"},
+    {"lint", "validate FILE"},
+    {"build", "pack FILE.kei"},
+    {"create", "pack FILE.kei"},
+    {"activate", "enable EXT"},
+    {"deactivate", "disable EXT"},
+    {"copy", "import"},
+    {"init", "machine new DIR"},
+    {"reboot", "machine logon"},
+};
+
 constexpr std::pair<int, const char*> kExitCodes[] = {
     {0, "done, or nothing to do"},
     {1, "failed, and everything was undone"},
@@ -131,8 +158,7 @@ constexpr std::pair<int, const char*> kExitCodes[] = {
 
 constexpr std::pair<const char*, const char*> kVariables[] = {
     {"KEST_MACHINE", "the machine folder, unless --machine names one"},
-    {"KEST_LANGUAGE", "the language of the engine's messages (else LC_ALL, LC_MESSAGES, LANG)"},
-    {"KEST_MESSAGES", "the folder of their files, <language>.txt"},
+    {"KEST_COMPLETING", "set by the completion scripts: no machine is made"},
     {"NO_COLOR", "no colours, when it is not empty"},
     {"COLUMNS, LINES", "the size of the terminal"},
 };
@@ -144,7 +170,13 @@ std::span<const FlagSpec> GetCommonFlags() { return kCommonFlags; }
 std::span<const std::pair<int, const char*>> GetExitCodes() { return kExitCodes; }
 std::span<const std::pair<const char*, const char*>> GetVariables() { return kVariables; }
 
+std::span<const std::pair<const char*, const char*>> GetAliases() { return kAliases; }
+std::span<const std::pair<const char*, const char*>> GetSimilarWords() { return kSimilarWords; }
+
 const CommandSpec* FindCommand(std::string_view name) {
+  for (const auto& [alias, own] : kAliases) {
+    name = name == alias ? own : name;
+  }
   for (const CommandSpec& command : kCommands) {
     if (name == command.name) {
       return &command;

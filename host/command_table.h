@@ -46,8 +46,12 @@ struct CommandSpec {
 [[nodiscard]] std::span<const CommandSpec> GetCommands();
 /// Flags that every command takes.
 [[nodiscard]] std::span<const FlagSpec> GetCommonFlags();
-/// By its full name; null when there is none.
+/// By its full name or another name for it; null when there is none.
 [[nodiscard]] const CommandSpec* FindCommand(std::string_view name);
+/// Other names of commands, each with the command's own.
+[[nodiscard]] std::span<const std::pair<const char*, const char*>> GetAliases();
+/// Words that users of other programs try, each with the command that does it here.
+[[nodiscard]] std::span<const std::pair<const char*, const char*>> GetSimilarWords();
 /// What the named exit codes mean, for the help: "0  done, or nothing to do", ...
 [[nodiscard]] std::span<const std::pair<int, const char*>> GetExitCodes();
 /// Variables of the environment that are heeded, with what they are for.

@@ -87,19 +87,27 @@ template <class Fits> std::string FlagPattern(Fits fits, const char* between) {
 
 bool HasValue(const FlagSpec& flag) { return TakesOf(flag) != Takes::kNothing; }
 
-constexpr const char* kListNames =
-    "kest list --json 2>/dev/null | tr '{' '\\n' | sed -n 's/.*\"name\":\"\\([^\"]*\\)\",\"author\".*/\\1/p'";
-constexpr const char* kListProducts =
-    "kest products --json 2>/dev/null | tr '{' '\\n' | sed -n 's/.*\"name\":\"\\([^\"]*\\)\",\"version\".*/\\1/p'";
+// What is installed, on the machine that the line names; asking must not make one.
+constexpr std::string_view kListNames = "KEST_COMPLETING=1 kest MACHINE list --json 2>/dev/null | tr '{' '\\n' | sed "
+                                        "-n 's/.*\"name\":\"\\([^\"]*\\)\",\"author\".*/\\1/p'";
+constexpr std::string_view kListProducts = "KEST_COMPLETING=1 kest MACHINE products --json 2>/dev/null | tr '{' '\\n' "
+                                           "| sed -n 's/.*\"name\":\"\\([^\"]*\\)\",\"version\".*/\\1/p'";
+
+// `source` with the shell's own way to hand the machine on.
+std::string OnMachine(std::string_view source, std::string_view machine) {
+  std::string command(source);
+  const std::string_view placeholder = "MACHINE";
+  return command.replace(command.find(placeholder), placeholder.size(), machine);
+}
 
 // What bash offers in place of an argument: a statement that fills COMPREPLY.
 std::string BashArguments(Completes what) {
   // quoted as the user has begun to quote
-  const auto lines = [](const char* source) {
+  const auto lines = [](std::string_view source) {
     return fmt::format("mapfile -t COMPREPLY < <({} | while IFS= read -r n; do printf -v q %q \"$n\"; "
                        "if [[ $cur == [\\\"\\']* ]]; then [[ $n == \"${{cur:1}}\"* ]] && printf '%s\\n' \"$n\"; "
                        "elif [[ $q == \"$cur\"* ]]; then printf '%s\\n' \"$q\"; fi; done)",
-                       source);
+                       OnMachine(source, "\"${kest_machine[@]}\""));
   };
   switch (what) {
   case Completes::kFiles:
@@ -123,7 +131,15 @@ std::string BashArguments(Completes what) {
 std::string Bash() {
   std::string text = "# completion of kest for bash\n_kest() {\n"
                      "  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command=\n"
-                     "  COMPREPLY=()\n  case $prev in\n";
+                     "  COMPREPLY=()\n"
+                     "  local i dir kest_machine=()\n  for ((i = 1; i < COMP_CWORD; i++)); do\n"
+                     "    dir=\n    case ${COMP_WORDS[i]} in\n"
+                     "      -m|--machine) dir=${COMP_WORDS[i+1]}\n"
+                     "        [[ $dir == = ]] && dir=${COMP_WORDS[i+2]} ;;\n"
+                     "      -m?*) dir=${COMP_WORDS[i]#-m} ;;\n    esac\n"
+                     "    dir=${dir//[\\\\\\\"\\']/}; [[ $dir == '~'/* ]] && dir=$HOME/${dir#'~'/}\n"
+                     "    [[ -n $dir ]] && kest_machine=(-m \"$dir\")\n  done\n"
+                     "  case $prev in\n";
   for (const FlagSpec& flag : FlagsThat([](const FlagSpec& one) { return one.choices != nullptr; })) {
     text += fmt::format("    {}) mapfile -t COMPREPLY < <(compgen -W '{}' -- \"$cur\"); return ;;\n", flag.name,
                         Spaced(flag.choices));
@@ -135,7 +151,7 @@ std::string Bash() {
     const auto fits = [wanted = takes](const FlagSpec& flag) { return TakesOf(flag) == wanted; };
     text += fmt::format("    {}) {}; return ;;\n", FlagPattern(fits, "|"), BashArguments(completes));
   }
-  text += fmt::format("  esac\n  local i\n  for ((i = 1; i < COMP_CWORD; i++)); do\n    case ${{COMP_WORDS[i]}} in\n"
+  text += fmt::format("  esac\n  for ((i = 1; i < COMP_CWORD; i++)); do\n    case ${{COMP_WORDS[i]}} in\n"
                       "      {}) ((i++)) ;;\n      -*) ;;\n",
                       FlagPattern(HasValue, "|"));
   text += "      *) if [[ -z $command ]]; then command=${COMP_WORDS[i]}\n"
@@ -223,15 +239,19 @@ std::string ZshArguments(Completes what) {
 }
 
 std::string Zsh() {
-  std::string text =
-      fmt::format("#compdef kest\n# completion of kest for zsh\n_kest_products() {{ compadd -- ${{(f)\"$({})\"}}; }}\n"
-                  "_kest_extensions() {{ compadd -- ${{(f)\"$({})\"}}; }}\n_kest() {{\n  local command word value\n"
-                  "  for word in ${{words[2,CURRENT-1]}}; do\n    if [[ -n $value ]]; then value=; continue; fi\n"
-                  "    case $word in\n      {}) value=1 ;;\n      -*) ;;\n"
-                  "      *) if [[ -z $command ]]; then command=$word\n"
-                  "         elif [[ $command == machine ]]; then command=\"machine $word\"; fi ;;\n    esac\n  done\n"
-                  "  case $command in\n",
-                  kListProducts, kListNames, FlagPattern(HasValue, "|"));
+  std::string text = fmt::format(
+      "#compdef kest\n# completion of kest for zsh\n_kest_products() {{ compadd -- ${{(f)\"$({})\"}}; }}\n"
+      "_kest_extensions() {{ compadd -- ${{(f)\"$({})\"}}; }}\n_kest() {{\n  local command word value dir i\n"
+      "  local -a kest_machine\n  for ((i = 2; i < CURRENT; i++)); do\n    dir=\n    case $words[i] in\n"
+      "      -m|--machine) dir=$words[i+1] ;;\n      --machine=*) dir=${{words[i]#--machine=}} ;;\n"
+      "      -m?*) dir=${{words[i]#-m}} ;;\n    esac\n"
+      "    if [[ -n $dir ]]; then dir=${{(Q)dir}}; kest_machine=(-m \"${{dir/#\\~\\//$HOME/}}\"); fi\n  done\n"
+      "  for word in ${{words[2,CURRENT-1]}}; do\n    if [[ -n $value ]]; then value=; continue; fi\n"
+      "    case $word in\n      {}) value=1 ;;\n      -*) ;;\n"
+      "      *) if [[ -z $command ]]; then command=$word\n"
+      "         elif [[ $command == machine ]]; then command=\"machine $word\"; fi ;;\n    esac\n  done\n"
+      "  case $command in\n",
+      OnMachine(kListProducts, "$kest_machine"), OnMachine(kListNames, "$kest_machine"), FlagPattern(HasValue, "|"));
   text += fmt::format("    '') _arguments{} '*:command:({})' ;;\n", ZshFlags(GetCommonFlags()), Words(""));
   text += fmt::format("    machine) _arguments{} '*:command:({})' ;;\n", ZshFlags(GetCommonFlags()), Words("machine"));
   for (const CommandSpec& command : GetCommands()) {
@@ -249,7 +269,7 @@ std::string FishValue(const FlagSpec& flag) {
   case Takes::kChoice:
     return fmt::format(" -x -a '{}'", Spaced(flag.choices));
   case Takes::kProduct:
-    return " -x -a " + Quoted(fmt::format("({})", kListProducts).c_str());
+    return " -x -a " + Quoted(fmt::format("({})", OnMachine(kListProducts, "(__kest_machine)")).c_str());
   case Takes::kFolder:
     return " -x -a '(__fish_complete_directories)'";
   case Takes::kFile:
@@ -277,9 +297,11 @@ std::string FishArguments(Completes what, const std::string& condition) {
   case Completes::kFolders:
     return fmt::format("complete -c kest{} -f -a '(__fish_complete_directories)'\n", condition);
   case Completes::kExtensions:
-    return fmt::format("complete -c kest{} -f -a {}\n", condition, Quoted(fmt::format("({})", kListNames).c_str()));
+    return fmt::format("complete -c kest{} -f -a {}\n", condition,
+                       Quoted(fmt::format("({})", OnMachine(kListNames, "(__kest_machine)")).c_str()));
   case Completes::kProductNames:
-    return fmt::format("complete -c kest{} -f -a {}\n", condition, Quoted(fmt::format("({})", kListProducts).c_str()));
+    return fmt::format("complete -c kest{} -f -a {}\n", condition,
+                       Quoted(fmt::format("({})", OnMachine(kListProducts, "(__kest_machine)")).c_str()));
   case Completes::kCommands:
     return fmt::format("complete -c kest{} -f -a '{}'\n", condition, Words(""));
   case Completes::kShells:
@@ -302,7 +324,15 @@ std::string Fish() {
                                  "      case '*'\n        set -a found $words[1]\n    end\n    set -e words[1]\n  end\n"
                                  "  if set -q found[2]; and test $found[1] = machine\n"
                                  "    echo \"$found[1] $found[2]\"\n  else if set -q found[1]\n    echo $found[1]\n"
-                                 "  end\nend\n",
+                                 "  end\nend\n"
+                                 "# the machine that the line names\n"
+                                 "function __kest_machine\n  set -l words (commandline -opc)\n  set -l dir\n"
+                                 "  set -l last\n  for word in $words\n    switch \"$last\"\n"
+                                 "      case -m --machine\n        set dir $word\n    end\n    switch $word\n"
+                                 "      case '--machine=*'\n        set dir (string sub -s 11 -- $word)\n"
+                                 "      case '-m*'\n        set dir (string sub -s 3 -- $word)\n    end\n"
+                                 "    set last $word\n  end\n  if set -q dir[1]\n    printf '%s\\n' -m "
+                                 "(string replace -r '^~/' \"$HOME/\" -- $dir)\n  end\nend\n",
                                  FlagPattern(HasValue, " "));
   text += FishFlags(GetCommonFlags(), "");
   text += fmt::format("complete -c kest -n 'test -z (__kest_command)' -f -a '{}'\n", Words(""));

@@ -37,7 +37,11 @@ std::string HelpText() {
   for (const FlagSpec& flag : GetCommonFlags()) {
     text += FlagLine(flag);
   }
-  text += "  -h, --help                        show help\n      --version                     show the version\n";
+  text += "  -h, --help                        show help\n  -V, --version                     show the version\n";
+  text += "\nOther names:\n  version = --version\n";
+  for (const auto& [alias, own] : GetAliases()) {
+    text += fmt::format("  {} = {}\n", alias, own);
+  }
   text += "\nExit codes:\n";
   for (const auto& [code, meaning] : GetExitCodes()) {
     text += fmt::format("  {:<4}{}\n", code, meaning);

@@ -11,6 +11,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
+#include <set>
 
 namespace kest::host {
 namespace {
@@ -30,6 +32,48 @@ bool ReadTokens(Session& session, std::map<std::string, std::string>& tokens, in
       return false;
     }
     tokens[text::Lower(given.substr(0, equals))] = folder;
+  }
+  return true;
+}
+
+// The tokens that an extension asks for, by their names.
+std::vector<std::string> AskedTokens(const CKestExtension& record) {
+  std::vector<std::string> names;
+  for (const auto& child : record.GetTokens().GetChildren()) {
+    if (const auto* token = dynamic_cast<const CKestExtensionToken*>(child.get());
+        token && !token->GetPrompt().empty()) {
+      names.push_back(PlainText(token->GetName()));
+    }
+  }
+  return names;
+}
+
+// Whether each folder of --set is asked for by one of the files. What cannot be read has its own error later.
+bool CheckTokens(Session& session, const std::map<std::string, std::string>& tokens, int& exit) {
+  std::set<std::string> asked;
+  std::string names;
+  for (const std::string& word : session.options.arguments) {
+    const ExtensionFile file = tokens.empty() ? ExtensionFile() : ReadExtensionFile(session, word);
+    if (!file.record || file.code != 0) {
+      return true;
+    }
+    for (const std::string& name : AskedTokens(*file.record)) {
+      if (asked.insert(text::Lower(name)).second) {
+        names += (names.empty() ? "" : ", ") + ForTerminal(name);
+      }
+    }
+  }
+  for (const auto& [name, folder] : tokens) {
+    if (!asked.contains(name)) {
+      exit = session.Fail(kUsage, {fmt::format("--set {}: no folder of this name is asked for", ForTerminal(name)),
+                                   names.empty() ? "nothing that is to be installed asks for a folder"
+                                                 : "these are asked for: " + names,
+                                   "nothing",
+                                   {},
+                                   "see what an extension asks for: kest info FILE",
+                                   0});
+      return false;
+    }
   }
   return true;
 }
@@ -156,7 +200,7 @@ int InstallOne(Session& session, const std::string& word, const CKestProduct* wa
 int RunInstall(Session& session) {
   int exit = kDone;
   std::map<std::string, std::string> tokens;
-  if (!session.OpenEngine(exit) || !ReadTokens(session, tokens, exit)) {
+  if (!session.OpenEngine(exit) || !ReadTokens(session, tokens, exit) || !CheckTokens(session, tokens, exit)) {
     return exit;
   }
   const CKestProduct* wanted = nullptr;

@@ -48,9 +48,10 @@ int ShowPackage(Session& session, const std::string& output, const CString& wind
 int RunPack(Session& session) {
   namespace fs = std::filesystem;
   int exit = kDone;
-  if (!session.OpenEngine(exit, false)) {
+  if (!session.OpenMachineForFiles(exit)) {
     return exit;
   }
+  session.StartEngine();
   const Options& options = session.options;
   const std::string input = options.arguments.front();
   const std::string output =

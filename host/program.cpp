@@ -76,6 +76,15 @@ int RunProgram(int count, const char* const* arguments) {
     session.terminal.Data(Printed(session.document));
   }
   session.terminal.Flush();
+  if (const int error = session.terminal.GetDataError(); error != 0) {
+    PrintError(session.terminal, {"the output cannot be written",
+                                  std::strerror(error),
+                                  "what the command did stays; only its output is lost",
+                                  {},
+                                  "send the output to a place that has room for it",
+                                  0});
+    return exit == kDone || exit == kProblemsFound ? kInUseOrLocked : exit;
+  }
   return exit;
 }
 

@@ -74,6 +74,11 @@ std::vector<Installed> Match(const std::vector<Installed>& all, const std::strin
 Installed Select(Session& session, const std::vector<Installed>& all, const std::string& word, int& exit,
                  int preferEnabled) {
   std::vector<Installed> found = Match(all, word);
+  const std::string& state = session.options.state;
+  const std::size_t inAnyState = found.size();
+  std::erase_if(found, [&](const Installed& one) {
+    return !state.empty() && one.extension->IsEnabled() != (state == "enabled");
+  });
   if (found.size() > 1 && preferEnabled >= 0) {
     std::vector<Installed> fitting;
     std::copy_if(found.begin(), found.end(), std::back_inserter(fitting),
@@ -95,6 +100,17 @@ Installed Select(Session& session, const std::vector<Installed>& all, const std:
   if (found.size() == 1) {
     return found.front();
   }
+  if (found.empty() && inAnyState > 0) {
+    exit =
+        session.Fail(kNotFoundHere,
+                     {fmt::format("no {} extension \"{}\" is installed on {}", state, shown, session.GetMachineName()),
+                      fmt::format("it is there, but not {}", state),
+                      "nothing",
+                      {},
+                      "see what is: kest list",
+                      0});
+    return {};
+  }
   if (found.empty()) {
     exit = session.Fail(kNotFoundHere,
                         {fmt::format("no extension \"{}\" is installed on {}", shown, session.GetMachineName()),
@@ -105,8 +121,14 @@ Installed Select(Session& session, const std::vector<Installed>& all, const std:
                          0});
     return {};
   }
+  const bool statesDiffer = std::any_of(found.begin(), found.end(), [&](const Installed& one) {
+    return one.extension->IsEnabled() != found.front().extension->IsEnabled();
+  });
   ErrorReport error{fmt::format("\"{}\" may mean any of {} extensions", shown, found.size()), "", "nothing", {},
                     "name one as author/name or name@version, or its product with -p",        0};
+  if (statesDiffer) {
+    error.next += ", or its state with --state enabled|disabled";
+  }
   for (const Installed& one : found) {
     error.why += (error.why.empty() ? "" : "\n           ") + Candidate(one);
   }

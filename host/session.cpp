@@ -7,7 +7,9 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 namespace kest::host {
@@ -55,7 +57,11 @@ Session::~Session() {
   Terminal::SetInterruptible(nullptr);
   m_manager.reset();
   CKestOS::SetMachine(nullptr);
-  SetMessageSource(nullptr);
+  m_machine.reset();
+  if (!m_temporaryMachine.empty()) {
+    std::error_code error;
+    fs::remove_all(m_temporaryMachine, error);
+  }
 }
 
 int Session::Fail(ExitCode exit, const ErrorReport& error) {
@@ -65,9 +71,6 @@ int Session::Fail(ExitCode exit, const ErrorReport& error) {
 }
 
 bool Session::OpenMachineAt(const std::string& hostFolder, int& exit) {
-  if (!m_messages && (m_messages = LoadLanguage(terminal))) {
-    SetMessageSource(m_messages.get());
-  }
   auto machine = std::make_unique<MachineFolder>(hostFolder);
   m_machineName = Short(hostFolder);
   if (document.contains("machine")) {
@@ -103,7 +106,7 @@ bool Session::OpenMachine(int& exit) {
     return false;
   }
   std::error_code error;
-  if (!fs::exists(folder, error)) {
+  if (!fs::exists(folder, error) && Environment("KEST_COMPLETING").empty()) {
     SampleMachine sample;
     sample.folder = folder;
     std::string why;
@@ -121,10 +124,39 @@ bool Session::OpenMachine(int& exit) {
   return OpenMachineAt(folder, exit);
 }
 
+bool Session::OpenMachineForFiles(int& exit) {
+  std::error_code error;
+  const std::string named = options.machine.empty() ? Environment("KEST_MACHINE") : options.machine;
+  const std::string folder = named.empty() ? DefaultMachine() : Absolute(named);
+  if (!folder.empty() && (!options.machine.empty() || fs::exists(folder, error))) {
+    return OpenMachineAt(folder, exit);
+  }
+  std::string made = (fs::temp_directory_path(error) / "kest-XXXXXX").string();
+  if (error || !mkdtemp(made.data()) || !fs::create_directories(made + "/drive_c/windows/temp", error)) {
+    exit = Fail(kInUseOrLocked, {"no temporary folder can be made",
+                                 error ? error.message() : std::strerror(errno),
+                                 "nothing",
+                                 {},
+                                 "set TMPDIR to a folder that you can write to",
+                                 0});
+    return false;
+  }
+  m_temporaryMachine = made;
+  return OpenMachineAt(made, exit);
+}
+
 bool Session::OpenEngine(int& exit, bool load) {
   if (!OpenMachine(exit)) {
     return false;
   }
+  StartEngine();
+  if (load) {
+    m_manager->Load();
+  }
+  return true;
+}
+
+void Session::StartEngine() {
   m_ui = std::make_unique<ConsoleUi>(terminal, options);
   m_ui->SetFolderReader([this](const std::string& typed) { return ReadFolder(typed); });
   m_manager = std::make_unique<CKestExtensionManager>(m_ui.get());
@@ -144,10 +176,6 @@ bool Session::OpenEngine(int& exit, bool load) {
                              : entry.finished         ? "its clean-up was completed"
                                                       : "it was taken back"));
   }
-  if (load) {
-    m_manager->Load();
-  }
-  return true;
 }
 
 std::string Session::GetUserName() { return Shown(m_machine->GetCurrentUser()); }

@@ -3,7 +3,6 @@
 #include "host/command_table.h"
 #include "host/error_report.h"
 #include "host/json_output.h"
-#include "host/language.h"
 #include "host/options.h"
 #include "host/terminal/console_ui.h"
 #include "host/terminal/terminal.h"
@@ -34,10 +33,15 @@ public:
   /// Opens the machine that the options, the environment or the user's data directory name (there it is made when it
   /// is missing). False: the error has been reported, and `exit` is the code.
   [[nodiscard]] bool OpenMachine(int& exit);
+  /// For commands that read and write files of this system alone: the machine that is named, or one in a temporary
+  /// folder that goes with the session. `exit` as for OpenMachine.
+  [[nodiscard]] bool OpenMachineForFiles(int& exit);
   /// Opens the folder given as the machine.
   [[nodiscard]] bool OpenMachineAt(const std::string& hostFolder, int& exit);
   /// OpenMachine, then the engine with its products; with `load` its catalogue too. Says what was recovered.
   [[nodiscard]] bool OpenEngine(int& exit, bool load = true);
+  /// The engine on the machine that is open, without a catalogue.
+  void StartEngine();
 
   [[nodiscard]] MachineFolder& GetMachine() { return *m_machine; }
   [[nodiscard]] MachineFolder* FindMachine() { return m_machine.get(); }
@@ -64,11 +68,11 @@ public:
   [[nodiscard]] CString ReadFolder(const std::string& typed);
 
 private:
-  std::unique_ptr<MessageFile> m_messages; ///< in force while it lives; null: English
   std::unique_ptr<MachineFolder> m_machine;
   std::unique_ptr<ConsoleUi> m_ui;
   std::unique_ptr<CKestExtensionManager> m_manager;
   std::string m_machineName;
+  std::string m_temporaryMachine; ///< removed at the end; empty: none was made
   std::optional<ErrorReport> m_error;
 };
 

@@ -224,7 +224,7 @@ int ValidateOne(Session& session, const std::string& word) {
 
 int RunValidate(Session& session) {
   int exit = kDone;
-  if (!session.OpenMachine(exit)) {
+  if (!session.OpenMachineForFiles(exit)) {
     return exit;
   }
   bool found = false;

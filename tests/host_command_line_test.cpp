@@ -37,13 +37,13 @@ TEST(CommandTable, HoldsTheCommandsThatWereGivenOutAndNoOthers) {
       {"machine logon", "", ""},
       {"products", "", "--all"},
       {"list", "", "-p/--product PRODUCT --sort name|version|type|author|state --reverse --state enabled|disabled"},
-      {"info", "EXT|FILE", "-p/--product PRODUCT --files --changes"},
+      {"info", "EXT|FILE", "-p/--product PRODUCT --state enabled|disabled --files --changes"},
       {"install", "FILE...", "-p/--product PRODUCT --set TOKEN=DIR"},
-      {"uninstall", "EXT...", "-p/--product PRODUCT"},
-      {"disable", "EXT...", "-p/--product PRODUCT"},
-      {"enable", "EXT...", "-p/--product PRODUCT"},
+      {"uninstall", "EXT...", "-p/--product PRODUCT --state enabled|disabled"},
+      {"disable", "EXT...", "-p/--product PRODUCT --state enabled|disabled"},
+      {"enable", "EXT...", "-p/--product PRODUCT --state enabled|disabled"},
       {"pack", "FILE.kei", "-o/--output OUT.kep --portable --force"},
-      {"import", "[EXT...]", "--from PRODUCT --to PRODUCT"},
+      {"import", "[EXT...]", "--from PRODUCT --to PRODUCT --state enabled|disabled"},
       {"validate", "FILE...", ""},
       {"recover", "", ""},
       {"help", "[COMMAND]", ""},
@@ -73,6 +73,9 @@ TEST(CommandLine, TakesCommonFlagsAnywhereAndNamesThatCommandsHave) {
   EXPECT_EQ(line.options.wait, 5);
   EXPECT_EQ(line.options.arguments, (std::vector<std::string>{"a.kep", "b.kep"}));
   EXPECT_EQ(line.options.tokens, (std::vector<std::string>{"a=C:\\x", "b=C:\\y"}));
+  const CommandLine mixed = ReadCommandLine({"install", "--set", "a=b", "--set", "c=d", "a.kep"});
+  EXPECT_EQ(mixed.options.arguments, std::vector<std::string>{"a.kep"}) << mixed.problem;
+  EXPECT_EQ(mixed.options.tokens.size(), 2U);
   const CommandLine named = ReadCommandLine({"uninstall", "list", "machine"});
   ASSERT_NE(named.command, nullptr) << named.problem;
   EXPECT_STREQ(named.command->name, "uninstall");
@@ -104,6 +107,51 @@ TEST_F(CommandLineProgram, MistakesExitWithTwoAndLeaveTheOutputToData) {
     EXPECT_NE(result.err, "") << ::testing::PrintToString(words);
   }
   EXPECT_EQ(json({"frobnicate"}, 2)["exit"], 2);
+}
+
+TEST_F(CommandLineProgram, OtherNamesWorkAndMistypedOnesAreCorrected) {
+  EXPECT_STREQ(ReadCommandLine({"remove", "X"}).command->name, "uninstall");
+  EXPECT_EQ(kest({"help", "remove"}).out, kest({"help", "uninstall"}).out);
+  EXPECT_EQ(kest({"version"}).out, kest({"--version"}).out);
+  EXPECT_EQ(kest({"-V"}).out, kest({"--version"}).out);
+  const std::tuple<Words, const char*, const char*> rows[] = {
+      {{"update", "x"}, "install FILE", "no command \"update\""}, {{"instal", "x"}, "kest install", "no command"},
+      {{"list", "--jsn"}, "did you mean: --json", "--jsn"},       {{"--verbos", "list"}, "--verbose", "--verbos"},
+      {{"list", "--files"}, "kest help list", "kest info"},
+  };
+  for (const auto& [words, advice, named] : rows) {
+    const ProcessResult result = kest(words);
+    EXPECT_EQ(result.exit, 2);
+    EXPECT_NE(result.err.find(advice), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(named), std::string::npos) << result.err;
+  }
+}
+
+// An output without room, or closed, is an error; a reader who has seen enough is none.
+TEST_F(CommandLineProgram, OutputThatIsLostIsAnError) {
+  makeMachine();
+  const std::pair<const char*, int> rows[] = {{">/dev/full", 7}, {">&-", 7}, {"| true", 0}, {">/dev/null", 0}};
+  for (const char* command : {"products", "list --json", "help"}) {
+    for (const auto& [where, exit] : rows) {
+      ProcessOptions options;
+      options.environment = environment();
+      const ProcessResult result = RunProcess(
+          {"/bin/bash", "-c", "set -o pipefail; " KEST_PROGRAM " " + std::string(command) + " " + where}, options);
+      EXPECT_EQ(result.exit, exit) << command << where << result.err;
+      EXPECT_EQ(result.err.find("the output cannot be written") != std::string::npos, exit != 0) << command << where;
+    }
+  }
+}
+
+TEST_F(CommandLineProgram, FilesAreCheckedAndPackedWithoutMakingAMachine) {
+  const std::string description = describe({});
+  ProcessOptions options;
+  options.environment = {{"KEST_MACHINE", ""}, {"KEST_COMPLETING", "1"}, {"HOME", m_folder}};
+  EXPECT_EQ(kest({"validate", description}, options).exit, 0);
+  EXPECT_EQ(kest({"pack", description, "-o", m_folder / "out.kep"}, options).exit, 0);
+  EXPECT_EQ(kest({"list"}, options).exit, 4);
+  EXPECT_FALSE(std::filesystem::exists(m_folder / "data"));
+  EXPECT_EQ(kest({"validate", "-m", m_folder / "nowhere", description}).exit, 4);
 }
 
 TEST_F(CommandLineProgram, HelpIsForTheOutputAndThereForEveryCommand) {
@@ -174,6 +222,11 @@ protected:
 };
 
 TEST_P(Completion, OffersWhatFitsAndWhatIsOnTheMachine) {
+  const std::filesystem::path other = m_folder / "other";
+  EXPECT_EQ(kest({"machine", "new", other, "--product", "Tidemark Nova"}).exit, 0);
+  Extension there;
+  there.name = "Other";
+  install(there, {"-m", other});
   const std::pair<std::string, const char*> rows[] = {
       {"kest unin", "uninstall"},
       {"kest machine lo", "logon"},
@@ -186,6 +239,8 @@ TEST_P(Completion, OffersWhatFitsAndWhatIsOnTheMachine) {
       {"kest uninstall Ta", "Table Tools"},
       {"kest import --to Tidemark\\ N", "Tidemark Nova"},
       {"kest info Ta", "Table Tools"},
+      {"kest -m " + other.string() + " info Ot", "Other"},
+      {"kest info --machine=" + other.string() + " Ot", "Other"},
   };
   for (const auto& [line, word] : rows) {
     EXPECT_EQ(completed(line), word) << line;

@@ -97,6 +97,32 @@ TEST_F(Operations, WordsThatFitSeveralExtensionsNameTheCandidates) {
   EXPECT_EQ(json({"list", "--sort", "author", "--reverse"}, 0)["extensions"][0]["author"], "John Roe");
 }
 
+// Disabled in one product, then carried over and disabled twice: alike in all but the state.
+TEST_F(Operations, TheStateTellsTwoApartThatAreOtherwiseAlike) {
+  install({}, {"-p", "Tidemark 4"});
+  install({}, {"-p", "Tidemark Nova"});
+  EXPECT_EQ(kest({"disable", "Table Tools", "-p", "Tidemark Nova"}).exit, 0);
+  EXPECT_EQ(kest({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement", "-y"}).exit, 0);
+  const ProcessResult both = kest({"info", "Table Tools", "-p", "Tidemark Nova"});
+  ASSERT_EQ(both.exit, 4);
+  EXPECT_NE(both.err.find("--state enabled|disabled"), std::string::npos) << both.err;
+  for (const char* state : {"enabled", "disabled"}) {
+    EXPECT_EQ(json({"info", "Table Tools", "-p", "Tidemark Nova", "--state", state}, 0)["extension"]["state"], state);
+  }
+  EXPECT_EQ(kest({"uninstall", "Table Tools", "-p", "Tidemark Nova", "--state", "disabled", "-y"}).exit, 0);
+  EXPECT_EQ(json({"info", "Table Tools", "-p", "Tidemark Nova"}, 0)["extension"]["state"], "enabled");
+  EXPECT_EQ(kest({"uninstall", "Table Tools", "-p", "Tidemark Nova", "--state", "disabled", "-y"}).exit, 4);
+}
+
+TEST_F(Operations, AFolderForATokenThatNobodyAsksForIsAMistake) {
+  Extension asking;
+  asking.more = "<file-tokens><token name=\"home\" prompt=\"Where?\" default=\"C:\\Sites\" /></file-tokens>\r\n";
+  const ProcessResult result = kest({"install", package(asking), "--accept-agreement", "--set", "hom=C:\\x"});
+  EXPECT_EQ(result.exit, 2);
+  EXPECT_NE(result.err.find("these are asked for: home"), std::string::npos) << result.err;
+  EXPECT_EQ(kest({"install", package(asking), "--accept-agreement", "--set", "HOME=C:\\x"}).exit, 0);
+}
+
 TEST_F(Operations, BadInputHasItsCode) {
   Extension foreign;
   foreign.product = "Prism";

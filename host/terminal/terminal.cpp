@@ -54,6 +54,15 @@ bool WriteAll(int descriptor, std::string_view text) {
   return true;
 }
 
+// A file opened later must not take the place of a closed output: what is written there has to fail.
+void OccupyStandardDescriptors() {
+  for (int descriptor = kInput; descriptor <= kError; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) {
+      static_cast<void>(open("/dev/null", descriptor == kInput ? O_WRONLY : O_RDONLY));
+    }
+  }
+}
+
 int NumberFrom(const char* variable) {
   const char* text = std::getenv(variable);
   const int number = text ? std::atoi(text) : 0;
@@ -92,6 +101,7 @@ std::string Painted(bool colour, Style style, std::string_view text) {
 } // namespace
 
 Terminal::Terminal() {
+  OccupyStandardDescriptors();
   std::signal(SIGPIPE, SIG_IGN);
   if (g_wake[0] < 0 && pipe2(g_wake, O_CLOEXEC | O_NONBLOCK) == 0) {
     struct sigaction action {};
@@ -153,7 +163,10 @@ int Terminal::GetHeight() const {
 }
 
 bool Terminal::Flush() {
-  const bool written = WriteAll(kOutput, m_data);
+  const bool written = m_dataError == 0 && WriteAll(kOutput, m_data);
+  if (!written && m_dataError == 0 && errno != EPIPE) {
+    m_dataError = errno;
+  }
   m_data.clear();
   return written;
 }

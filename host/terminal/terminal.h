@@ -35,8 +35,10 @@ public:
 
   /// Data. Kept until Flush or the next line for the user, so that nothing is written in pieces.
   void Data(std::string_view text) { m_data += text; }
-  /// False when the reader went away; that is no failure of the command.
+  /// False when it could not be written.
   bool Flush();
+  /// Why data could not be written, an errno; 0: all was. A reader that went away counts as having had enough.
+  [[nodiscard]] int GetDataError() const { return m_dataError; }
   /// A line for the user that --quiet leaves out.
   void Notice(std::string_view line);
   /// Whether anybody sees notices, on the terminal or in a log.
@@ -69,6 +71,7 @@ private:
   std::string m_data;
   std::string m_typed; ///< bytes read behind the last line
   int m_log = -1;
+  int m_dataError = 0;
   bool m_canAsk = false;
   bool m_quiet = false;
   bool m_progress = false;
