@@ -28,16 +28,23 @@ int CKestGenericXmlFile::Load(const char* path, CKestTypedList<CKestString>* /*e
   m_path = path ? path : "";
   RemoveAllChildren();
   CKestGenericXMLParser parser(this);
-  return parser.ParseFile(m_path.c_str(), false);
+  return TakeResult(parser, parser.ParseFile(m_path.c_str(), false));
 }
 
 int CKestGenericXmlFile::LoadContent(std::string_view content) {
   RemoveAllChildren();
   CKestGenericXMLParser parser(this);
-  return parser.ParseLines(content, false);
+  return TakeResult(parser, parser.ParseLines(content, false));
+}
+
+int CKestGenericXmlFile::TakeResult(const CKestXMLParser& parser, int result) {
+  m_singleByte = parser.IsSingleByte();
+  m_byteOrderMark = parser.HasByteOrderMark();
+  return result;
 }
 
 void CKestGenericXmlFile::BuildContent(CString& content) const {
+  content += m_byteOrderMark ? "\xEF\xBB\xBF" : "";
   CString text;
   for (const auto& child : GetChildren()) {
     text.clear();

@@ -19,9 +19,15 @@ public:
   void BuildContent(CString& content) const;
   [[nodiscard]] const CString& GetPath() const { return m_path; }
   void GetPath(CString& path) const { path = m_path; }
+  /// Whether every byte of the file is a character: its declaration names such an encoding.
+  [[nodiscard]] bool IsSingleByte() const { return m_singleByte; }
 
 private:
+  int TakeResult(const CKestXMLParser& parser, int result);
+
   CString m_path;
+  bool m_singleByte = false;
+  bool m_byteOrderMark = false; ///< written again in front
 };
 
 /// Fills a generic file: every element becomes an object, `comment` elements become comments.

@@ -16,6 +16,7 @@ bool InsertRecords(const RecordFamily& family, const CKestXmlObject& payload, CK
   if (!container) {
     return false;
   }
+  const bool singleByte = dynamic_cast<const CKestGenericXmlFile&>(*file).IsSingleByte();
   IdIndex records(payload.GetChildren().size());
   for (const auto& child : container->GetChildren()) {
     if (child->HasTag(family.record)) {
@@ -29,9 +30,9 @@ bool InsertRecords(const RecordFamily& family, const CKestXmlObject& payload, CK
     }
     met = true;
     if (CKestXmlObject* existing = records.Find(PayloadId(*child))) {
-      AssignPayload(*existing, *child);
+      AssignPayload(*existing, *child, singleByte);
     } else {
-      records.Add(container->AppendChild(CopyPayload(*child)));
+      records.Add(container->AppendChild(CopyPayload(*child, singleByte)));
     }
   }
   return met;

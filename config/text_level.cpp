@@ -22,7 +22,7 @@ bool IsNameByte(char c, bool first) {
 }
 
 /// What a reference stands for, `name` being what lies between its "&" and ";". Nothing for what is no reference.
-CString Decoded(std::string_view name) {
+CString Decoded(std::string_view name, unsigned largest) {
   for (const auto& [known, character] : kPredefined) {
     if (name == known) {
       return CString(1, character);
@@ -36,7 +36,7 @@ CString Decoded(std::string_view name) {
     if (error != std::errc{} || end != digits.data() + digits.size()) {
       return {};
     }
-    if (code > 255) {
+    if (code > largest) {
       return kKeptReference + CString(name) + ";";
     }
     const bool character = code >= 32 || code == 9 || code == 10 || code == 13;
@@ -68,7 +68,7 @@ void RevertEscapes(CString& xml) {
   }
 }
 
-void DecodeReferences(CString& value) {
+void DecodeReferences(CString& value, unsigned largest) {
   constexpr std::size_t kLongestName = 64;
   std::size_t at = value.find('&');
   if (at == CString::npos) {
@@ -81,7 +81,8 @@ void DecodeReferences(CString& value) {
       continue;
     }
     const std::size_t end = value.substr(at + 1, kLongestName).find(';');
-    const CString decoded = end == CString::npos ? CString{} : Decoded(std::string_view(value).substr(at + 1, end));
+    const CString decoded =
+        end == CString::npos ? CString{} : Decoded(std::string_view(value).substr(at + 1, end), largest);
     if (decoded.empty()) {
       out += value[at++];
       continue;
@@ -94,46 +95,47 @@ void DecodeReferences(CString& value) {
 
 namespace {
 
-void BringToValueLevel(CKestXmlObject& object) {
+void BringToValueLevel(CKestXmlObject& object, unsigned largest) {
   if (auto* comment = dynamic_cast<CKestXmlComment*>(&object)) {
     CString text = comment->GetText();
-    DecodeReferences(text);
+    DecodeReferences(text, largest);
     comment->SetText(text);
     return;
   }
-  for (const auto& [name, value] : CKestXmlObject::Attributes(object.GetAttributes())) {
-    if (value.find('&') == CString::npos) {
-      continue;
+  for (std::size_t i = 0; i < object.GetAttributes().size(); ++i) {
+    CString decoded = object.GetAttributes()[i].second;
+    if (decoded.find('&') != CString::npos) {
+      DecodeReferences(decoded, largest);
+      object.SetAttributeAt(i, decoded); // by place: names may differ in letter case alone
     }
-    CString decoded = value;
-    DecodeReferences(decoded);
-    object.SetAttribute(name, decoded);
   }
   if (!object.GetValue().empty()) {
     CString value = object.GetValue();
     if (object.IsInCData()) {
       RevertLineConversions(value);
     } else {
-      DecodeReferences(value);
+      DecodeReferences(value, largest);
     }
     object.SetValue(value);
   }
   for (const auto& child : object.GetChildren()) {
-    BringToValueLevel(*child);
+    BringToValueLevel(*child, largest);
   }
 }
 
+constexpr unsigned LargestDecoded(bool singleByte) { return singleByte ? 255 : 127; }
+
 } // namespace
 
-std::unique_ptr<CKestXmlObject> CopyPayload(const CKestXmlObject& payload) {
+std::unique_ptr<CKestXmlObject> CopyPayload(const CKestXmlObject& payload, bool singleByte) {
   auto copy = payload.Clone();
-  BringToValueLevel(*copy);
+  BringToValueLevel(*copy, LargestDecoded(singleByte));
   return copy;
 }
 
-void AssignPayload(CKestXmlObject& target, const CKestXmlObject& payload) {
+void AssignPayload(CKestXmlObject& target, const CKestXmlObject& payload, bool singleByte) {
   target = payload;
-  BringToValueLevel(target);
+  BringToValueLevel(target, LargestDecoded(singleByte));
 }
 
 } // namespace kest

@@ -26,9 +26,13 @@ public:
     CKestXmlObject* group = nullptr;
   };
 
-  Groups(const GroupFamily& family, CKestXmlFile* file)
-      : m_family(family),
-        m_container(dynamic_cast<CKestGenericXmlFile*>(file) ? file->FindTag(family.container) : nullptr) {}
+  Groups(const GroupFamily& family, CKestXmlFile* file) : m_family(family) {
+    if (const auto* generic = dynamic_cast<CKestGenericXmlFile*>(file)) {
+      m_container = generic->FindTag(family.container);
+      m_singleByte = generic->IsSingleByte();
+    }
+  }
+  [[nodiscard]] bool IsSingleByte() const { return m_singleByte; } ///< of the file
   [[nodiscard]] bool IsThere() const { return m_container != nullptr; }
   [[nodiscard]] CKestXmlObject* Container() const { return m_container; }
   [[nodiscard]] bool IsGroup(const CKestXmlObject& object) const { return object.HasTag(m_family.group); }
@@ -117,7 +121,8 @@ public:
 
 private:
   const GroupFamily& m_family;
-  CKestXmlObject* m_container;
+  CKestXmlObject* m_container = nullptr;
+  bool m_singleByte = false;
 };
 
 /// Where an item insert puts its copies.
@@ -162,7 +167,7 @@ template <class Visit> void Walk(const CKestXmlObject& parent, bool backwards, V
   }
 }
 
-void MergeGroup(CKestXmlObject& existing, const CKestXmlObject& payload) {
+void MergeGroup(CKestXmlObject& existing, const CKestXmlObject& payload, bool singleByte) {
   IdIndex items(payload.GetChildren().size());
   Groups::AddItems(existing, items);
   for (const auto& item : payload.GetChildren()) {
@@ -171,9 +176,9 @@ void MergeGroup(CKestXmlObject& existing, const CKestXmlObject& payload) {
       continue;
     }
     if (CKestXmlObject* old = items.Find(id)) {
-      AssignPayload(*old, *item);
+      AssignPayload(*old, *item, singleByte);
     } else {
-      items.Add(existing.AppendChild(CopyPayload(*item)));
+      items.Add(existing.AppendChild(CopyPayload(*item, singleByte)));
     }
   }
 }
@@ -244,13 +249,13 @@ auto GroupInsert<Base>::MakeChange(const CKestConfigChanges* /*changes*/, CKestX
     }
     result = Base::kSuccess;
     if (CKestXmlObject* existing = groups.FindGroupById(PayloadId(child))) {
-      MergeGroup(*existing, child);
+      MergeGroup(*existing, child, groups.IsSingleByte());
     } else if (!anchor) {
-      groups.Container()->AppendChild(CopyPayload(child));
+      groups.Container()->AppendChild(CopyPayload(child, groups.IsSingleByte()));
     } else if (action == Base::kInsertBefore) {
-      groups.Container()->InsertBefore(anchor, CopyPayload(child));
+      groups.Container()->InsertBefore(anchor, CopyPayload(child, groups.IsSingleByte()));
     } else {
-      groups.Container()->InsertAfter(anchor, CopyPayload(child));
+      groups.Container()->InsertAfter(anchor, CopyPayload(child, groups.IsSingleByte()));
     }
   });
   return result;
@@ -318,9 +323,9 @@ auto GroupItemInsert<Base>::MakeChange(const CKestConfigChanges* /*changes*/, CK
   IdIndex items = groups.IndexItems(this->GetChildren().size());
   Walk(*this, backwards, [&](const CKestXmlObject& child) {
     if (CKestXmlObject* existing = items.Find(PayloadId(child))) {
-      AssignPayload(*existing, child);
+      AssignPayload(*existing, child, groups.IsSingleByte());
     } else {
-      items.Add(PlaceItem(target, CopyPayload(child)));
+      items.Add(PlaceItem(target, CopyPayload(child, groups.IsSingleByte())));
     }
   });
   return result;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::string_view kRootTag = "kestrel-extension";
 
-constexpr CKestXMLParser::Limits kLimits{16u << 20, 200, 1u << 20};
+constexpr CKestXMLParser::Limits kLimits{16u << 20, 200, 1u << 20, 400'000};
 
 bool HasParentPath(std::string_view path) { return path.find("..") != std::string_view::npos; }
 
@@ -163,7 +163,7 @@ bool CKestExtension::ReadRest() const {
   return true;
 }
 
-int CKestExtension::GetFileCount() const { return m_isRestUnread ? m_fileCount : m_files.GetChildCount(); }
+int CKestExtension::GetFileCount() const { return m_isRestUnread ? m_fileCount : static_cast<int>(m_files.GetCount()); }
 
 // ---- products and tokens
 // -----------------------------------------------------------------------------------------------

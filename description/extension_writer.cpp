@@ -2,6 +2,7 @@
 
 #include "config/config_change.h"
 #include "config/help_change.h"
+#include "config/text_level.h"
 #include "description/extension.h"
 #include "menus/menu_sets.h"
 #include "platform/machine/file.h"
@@ -22,31 +23,61 @@ void WriteAttribute(std::string_view name, std::string_view value, CString& text
 
 CString Tabs(int level) { return CString(static_cast<std::size_t>(level < 0 ? 0 : level), '\t'); }
 
+// The children, and the text before them, of an element whose own kind of children write the description's text as it
+// is. Any other child, and the text, go through the general writer, whose escapes are taken back.
+template <class IsOwn> void BuildInner(const CKestXmlObject& element, int level, IsOwn isOwn, CString& text) {
+  for (const auto& child : element.GetChildren()) {
+    CString piece;
+    child->BuildXml(level, piece);
+    if (!isOwn(*child)) {
+      RevertEscapes(piece);
+    }
+    text += piece;
+  }
+}
+
+template <class IsOwn> void BuildElement(const CKestXmlObject& element, int level, IsOwn isOwn, CString& text) {
+  if (!element.GetValue().empty()) { // stray text: rare enough to be written with the records' escapes taken back, too
+    CString piece;
+    element.BuildXml(level, piece);
+    RevertEscapes(piece);
+    text += piece;
+    return;
+  }
+  const CString indent = Tabs(level);
+  text += indent + "<" + element.GetTag();
+  if (!element.HasChildren()) {
+    text += " />\r\n";
+    return;
+  }
+  text += ">\r\n";
+  BuildInner(element, level + 1, isOwn, text);
+  text += indent + "</" + element.GetTag() + ">\r\n";
+}
+
+template <class Record> void BuildContainer(const CKestTypedContainer<Record>& container, int level, CString& text) {
+  BuildElement(
+      container, level, [](const CKestXmlObject& child) { return typeid(child) == typeid(Record); }, text);
+}
+
+bool IsHelpChange(const CKestXmlObject& child) { return dynamic_cast<const CKestHelpChange*>(&child) != nullptr; }
+
 // The sets below one element. The element itself stands for the first set when that is of the class that reading the
-// element makes.
-template <class ElementSet, class Sets, class Append>
-void BuildSets(const Sets& sets, int level, const CString& inner, std::string_view tag, CString& text, Append append) {
-  text += kLineEnd;
-  text += inner;
-  text += '<';
-  text += tag;
-  text += '>';
-  text += kLineEnd;
+// element makes. `inner` appends the children of that set, `whole` a set with its element.
+template <class ElementSet, class Sets, class Inner, class Whole>
+void BuildSets(const Sets& sets, int level, const CString& indent, std::string_view tag, CString& text, Inner inner,
+               Whole whole) {
+  text.append(kLineEnd).append(indent).append("<").append(tag).append(">").append(kLineEnd);
   bool first = true;
   for (const auto& set : sets) {
-    CString piece;
     if (first && dynamic_cast<const ElementSet*>(set.get()) != nullptr) {
-      set->BuildInnerXml(level + 1, piece);
+      inner(*set, level + 2);
     } else if (set != nullptr) {
-      set->BuildXml(level + 2, piece);
+      whole(*set, level + 2);
     }
-    append(piece);
     first = false;
   }
-  text += inner;
-  text += "</";
-  text += tag;
-  text += '>';
+  text.append(indent).append("</").append(tag).append(">");
 }
 
 } // namespace
@@ -56,16 +87,16 @@ void CKestExtension::BuildXml(int level, CString& text) const {
   const CString inner = Tabs(level + 1);
   BuildHead(indent, inner, text);
   text += kLineEnd;
-  GetProducts().BuildXml(level + 1, text);
+  BuildContainer(GetProducts(), level + 1, text);
   OutputText(GetDesc(), "description", inner, text);
   OutputText(GetUIAccess(), "ui-access", inner, text);
   if (HasTokens()) {
     text += kLineEnd;
-    GetTokens().BuildXml(level + 1, text);
+    BuildContainer(GetTokens(), level + 1, text);
   }
   if (HasFiles()) {
     text += kLineEnd;
-    GetFiles().BuildXml(level + 1, text);
+    BuildContainer(GetFiles(), level + 1, text);
   }
   if (HasConfigChanges()) {
     BuildConfigChanges(level, inner, text);
@@ -113,16 +144,29 @@ void CKestExtension::BuildHead(const CString& indent, const CString& inner, CStr
 }
 
 void CKestExtension::BuildConfigChanges(int level, const CString& inner, CString& text) const {
-  BuildSets<CKestMasterConfigChanges>(GetConfigChanges(), level, inner, "configuration-changes", text,
-                                      [&](CString& piece) {
-                                        RevertBadXml(piece);
-                                        text += piece;
-                                      });
+  const auto append = [&](CString& piece) {
+    RevertBadXml(piece);
+    text += piece;
+  };
+  BuildSets<CKestMasterConfigChanges>(
+      GetConfigChanges(), level, inner, "configuration-changes", text,
+      [&](const CKestConfigChanges& set, int at) {
+        CString piece;
+        set.BuildInnerXml(at, piece);
+        append(piece);
+      },
+      [&](const CKestConfigChanges& set, int at) {
+        CString piece;
+        set.BuildXml(at, piece);
+        append(piece);
+      });
 }
 
 void CKestExtension::BuildHelpChanges(int level, const CString& inner, CString& text) const {
-  BuildSets<CKestStandardHelpChanges>(GetHelpChanges(), level, inner, "help-changes", text,
-                                      [&](const CString& piece) { text += piece; });
+  BuildSets<CKestStandardHelpChanges>(
+      GetHelpChanges(), level, inner, "help-changes", text,
+      [&](const CKestHelpChanges& set, int at) { BuildInner(set, at, IsHelpChange, text); },
+      [&](const CKestHelpChanges& set, int at) { BuildElement(set, at, IsHelpChange, text); });
 }
 
 int CKestExtension::Save(const char* path) {

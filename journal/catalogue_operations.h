@@ -20,6 +20,9 @@ public:
   virtual int EnableExtension(const CKestProduct* product, CKestExtension* extension) = 0;
   /// Appends the record to the product's list and takes ownership.
   virtual void AddExtension(const CKestProduct* product, CKestExtension* extension) = 0;
+  /// Takes back a record that an uninstall has taken out of the catalogue and that the caller owned since: to its old
+  /// place in the list where that can be told.
+  virtual void RestoreExtension(const CKestProduct* product, CKestExtension* extension) = 0;
   /// Called when a disable is undone, after the steps that it handed to the operation around it were undone. When the
   /// extension's description stands at its enabled place again (or the record says already that it is enabled), brings
   /// the record to that state (enabled, path) and answers true. False: the disable is final on the disk, nothing was

@@ -30,7 +30,7 @@ int CInstallRemoveExtension::Undo() {
   }
   if (m_owned) {
     m_owned = false;
-    m_manager->AddExtension(m_product, m_extension);
+    m_manager->RestoreExtension(m_product, m_extension);
     m_extension = nullptr;
   }
   return 0;

@@ -81,7 +81,8 @@ int CInstallCopyFile::PrepareStage() {
 }
 
 // The name is chosen here, so that the journal knows it before anything stands beside the destination; it is taken by
-// the move, which refuses a name that somebody else took meanwhile.
+// the move, which refuses a name that somebody else took meanwhile. Steps are prepared together, so nothing on the disk
+// tells the names of the others: a number is given once, whatever the folder, since the value bears the name alone.
 int CInstallCopyFile::PreparePending() {
   Machine& machine = CKestOS::GetMachine();
   CString leaf;
@@ -89,9 +90,10 @@ int CInstallCopyFile::PreparePending() {
     return -1;
   }
   const CString stem = leaf.substr(leaf.rfind('-') + 1);
+  static unsigned s_nextNumber = 0;
   CKestPath path(m_destination);
   for (int i = 0; i < kNameTries; ++i) {
-    const CString name = "rpl" + stem + std::to_string(i) + ".tmp";
+    const CString name = "rpl" + stem + std::to_string(s_nextNumber++) + ".tmp";
     path.SetFileName(name);
     CString data;
     if (!machine.FileExists(path) && !machine.ReadRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, data)) {
@@ -126,9 +128,13 @@ int CInstallCopyFile::DoDeferred() {
     }
   }
   const CString command = ReplaceCommand(m_destination, m_pending);
-  const bool written = !command.empty() && machine.WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey,
-                                                                       CKestPath(m_pending).GetFileName(), command);
-  return written ? 0 : -1;
+  const CString name = CKestPath(m_pending).GetFileName();
+  CString other;
+  if (command.empty() ||
+      (machine.ReadRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, other) && other != command)) {
+    return -1; // somebody else's value since the name was chosen
+  }
+  return machine.WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, command) ? 0 : -1;
 }
 
 int CInstallCopyFile::Undo() {

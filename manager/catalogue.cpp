@@ -33,6 +33,14 @@ void Catalogue::Add(const CKestProduct* product, CKestExtension* extension) {
   if (extension == nullptr) {
     return;
   }
+  m_lists[product].push_back(extension);
+  m_gap = Gap{};
+}
+
+void Catalogue::Restore(const CKestProduct* product, CKestExtension* extension) {
+  if (extension == nullptr) {
+    return;
+  }
   List& list = m_lists[product];
   const bool fitsGap = m_gap.extension == extension && m_gap.product == product && m_gap.count == list.size();
   list.insert(fitsGap ? list.begin() + static_cast<std::ptrdiff_t>(m_gap.at) : list.end(), extension);

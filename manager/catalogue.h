@@ -20,9 +20,11 @@ public:
   Catalogue(const Catalogue&) = delete;
   Catalogue& operator=(const Catalogue&) = delete;
 
-  /// Takes ownership; null is ignored. A record that was taken out by Remove goes back to where it stood when nothing
-  /// else came or went.
+  /// Appends; takes ownership; null is ignored.
   void Add(const CKestProduct* product, CKestExtension* extension);
+  /// Takes the record back that Remove gave out: to where it stood when nothing else came or went since, else at the
+  /// end.
+  void Restore(const CKestProduct* product, CKestExtension* extension);
   /// Takes every entry of the record out of the product's list; the caller owns it then.
   void Remove(const CKestProduct* product, const CKestExtension* extension);
   /// Frees all records: the products that they belong to go.

@@ -66,6 +66,7 @@ public:
   void GetExtensions(const CKestProduct* product, CKestTypedList<CKestExtension*>& out) const;
   /// Appends the record to the product's list and takes ownership; null is ignored.
   void AddExtension(const CKestProduct* product, CKestExtension* extension) override;
+  void RestoreExtension(const CKestProduct* product, CKestExtension* extension) override;
   /// Takes every entry of the record out of the product's list; the record is the caller's from now on.
   void RemoveExtension(const CKestProduct* product, CKestExtension* extension);
   /// Whether a product that was found has this name, letter case aside.

@@ -71,6 +71,8 @@ int CKestExtensionManager::Load() {
     const std::unique_ptr<CKestTypedList<CKestExtension*>> found(product->GetExtensions());
     if (found != nullptr) {
       m_state->catalogue.Replace(product.get(), *found);
+    } else if (m_state->catalogue.Find(product.get()) != nullptr) {
+      m_state->catalogue.Replace(product.get(), {}); // its last description went since
     }
   }
   return 0;

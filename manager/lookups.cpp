@@ -39,6 +39,10 @@ void CKestExtensionManager::AddExtension(const CKestProduct* product, CKestExten
   m_state->catalogue.Add(product, extension);
 }
 
+void CKestExtensionManager::RestoreExtension(const CKestProduct* product, CKestExtension* extension) {
+  m_state->catalogue.Restore(product, extension);
+}
+
 void CKestExtensionManager::RemoveExtension(const CKestProduct* product, CKestExtension* extension) {
   m_state->catalogue.Remove(product, extension);
 }

@@ -65,11 +65,14 @@ int CKestMenusXmlFile::LoadContent(std::string_view content) {
   RemoveAllChildren();
   m_loadedSize = content.size();
   CKestMenusXMLParser parser(this);
-  return parser.ParseLines(content, true);
+  const int result = parser.ParseLines(content, true);
+  m_byteOrderMark = parser.HasByteOrderMark();
+  return result;
 }
 
 bool CKestMenusXmlFile::BuildContent(CString& content) const {
   content.reserve(content.size() + m_loadedSize + m_loadedSize / 16);
+  content += m_byteOrderMark ? "\xEF\xBB\xBF" : "";
   MenusWriter writer(content);
   writer.WriteChildren(*this, 0);
   // with the blank, for a format may have an attribute whose name only ends so

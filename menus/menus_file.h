@@ -72,6 +72,7 @@ private:
   MenusIndex& Index() const;
 
   CString m_path;
+  bool m_byteOrderMark = false;                ///< written again in front
   std::size_t m_loadedSize = 0;                ///< tells how much room the text needs
   mutable std::unique_ptr<MenusIndex> m_index; ///< made by the first search
 };

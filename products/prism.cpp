@@ -54,8 +54,11 @@ void CKestPrism::SetVersion(CKestVersionNumber& version) { m_version = version; 
 
 void CKestPrism::MassageDestination(CString& destination) const {
   const auto asFolder = [](const char* name) { return CString("\\") + name + "\\"; };
-  text::ReplaceAllNoCase(destination, asFolder(m_constants.foreignConfigurationFolder),
-                         asFolder(m_constants.configurationFolder));
+  const CString own = asFolder(m_constants.configurationFolder);
+  const CString foreign = asFolder(m_constants.foreignConfigurationFolder);
+  // twice: of two such folders one in the other, both share the backslash between them
+  text::ReplaceAllNoCase(destination, foreign, own);
+  text::ReplaceAllNoCase(destination, foreign, own);
 }
 
 void CKestPrism::DetermineExecutableFileName(const CString& installFolder) {

@@ -48,9 +48,6 @@ public:
   [[nodiscard]] virtual bool IsInstalled() const = 0;       ///< whether Initialize or SetPaths found it
   [[nodiscard]] virtual bool IsRunning() const = 0;         ///< whether its executable is among the processes now
   virtual void GetInstallFolder(CString& folder) const = 0; ///< empty when the product is not installed
-  /// The folder of the executable, as SetPaths wants it: the install folder, but for products that answer
-  /// GetInstallFolder with a folder of the user.
-  virtual void GetProgramFolder(CString& folder) const;
   /// Where descriptions are put, with a trailing backslash.
   virtual void GetExtensionsFolder(CString& folder) const = 0;
   /// The one that all users share; empty when there is no second one.
@@ -112,8 +109,13 @@ public:
   [[nodiscard]] virtual int ProcessHelpChanges(CKestTypedVector<CKestExtensionInstallStep*>* steps,
                                                CKestExtensionManagerUI* ui, const CKestExtension* extension,
                                                OperationType operation) const;
-  /// What the last call of the two found wrong, critical or not, in order; empty after a call without a problem. Good
-  /// until the next call of either.
+  // Behind the operations whose order is fixed: a host may derive products of its own.
+  /// The folder of the executable, as SetPaths wants it: the install folder, but for products that answer
+  /// GetInstallFolder with a folder of the user.
+  virtual void GetProgramFolder(CString& folder) const;
+
+  /// What the last call of ProcessConfigChanges or ProcessHelpChanges found wrong, critical or not, in order; empty
+  /// after a call without a problem. Good until the next call of either.
   [[nodiscard]] const std::vector<ConfigProblem>& GetConfigProblems() const { return m_configProblems; }
 
   /// The installed extensions, enabled and disabled: a new list with new records, both the caller's. Null when the

@@ -10,9 +10,13 @@ CKestShippedProduct::CKestShippedProduct(const ProductConstants& constants)
 void CKestShippedProduct::Initialize() {
   FoundProgram found;
   if (FindProgram(found)) {
-    m_version = found.version;
-    SetPaths(CKestPath(found.path).GetFolder(), CString());
+    TakeFound(found);
   }
+}
+
+void CKestShippedProduct::TakeFound(const FoundProgram& found) {
+  m_version = found.version;
+  SetPaths(CKestPath(found.path).GetFolder(), CString());
 }
 
 bool CKestShippedProduct::FindProgram(FoundProgram& found) {

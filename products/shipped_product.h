@@ -57,7 +57,8 @@ protected:
   explicit CKestShippedProduct(const ProductConstants& constants);
 
   /// Among the running programs, then by the registry. False: it is not on the machine.
-  [[nodiscard]] virtual bool FindProgram(FoundProgram& found);
+  [[nodiscard]] bool FindProgram(FoundProgram& found);
+  void TakeFound(const FoundProgram& found); ///< its version, and the folders that follow from its own
   /// Takes the first of the names that exists in the folder; none: the choice stays.
   void ChooseExecutable(std::span<const char* const> names, const CString& installFolder);
 

@@ -47,9 +47,13 @@ constexpr WebEditorConstants kTidemark6 = {
 
 std::string_view Given(const char* value) { return value != nullptr ? value : ""; }
 
-/// The declared name without its version: up to the first digit, blanks at its end gone.
+/// The declared name without its version: up to the first digit, blanks at its end gone; all of it without a digit.
 std::string_view NameWithoutVersion(std::string_view name) {
-  name = name.substr(0, name.find_first_of("0123456789"));
+  const std::size_t digit = name.find_first_of("0123456789");
+  if (digit == std::string_view::npos) {
+    return name;
+  }
+  name = name.substr(0, digit);
   while (!name.empty() && text::Trimmed(name.substr(name.size() - 1)).empty()) {
     name.remove_suffix(1);
   }
@@ -61,7 +65,14 @@ std::string_view NameWithoutVersion(std::string_view name) {
 CKestTidemark::CKestTidemark(const WebEditorConstants& constants)
     : CKestShippedProduct(constants.product), m_constants(constants) {}
 
-bool CKestTidemark::FindProgram(FoundProgram& found) {
+void CKestTidemark::Initialize() {
+  FoundProgram found;
+  if (FindEditor(found)) {
+    TakeFound(found);
+  }
+}
+
+bool CKestTidemark::FindEditor(FoundProgram& found) {
   if (FindRunningProgram(GetExecutableFileName(), GetAppSignatureVersion(), found)) {
     return true;
   }

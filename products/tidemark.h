@@ -19,6 +19,7 @@ struct WebEditorConstants {
 /// The web-page editors and their application-server edition.
 class KEST_API CKestTidemark : public CKestShippedProduct {
 public:
+  void Initialize() override;
   void SetPaths(const CString& installFolder, const CString& userName) override;
   void GetConfigurationFolderName(CString& name) const override;
   void GetSharedExtensionsFolder(CString& folder) const override;
@@ -45,8 +46,6 @@ protected:
   /// The row must outlive the product.
   explicit CKestTidemark(const WebEditorConstants& constants);
 
-  [[nodiscard]] bool FindProgram(FoundProgram& found) override;
-
   /// Applies or takes back one set. True: the operation must stop. Messages are added to `errorText`.
   [[nodiscard]] bool ProcessConfigChanges(CKestTypedVector<CKestExtensionInstallStep*>* steps,
                                           CKestExtensionManagerUI* ui, const CKestConfigChanges* changes,
@@ -63,6 +62,7 @@ protected:
 private:
   friend class ConfigRun;
 
+  [[nodiscard]] bool FindEditor(FoundProgram& found);
   [[nodiscard]] bool FindInRegistry(FoundProgram& found);
   void SetUserFolders(const CString& userName);
 

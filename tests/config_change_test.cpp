@@ -70,6 +70,9 @@ TEST(GenericXmlFile, TextIsKeptThroughLoadAndSave) {
   CString twice;
   XmlFile(text).BuildContent(twice);
   EXPECT_EQ(twice, text);
+  CString marked;
+  XmlFile("\xEF\xBB\xBF<a />\n").BuildContent(marked);
+  EXPECT_TRUE(marked.starts_with("\xEF\xBB\xBF<a")) << "the byte order mark";
 }
 
 TEST(GenericXmlFile, EveryPrefixAndOneByteChangeIsRefusedOrStaysReadable) {
@@ -113,6 +116,15 @@ TEST(TextLevel, ReferencesAreDecodedOnce) {
     DecodeReferences(value);
     EXPECT_EQ(value, out) << in;
   }
+}
+
+TEST(TextLevel, APayloadReadsInTheFileAsItsAuthorMeantIt) {
+  CKestXmlObject payload("button");
+  payload.AppendAttribute("title", "&lt;");
+  payload.AppendAttribute("Title", "caf&#233; &amp; &#8212;");
+  EXPECT_EQ(CopyPayload(payload, false)->GetAttributes(),
+            (CKestXmlObject::Attributes{{"title", "<"}, {"Title", "caf\1#233; & \1#8212;"}}));
+  EXPECT_EQ(CopyPayload(payload, true)->GetAttributes()[1].second, "caf\xE9 & \1#8212;");
 }
 
 // ---- records

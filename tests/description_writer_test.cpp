@@ -156,6 +156,19 @@ TEST(DescriptionWriter, TrapsOfTheFormatReadBack) {
   EXPECT_NE(text.find("id=\"a &amp; b's\""), std::string::npos) << "as an author would write it";
 }
 
+TEST(DescriptionWriter, WhatIsNoRecordIsWrittenAsItWasRead) {
+  const CKestExtension record =
+      RecordOf("<files><comment>A &amp; B</comment><note by=\"X &quot;Y&quot; &amp; Z\">1 &lt; 2</note>"
+               "<file name=\"a &amp; b.htm\" destination=\"$x\"/></files>"
+               "<help-changes><comment>C &amp; D</comment></help-changes>");
+  EXPECT_EQ(record.GetFileCount(), 1) << "files alone count";
+  const std::string text = Written(record);
+  EXPECT_EQ(Written(Record(text)), text);
+  for (const char* kept : {"A &amp; B<", "\"X &quot;Y&quot; &amp; Z\">1 &lt; 2<", "C &amp; D<"}) {
+    EXPECT_NE(text.find(kept), std::string::npos) << kept << "\n" << text;
+  }
+}
+
 TEST(DescriptionWriter, SetsNeedNoMasterSetInFront) {
   const CKestExtension lone = RecordOf("<toolbar-changes file=\"own.xml\"><toolbar-remove id=\"t\"/></toolbar-changes>"
                                        "<helpbook-changes><helpbook-remove id=\"h\"/></helpbook-changes>");

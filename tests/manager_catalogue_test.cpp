@@ -49,6 +49,32 @@ TEST_F(CatalogueTest, LoadReadsEnabledAndDisabledDescriptionsAndReplacesTheOldRe
   EXPECT_EQ(manager().FindEnabledByNameAndAuthor(four(), "Beta", "Jane Doe"), nullptr);
 }
 
+TEST_F(CatalogueTest, WhatIsAddedComesLastAndTheListGoesWithTheLastDescription) {
+  const std::string folder = kDescriptions;
+  m_pc.Write(folder + "a.kei", package("Alpha").text());
+  m_pc.Write(folder + "b.kei", package("Beta").text());
+  restart();
+  const auto last = [this] {
+    CKestTypedList<CKestExtension*> list;
+    manager().GetExtensions(nova(), list);
+    return list[list.GetCount() - 1]->GetName();
+  };
+  const auto removed = [this](const std::string& name) {
+    CKestExtension* record = find(name);
+    manager().RemoveExtension(nova(), record);
+    return std::unique_ptr<CKestExtension>(record);
+  };
+  removed("Alpha").reset(); // an allocator likes to hand out the address that was freed last
+  manager().AddExtension(nova(), Record("New", "1", "x", 1, true).release());
+  EXPECT_EQ(last(), "New");
+  manager().AddExtension(nova(), removed("Beta").release());
+  EXPECT_EQ(last(), "Beta") << "only the undo of an uninstall puts a record back where it stood";
+  std::filesystem::remove(m_pc.HostPath(folder + "a.kei"));
+  std::filesystem::remove(m_pc.HostPath(folder + "b.kei"));
+  EXPECT_EQ(manager().Load(), 0);
+  EXPECT_TRUE(catalogue().empty());
+}
+
 TEST_F(CatalogueTest, ARunningProductWinsAndAmongEqualsTheOneMadeLater) {
   const auto found = [this](const char* name, const char* version) {
     return manager().GetState().FindProduct(name, version);

@@ -158,6 +158,24 @@ TEST_F(InstallTest, SystemFilesWaitForTheNextLogOnAndFontsAreRegistered) {
   EXPECT_EQ(m_pc.Get().GetFontResources().size(), 1u);
 }
 
+TEST_F(InstallTest, SystemFilesOfOnePackageWaitUnderNamesOfTheirOwn) {
+  m_host.accept();
+  ASSERT_NE(install(pack(package("Parts")
+                             .file("one.dll", "$system", "1", "systemfile=\"true\"")
+                             .file("two.dll", "$system", "2", "systemfile=\"true\"")
+                             .file("three.dll", "$system/drivers", "3", "systemfile=\"true\""))),
+            nullptr);
+  std::vector<RegistryValue> values;
+  ASSERT_TRUE(CKestOS::EnumRegistryValues(RegistryRoot::kCurrentUser,
+                                          "software\\microsoft\\windows\\currentversion\\runonce", values));
+  ASSERT_EQ(values.size(), 3u) << "one for each, whatever its folder";
+  for (const char* file : {"one.dll", "two.dll", "drivers\\three.dll"}) {
+    EXPECT_TRUE(std::any_of(values.begin(), values.end(), [&](const RegistryValue& value) {
+      return value.data.find(std::string("system32\\") + file) != CString::npos;
+    })) << file;
+  }
+}
+
 TEST_F(InstallTest, FoldersOfTokensAreAskedForAndAGivenUpQuestionMayCancel) {
   const CString kep = pack(package("Snippets")
                                .token("name=\"snip\" prompt=\"Where to?\" default=\"$tidemark/Snippets\"")

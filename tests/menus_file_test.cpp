@@ -31,6 +31,7 @@ std::string InMenu(const std::string& line) {
 TEST(MenusFile, AFileInTheProductsFormIsWrittenBackByteForByte) {
   const std::string sample = ConfigSample("Menus.xml");
   EXPECT_EQ(LoadAndWrite(sample), sample);
+  EXPECT_EQ(LoadAndWrite("\xEF\xBB\xBF" + sample), "\xEF\xBB\xBF" + sample);
 }
 
 TEST(MenusFile, BrokenLinesAreRepairedAndStayAsTheyAreThen) {

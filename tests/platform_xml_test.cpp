@@ -111,7 +111,13 @@ TEST(XmlParser, KeepsReferencesThatItDoesNotDecode) {
   for (const char* head : {"", "<!DOCTYPE a SYSTEM \"none.dtd\">"}) {
     EXPECT_THAT(
         EventsOf(std::string(head) + "<a b=\"&nbsp;&#233;&#8212;\">x&copy;y&#x41;<![CDATA[&nbsp;]]><!--&nbsp;--></a>"),
-        ElementsAre("<a|b=\1nbsp;\xE9\1#8212;", "t:x\1copy;yA", "c:&nbsp;", "]]", "!&nbsp;", "/a"));
+        ElementsAre("<a|b=\1nbsp;\1#233;\1#8212;", "t:x\1copy;yA", "c:&nbsp;", "]]", "!&nbsp;", "/a"));
+  }
+  for (const auto& [head, value] : std::vector<std::pair<std::string, std::string>>{
+           {"<?xml version='1.0' encoding='ISO-8859-1'?>", "\xE9"}, // there a byte is a character
+           {"<?xml version='1.0' encoding='utf-8'?>", "\1#233;"},
+           {"\xEF\xBB\xBF<?xml version='1.0' encoding='iso-8859-1'?>", "\1#233;"}}) {
+    EXPECT_THAT(EventsOf(head + "<a b=\"&#233;\"/>"), ElementsAre("<a|b=" + value, "/a")) << head;
   }
   EXPECT_GT(CodeOf("<a>&#1;</a>"), 0) << "byte 1 marks kept references";
   EXPECT_GT(CodeOf("<a>fish & chips</a>"), 0);
@@ -208,6 +214,12 @@ TEST(XmlParser, HoldsItsLimits) {
   }
   EXPECT_EQ(CodeOf("<a b=\"" + std::string((1u << 20) + 1, 'x') + "\"/>"), CKestXMLParser::kRefused);
   EXPECT_EQ(CodeOf("<a b=\"" + std::string(1u << 20, 'x') + "\"/>"), 0);
+  EXPECT_EQ(CodeOf("<a b=\"" + std::string(1u << 20, '\xE9') + "\"/>"), 0) << "bytes of the file count";
+  Recorder few;
+  few.SetLimits({.elements = 3});
+  EXPECT_EQ(few.ParseLines("<a><b/>\n<c/></a>", false), 0);
+  EXPECT_EQ(few.ParseLines("<a><b/>\n<c/>\n<d/></a>", false), CKestXMLParser::kRefused);
+  EXPECT_EQ(few.GetErrorLine(), 3);
   for (const char* text :
        {"<!DOCTYPE a [<!ENTITY e \"x\">]><a>&e;</a>", "<!DOCTYPE a [<!ENTITY e SYSTEM \"/etc/passwd\">]><a/>",
         "<!DOCTYPE a [<!ENTITY % p \"<!ENTITY q 'x'>\"> %p;]><a/>"}) {

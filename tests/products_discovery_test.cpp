@@ -122,6 +122,7 @@ TEST_F(DiscoveryTest, DestinationsOfOtherVersionsAreBroughtToTheProductsOwn) {
   CKestPrism3 three;
   CKestPrism4 four;
   EXPECT_EQ(massaged(three, "C:\\P\\configuration\\Commands\\"), "C:\\P\\Settings\\Commands\\");
+  EXPECT_EQ(massaged(four, "C:\\P\\Settings\\settings\\x"), "C:\\P\\Configuration\\Configuration\\x");
   EXPECT_EQ(massaged(four, "C:\\P\\SETTINGS\\x"), "C:\\P\\Configuration\\x");
   const CString other = "C:\\P\\MyConfiguration\\Configuration.htm";
   EXPECT_EQ(massaged(three, other), other);

@@ -41,7 +41,7 @@ TEST_F(TidemarkTest, EachVersionKnowsWhatItSupportsAndItsTokens) {
       {"Tidemark", "6.1", false, false, false}, {"Tidemark", "3.9", true, true, true},
       {"Vantage", "4.0", true, false, true},    {"vantage", "4.0.1", false, false, true},
       {"Vantage 4", "4.0", false, false, true}, {"Prism", "1", false, false, false},
-      {"Tidemarks", "1", false, false, true},
+      {"Tidemarks", "1", false, false, true},   {"Tidemark ", "4.0", false, false, true},
   };
   for (const auto& [name, version, bySix, byFour, byVantage4] : rows) {
     EXPECT_EQ(six.Supports(name, version), bySix) << name << version;

@@ -123,6 +123,10 @@ void CKestXMLParser::Session::StartElement(const char* name, const char** attrib
     Stop("elements are nested too deeply");
     return;
   }
+  if (++m_elements > m_owner.m_limits.elements) {
+    Stop("there are too many elements");
+    return;
+  }
   if (m_checkAttributeSize && !CheckAttributes(attributes)) {
     return;
   }
@@ -137,9 +141,22 @@ void CKestXMLParser::Session::StartElement(const char* name, const char** attrib
   }
 }
 
+namespace {
+
+// Bytes of the file that a reported text stands for: each of its characters is one, in whatever form it comes.
+std::size_t CountBytes(const char* utf8) {
+  std::size_t count = 0;
+  for (; *utf8 != '\0'; ++utf8) {
+    count += (static_cast<unsigned char>(*utf8) & 0xC0u) != 0x80u;
+  }
+  return count;
+}
+
+} // namespace
+
 bool CKestXMLParser::Session::CheckAttributes(const char* const* attributes) {
   for (; *attributes != nullptr; attributes += 2) {
-    if (std::strlen(attributes[1]) > m_owner.m_limits.attributeBytes) {
+    if (CountBytes(attributes[1]) > m_owner.m_limits.attributeBytes) {
       Stop("an attribute is too long");
       return false;
     }

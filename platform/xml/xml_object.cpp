@@ -208,6 +208,12 @@ void CKestXmlObject::SetAttribute(std::string_view name, std::string_view value)
   }
 }
 
+void CKestXmlObject::SetAttributeAt(std::size_t index, std::string_view value) {
+  if (index < GetAttributes().size()) {
+    m_body->element->attributes[index].second = value;
+  }
+}
+
 void CKestXmlObject::AppendAttribute(std::string_view name, std::string_view value) {
   MakeBody().MakeElement().attributes.emplace_back(name, value);
 }

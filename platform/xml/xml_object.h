@@ -52,6 +52,9 @@ public:
 
   // ---- attributes: insertion order kept; names compared without regard to case
   void SetAttribute(std::string_view name, std::string_view value); ///< replaces the first of that name, or appends
+  /// Replaces the value of the attribute at `index` of GetAttributes, whatever others are called; out of range:
+  /// nothing.
+  void SetAttributeAt(std::size_t index, std::string_view value);
   /// Appends without looking for the name (readers: `X` and `x` on one element are two attributes).
   void AppendAttribute(std::string_view name, std::string_view value);
   /// True when present (the first of that name).

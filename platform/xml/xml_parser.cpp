@@ -23,12 +23,14 @@ CKestXMLParser::CKestXMLParser() = default;
 CKestXMLParser::~CKestXMLParser() = default;
 
 CKestXMLParser::CKestXMLParser(const CKestXMLParser& other)
-    : m_limits(other.m_limits), m_shiftJis(other.m_shiftJis), m_errorLine(other.m_errorLine),
-      m_errorText(other.m_errorText) {}
+    : m_limits(other.m_limits), m_shiftJis(other.m_shiftJis), m_singleByte(other.m_singleByte),
+      m_byteOrderMark(other.m_byteOrderMark), m_errorLine(other.m_errorLine), m_errorText(other.m_errorText) {}
 
 CKestXMLParser& CKestXMLParser::operator=(const CKestXMLParser& other) {
   m_limits = other.m_limits;
   m_shiftJis = other.m_shiftJis;
+  m_singleByte = other.m_singleByte;
+  m_byteOrderMark = other.m_byteOrderMark;
   m_errorLine = other.m_errorLine;
   m_errorText = other.m_errorText;
   return *this;

@@ -2,6 +2,7 @@
 
 #include "platform/text/text.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace kest {
@@ -35,6 +36,7 @@ public:
     std::size_t bytes = 64u << 20;         ///< of the whole document
     std::size_t depth = 200;               ///< of elements in elements
     std::size_t attributeBytes = 1u << 20; ///< of one attribute value
+    std::size_t elements = SIZE_MAX;       ///< in all
   };
 
   CKestXMLParser();
@@ -73,6 +75,10 @@ public:
   [[nodiscard]] int GetCharsetPlatform() const { return 0; }
   /// The declaration named an encoding with "sjis", "shift_jis" or "shift-jis".
   [[nodiscard]] bool IsShiftJIS() const { return m_shiftJis; }
+  /// The declaration named an encoding in which every byte is a character, and no byte order mark contradicts it.
+  [[nodiscard]] bool IsSingleByte() const { return m_singleByte; }
+  /// The document began with the byte order mark of UTF-8; it is not passed on.
+  [[nodiscard]] bool HasByteOrderMark() const { return m_byteOrderMark; }
   /// Where and why the last parse ended early; line 1-based, 0 when it did not.
   [[nodiscard]] int GetErrorLine() const { return m_errorLine; }
   [[nodiscard]] const CString& GetErrorText() const { return m_errorText; }
@@ -84,6 +90,8 @@ private:
   friend class Session;
   Limits m_limits;
   bool m_shiftJis = false;
+  bool m_singleByte = false;
+  bool m_byteOrderMark = false;
   int m_errorLine = 0;
   CString m_errorText;
   Session* m_session = nullptr; ///< the parse in progress, on its caller's stack; never copied

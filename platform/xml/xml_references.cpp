@@ -49,8 +49,10 @@ constexpr NamedByte kNamed[] = {{"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot",
 
 // Whether the "&" at the start of `text` begins a reference that the parser would not decode. Anything that is no
 // reference at all is left for the parser to complain about.
-bool IsForeignReference(std::string_view text) {
-  return FindReference(text.substr(0, kLongestName + 2)).kind == Reference::Kind::kForeign;
+bool IsForeignReference(std::string_view text, int largest) {
+  const Reference reference = FindReference(text.substr(0, kLongestName + 2));
+  return reference.kind == Reference::Kind::kForeign ||
+         (reference.kind == Reference::Kind::kByte && static_cast<unsigned char>(reference.byte) > largest);
 }
 
 } // namespace
@@ -80,11 +82,11 @@ Reference FindReference(std::string_view text) {
   return {name.empty() ? Kind::kNone : Kind::kForeign, '\0', end + 1};
 }
 
-bool ProtectReferences(std::string_view text, CString& out) {
+bool ProtectReferences(std::string_view text, int largest, CString& out) {
   bool found = false;
   std::size_t copied = 0;
   for (std::size_t at = text.find('&'); at != std::string_view::npos; at = text.find('&', at + 1)) {
-    if (!IsForeignReference(text.substr(at))) {
+    if (!IsForeignReference(text.substr(at), largest)) {
       continue;
     }
     if (!found) {

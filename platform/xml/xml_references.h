@@ -17,9 +17,10 @@ struct Reference {
 };
 [[nodiscard]] Reference FindReference(std::string_view text);
 
-/// References that a parser decodes: the five predefined names and numbers up to 255. "&" of every other reference is
-/// replaced in `out` by "&#xE000;", which is reported as byte 1. False, and `out` untouched, when there is none.
-bool ProtectReferences(std::string_view text, CString& out);
+/// References that a parser decodes: the five predefined names and numbers up to `largest` (255, or 127 where the bytes
+/// above are no characters of their own). "&" of every other reference is replaced in `out` by "&#xE000;", which is
+/// reported as byte 1. False, and `out` untouched, when there is none.
+bool ProtectReferences(std::string_view text, int largest, CString& out);
 /// The reverse, for text in which a parser decodes nothing.
 [[nodiscard]] CString RestoreReferences(std::string_view text);
 

@@ -17,6 +17,8 @@ constexpr std::size_t kPieceSize = 1u << 20;
 /// Documents beyond this size leave buffers in expat that are not worth keeping.
 constexpr std::size_t kSmallDocument = 1u << 20;
 constexpr std::size_t kMostBytes = 1u << 30;
+constexpr int kLargestByte = 255;
+constexpr int kLargestAscii = 127;
 
 struct ExpatDeleter {
   void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
@@ -55,6 +57,14 @@ bool IsAscii(std::string_view bytes) {
     }
   }
   return true;
+}
+
+// Whether a lower-case name is that of an encoding in which every byte is a character.
+bool IsSingleByteEncoding(std::string_view name) {
+  constexpr std::string_view kFamilies[] = {"iso-8859-", "iso_8859-", "latin", "windows-125", "cp125", "macintosh",
+                                            "x-mac-",    "koi8-",     "ibm",   "cp4",         "cp8"};
+  return std::any_of(std::begin(kFamilies), std::end(kFamilies),
+                     [&](std::string_view family) { return name.starts_with(family); });
 }
 
 bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
@@ -119,6 +129,8 @@ std::size_t FindRootPlace(std::string_view text) {
 CKestXMLParser::Session::Session(CKestXMLParser& owner) : m_owner(owner) {
   owner.m_session = this;
   owner.m_shiftJis = false;
+  owner.m_singleByte = false;
+  owner.m_byteOrderMark = false;
   owner.m_errorLine = 0;
   owner.m_errorText.clear();
 }
@@ -159,6 +171,7 @@ int CKestXMLParser::Session::Run(std::string_view content, bool lines, bool seve
 bool CKestXMLParser::Session::CutMarks(std::string_view& content) {
   if (content.starts_with("\xEF\xBB\xBF")) {
     content.remove_prefix(3);
+    m_owner.m_byteOrderMark = true;
   }
   if (StartsWithEncodingMark(content)) {
     Fail(kIllFormed, 1, "the document is not in an 8-bit encoding");
@@ -190,6 +203,9 @@ void CKestXMLParser::Session::CutDeclaration(std::string_view& content) {
   for (const char* name : {"sjis", "shift_jis", "shift-jis"}) {
     m_owner.m_shiftJis |= encoding != CString::npos && lower.find(name, encoding) != CString::npos;
   }
+  const std::size_t quote = lower.find_first_of("\"'", encoding);
+  m_owner.m_singleByte = !m_owner.m_byteOrderMark && encoding != CString::npos && quote != CString::npos &&
+                         IsSingleByteEncoding(std::string_view(lower).substr(quote + 1));
   m_lineOffset = CountLineEnds(content.substr(0, start + declaration.size()));
   m_owner.OnDefault(declaration.data(), static_cast<int>(declaration.size()));
   content.remove_prefix(start + declaration.size());
@@ -253,7 +269,7 @@ void CKestXMLParser::Session::FeedLines(std::string_view content) {
 
 // A run of text may go on in the next piece, so only markup, a failure and the end of the document tell it.
 void CKestXMLParser::Session::Deliver(std::string_view piece, bool final) {
-  if (ProtectReferences(piece, m_rewritten)) {
+  if (ProtectReferences(piece, m_owner.m_singleByte ? kLargestByte : kLargestAscii, m_rewritten)) {
     piece = m_rewritten;
     m_hasKeptReferences = true;
   }

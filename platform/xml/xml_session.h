@@ -64,6 +64,7 @@ private:
   bool m_checkAttributeSize = false;
   bool m_keepExpat = true;
   std::size_t m_depth = 0;
+  std::size_t m_elements = 0;
   int m_lineOffset = 0; ///< lines that went with the declaration
   CString m_text;       ///< character data up to the next markup
   CString m_unfinished; ///< markup that comes in parts
