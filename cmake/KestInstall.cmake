@@ -8,7 +8,7 @@ set(KEST_PUBLIC_HEADERS
   config/config_change.h config/help_change.h config/named.h
   description/description_observer.h description/extension.h description/extension_records.h
   description/extension_xml_parser.h description/typed_container.h
-  journal/catalogue_operations.h journal/install_step.h journal/journal.h
+  journal/catalogue_operations.h journal/history.h journal/install_step.h journal/journal.h
   manager/extension_manager.h manager/operation_report.h
   platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h
   platform/machine/timer.h

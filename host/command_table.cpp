@@ -73,6 +73,11 @@ constexpr FlagSpec kImportFlags[] = {
     kStateFlag,
 };
 
+constexpr FlagSpec kTrashEmptyFlags[] = {
+    {"--older-than", 0, "DAYS", nullptr, &Options::olderThan, "only what is older"},
+    {"--keep-size", 0, "MB", nullptr, &Options::keepSize, "the oldest, until no more than so much is kept"},
+};
+
 #define FLAGS(table) table, std::size(table)
 #define NO_FLAGS nullptr, 0
 
@@ -112,6 +117,15 @@ constexpr CommandSpec kCommands[] = {
      "results", RunImport},
     {"validate", "FILE...", 1, -1, Completes::kFiles, NO_FLAGS, "check descriptions and packages",
      "Exit code 8 when something is wrong.", "check", RunValidate},
+    {"history", "[EXT]", 0, 1, Completes::kExtensions, NO_FLAGS, "list the operations that changed the machine",
+     "With EXT, the name of an extension, those that were about it. The numbers are for: kest undo", "history",
+     RunHistory},
+    {"undo", "[N]", 0, 1, Completes::kNothing, NO_FLAGS, "take back an operation of the history, or the last one",
+     "Puts every file back as it was before, and says why when it cannot. An undo can be undone.", "result", RunUndo},
+    {"trash", "", 0, 0, Completes::kNothing, NO_FLAGS, "list what operations replaced and deleted",
+     "What is older than 30 days or beyond 1 GB goes with the next operation.", "trash", RunTrash},
+    {"trash empty", "", 0, 0, Completes::kNothing, FLAGS(kTrashEmptyFlags), "remove what the trash keeps",
+     "Without flags all of it. For example: kest trash empty --older-than 7", "trash", RunTrashEmpty},
     {"recover", "", 0, 0, Completes::kNothing, NO_FLAGS, "take back what an interrupted operation left", "", "recover",
      RunRecover},
     {"help", "[COMMAND]", 0, 2, Completes::kCommands, NO_FLAGS, "show help", "", "help", RunHelp},

@@ -114,6 +114,12 @@ void SayWhatHappened(Session& session, const OperationReport& report) {
   for (const OperationReport::Kept& kept : report.kept) {
     terminal.Notice(fmt::format("Kept {} ({}).", Shown(kept.path), WordOf(kept.why)));
   }
+  for (const OperationReport::Problem& problem : report.problems) {
+    if (!problem.fatal && problem.message == 0 && problem.path.empty() && problem.change.empty()) {
+      terminal.Notice(terminal.Paint(Style::kWarning, "warning:") + " " + Shown(problem.reason));
+    }
+  }
+  SayTrashDropped(session, report);
   if (session.options.verbose) {
     for (const auto& [list, what] :
          {std::pair{&report.created, "created"}, {&report.changed, "changed"}, {&report.deleted, "deleted"}}) {

@@ -21,6 +21,8 @@ struct ErrorReport;
 /// Notices that belong to a success: what was kept, what the engine had to say, what is to be restarted, and with
 /// --verbose every file touched.
 void SayWhatHappened(Session& session, const OperationReport& report);
+/// What went from the trash with the operation.
+void SayTrashDropped(Session& session, const OperationReport& report);
 /// "restart" of the JSON: none, product or machine.
 [[nodiscard]] const char* RestartWord(const OperationReport& report);
 

@@ -44,6 +44,8 @@ struct Options {
   bool force = false;
   std::string from;
   std::string to;
+  int olderThan = -1; ///< days; -1: not given
+  int keepSize = -1;  ///< megabytes; -1: not given
 
   std::vector<std::string> arguments;
 };

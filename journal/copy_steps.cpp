@@ -220,6 +220,16 @@ void CInstallCopyFile::CollectTouched(CKestTypedList<CKestString>& paths) const 
   AppendFolderOf(paths, file);
 }
 
+void CInstallCopyFile::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_placed) {
+    StepEffect effect{m_destination, false, !m_backup.empty(), m_backup, false, nullptr};
+    if (m_deferred) {
+      effect.whyForGood = "it is replaced at a log-on";
+    }
+    effects.push_back(std::move(effect));
+  }
+}
+
 void CInstallCopyFile::CollectNeeded(CKestTypedList<CKestString>& paths) const {
   if (m_backupIsCopy) {
     paths.Append(m_backup);

@@ -28,6 +28,7 @@ public:
   void Release() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   void CollectNeeded(CKestTypedList<CKestString>& paths) const override;
   [[nodiscard]] CString GetTarget() const override { return m_destination; }
   [[nodiscard]] CString GetKept() const override { return m_backup; }

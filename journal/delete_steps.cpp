@@ -81,6 +81,12 @@ void CInstallDeleteFile::CollectTouched(CKestTypedList<CKestString>& paths) cons
   AppendFolderOf(paths, m_backup);
 }
 
+void CInstallDeleteFile::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_open) {
+    effects.push_back({m_path, false, true, m_backup, false, nullptr});
+  }
+}
+
 std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteFile::FromRecord(const StepRecord& record,
                                                                           const RecordJudge& judge) {
   std::unique_ptr<CInstallDeleteFile> step(new CInstallDeleteFile);
@@ -189,6 +195,13 @@ void CInstallBackupFile::CollectTouched(CKestTypedList<CKestString>& paths) cons
   paths.Append(m_copy);
   AppendFolderOf(paths, m_file);
   AppendFolderOf(paths, m_copy);
+}
+
+void CInstallBackupFile::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_placed) {
+    effects.push_back({m_file, false, true, m_kept, false, nullptr});
+    effects.push_back({m_copy, false, !m_oldCopy.empty(), m_oldCopy, false, nullptr});
+  }
 }
 
 void CInstallBackupFile::CollectNeeded(CKestTypedList<CKestString>& paths) const {

@@ -25,6 +25,7 @@ public:
   void Release() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_path; }
   [[nodiscard]] CString GetKept() const override { return m_backup; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_open; }
@@ -58,6 +59,7 @@ public:
   void Release() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   void CollectNeeded(CKestTypedList<CKestString>& paths) const override;
   [[nodiscard]] CString GetTarget() const override { return m_file; }
   [[nodiscard]] const CString& GetCopy() const { return m_copy; }

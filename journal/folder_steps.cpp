@@ -72,6 +72,12 @@ void CInstallCreateFolder::CollectTouched(CKestTypedList<CKestString>& paths) co
   }
 }
 
+void CInstallCreateFolder::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_prepared && !m_existed) {
+    effects.push_back({m_folder, true, false, {}, false, nullptr});
+  }
+}
+
 std::unique_ptr<CKestExtensionInstallStep> CInstallCreateFolder::FromRecord(const StepRecord& record,
                                                                             const RecordJudge& judge) {
   static_cast<void>(judge); // an empty folder is all that an undo of this step can cost
@@ -163,6 +169,12 @@ std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteFolder::FromRecord(cons
   step->m_prepared = true;
   step->m_existed = true;
   return step;
+}
+
+void CInstallDeleteFolder::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_prepared && m_existed) {
+    effects.push_back({m_folder, true, true, {}, false, nullptr});
+  }
 }
 
 } // namespace kest

@@ -21,6 +21,7 @@ public:
   int Undo() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_folder; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared && !m_existed; }
   [[nodiscard]] bool IsUndoInTheWayOfOthers() const override;
@@ -50,6 +51,7 @@ public:
   void Release() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_folder; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared && m_existed; }
 

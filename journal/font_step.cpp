@@ -144,6 +144,12 @@ void CInstallAddFontResource::CollectTouched(CKestTypedList<CKestString>& paths)
   }
 }
 
+void CInstallAddFontResource::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_prepared && !m_existed) {
+    effects.push_back({m_destination, false, false, {}, false, "fonts stay"});
+  }
+}
+
 std::unique_ptr<CKestExtensionInstallStep> CInstallAddFontResource::FromRecord(const StepRecord& record,
                                                                                const RecordJudge& judge) {
   std::unique_ptr<CInstallAddFontResource> step(new CInstallAddFontResource);

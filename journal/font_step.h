@@ -21,6 +21,7 @@ public:
   int Undo() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_destination; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared && !m_existed; }
 

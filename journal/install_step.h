@@ -2,9 +2,21 @@
 
 #include "platform/text/containers.h"
 
+#include <vector>
+
 namespace kest {
 
 class StepRecord;
+
+/// What a step has done to one path, for the record of the operation.
+struct StepEffect {
+  CString path;                     ///< windows path
+  bool isFolder = false;            ///< of a folder, not a file
+  bool existed = false;             ///< before the step
+  CString kept;                     ///< where the file that was there lies now; empty when that is nowhere
+  bool wasReadOnly = false;         ///< the step took the mark off, and did nothing else
+  const char* whyForGood = nullptr; ///< why it cannot be taken back later; null when it can
+};
 
 /// One reversible change. It stands in the journal before Do runs; its Undo is right after a Do that failed half-way.
 /// Undo restores exactly what the step's own fields say was done, may be run again after it was interrupted, and
@@ -34,6 +46,8 @@ public:
   }
   /// Files and folders to be on the disk before the operation is called done.
   virtual void CollectTouched(CKestTypedList<CKestString>& paths) const { (void)paths; }
+  /// What was done, path by path. Called after the last Do, before Release.
+  virtual void CollectEffects(std::vector<StepEffect>& effects) const { (void)effects; }
   /// Files that must be on the disk before Do, since undo relies on their bytes (backups that had to be copied).
   virtual void CollectNeeded(CKestTypedList<CKestString>& paths) const { (void)paths; }
 

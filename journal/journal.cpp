@@ -47,7 +47,8 @@ struct CKestInstallJournal::State {
   OwnedStep TakeLast(Entry& entry);
   bool UndoTo(std::size_t mark);
   void ReleaseFrom(std::size_t mark);
-  bool SyncTouched(std::size_t mark);
+  bool SyncTouched(std::size_t mark, const CString& record);
+  void WriteRecord(std::size_t mark, CString& path);
 
   CKestInstallJournal& steps;
   std::unordered_map<const CKestExtensionInstallStep*, Entry> entries;
@@ -190,7 +191,15 @@ void CKestInstallJournal::State::ReleaseFrom(std::size_t mark) {
   }
 }
 
-bool CKestInstallJournal::State::SyncTouched(std::size_t mark) {
+void CKestInstallJournal::State::WriteRecord(std::size_t mark, CString& path) {
+  std::vector<StepEffect> effects;
+  for (std::size_t i = mark; i < steps.GetCount(); ++i) {
+    steps[i]->CollectEffects(effects);
+  }
+  operation.WriteRecord(effects, path);
+}
+
+bool CKestInstallJournal::State::SyncTouched(std::size_t mark, const CString& record) {
   CKestTypedList<CKestString> touched;
   for (std::size_t i = mark; i < steps.GetCount(); ++i) {
     steps[i]->CollectTouched(touched);
@@ -201,6 +210,9 @@ bool CKestInstallJournal::State::SyncTouched(std::size_t mark) {
     if (seen.insert(path).second) {
       paths.push_back(path);
     }
+  }
+  if (!record.empty()) {
+    paths.push_back(record);
   }
   return paths.empty() || CKestOS::GetMachine().SyncPaths(paths);
 }
@@ -304,13 +316,21 @@ JournalScope::~JournalScope() {
 
 bool JournalScope::HasSteps() const { return m_open && m_journal.GetCount() > m_mark; }
 
-bool JournalScope::IsOutermost() const { return m_mark == 0 && m_journal.m_state->scopes == 1; }
+bool JournalScope::IsOutermost() const { return m_journal.m_state->scopes == 1; }
 
 void JournalScope::SetOperation(const CString& operation) {
   if (IsOutermost()) {
     m_journal.m_state->operation.SetName(operation);
   }
 }
+
+void JournalScope::SetNote(HistoryNote note) {
+  if (IsOutermost()) {
+    m_journal.m_state->operation.SetNote(std::move(note));
+  }
+}
+
+bool JournalScope::IsRecordMissing() const { return m_journal.m_state->operation.IsRecordMissing(); }
 
 void JournalScope::Close() {
   m_open = false;
@@ -334,7 +354,11 @@ bool JournalScope::Commit() {
     return true;
   }
   if (HasSteps()) {
-    if (state.operation.IsRecorded() && !state.SyncTouched(m_mark)) {
+    CString record;
+    if (outermost) {
+      state.WriteRecord(m_mark, record);
+    }
+    if (state.operation.IsRecorded() && !state.SyncTouched(m_mark, record)) {
       return false;
     }
     if (!(outermost ? state.operation.MarkDone() : state.operation.MarkReleased(m_firstNumber))) {

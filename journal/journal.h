@@ -7,6 +7,8 @@
 
 namespace kest {
 
+struct HistoryNote;
+
 /// The journal of the operation in progress: owns its steps, and is the one place that appends, does, releases and
 /// undoes them. While a scope is open every step is also a line of the journal file in this process's private folder,
 /// so that the next start can undo what a dead process left.
@@ -85,6 +87,10 @@ public:
   [[nodiscard]] bool IsOutermost() const; ///< whether no other scope is open around it
   /// Names the operation once more is known of it (the extension's name). Before the first step.
   void SetOperation(const CString& operation);
+  /// Has the machine's history tell of the operation once it is done. Of an inner scope it is not used.
+  void SetNote(HistoryNote note);
+  /// After Commit: whether the history was to tell of the operation and cannot.
+  [[nodiscard]] bool IsRecordMissing() const;
 
 private:
   void Close();

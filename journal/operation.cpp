@@ -11,6 +11,8 @@ void Operation::Begin(const CString& name, bool recorded) {
   m_name = name;
   m_recorded = recorded;
   m_mayBeMarked = false;
+  m_note.reset();
+  m_recordMissing = false;
   m_open = false;
   m_mayChange = false;
   if (private_folders::IsOperationOpen() || !CKestOS::GetMachine().LockWriter(0).held) {
@@ -44,6 +46,14 @@ bool Operation::NoteFolder(const CString& folder) {
   }
   file->Add("F\t" + sealed_line::Escape(folder));
   return file->WriteAndSync();
+}
+
+void Operation::WriteRecord(const std::vector<StepEffect>& effects, CString& path) {
+  path.clear();
+  if (m_note && IsRecorded() && !effects.empty() && !operation_record::Write(*m_note, effects, path)) {
+    path.clear();
+    m_recordMissing = true;
+  }
 }
 
 bool Operation::MarkDone() {

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "journal/journal_file.h"
+#include "journal/operation_record.h"
+
+#include <optional>
 
 namespace kest {
 
@@ -13,6 +16,12 @@ public:
   /// Takes the lock. Without it, or while another operation of this process is open, nothing may be changed.
   void Begin(const CString& name, bool recorded);
   void SetName(const CString& name) { m_name = name; }
+  /// Has the operation recorded in the machine's history when it is done.
+  void SetNote(HistoryNote note) { m_note = std::move(note); }
+  /// Writes that record. `path`: to be brought to the disk; empty when there is none.
+  void WriteRecord(const std::vector<StepEffect>& effects, CString& path);
+  /// Whether a record was wanted and could not be written.
+  [[nodiscard]] bool IsRecordMissing() const { return m_recordMissing; }
   [[nodiscard]] bool MayChange() const { return m_mayChange; }
   /// Whether steps get lines.
   [[nodiscard]] bool IsRecorded() const { return m_open && m_recorded; }
@@ -36,6 +45,8 @@ private:
 
   CString m_name;
   JournalFile m_file;
+  std::optional<HistoryNote> m_note;
+  bool m_recordMissing = false;
   bool m_open = false;
   bool m_mayChange = false;
   bool m_recorded = false;

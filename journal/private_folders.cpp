@@ -1,5 +1,7 @@
 #include "journal/private_folders.h"
 
+#include "journal/operation_record.h"
+
 #include "platform/machine/file.h"
 #include "platform/machine/os.h"
 #include "platform/text/path.h"
@@ -228,7 +230,9 @@ bool IsTrashedWhole() { return State().trashedWhole; }
 void RemoveAll(bool trashDeleted, const CString& label) {
   Folders& state = State();
   Machine& machine = CKestOS::GetMachine();
-  if (trashDeleted) {
+  const CString own = state.temp + state.leaf;
+  const bool recorded = trashDeleted && state.ownMade && operation_record::IsIn(own);
+  if (trashDeleted && !recorded) {
     for (const CString& folder : state.deletedFolders) {
       // what the trash does not take goes with the private folder
       static_cast<void>(machine.MoveFolderToTrash(folder, label.empty() ? state.leaf : label));
@@ -241,8 +245,8 @@ void RemoveAll(bool trashDeleted, const CString& label) {
       return;
     }
   }
-  if (IsHeld() && state.ownMade) {
-    const CString own = state.temp + state.leaf;
+  // the journal goes with it, which knows of the folders above
+  if ((!recorded || !operation_record::Publish(own, label)) && IsHeld() && state.ownMade) {
     if (!machine.RemoveTree(own) && !machine.RemoveTree(own)) {
       Abandon();
       return;

@@ -45,9 +45,9 @@ void SetOperationOpen(bool open);
 /// While set, RemoveAll is about to send all deleted files to the trash, so no step sends its own.
 void SetTrashedWhole(bool whole);
 [[nodiscard]] bool IsTrashedWhole();
-/// Sends the deleted files of all folders to the trash (when asked), removes the folders on other volumes, and then the
-/// process's own (of which, while a hold is on it, only the journal's part). What cannot be removed, and with it the
-/// journal, is left to the next start.
+/// Has an operation that is done recorded, or sends the deleted files of all folders to the trash (when asked); removes
+/// the folders on other volumes, and then the process's own (of which, while a hold is on it, only the journal's part).
+/// What cannot be removed, and with it the journal, is left to the next start.
 void RemoveAll(bool trashDeleted, const CString& label);
 /// Forgets the folders without touching them: they are kept for the next start.
 void Abandon();

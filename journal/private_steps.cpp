@@ -51,6 +51,12 @@ void CInstallMakeWritable::CollectTouched(CKestTypedList<CKestString>& paths) co
   }
 }
 
+void CInstallMakeWritable::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_wasReadOnly) {
+    effects.push_back({m_path, false, true, {}, true, nullptr});
+  }
+}
+
 std::unique_ptr<CKestExtensionInstallStep> CInstallMakeWritable::FromRecord(const StepRecord& record,
                                                                             const RecordJudge& judge) {
   static_cast<void>(judge); // a mark is all that this step can set
@@ -108,6 +114,12 @@ bool CInstallNewFile::Describe(StepRecord& record) const {
 void CInstallNewFile::CollectTouched(CKestTypedList<CKestString>& paths) const {
   paths.Append(m_path);
   AppendFolderOf(paths, m_path);
+}
+
+void CInstallNewFile::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_prepared && !m_existed) {
+    effects.push_back({m_path, false, false, {}, false, nullptr});
+  }
 }
 
 std::unique_ptr<CKestExtensionInstallStep> CInstallNewFile::FromRecord(const StepRecord& record,
@@ -184,6 +196,13 @@ void CInstallMoveFile::CollectTouched(CKestTypedList<CKestString>& paths) const 
   paths.Append(m_to);
   AppendFolderOf(paths, m_from);
   AppendFolderOf(paths, m_to);
+}
+
+void CInstallMoveFile::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (m_open) {
+    effects.push_back({m_from, false, true, m_to, false, nullptr});
+    effects.push_back({m_to, false, false, {}, false, nullptr});
+  }
 }
 
 std::unique_ptr<CKestExtensionInstallStep> CInstallMoveFile::FromRecord(const StepRecord& record,

@@ -21,6 +21,7 @@ public:
   int Undo() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_path; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared && m_wasReadOnly; }
   [[nodiscard]] bool NeedsUndoneMark() const override { return true; }
@@ -49,6 +50,7 @@ public:
   int Undo() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_path; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared && !m_existed; }
   [[nodiscard]] bool NeedsUndoneMark() const override { return true; }
@@ -78,6 +80,7 @@ public:
   int Undo() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_from; }
   [[nodiscard]] CString GetKept() const override { return m_to; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_open; }

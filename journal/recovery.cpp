@@ -3,6 +3,7 @@
 #include "journal/file_state.h"
 #include "journal/install_steps.h"
 #include "journal/journal_file.h"
+#include "journal/operation_record.h"
 #include "journal/private_folders.h"
 #include "journal/undo_walk.h"
 
@@ -216,9 +217,10 @@ private:
     }
     Machine& machine = CKestOS::GetMachine();
     const CString label = folder.label.empty() ? folder.leaf : folder.label;
+    const bool recorded = folder.trashDeleted && operation_record::IsIn(folder.GetOwn());
     bool clean = true;
     for (const CString& path : folder.elsewhere) {
-      if (folder.trashDeleted) {
+      if (folder.trashDeleted && !recorded) {
         static_cast<void>(machine.MoveFolderToTrash(path + '\\' + private_folders::kDeletedFolder, label));
       }
       clean = (machine.RemoveTree(path) || machine.RemoveTree(path) || ProbeFolder(path) == Presence::kAbsent) && clean;
@@ -226,7 +228,9 @@ private:
     if (!clean) {
       return;
     }
-    if (folder.trashDeleted) {
+    if (recorded) {
+      static_cast<void>(operation_record::Publish(folder.GetOwn(), label));
+    } else if (folder.trashDeleted) {
       static_cast<void>(machine.MoveFolderToTrash(folder.GetOwn() + '\\' + private_folders::kDeletedFolder, label));
     }
     if (!machine.RemoveTree(folder.path)) {

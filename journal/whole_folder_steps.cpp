@@ -142,6 +142,16 @@ void CInstallPlaceFolder::CollectTouched(CKestTypedList<CKestString>& paths) con
   }
 }
 
+void CInstallPlaceFolder::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (!m_placed) {
+    return;
+  }
+  effects.push_back({m_folder, true, false, {}, false, nullptr});
+  for (const CString& name : m_names) {
+    effects.push_back({m_folder + '\\' + name, false, false, {}, false, nullptr});
+  }
+}
+
 std::unique_ptr<CKestExtensionInstallStep> CInstallPlaceFolder::FromRecord(const StepRecord& record,
                                                                            const RecordJudge& judge) {
   std::unique_ptr<CInstallPlaceFolder> step(new CInstallPlaceFolder);
@@ -253,6 +263,16 @@ bool CInstallDeleteWholeFolder::Describe(StepRecord& record) const {
 void CInstallDeleteWholeFolder::CollectTouched(CKestTypedList<CKestString>& paths) const {
   AppendFolderOf(paths, m_folder);
   AppendFolderOf(paths, m_kept);
+}
+
+void CInstallDeleteWholeFolder::CollectEffects(std::vector<StepEffect>& effects) const {
+  if (!m_open) {
+    return;
+  }
+  for (const CString& name : m_names) {
+    effects.push_back({m_folder + '\\' + name, false, true, m_kept + '\\' + name, false, nullptr});
+  }
+  effects.push_back({m_folder, true, true, {}, false, nullptr});
 }
 
 std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteWholeFolder::FromRecord(const StepRecord& record,

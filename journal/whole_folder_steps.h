@@ -32,6 +32,7 @@ public:
   int Undo() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_folder; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared; }
 
@@ -69,6 +70,7 @@ public:
   void Release() override;
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  void CollectEffects(std::vector<StepEffect>& effects) const override;
   [[nodiscard]] CString GetTarget() const override { return m_folder; }
   [[nodiscard]] CString GetKept() const override { return m_kept; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_open; }

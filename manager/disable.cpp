@@ -105,12 +105,28 @@ bool RemoveFiles(DisableContext& context) {
   return context.result == 0;
 }
 
+/// What the package has need not be kept a second time.
+bool NotePackaged(DisableContext& context) {
+  if (!context.needsPackage) {
+    return true;
+  }
+  const FilePlacement::Resolver resolver(context.state.placement, &context.product, &context.extension);
+  for (const CKestExtensionFile& file : context.extension.GetFiles()) {
+    const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
+    if (place.result == FilePlace::kResolved && !place.unsafe) {
+      context.state.note.packaged[text::Lower(place.destination.GetText())] = {context.package,
+                                                                               PackageEntryName(file.GetSource())};
+    }
+  }
+  return true;
+}
+
 bool MarkDisabled(DisableContext& context) {
   return ChangeRecord(context.state, context.extension, false, context.aside) == 0;
 }
 
 using Phase = bool (*)(DisableContext&);
-constexpr Phase kPhases[] = {MakeWay, BuildPackage, MoveDescription, RemoveFiles, MarkDisabled};
+constexpr Phase kPhases[] = {MakeWay, BuildPackage, NotePackaged, MoveDescription, RemoveFiles, MarkDisabled};
 
 bool RunPhases(DisableContext& context) {
   for (const Phase phase : kPhases) {

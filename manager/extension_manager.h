@@ -1,6 +1,7 @@
 #pragma once
 
 #include "journal/catalogue_operations.h"
+#include "journal/history.h"
 #include "journal/journal.h"
 #include "manager/operation_report.h"
 #include "platform/messages/extension_manager_ui.h"
@@ -140,6 +141,22 @@ public:
   /// Whether the description or one of the installed files that it lists is newer than `when`.
   [[nodiscard]] bool ExtensionHasFilesNewerThan(const CKestProduct* product, const char* descriptionPath,
                                                 const CKestDateTime& when) const;
+
+  // ---- what was done before
+  /// The operations that changed the machine, oldest first. Reads what is there, also while another process changes it.
+  [[nodiscard]] History GetHistory() const;
+  /// What the operation of that number did, path by path; false when the trash has its record no more.
+  [[nodiscard]] bool GetEffects(long number, std::vector<OperationEffect>& effects) const;
+  /// Takes back what the operation of that number did (0: the last one), file by file, from what the trash keeps: then
+  /// the machine is as it was before it. Not when a path that it touched has changed since, or what it replaced or
+  /// deleted is kept no more; GetLastReport says why. An undo is an operation like any other, and can be undone.
+  /// Afterwards the catalogue has been read anew: records borrowed from it are gone. 0, or -1: then nothing was
+  /// changed.
+  int UndoOperation(long number);
+  [[nodiscard]] std::vector<TrashEntry> GetTrash() const; ///< what is kept of earlier operations, oldest first
+  /// Drops the entries of the trash that the limits leave no room for. 0, or -1 when another process is changing the
+  /// machine, or something could not be removed.
+  int EmptyTrash(const TrashLimits& limits, std::vector<TrashEntry>& dropped);
 
   // ---- for hosts
   /// Which files an uninstall would delete and which would stay. Empty for null.

@@ -47,12 +47,14 @@ bool ReplaceNamesake(Context& context, CKestExtension& existing) {
     return context.Declined(question);
   }
   const CString name = existing.GetName();
+  const CString version = existing.GetVersion().ToText();
   if (RunStep<CInstallRemoveExtension>(context.state.journal, &context.state.owner, context.product, &existing) != 0) {
     context.state.Fail(Failure::kOther, existing.GetPath(), "the installed extension could not be taken out");
     return false;
   }
   context.replaced = &existing;
   context.state.report.replaced = name;
+  context.state.report.replacedVersion = version;
   return true;
 }
 
@@ -71,6 +73,7 @@ bool DisableOther(Context& context, CKestExtension& existing) {
   }
   context.replaced = &existing;
   context.state.report.replaced = existing.GetName();
+  context.state.report.replacedVersion = existing.GetVersion().ToText();
   return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "journal/operation_record.h"
 #include "manager/catalogue.h"
 #include "manager/extension_manager.h"
 #include "manager/placement.h"
@@ -36,6 +37,7 @@ struct CKestExtensionManager::State {
 
   RecoveryReport recovery;
   OperationReport report;
+  HistoryNote note; ///< what the history is going to know of the operation in progress beside the report
   std::vector<std::unique_ptr<CKestExtension>> replacedRecords; ///< readable until the next operation starts
   std::unordered_set<CString> knownFolders;                     ///< lower case, without trailing backslash: they exist
   std::int64_t lockWait = 0;

@@ -2,6 +2,7 @@
 
 #include "platform/text/text.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace kest {
@@ -10,7 +11,7 @@ namespace kest {
 /// without asking the machine again. Paths are Windows paths.
 struct OperationReport {
   /// What was done.
-  enum class Operation { kNone, kInstall, kUninstall, kDisable, kEnable, kPackage, kImport };
+  enum class Operation { kNone, kInstall, kUninstall, kDisable, kEnable, kPackage, kImport, kUndo, kRepair };
 
   /// Why an operation failed; a host makes its exit code of it.
   enum class Failure {
@@ -61,6 +62,8 @@ struct OperationReport {
   CString author;                         ///< name; empty when not known yet
   CString product;                        ///< name; empty when none was chosen
   CString replaced;                       ///< name of the extension that was replaced or disabled; empty when none
+  CString replacedVersion;                ///< its version, dotted
+  long undoes = 0;                        ///< of an undo: the number of the operation that it takes back
 
   std::vector<CString> created;    ///< files and folders that were not there before
   std::vector<CString> changed;    ///< files that were there and have new content
@@ -71,6 +74,9 @@ struct OperationReport {
 
   bool restartProduct = false; ///< the running product has to restart
   bool restartMachine = false; ///< the machine has to restart
+
+  std::size_t trashDropped = 0;        ///< entries of the trash that went, since they were too old or too many
+  std::uint64_t trashDroppedBytes = 0; ///< what they held
 
   Failure failure = Failure::kNone; ///< kNone after success
   bool rolledBack = true;           ///< after a failure: everything is as it was (see leftovers when not)

@@ -3,6 +3,7 @@
 #include "description/description_index.h"
 #include "journal/catalogue_steps.h"
 #include "journal/delete_steps.h"
+#include "journal/history.h"
 #include "platform/machine/os.h"
 
 #include <algorithm>
@@ -62,6 +63,7 @@ void SettleReport(OperationReport& report) {
 void StartReport(CKestExtensionManager::State& state, OperationReport::Operation operation) {
   state.report = OperationReport{};
   state.report.operation = operation;
+  state.note = HistoryNote{};
   state.replacedRecords.clear();
   state.cancelRequested.store(false, std::memory_order_relaxed);
   state.knownFolders.clear();
@@ -77,6 +79,37 @@ void RefreshIndexes(const CKestExtensionManager::State& state) {
     records.insert(records.end(), list.begin(), list.end());
   }
   DescriptionIndex::Refresh(records);
+}
+
+const char* WordOf(OperationReport::Operation operation) {
+  switch (operation) {
+  case OperationReport::Operation::kInstall:
+    return "install";
+  case OperationReport::Operation::kUninstall:
+    return "uninstall";
+  case OperationReport::Operation::kDisable:
+    return "disable";
+  case OperationReport::Operation::kEnable:
+    return "enable";
+  case OperationReport::Operation::kImport:
+    return "import";
+  case OperationReport::Operation::kUndo:
+    return "undo";
+  case OperationReport::Operation::kRepair:
+    return "repair";
+  case OperationReport::Operation::kNone:
+  case OperationReport::Operation::kPackage:
+    break;
+  }
+  return nullptr;
+}
+
+// What earlier operations left there has had its time.
+void DropOldTrash(OperationReport& report) {
+  for (const TrashEntry& entry : history::DropTrash(history::ReadLimits())) {
+    ++report.trashDropped;
+    report.trashDroppedBytes += entry.bytes;
+  }
 }
 
 } // namespace
@@ -112,6 +145,9 @@ OperationScope::~OperationScope() {
   if (m_locked) {
     if (m_state.report.Succeeded()) {
       RefreshIndexes(m_state);
+      if (WordOf(m_state.report.operation) != nullptr) {
+        DropOldTrash(m_state.report);
+      }
     }
     if (!m_state.journal.GetLeftovers().empty() && !m_state.report.rolledBack) {
       CKestOS::KeepTempFolder();
@@ -150,13 +186,50 @@ void StepScope::NoteBackupCopies() {
   }
 }
 
+HistoryNote StepScope::MakeNote() const {
+  const OperationReport& report = m_state.report;
+  HistoryNote note = m_state.note;
+  note.line = StepRecord();
+  note.line.SetKind(HistoryNote::kKind);
+  CString folder;
+  CString user;
+  if (CKestOS::GetCurrentUserAppDataPath(folder) && CKestOS::ExtractUserName(WithBackslash(folder) + "x", user)) {
+    note.line.Add("user", user);
+  }
+  note.line.Add("operation", WordOf(report.operation));
+  for (const auto& [name, value] : {std::pair{"extension", &report.extension},
+                                    {"author", &report.author},
+                                    {"version", &report.version},
+                                    {"product", &report.product},
+                                    {"replaced", &report.replaced},
+                                    {"replaced-version", &report.replacedVersion}}) {
+    if (!value->empty()) {
+      note.line.Add(name, *value);
+    }
+  }
+  note.line.Add("result", "done");
+  if (report.undoes != 0) {
+    note.line.Add("undoes", std::to_string(report.undoes));
+  }
+  return note;
+}
+
 bool StepScope::Commit() {
   NoteBackupCopies();
+  if (m_scope.IsOutermost() && WordOf(m_state.report.operation) != nullptr) {
+    m_scope.SetNote(MakeNote());
+  }
+  const bool outermost = m_scope.IsOutermost();
   if (!m_scope.Commit()) {
     m_state.FailByMachine(CString(), "what was done could not be brought to the disk");
     return false;
   }
   m_open = false;
+  if (outermost && m_scope.IsRecordMissing()) {
+    m_state.Note({OperationReport::Failure::kOther, CString(),
+                  "the history of the machine could not be written: the operation cannot be undone later", 0, CString(),
+                  CString(), false});
+  }
   return true;
 }
 

@@ -44,6 +44,7 @@ public:
 
 private:
   void NoteBackupCopies();
+  [[nodiscard]] HistoryNote MakeNote() const;
 
   State& m_state;
   std::size_t m_created;

@@ -128,23 +128,6 @@ bool ShowError(PackContext& context, const CKestPackage& package, const CString&
   return false;
 }
 
-/// The name that a source has in a package: separators as for the look-up of the file, one between two folders.
-CString EntryName(const CString& source) {
-  CKestPath path(source);
-  path.LocalizePathSeparators();
-  const CString& whole = path.GetText();
-  CString name;
-  for (std::size_t begin = 0; begin < whole.size();) {
-    const std::size_t end = std::min(text::FindBackslash(whole, begin), whole.size());
-    if (end > begin) {
-      name += name.empty() ? "" : "\\";
-      name.append(whole, begin, end - begin);
-    }
-    begin = end + 1;
-  }
-  return name;
-}
-
 /// Packs one file of the description. True when the next one may follow.
 bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::Resolver& resolver,
              const CKestExtensionFile& file) {
@@ -171,7 +154,7 @@ bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::R
                           {place.source.GetFileName(), static_cast<long long>(kLongestName)}, path,
                           "its name is longer than other platforms take");
   }
-  const int code = package.PackFile(EntryName(file.GetSource()).c_str(), path.c_str(), true, false);
+  const int code = package.PackFile(PackageEntryName(file.GetSource()).c_str(), path.c_str(), true, false);
   return code == CKestPackage::kGood || ShowError(context, package, path, code);
 }
 

@@ -214,4 +214,20 @@ const CString* FilePlacement::Resolver::FindOwnToken(const CString& token) const
   return found == m_ownTokens->end() ? nullptr : &found->second;
 }
 
+CString PackageEntryName(const CString& source) {
+  CKestPath path(source);
+  path.LocalizePathSeparators();
+  const CString& whole = path.GetText();
+  CString name;
+  for (std::size_t begin = 0; begin < whole.size();) {
+    const std::size_t end = std::min(text::FindBackslash(whole, begin), whole.size());
+    if (end > begin) {
+      name += name.empty() ? "" : "\\";
+      name.append(whole, begin, end - begin);
+    }
+    begin = end + 1;
+  }
+  return name;
+}
+
 } // namespace kest

@@ -83,6 +83,8 @@ private:
   mutable std::unordered_map<const CKestProduct*, ProductTokens> m_tokens;
 };
 
+/// The name that a source has in a package: separators as for the look-up of the file, one between two folders.
+[[nodiscard]] CString PackageEntryName(const CString& source);
 /// Whether the entry is placed on this platform.
 [[nodiscard]] bool IsPlaced(const CKestExtensionFile& file);
 /// Whether no component of the path leads upwards, vanishes (only dots or blanks), or names something else on a PC than

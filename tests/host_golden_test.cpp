@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <regex>
 #include <set>
 
 namespace kest::host {
@@ -44,6 +45,12 @@ protected:
     m_found.push_back({{"command", name}, {"exit", result.exit}, {"document", document}});
   }
   [[nodiscard]] std::string inT(std::string text) const {
+    static const std::regex time(R"re("time":"[^"]*")re");
+    static const std::regex kept(R"re(([/\\]trash[/\\]+\d+)-\d+-\d+)re");
+    static const std::regex bytes(R"re("bytes":\d+,"operation")re");
+    text = std::regex_replace(text, time, R"("time":"T")");
+    text = std::regex_replace(text, bytes, R"("bytes":0,"operation")");
+    text = std::regex_replace(text, kept, "$1-T-B");
     const std::string folder = m_folder.string();
     for (std::size_t at; (at = text.find(folder)) != std::string::npos;) {
       text.replace(at, folder.size(), "/T");
@@ -110,6 +117,14 @@ TEST_F(Golden, EveryCommandPrintsItsDocument) {
   run({"install", description, "-y", "--accept-agreement", "-p", "Tidemark 4"});
   run({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement"});
   run({"enable", "Nothing"});
+  run({"history"});
+  run({"history", "Nothing"});
+  run({"undo", "-y"});
+  run({"undo", "99", "-y"});
+  run({"undo", "first"});
+  run({"trash"});
+  run({"trash", "empty", "--keep-size", "1000"});
+  run({"trash", "empty"});
   run({"machine", "start", "Tidemark"});
   run({"machine", "stop", "Tidemark"});
   run({"help"});
@@ -117,7 +132,7 @@ TEST_F(Golden, EveryCommandPrintsItsDocument) {
   for (const char* shell : {"bash", "zsh", "fish", "tcsh"}) {
     run({"completion", shell});
   }
-  for (const char* command : {"products", "recover", "machine logon", "machine show"}) {
+  for (const char* command : {"products", "recover", "trash", "machine logon", "machine show"}) {
     Words words = {"-m", m_folder / "nowhere"};
     std::istringstream name(command);
     for (std::string word; name >> word;) {

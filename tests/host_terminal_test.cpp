@@ -54,8 +54,7 @@ protected:
     }
   }
   void expectUnchanged(const test::MachineSnapshot& before) const {
-    const auto ignore = [](const std::string& path) { return path.starts_with("trash"); };
-    EXPECT_EQ(DescribeDifference(before, snapshot(), ignore), "");
+    EXPECT_EQ(DescribeDifference(before, snapshot(), test::IsOfThePast), "");
   }
   [[nodiscard]] std::size_t listed() const { return json({"list"}, 0)["extensions"].size(); }
   std::string m_package;

@@ -158,6 +158,14 @@ TEST_P(Faults, Enable) {
   loop([this] { EXPECT_EQ(disable(installed(plain())), 0); }, [this] { return enable(find("Plain")) == 0; });
 }
 
+TEST_P(Faults, Undo) {
+  const auto prepare = [this] {
+    installed(plain().changesTheList());
+    installed(plain().version("2.0").descriptionNamed("plain2.kei").file("new.htm", "$tidemark/Configuration/Plain"));
+  };
+  loop(prepare, [this] { return manager().UndoOperation(0) == 0; });
+}
+
 TEST_P(Faults, Pack) {
   loop([this] { m_kep = lay(plain()); },
        [this] { return manager().CreatePackage(m_kep.c_str(), "C:\\p.kep", nullptr, false, false, false) == 0; });

@@ -89,10 +89,11 @@ def state(machine):
     found = {}
     for folder, folders, names in os.walk(machine):
         inside = os.path.relpath(folder, machine)
-        if inside == ".":
-            folders[:] = [f for f in folders if f not in ("trash", "lost+found")]
+        past = ("./trash", "./lost+found", "drive_c/ProgramData/Kest")
+        folders[:] = [f for f in folders if os.path.join(inside, f) not in past]
         for name in folders:
-            found[os.path.join(inside, name)] = "folder"
+            if os.path.join(inside, name) != "drive_c/ProgramData":
+                found[os.path.join(inside, name)] = "folder"
         for name in names:
             path = os.path.join(inside, name)
             if re.search(r"\..bk$", name):

@@ -2,6 +2,7 @@
 
 #include "host/sample/sample_machine.h"
 #include "support/process.h"
+#include "support/temp_machine.h"
 
 #include <ctime>
 #include <fstream>
@@ -29,7 +30,7 @@ std::string withoutRandomPart(const std::string& text) {
 
 bool isKeptOnPurpose(const std::string& path) {
   const bool isBackup = path.size() > 4 && path.ends_with("bk") && path[path.size() - 4] == '.';
-  return isBackup || path.starts_with("trash");
+  return isBackup || IsOfThePast(path);
 }
 
 // Key and line -> "": a value that came and went leaves the file as it was, but for the times in it.

@@ -168,7 +168,7 @@ std::string KestFixture::difference(MachineSnapshot before, const MachineSnapsho
   before.entries.at("user.reg").date = after.entries.at("user.reg").date;
   return DescribeDifference(before, after, [](const std::string& path) {
     const bool backup = path.size() > 4 && path.ends_with("bk") && path[path.size() - 4] == '.';
-    return backup || path.starts_with("trash");
+    return backup || IsOfThePast(path);
   });
 }
 

@@ -84,8 +84,7 @@ protected:
       }
     }
     return DescribeDifference(before, after, [&](const std::string& path) {
-      return path.starts_with("trash") || path.ends_with(butFor) ||
-             (path.ends_with("bk") && path[path.size() - 4] == '.');
+      return IsOfThePast(path) || path.ends_with(butFor) || (path.ends_with("bk") && path[path.size() - 4] == '.');
     });
   }
   [[nodiscard]] bool onMachine(const std::string& path) const {

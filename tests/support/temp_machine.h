@@ -45,6 +45,11 @@ struct MachineSnapshot {
     const MachineSnapshot& before, const MachineSnapshot& after,
     const std::function<bool(const std::string&)>& ignore = [](const std::string&) { return false; });
 
+/// Whether the path, from a machine's root, is of what is kept of operations that are over: trash, history, records.
+[[nodiscard]] inline bool IsOfThePast(std::string_view path) {
+  return path.starts_with("trash") || path == "drive_c/ProgramData" || path.starts_with("drive_c/ProgramData/Kest");
+}
+
 /// A machine folder in a temporary folder of its own: machine.ini with one user, "Tester" (type 2), an empty registry,
 /// C:\windows with system32, Fonts and temp, C:\Program Files, C:\ProgramData and the user's application data. In force
 /// as long as it lives; removed at the end.

@@ -1,0 +1,326 @@
+#include "journal/history.h"
+
+#include "journal/history_lines.h"
+#include "journal/operation_record.h"
+#include "journal/record_judge.h"
+
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
+#include "platform/text/sealed_line.h"
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+
+namespace kest {
+namespace {
+
+constexpr const char* kLogName = "history.log";
+constexpr const char* kSettingsName = "settings.txt";
+constexpr const char* kEffect = "effect";
+constexpr std::uint64_t kTail = 64u << 10;
+constexpr std::int64_t kDay = 24 * 60 * 60;
+
+template <class T> bool Parse(std::string_view text, T& value) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return error == std::errc() && end == text.data() + text.size() && value >= 0;
+}
+
+/// Calls `visit` with the record of each line that ends, `damaged` of others.
+template <class Visit> std::size_t ForEachLine(std::string_view content, const Visit& visit) {
+  std::size_t damaged = 0;
+  for (std::size_t end; (end = content.find('\n')) != std::string_view::npos; content.remove_prefix(end + 1)) {
+    if (end == 0) {
+      continue;
+    }
+    std::string_view body;
+    StepRecord record;
+    if (!sealed_line::Unseal(content.substr(0, end), body) || !StepRecord::FromText(body, record) || !visit(record)) {
+      ++damaged;
+    }
+  }
+  return damaged;
+}
+
+bool FillEntry(const StepRecord& line, HistoryEntry& entry) {
+  std::int64_t seconds = 0;
+  if (line.GetKind() != HistoryNote::kKind || !sealed_line::ParseNumber(line.Get("number"), entry.number) ||
+      !Parse(line.Get("time"), seconds)) {
+    return false;
+  }
+  entry.time = CKestDateTime(seconds);
+  const std::pair<const char*, CString HistoryEntry::*> fields[] = {
+      {"user", &HistoryEntry::user},           {"operation", &HistoryEntry::operation},
+      {"extension", &HistoryEntry::extension}, {"author", &HistoryEntry::author},
+      {"version", &HistoryEntry::version},     {"product", &HistoryEntry::product},
+      {"replaced", &HistoryEntry::replaced},   {"replaced-version", &HistoryEntry::replacedVersion},
+      {"result", &HistoryEntry::result}};
+  for (const auto& [name, field] : fields) {
+    entry.*field = line.Get(name);
+  }
+  static_cast<void>(sealed_line::ParseNumber(line.Get("undoes"), entry.undoes));
+  return true;
+}
+
+bool FillEffect(const StepRecord& line, const CString& folder, OperationEffect& effect) {
+  effect.path = line.Get("path");
+  effect.isFolder = line.GetFlag("folder");
+  effect.existed = line.GetFlag("existed");
+  effect.exists = line.GetFlag("exists");
+  effect.readOnly = line.GetFlag("read-only");
+  effect.keptHash = line.Get("kept-hash");
+  effect.package = line.Get("package");
+  effect.entry = line.Get("entry");
+  effect.hash = line.Get("hash");
+  effect.whyForGood = line.Get("for-good");
+  std::int64_t seconds = 0;
+  if (Parse(line.Get("date"), seconds)) {
+    effect.date = CKestDateTime(seconds);
+  }
+  const CString kept = line.Get("kept");
+  if (!kept.empty()) {
+    effect.kept = RecordJudge::IsPlain(kept) ? kept : folder + '\\' + kept;
+  }
+  // a record may have been damaged, or put there by somebody
+  return RecordJudge::IsPlain(effect.path) && (kept.empty() || RecordJudge::IsPlain(effect.kept)) &&
+         (effect.package.empty() || RecordJudge::IsPlain(effect.package));
+}
+
+/// The end of the history, from the first line that begins in it; `torn` when the last line does not end.
+CString ReadTail(const CString& path, bool& torn) {
+  torn = false;
+  const std::unique_ptr<MachineFile> file =
+      CKestOS::FileExists(path) ? CKestOS::GetMachine().Open(path, OpenMode::kRead) : nullptr;
+  std::uint64_t size = 0;
+  if (file == nullptr || !file->GetSize(size) || size == 0) {
+    return {};
+  }
+  CString content(static_cast<std::size_t>(std::min(size, kTail)), '\0');
+  if (file->ReadAt(size - content.size(), content.data(), content.size()) !=
+      static_cast<std::int64_t>(content.size())) {
+    return {};
+  }
+  torn = !content.ends_with('\n');
+  return content;
+}
+
+long LastNumber(const CString& folder, bool& torn) {
+  long last = 0;
+  ForEachLine(ReadTail(folder + kLogName, torn), [&last](const StepRecord& record) {
+    long number = 0;
+    if (sealed_line::ParseNumber(record.Get("number"), number)) {
+      last = std::max(last, number);
+    }
+    return true;
+  });
+  return last;
+}
+
+} // namespace
+
+namespace history_lines {
+
+CString WriteEffect(const OperationEffect& effect) {
+  StepRecord line;
+  line.SetKind(kEffect);
+  line.Add("path", effect.path);
+  const auto flag = [&line](const char* name, bool value) {
+    if (value) {
+      line.AddFlag(name, true);
+    }
+  };
+  const auto text = [&line](const char* name, const CString& value) {
+    if (!value.empty()) {
+      line.Add(name, value);
+    }
+  };
+  flag("folder", effect.isFolder);
+  flag("existed", effect.existed);
+  flag("exists", effect.exists);
+  flag("read-only", effect.readOnly);
+  text("kept", effect.kept);
+  text("kept-hash", effect.keptHash);
+  text("package", effect.package);
+  text("entry", effect.entry);
+  text("hash", effect.hash);
+  text("for-good", effect.whyForGood);
+  if (!effect.package.empty()) {
+    line.Add("date", std::to_string(effect.date.GetSeconds()));
+  }
+  return sealed_line::Seal(line.ToText());
+}
+
+bool ReadRecord(const CString& folder, Record& record) {
+  CString content;
+  if (!CKestFile::ReadAll(folder + '\\' + operation_record::kFileName, content)) {
+    return false;
+  }
+  bool first = true;
+  long counted = -1;
+  const std::size_t damaged = ForEachLine(content, [&](const StepRecord& line) {
+    if (std::exchange(first, false)) {
+      record.line = line;
+      return line.GetKind() == HistoryNote::kKind && sealed_line::ParseNumber(line.Get("number"), record.number);
+    }
+    if (line.GetKind() == kEnd) {
+      return sealed_line::ParseNumber(line.Get("effects"), counted);
+    }
+    OperationEffect effect;
+    if (line.GetKind() != kEffect || !FillEffect(line, folder, effect)) {
+      return false;
+    }
+    record.effects.push_back(std::move(effect));
+    return true;
+  });
+  return damaged == 0 && counted >= 0 && static_cast<std::size_t>(counted) == record.effects.size();
+}
+
+long GetNextNumber(const CString& folder) {
+  bool torn = false;
+  long last = LastNumber(folder, torn);
+  for (const TrashEntry& entry : history::ListTrash()) {
+    last = std::max(last, entry.number);
+  }
+  return last + 1;
+}
+
+bool AppendLine(const CString& folder, const Record& record) {
+  bool torn = false;
+  if (LastNumber(folder, torn) >= record.number) {
+    return true;
+  }
+  const CString path = folder + kLogName;
+  const std::unique_ptr<MachineFile> file = CKestOS::GetMachine().Open(path, OpenMode::kAppend);
+  const CString line = (torn ? "\n" : "") + sealed_line::Seal(record.line.ToText());
+  return file != nullptr && file->Write(line.data(), line.size()) && file->Sync() && file->Close();
+}
+
+CString TrashName(const Record& record) {
+  return std::to_string(record.number) + '-' + record.line.Get("time") + '-' + record.line.Get("kept-bytes");
+}
+
+} // namespace history_lines
+
+namespace history {
+
+bool GetFolder(CString& folder) {
+  if (!CKestOS::GetSharedAppDataPath(folder)) {
+    return false;
+  }
+  folder = JoinPath({folder, "Kest"}) + '\\';
+  return true;
+}
+
+History Read() {
+  History read;
+  CString folder;
+  CString content;
+  if (!GetFolder(folder) || !CKestFile::ReadAll(folder + kLogName, content)) {
+    return read;
+  }
+  std::map<long, CString> kept;
+  for (const TrashEntry& entry : ListTrash()) {
+    kept[entry.number] = entry.folder;
+  }
+  read.unreadable = ForEachLine(content, [&](const StepRecord& line) {
+    HistoryEntry entry;
+    if (!FillEntry(line, entry)) {
+      return false;
+    }
+    if (const auto found = kept.find(entry.number); found != kept.end()) {
+      entry.kept = found->second;
+    }
+    read.entries.push_back(std::move(entry));
+    return true;
+  });
+  return read;
+}
+
+bool ReadEffects(const CString& trashFolder, std::vector<OperationEffect>& effects) {
+  history_lines::Record record;
+  effects.clear();
+  if (!history_lines::ReadRecord(trashFolder, record)) {
+    return false;
+  }
+  effects = std::move(record.effects);
+  return true;
+}
+
+std::vector<TrashEntry> ListTrash() {
+  std::vector<TrashEntry> trash;
+  CString folder;
+  std::vector<FolderEntry> entries;
+  if (!GetFolder(folder) || !CKestOS::DirectoryExists(folder + history_lines::kTrashFolder) ||
+      !CKestOS::GetMachine().ListFolder(folder + history_lines::kTrashFolder, entries)) {
+    return trash;
+  }
+  for (const FolderEntry& entry : entries) {
+    const std::string_view name = entry.name;
+    const std::size_t dash = name.find('-');
+    const std::size_t second = name.rfind('-');
+    TrashEntry one;
+    std::int64_t seconds = 0;
+    if (entry.isFolder && !entry.isLink && dash != std::string_view::npos && second > dash &&
+        sealed_line::ParseNumber(name.substr(0, dash), one.number) &&
+        Parse(name.substr(dash + 1, second - dash - 1), seconds) && Parse(name.substr(second + 1), one.bytes)) {
+      one.time = CKestDateTime(seconds);
+      one.folder = folder + history_lines::kTrashFolder + '\\' + entry.name;
+      trash.push_back(std::move(one));
+    }
+  }
+  std::sort(trash.begin(), trash.end(), [](const TrashEntry& a, const TrashEntry& b) { return a.number < b.number; });
+  return trash;
+}
+
+TrashLimits ReadLimits() {
+  TrashLimits limits;
+  CString folder;
+  CString content;
+  if (!GetFolder(folder) || !CKestOS::FileExists(folder + kSettingsName) ||
+      !CKestFile::ReadAll(folder + kSettingsName, content, kTail)) {
+    return limits;
+  }
+  content += '\n';
+  std::string_view rest = content;
+  for (std::size_t end; (end = rest.find('\n')) != std::string_view::npos; rest.remove_prefix(end + 1)) {
+    const std::string_view line = rest.substr(0, end);
+    const std::size_t sign = line.find('=');
+    if (sign == std::string_view::npos) {
+      continue;
+    }
+    CString name(line.substr(0, sign));
+    CString value(line.substr(sign + 1));
+    text::Trim(name);
+    text::Trim(value);
+    long number = 0;
+    if (sealed_line::ParseNumber(value, number)) {
+      limits.days = name == "trash-days" ? number : limits.days;
+      limits.megabytes = name == "trash-megabytes" ? number : limits.megabytes;
+    }
+  }
+  return limits;
+}
+
+std::vector<TrashEntry> SelectTrash(const TrashLimits& limits) {
+  std::vector<TrashEntry> trash = ListTrash();
+  const std::int64_t oldest = CKestOS::GetMachine().Now().GetSeconds() - limits.days * kDay;
+  const std::uint64_t most = static_cast<std::uint64_t>(limits.megabytes) << 20;
+  std::uint64_t bytes = 0;
+  auto first = trash.end();
+  while (first != trash.begin() && std::prev(first)->time.GetSeconds() > oldest &&
+         (bytes += std::prev(first)->bytes) <= most) {
+    --first;
+  }
+  trash.erase(first, trash.end());
+  return trash;
+}
+
+std::vector<TrashEntry> DropTrash(const TrashLimits& limits) {
+  std::vector<TrashEntry> dropped = SelectTrash(limits);
+  std::erase_if(dropped, [](const TrashEntry& entry) { return !CKestOS::GetMachine().RemoveTree(entry.folder); });
+  return dropped;
+}
+
+} // namespace history
+
+} // namespace kest

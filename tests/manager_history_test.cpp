@@ -1,0 +1,174 @@
+#include "description/extension.h"
+#include "platform/machine/os.h"
+#include "platform/text/sealed_line.h"
+#include "support/kest_fixture.h"
+#include "support/process.h"
+
+#include <fstream>
+
+namespace kest::test {
+namespace {
+
+constexpr const char* kState = "C:\\ProgramData\\Kest\\";
+
+class HistoryTest : public KestFixture {
+protected:
+  static ExtensionBuilder tool(const char* version = "1.0") {
+    ExtensionBuilder extension = package("Tool")
+                                     .version(version)
+                                     .file("tool.htm", kToCommands, std::string("tool ") + version)
+                                     .file("tool.js", "$tidemark/Configuration/Shared/tool", "code")
+                                     .changesTheList();
+    for (int i = 0; i < 9; ++i) { // a folder that comes and goes as a whole
+      extension.file("many/" + std::to_string(i) + ".htm", "$tidemark/Configuration/Many", version);
+    }
+    return extension;
+  }
+  struct Kind {
+    const char* name;
+    std::function<void()> prepare;
+    std::function<bool()> run;
+  };
+  /// Operations of each kind, on "Tool".
+  std::vector<Kind> kinds() {
+    const CString old = pack(tool());
+    const CString newer = pack(tool("2.0").descriptionNamed("tool2.kei"));
+    const CString clash = pack(package("Other").descriptionNamed("tool.kei").file("other.htm", kToCommands));
+    const auto install = [this, old] { ASSERT_NE(tryInstall(old), nullptr); };
+    const auto disabled = [this, install] {
+      install();
+      ASSERT_EQ(disable(find("Tool")), 0);
+    };
+    const auto import = [this] {
+      CKestTypedList<CKestExtension*> all;
+      all.Append(find("Tool"));
+      return manager().Import(nova(), four(), all) && report().parts.at(0).Succeeded();
+    };
+    const auto put = [this](const CString& kep) {
+      return [this, kep] {
+        m_host.otherwise(kYes);
+        return tryInstall(kep) != nullptr;
+      };
+    };
+    return {{"install", [] {}, put(old)},
+            {"replacement", install, put(newer)},
+            {"clash", install, put(clash)},
+            {"uninstall", install, [this] { return uninstall(find("Tool")) == 0; }},
+            {"uninstall of a disabled one", disabled, [this] { return uninstall(find("Tool")) == 0; }},
+            {"disable", install, [this] { return disable(find("Tool")) == 0; }},
+            {"enable", disabled, [this] { return enable(find("Tool")) == 0; }},
+            {"import", install, import},
+            {"import of a disabled one", disabled, import}};
+  }
+  void putBack() {
+    m_manager.reset();
+    for (const auto& entry : std::filesystem::directory_iterator(m_pc.GetRoot())) {
+      std::filesystem::remove_all(entry);
+    }
+    ASSERT_EQ(RunProcess({"/bin/cp", "-a", m_saved / ".", m_pc.GetRoot()}).exit, 0);
+    restart();
+  }
+  [[nodiscard]] std::string lastReason() const {
+    return report().problems.empty() ? std::string()
+                                     : report().problems.front().path + ": " + report().problems.front().reason;
+  }
+
+  std::filesystem::path m_saved = m_pc.GetOutside() / "saved";
+};
+
+TEST_F(HistoryTest, AnUndoOfEachKindBringsTheMachineBackAndCanBeUndone) {
+  const auto all = kinds();
+  ASSERT_EQ(RunProcess({"/bin/cp", "-a", m_pc.GetRoot() / ".", m_saved}).exit, 0);
+  for (const Kind& kind : all) {
+    SCOPED_TRACE(kind.name);
+    putBack();
+    kind.prepare();
+    const MachineSnapshot before = m_pc.Snapshot();
+    const std::vector<std::string> records = catalogue();
+    ASSERT_TRUE(kind.run()) << lastReason();
+    const MachineSnapshot after = m_pc.Snapshot();
+    ASSERT_NE(DescribeDifference(before, after, IsOfThePast), "");
+    restart();
+    ASSERT_EQ(manager().UndoOperation(0), 0) << lastReason();
+    EXPECT_EQ(DescribeDifference(before, m_pc.Snapshot(), IsOfThePast), "");
+    EXPECT_EQ(catalogue(), records);
+    EXPECT_TRUE(isTempEmpty());
+    const History history = manager().GetHistory();
+    ASSERT_GE(history.entries.size(), 2u);
+    EXPECT_EQ(history.entries.back().operation, "undo");
+    EXPECT_EQ(history.entries.back().undoes, history.entries.back().number - 1);
+    EXPECT_EQ(history.unreadable, 0u);
+    ASSERT_EQ(manager().UndoOperation(0), 0) << lastReason();
+    EXPECT_EQ(DescribeDifference(after, m_pc.Snapshot(), IsOfThePast), "");
+  }
+}
+
+TEST_F(HistoryTest, AnUndoRefusesWhatItCannotBringBackAndChangesNothing) {
+  const CString log = std::string(kState) + "history.log";
+  const auto refused = [this](long number, const std::string& why) {
+    const MachineSnapshot before = m_pc.Snapshot();
+    EXPECT_EQ(manager().UndoOperation(number), -1);
+    EXPECT_NE(lastReason().find(why), std::string::npos) << lastReason();
+    EXPECT_EQ(m_pc.Snapshot(), before);
+    EXPECT_TRUE(isTempEmpty());
+  };
+  refused(0, "history of the machine is empty");
+  installed(tool());
+  installed(package("Other").file("other.htm", kToCommands).changesTheList());
+  refused(7, "no operation 7");
+  refused(1, "operation 2 (install Other) has changed it since");
+  m_pc.Write(kCommands + "other.htm", "somebody's");
+  refused(2, "somebody has changed it since");
+  ASSERT_EQ(uninstall(find("Other")), 0);
+  const std::string kept = manager().GetTrash().back().folder + "\\deleted\\other.htm";
+  EXPECT_EQ(m_pc.Read(kept), "somebody's");
+  std::filesystem::remove(m_pc.HostPath(kept));
+  refused(3, "what the trash kept of it is gone");
+  const std::string record = manager().GetTrash().back().folder + "\\record";
+  m_pc.Write(record, m_pc.Read(record).substr(0, 300)); // cut
+  refused(3, "what the trash keeps of it cannot be read");
+
+  // a damaged line, one of a later version and one that was cut short hinder neither the rest nor what comes
+  const std::string lines = m_pc.Read(log);
+  m_pc.Write(log, "forged\tnumber=900\n" + sealed_line::Seal("miracle\tnumber=40") + lines + "operation\tnum");
+  History history = manager().GetHistory();
+  EXPECT_EQ(history.unreadable, 2u);
+  ASSERT_EQ(history.entries.size(), 3u);
+  EXPECT_EQ(history.entries[2].operation, "uninstall");
+  installed(package("Third").file("third.htm", kToCommands));
+  history = manager().GetHistory();
+  EXPECT_EQ(history.unreadable, 3u);
+  ASSERT_EQ(history.entries.size(), 4u);
+  EXPECT_EQ(history.entries[3].number, 41);
+  EXPECT_EQ(manager().UndoOperation(0), 0) << lastReason();
+  refused(41, "operation 42 has taken it back already");
+}
+
+TEST_F(HistoryTest, TheTrashEndsByAgeAndSize) {
+  installed(package("Big").file("big.htm", kToCommands, std::string(3u << 20, 'x')));
+  ASSERT_EQ(uninstall(find("Big")), 0);
+  installed(package("Small").file("small.htm", kToCommands));
+  ASSERT_EQ(manager().GetTrash().size(), 3u);
+  // older than the machine's settings allow
+  const std::filesystem::path trash = m_pc.HostPath(std::string(kState) + "trash");
+  std::filesystem::rename(trash / manager().GetTrash()[0].folder.substr(manager().GetTrash()[0].folder.rfind('\\') + 1),
+                          trash / "1-1700000000-0");
+  std::vector<TrashEntry> dropped;
+  EXPECT_EQ(manager().EmptyTrash({1000000, 4}, dropped), 0);
+  EXPECT_EQ(dropped.size(), 0u);
+  ASSERT_EQ(uninstall(find("Small")), 0);
+  EXPECT_EQ(report().trashDropped, 1u) << "30 days are over";
+  EXPECT_EQ(manager().GetTrash().front().number, 2);
+  m_pc.Write(std::string(kState) + "settings.txt", "trash-days = 5\r\ntrash-megabytes = 2\r\nelse = x\r\n");
+  installed(package("Next").file("next.htm", kToCommands));
+  EXPECT_GE(report().trashDroppedBytes, 3u << 20);
+  EXPECT_EQ(manager().GetTrash().front().number, 3) << "the oldest goes first";
+  EXPECT_EQ(manager().GetHistory().entries.size(), 5u);
+  EXPECT_EQ(manager().UndoOperation(2), -1);
+  EXPECT_EQ(report().failure, Failure::kNotFound);
+  EXPECT_EQ(manager().EmptyTrash({0, 0}, dropped), 0);
+  EXPECT_TRUE(manager().GetTrash().empty());
+}
+
+} // namespace
+} // namespace kest::test
