@@ -152,9 +152,9 @@ bool CKestMenuChangeInsert::PlaceAt(CKestMenusXmlFile* file, std::string_view id
     }
     return true;
   }
-  CKestXmlObject* object = file->FindMenuItem(id, &bar, &holder);
+  CKestXmlObject* object = file->FindMenuItem(id, &bar, &holder, CKestMenusXmlFile::Scope::kEverywhere);
   if (!object) {
-    object = file->FindFormat(id, &bar, &holder);
+    object = file->FindFormat(id, &bar, &holder, CKestMenusXmlFile::Scope::kEverywhere);
   }
   if (!object) {
     return false;

@@ -5,6 +5,7 @@ namespace kest {
 namespace {
 
 using Kind = MenusNode::Kind;
+constexpr auto kEverywhere = CKestMenusXmlFile::Scope::kEverywhere;
 
 bool IsBar(const MenusNode* node) { return node && node->GetKind() == Kind::kBar; }
 
@@ -30,7 +31,7 @@ void UndoMenu(CKestMenusXmlFile* file, std::string_view id) {
 
 void UndoSeparator(CKestMenusXmlFile* file, std::string_view id) {
   CKestExtensionMenu* menu = nullptr;
-  CKestExtensionMenuSeparator* separator = file->FindSeparator(id, nullptr, &menu);
+  CKestExtensionMenuSeparator* separator = file->FindSeparator(id, nullptr, &menu, kEverywhere);
   if (!separator) {
     return;
   }
@@ -46,7 +47,7 @@ void UndoSeparator(CKestMenusXmlFile* file, std::string_view id) {
 void UndoComment(CKestMenusXmlFile* file, const CKestXmlComment& payload) {
   CKestExtensionMenuBar* bar = nullptr;
   CKestExtensionMenu* menu = nullptr;
-  const CKestXmlComment* comment = file->FindComment(CommentText(payload), &bar, &menu);
+  const CKestXmlComment* comment = file->FindComment(CommentText(payload), &bar, &menu, kEverywhere);
   if (!comment) {
     return;
   }
@@ -74,10 +75,10 @@ void UndoNode(CKestMenusXmlFile* file, const MenusNode& payload) {
   case Kind::kSeparator:
     return UndoSeparator(file, id);
   case Kind::kItem:
-    found = file->FindMenuItem(id, nullptr, &holder);
+    found = file->FindMenuItem(id, nullptr, &holder, kEverywhere);
     break;
   case Kind::kFormat:
-    found = file->FindFormat(id, nullptr, &holder);
+    found = file->FindFormat(id, nullptr, &holder, kEverywhere);
     break;
   default:
     return;
@@ -143,10 +144,10 @@ CKestConfigChange::ErrorCode CKestMenuChangeRemove::MakeChange(const CKestConfig
   CKestExtensionMenu* holder = nullptr; // to be tidied
   MenusNode* found = menus->FindMenu(m_menuId, nullptr, &holder);
   if (!found) {
-    found = menus->FindMenuItem(m_menuId, nullptr, &holder);
+    found = menus->FindMenuItem(m_menuId, nullptr, &holder, kEverywhere);
   }
   if (!found) {
-    found = menus->FindFormat(m_menuId, nullptr, &holder);
+    found = menus->FindFormat(m_menuId, nullptr, &holder, kEverywhere);
   }
   (void)menus->Remove(found);
   if (found && holder) {

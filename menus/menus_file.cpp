@@ -38,6 +38,17 @@ CKestExtensionMenuBar* BarOf(MenusNode* node) {
   return bar && bar->IsSearched() ? bar : nullptr;
 }
 
+bool IsInFreeMenu(MenusNode* node) {
+  const MenusNode* top = TopOf(node);
+  return top && top->GetKind() == Kind::kMenu;
+}
+
+/// What `find` finds below bars; else, when asked for, what it finds below menus outside of any bar.
+template <class Find> auto FindIn(CKestMenusXmlFile::Scope scope, Find find) {
+  auto found = find([](MenusNode* node) { return BarOf(node) != nullptr; });
+  return found || scope == CKestMenusXmlFile::Scope::kBars ? found : find(IsInFreeMenu);
+}
+
 CKestExtensionMenu* AsMenu(MenusNode* node) { return dynamic_cast<CKestExtensionMenu*>(node); }
 
 template <class T> void Fill(T** output, T* value) {
@@ -130,10 +141,11 @@ CKestExtensionMenu* CKestMenusXmlFile::FindMenu(std::string_view id, CKestExtens
 }
 
 CKestExtensionMenuItem* CKestMenusXmlFile::FindMenuItem(std::string_view id, CKestExtensionMenuBar** bar,
-                                                        CKestExtensionMenu** menu) const {
+                                                        CKestExtensionMenu** menu, Scope scope) const {
   Fill<CKestExtensionMenuBar>(bar, nullptr);
   Fill<CKestExtensionMenu>(menu, nullptr);
-  MenusNode* found = Index().Find(Kind::kItem, id, [](MenusNode& node) { return BarOf(&node) != nullptr; });
+  MenusNode* found = FindIn(
+      scope, [&](auto lies) { return Index().Find(Kind::kItem, id, [&](MenusNode& node) { return lies(&node); }); });
   if (!found) {
     return nullptr;
   }
@@ -143,10 +155,11 @@ CKestExtensionMenuItem* CKestMenusXmlFile::FindMenuItem(std::string_view id, CKe
 }
 
 CKestExtensionServerFormat* CKestMenusXmlFile::FindFormat(std::string_view id, CKestExtensionMenuBar** bar,
-                                                          CKestExtensionMenu** menu) const {
+                                                          CKestExtensionMenu** menu, Scope scope) const {
   Fill<CKestExtensionMenuBar>(bar, nullptr);
   Fill<CKestExtensionMenu>(menu, nullptr);
-  MenusNode* found = Index().Find(Kind::kFormat, id, [](MenusNode& node) { return BarOf(&node) != nullptr; });
+  MenusNode* found = FindIn(
+      scope, [&](auto lies) { return Index().Find(Kind::kFormat, id, [&](MenusNode& node) { return lies(&node); }); });
   if (!found) {
     return nullptr;
   }
@@ -156,14 +169,15 @@ CKestExtensionServerFormat* CKestMenusXmlFile::FindFormat(std::string_view id, C
 }
 
 CKestExtensionMenuSeparator* CKestMenusXmlFile::FindSeparator(std::string_view reference, CKestExtensionMenuBar** bar,
-                                                              CKestExtensionMenu** menu) const {
+                                                              CKestExtensionMenu** menu, Scope scope) const {
   Fill<CKestExtensionMenuBar>(bar, nullptr);
   Fill<CKestExtensionMenu>(menu, nullptr);
   if (reference.empty()) {
     return nullptr;
   }
-  const MenusIndex::Place found = Index().FindSeparator(
-      reference, [](const MenusIndex::Place& place) { return place.holder && BarOf(place.holder) != nullptr; });
+  const MenusIndex::Place found = FindIn(scope, [&](auto lies) {
+    return Index().FindSeparator(reference, [&](const MenusIndex::Place& place) { return lies(place.holder); });
+  });
   if (!found.object) {
     return nullptr;
   }
@@ -173,11 +187,13 @@ CKestExtensionMenuSeparator* CKestMenusXmlFile::FindSeparator(std::string_view r
 }
 
 CKestXmlComment* CKestMenusXmlFile::FindComment(std::string_view text, CKestExtensionMenuBar** bar,
-                                                CKestExtensionMenu** menu) const {
+                                                CKestExtensionMenu** menu, Scope scope) const {
   Fill<CKestExtensionMenuBar>(bar, nullptr);
   Fill<CKestExtensionMenu>(menu, nullptr);
-  const MenusIndex::Place found = Index().FindComment(
-      text, [](const MenusIndex::Place& place) { return !place.holder || BarOf(place.holder) != nullptr; });
+  const MenusIndex::Place found = FindIn(scope, [&](auto lies) {
+    return Index().FindComment(text,
+                               [&](const MenusIndex::Place& place) { return !place.holder || lies(place.holder); });
+  });
   if (!found.object) {
     return nullptr;
   }

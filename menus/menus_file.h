@@ -32,16 +32,19 @@ public:
   /// In bars and in top-level menus, which match themselves first. `bar` is set for a match inside a bar; `parent` is
   /// null for a direct child of a bar and for a top-level menu.
   CKestExtensionMenu* FindMenu(std::string_view id, CKestExtensionMenuBar** bar, CKestExtensionMenu** parent) const;
-  /// In bars; `menu` is the menu or bar that directly holds the match. So the next three.
-  CKestExtensionMenuItem* FindMenuItem(std::string_view id, CKestExtensionMenuBar** bar,
-                                       CKestExtensionMenu** menu) const;
-  CKestExtensionServerFormat* FindFormat(std::string_view id, CKestExtensionMenuBar** bar,
-                                         CKestExtensionMenu** menu) const;
+  /// Where the next four look: in bars; or there first, then in menus outside of any bar, in file order.
+  enum class Scope { kBars, kEverywhere };
+  /// `menu` is the menu or bar that directly holds the match, `bar` null for a match outside of any. So the next three.
+  CKestExtensionMenuItem* FindMenuItem(std::string_view id, CKestExtensionMenuBar** bar, CKestExtensionMenu** menu,
+                                       Scope scope = Scope::kBars) const;
+  CKestExtensionServerFormat* FindFormat(std::string_view id, CKestExtensionMenuBar** bar, CKestExtensionMenu** menu,
+                                         Scope scope = Scope::kBars) const;
   CKestExtensionMenuSeparator* FindSeparator(std::string_view reference, CKestExtensionMenuBar** bar,
-                                             CKestExtensionMenu** menu) const;
+                                             CKestExtensionMenu** menu, Scope scope = Scope::kBars) const;
   /// Top-level comments match too, without bar or menu.
   using CKestXmlObject::FindComment;
-  CKestXmlComment* FindComment(std::string_view text, CKestExtensionMenuBar** bar, CKestExtensionMenu** menu) const;
+  CKestXmlComment* FindComment(std::string_view text, CKestExtensionMenuBar** bar, CKestExtensionMenu** menu,
+                               Scope scope = Scope::kBars) const;
   /// Top-level comments, then those in shortcut lists.
   CKestXmlComment* FindComment(std::string_view text, CKestExtensionShortcutList** list) const;
   [[nodiscard]] CKestExtensionShortcutList* FindShortcutList(std::string_view id) const;

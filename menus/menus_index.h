@@ -18,6 +18,7 @@ public:
   struct Place {
     CKestXmlObject* object = nullptr;
     MenusNode* holder = nullptr;
+    explicit operator bool() const { return object != nullptr; } ///< whether anything was found
   };
 
   /// Takes up, or forgets, an object with everything below it. `holder` directly holds it.

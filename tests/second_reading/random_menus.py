@@ -72,7 +72,7 @@ def host_node(random, tag, depth):
 
 
 def host_file(random):
-    tops = ["menubar"] * 4 + ["formats", "shortcutlist", "shortcutlist", "comment"]
+    tops = ["menubar"] * 4 + ["formats", "menu", "shortcutlist", "shortcutlist", "comment"]
     file = [host_node(random, random.choice(tops), 0) for _ in range(random.randrange(1, 6))]
     named = [(COMMANDS, 0.4), (HELP, 0.5), (MISC, 0.1)]
     for name, share in named:
