@@ -14,6 +14,13 @@ void Option(std::string_view name, std::string_view value, CString& line) {
   }
 }
 
+/// An option of an entry: the text that the author means, but as written where that would end the entry or the option.
+void EntryOption(std::string_view name, const CString& value, CString& line) {
+  CString meant = value;
+  DecodeReferences(meant);
+  Option(name, meant.find_first_of("\">\r\n\1") == CString::npos ? meant : value, line);
+}
+
 void TriState(std::string_view name, TriStateBool value, CString& text) {
   if (value != TriStateBool::kNotGiven) {
     Option(name, value == TriStateBool::kTrue ? "true" : "false", text);
@@ -23,6 +30,19 @@ void TriState(std::string_view name, TriStateBool value, CString& text) {
 void BuildNamed(int level, std::string_view tag, std::string_view name, CString& text) {
   text.append(static_cast<std::size_t>(level), '\t').append("<").append(tag);
   text.append(" name=\"").append(name).append("\"");
+}
+
+/// The ">" that ends the entry at `at`: it stands before the next line that begins an entry.
+std::size_t FindEntryEnd(std::string_view section, std::size_t at) {
+  const std::size_t close = section.find('>', at);
+  for (std::size_t line = section.find(kLineEnd, at); line < close && close != kNone;
+       line = section.find(kLineEnd, line + kLineEnd.size())) {
+    const std::size_t first = section.find_first_not_of(" \t", line + kLineEnd.size());
+    if (first < close && section[first] == '<') {
+      return kNone;
+    }
+  }
+  return close;
 }
 
 /// Where a new entry goes that follows the one whose ">" lies before `after`.
@@ -43,7 +63,12 @@ std::size_t FindPlace(std::string_view section, std::string_view name) {
     const std::string_view entry = section.substr(at + 1);
     const bool comment = entry.starts_with("!--");
     std::size_t close = comment ? entry.find("-->") : kNone;
-    close = close == kNone ? entry.find('>') : close + 2;
+    if (close == kNone) {
+      const std::size_t end = FindEntryEnd(section, at);
+      close = end == kNone ? kNone : end - at - 1;
+    } else {
+      close += 2;
+    }
     if (close == kNone) {
       break;
     }
@@ -141,7 +166,7 @@ CKestConfigChange::ErrorCode CKestSourceFormatChange::RemoveTag(CKestTextConfigF
   if (at == CString::npos) {
     return kSuccess;
   }
-  const std::size_t close = section.find('>', at);
+  const std::size_t close = FindEntryEnd(section, at);
   if (close == CString::npos) {
     return kEntryUnclosed;
   }
@@ -170,14 +195,14 @@ void CKestSourceFormatChangeElementInsert::CreateTag(CString& line, bool withLin
   CString name;
   GetTagName(name);
   line = "<" + name;
-  Option("break", m_break, line);
+  EntryOption("break", m_break, line);
   if (m_indent == TriStateBool::kTrue) {
     line += " indent";
   }
   if (m_indentGroup > 0) {
     Option("igroup", std::to_string(m_indentGroup), line);
   }
-  Option("namecase", m_nameCase, line);
+  EntryOption("namecase", m_nameCase, line);
   if (m_noFormat == TriStateBool::kTrue) {
     line += " noformat";
   }
@@ -237,7 +262,7 @@ void CKestSourceFormatChangeAttributeInsert::CreateTag(CString& line, bool withL
   CString name;
   GetTagName(name);
   line = "<" + name;
-  Option("namecase", m_nameCase, line);
+  EntryOption("namecase", m_nameCase, line);
   if (m_sameCase == TriStateBool::kTrue) {
     line += " samecase";
   }

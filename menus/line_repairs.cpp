@@ -86,13 +86,24 @@ bool IsSuspect(std::string_view line, std::size_t at, unsigned mask) {
   return false;
 }
 
+/// Where the rest of a value ends that began on a line before: its quote follows no equals sign. 0 when the line does
+/// not begin in a value.
+std::size_t SkipRestOfValue(std::string_view line) {
+  const std::size_t quote = line.find('"');
+  if (quote == std::string_view::npos) {
+    return 0;
+  }
+  const std::size_t before = line.substr(0, quote).find_last_not_of(" \t");
+  return before != std::string_view::npos && line[before] == '=' ? 0 : quote + 1;
+}
+
 /// Makes attributes of the bare word outside values; what lies between `="` and the next double quote is left alone.
 void RepairBareWord(CString& line, std::string_view word) {
   if (line.find(word) == CString::npos) {
     return;
   }
-  CString out;
-  std::size_t at = 0;
+  std::size_t at = SkipRestOfValue(line);
+  CString out = line.substr(0, at);
   while (at < line.size()) {
     const std::size_t value = line.find("=\"", at);
     const std::size_t end = value == CString::npos ? line.size() : value + 2;

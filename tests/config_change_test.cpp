@@ -323,6 +323,12 @@ TEST(SourceFormatChanges, EntriesStandInOrderOnLinesOfTheirOwn) {
     const std::string line = "<" + std::string(name) + " indent igroup=\"3\">\r\n";
     CheckTextInsert(insert, sample, std::string(sample).insert(sample.find(next), line), sample);
   }
+  CKestSourceFormatChangeElementInsert escaped;
+  escaped.SetName("b");
+  escaped.SetBreak("A&amp;B");
+  CString line;
+  escaped.CreateTag(line, false);
+  EXPECT_EQ(line, "<b break=\"A&B\">") << "as the name, the text that is meant";
   CKestTextConfigFile file = TextFile(sample);
   CKestSourceFormatChangeAttributeRemove remove;
   remove.SetName("STYLE");
@@ -336,6 +342,8 @@ TEST(SourceFormatChanges, FailuresLeaveTheContentAlone) {
       {"<?elements>\r\n<?attributes>\r\n<?end>", "", Code::kElementInsertWithoutName,
        Code::kAttributeInsertWithoutName},
       {"<?elements>\r\n<x \r\n<?attributes>\r\n<x \r\n<?end>", "x", Code::kEntryUnclosed, Code::kEntryUnclosed},
+      {"<?elements>\r\n<x a\r\n <y>\r\n<?attributes>\r\n<x a\r\n<y>\r\n<?end>", "x", Code::kEntryUnclosed,
+       Code::kEntryUnclosed}, // its neighbour's ">" is not its own
   };
   for (const auto& [content, name, ofElement, ofAttribute] : rows) {
     CKestTextConfigFile file = TextFile(content);

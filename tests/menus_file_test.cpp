@@ -67,6 +67,8 @@ TEST(MenusFile, OneLineComesOutAs) {
       {"<menuitem id=\"i\"><menuitem id=\"j\" /></menuitem>", "<menuitem id=\"i\" />\r\n\t\t<menuitem id=\"j\" />"},
       {"<menuitem id=\"i\" /><x><menu id=\"y\"/><!-- z --></x>", "<menuitem id=\"i\" />"},
       {"<shortcut id=\"k\" /><menuitem id=\"i\" />", "<menuitem id=\"i\" />"},
+      {"<menuitem name=\"New\r\na dynamic page\" dynamic id=\"i\" />",
+       "<menuitem dynamic name=\"New a dynamic page\" id=\"i\" />"},
   };
   for (const auto& [in, out] : rows) {
     EXPECT_EQ(LoadAndWrite(InMenu(in)), InMenu(out)) << in;
