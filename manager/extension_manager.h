@@ -4,6 +4,7 @@
 #include "journal/history.h"
 #include "journal/journal.h"
 #include "manager/operation_report.h"
+#include "manager/verify.h"
 #include "platform/messages/extension_manager_ui.h"
 #include "platform/text/containers.h"
 #include "platform/text/export.h"
@@ -157,6 +158,11 @@ public:
   /// Drops the entries of the trash that the limits leave no room for. 0, or -1 when another process is changing the
   /// machine, or something could not be removed.
   int EmptyTrash(const TrashLimits& limits, std::vector<TrashEntry>& dropped);
+
+  /// Compares an installed extension with what its install left: its files and description by their content, its
+  /// entries in configuration files by text and place. Reads alone. Without a record of the install, of a disabled
+  /// extension and of null nothing is said to be as installed.
+  [[nodiscard]] VerifyReport VerifyExtension(const CKestProduct* product, const CKestExtension* extension) const;
 
   // ---- for hosts
   /// Which files an uninstall would delete and which would stay. Empty for null.

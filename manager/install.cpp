@@ -1,12 +1,15 @@
 #include "manager/install.h"
 
+#include "manager/installed_record.h"
+
 namespace kest {
 namespace install {
 namespace {
 
 constexpr Phase kPhases[] = {
-    OpenFile,         UnpackPackage, ReadDescription, ChooseProduct,    CheckFreeSpace, AskAgreement, ReplaceExisting,
-    RemoveUserCopies, ResolveTokens, CheckFiles,      ConvertExtension, CopyFiles,      ApplyChanges, PlaceDescription,
+    OpenFile,          UnpackPackage,    ReadDescription,  ChooseProduct,   CheckFreeSpace,   AskAgreement,
+    ReplaceExisting,   RemoveUserCopies, ResolveTokens,    CheckFiles,      ConvertExtension, CopyFiles,
+    NoteConfiguration, ApplyChanges,     PlaceDescription, RecordInstalled,
 };
 
 bool RunPhases(Context& context) {

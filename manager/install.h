@@ -4,6 +4,7 @@
 #include "manager/operation_scope.h"
 #include "platform/package/package.h"
 
+#include <map>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
@@ -41,6 +42,7 @@ struct Context {
   std::unordered_set<CString> existing{};        ///< destinations that hold a file
   std::unordered_map<CString, int> sourceUses{}; ///< steps that use a source, by lower-case path
   std::unordered_set<CString> writableFolders{}; ///< folders in which a new file may be made
+  std::map<CString, CString> configuration{};    ///< configuration files to be changed, with what they held before
   int position = 0;
 
   void Advance();

@@ -3,6 +3,7 @@
 #include "journal/delete_steps.h"
 #include "journal/whole_folder_steps.h"
 #include "manager/changes.h"
+#include "manager/installed_record.h"
 #include "platform/machine/os.h"
 
 #include <optional>
@@ -14,8 +15,8 @@ namespace {
 using Failure = OperationReport::Failure;
 
 // the files of a disabled extension are gone already, and so are its changes
-constexpr Phase kPhases[] = {CheckFiles,     ConvertExtension,   DeleteFiles,
-                             CleanUpFolders, DeleteDescriptions, TakeBackChanges};
+constexpr Phase kPhases[] = {CheckFiles,         ConvertExtension, DeleteFiles, CleanUpFolders,
+                             DeleteDescriptions, TakeBackChanges,  DropRecord};
 constexpr Phase kPhasesOfDisabled[] = {DeleteDescriptions};
 
 template <std::size_t n> bool RunPhases(Context& context, const Phase (&phases)[n]) {
@@ -316,6 +317,15 @@ bool DeleteDescriptions(Context& context) {
 bool TakeBackChanges(Context& context) {
   return ProcessChanges(context.state, context.product, context.extension,
                         context.remove ? CKestProduct::Uninstall : CKestProduct::Disable);
+}
+
+bool DropRecord(Context& context) {
+  CString path;
+  if (installed_record::GetPath(context.extension.GetPath(), path) && LookForFile(path) == FilePresence::kThere) {
+    // one that stays is compared with nothing that is installed
+    static_cast<void>(RunStep<CInstallDeleteFile>(context.state.journal, path));
+  }
+  return true;
 }
 
 void TellRestart(Context& context) {

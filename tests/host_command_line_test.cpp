@@ -45,6 +45,7 @@ TEST(CommandTable, HoldsTheCommandsThatWereGivenOutAndNoOthers) {
       {"pack", "FILE.kei", "-o/--output OUT.kep --portable --force"},
       {"import", "[EXT...]", "--from PRODUCT --to PRODUCT --state enabled|disabled"},
       {"validate", "FILE...", ""},
+      {"verify", "[EXT...]", "-p/--product PRODUCT --state enabled|disabled"},
       {"history", "[EXT]", ""},
       {"undo", "[N]", ""},
       {"trash", "", ""},

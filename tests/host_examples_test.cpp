@@ -52,8 +52,12 @@ protected:
       EXPECT_EQ(difference(first.try_emplace(step, now).first->second, now, ".kep"), "") << step;
       EXPECT_TRUE(*step == 'e' || !difference(installed, now, ".kep").empty());
     }
+    const test::MachineSnapshot enabled = snapshot();
     runs({"uninstall", name, "-y"});
     EXPECT_EQ(difference(before, snapshot()), "");
+    runs({"undo", "-y"});
+    EXPECT_EQ(difference(enabled, snapshot()), "");
+    runs({"verify"});
   }
 };
 
@@ -72,6 +76,8 @@ TEST_P(Examples, IsPackedInstalledSetAsideAndTakenAway) {
     EXPECT_EQ(list[0]["name"], name);
     EXPECT_EQ(list[0]["state"], "enabled");
     runs({"machine", "logon"}); // puts a system file in place
+    const auto verified = json({"verify"}, 0)["extensions"][0];
+    EXPECT_TRUE(verified["recorded"] && verified["problems"].empty()) << verified;
     runs({"disable", name});
     runs({"enable", name, "-y"});
     runs({"uninstall", name, "-y"});

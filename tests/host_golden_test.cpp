@@ -117,6 +117,8 @@ TEST_F(Golden, EveryCommandPrintsItsDocument) {
   run({"install", description, "-y", "--accept-agreement", "-p", "Tidemark 4"});
   run({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement"});
   run({"enable", "Nothing"});
+  run({"verify"});
+  run({"verify", "Nothing"});
   run({"history"});
   run({"history", "Nothing"});
   run({"undo", "-y"});

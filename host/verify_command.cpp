@@ -1,0 +1,133 @@
+#include "host/commands.h"
+
+#include "description/extension.h"
+#include "host/selector.h"
+#include "host/session.h"
+#include "host/terminal/text_width.h"
+#include "products/product.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace kest::host {
+namespace {
+
+const char* WordOf(VerifyReport::State state) {
+  switch (state) {
+  case VerifyReport::State::kChanged:
+    return "changed";
+  case VerifyReport::State::kMoved:
+    return "moved";
+  case VerifyReport::State::kMissing:
+    return "missing";
+  case VerifyReport::State::kUnknown:
+    return "unknown";
+  case VerifyReport::State::kForeign:
+    return "foreign";
+  case VerifyReport::State::kAsInstalled:
+    break;
+  }
+  return "as_installed";
+}
+
+/// How many of the entries are neither as installed nor additions of others.
+std::size_t CountTold(const VerifyReport& report, bool unknown) {
+  return static_cast<std::size_t>(
+      std::count_if(report.entries.begin(), report.entries.end(), [unknown](const VerifyReport::Entry& entry) {
+        return entry.state != VerifyReport::State::kForeign &&
+               (entry.state == VerifyReport::State::kUnknown) == unknown;
+      }));
+}
+
+Json ReportJson(Session& session, const Installed& one, const VerifyReport& report) {
+  Json json = ExtensionJson(session.GetManager(), &session.GetMachine(), one.product, *one.extension);
+  json["recorded"] = report.recorded;
+  json["files"] = report.files;
+  json["entries"] = report.lines;
+  json["problems"] = Json::array();
+  for (const VerifyReport::Entry& entry : report.entries) {
+    Json problem = PathJson(&session.GetMachine(), entry.path);
+    problem["entry"] = entry.line.empty() ? Json(nullptr) : Json(ToUtf8(entry.line));
+    problem["state"] = WordOf(entry.state);
+    json["problems"].push_back(std::move(problem));
+  }
+  return json;
+}
+
+void Say(Session& session, const Installed& one, const VerifyReport& report) {
+  const std::size_t wrong = CountTold(report, false);
+  const std::size_t unknown = CountTold(report, true);
+  std::string text = fmt::format("{} in {}: ", Quote(*one.extension), NameOf(*one.product));
+  const std::string looked = fmt::format("{} file{}, {} configuration entr{}", report.files,
+                                         report.files == 1 ? "" : "s", report.lines, report.lines == 1 ? "y" : "ies");
+  if (wrong > 0) {
+    text += fmt::format("{} of {} not as installed\n", wrong, looked);
+  } else if (unknown > 0) {
+    text += fmt::format("nothing is missing; whether {} as installed is unknown, since {}\n",
+                        report.files == 1 ? "it is" : "all is",
+                        report.recorded              ? "the machine gives no answer"
+                        : one.extension->IsEnabled() ? "its install was not recorded"
+                                                     : "it is disabled");
+  } else {
+    text += fmt::format("{} as installed\n", looked);
+  }
+  for (const VerifyReport::Entry& entry : report.entries) {
+    if (entry.state == VerifyReport::State::kUnknown && wrong == 0) {
+      continue;
+    }
+    text += fmt::format("  {:<8} {}\n", WordOf(entry.state), Shown(entry.path));
+    text += entry.line.empty() ? "" : fmt::format("           {}\n", Shown(entry.line));
+  }
+  session.terminal.Data(text);
+}
+
+} // namespace
+
+int RunVerify(Session& session) {
+  int exit = kDone;
+  if (!session.OpenEngine(exit)) {
+    return exit;
+  }
+  const CKestProduct* only = nullptr;
+  if (!session.options.product.empty() && !(only = session.FindProduct(session.options.product, exit))) {
+    return exit;
+  }
+  std::vector<Installed> all = CollectInstalled(session, only);
+  if (!session.options.arguments.empty()) {
+    std::vector<Installed> chosen;
+    for (const std::string& word : session.options.arguments) {
+      const Installed one = Select(session, all, word, exit);
+      if (one.extension == nullptr) {
+        return exit;
+      }
+      chosen.push_back(one);
+    }
+    all = std::move(chosen);
+  }
+  std::size_t bad = 0;
+  for (const Installed& one : all) {
+    const VerifyReport report = session.GetManager().VerifyExtension(one.product, one.extension);
+    bad += report.HasProblems() ? 1 : 0;
+    session.document["extensions"].push_back(ReportJson(session, one, report));
+    if (!session.options.json) {
+      Say(session, one, report);
+    }
+  }
+  if (bad > 0) {
+    return session.Fail(kProblemsFound, {fmt::format("{} of {} extension{} not as installed", bad, all.size(),
+                                                     all.size() == 1 ? " is" : "s are"),
+                                         "somebody has changed, moved or taken away what is listed",
+                                         "nothing",
+                                         {},
+                                         "install them again, or leave it when the change was yours",
+                                         0});
+  }
+  if (all.empty()) {
+    session.terminal.Notice(fmt::format("No extension is installed {} {}.", only ? "in" : "on",
+                                        only ? NameOf(*only) : session.GetMachineName()));
+  }
+  return kDone;
+}
+
+} // namespace kest::host

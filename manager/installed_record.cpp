@@ -1,0 +1,242 @@
+#include "manager/installed_record.h"
+
+#include "config/config_change.h"
+#include "journal/copy_steps.h"
+#include "journal/history.h"
+#include "journal/record_judge.h"
+#include "journal/step_record.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
+#include "platform/text/sealed_line.h"
+#include "platform/text/sha256.h"
+
+#include <charconv>
+#include <map>
+
+namespace kest {
+namespace installed_record {
+namespace {
+
+constexpr std::size_t kNameDigits = 16;
+
+CString LineFor(const char* kind, std::initializer_list<std::pair<const char*, CString>> fields) {
+  StepRecord line;
+  line.SetKind(kind);
+  for (const auto& [name, value] : fields) {
+    line.Add(name, value);
+  }
+  return sealed_line::Seal(line.ToText());
+}
+
+bool Take(const StepRecord& line, Record& record, std::size_t& counted) {
+  const CString path = line.Get("path");
+  if (line.GetKind() == "end") {
+    const CString count = line.Get("lines");
+    return std::from_chars(count.data(), count.data() + count.size(), counted).ec == std::errc();
+  }
+  if (!RecordJudge::IsPlain(path)) {
+    return false;
+  }
+  if (line.GetKind() == "file") {
+    FileDigest digest{0, line.Get("hash")};
+    const CString size = line.Get("size");
+    record.files.emplace_back(path, std::move(digest));
+    return std::from_chars(size.data(), size.data() + size.size(), record.files.back().second.size).ec == std::errc();
+  }
+  if (line.GetKind() == "folder") {
+    record.folders.push_back(path);
+  } else if (line.GetKind() == "line") {
+    record.lines.push_back({path, line.Get("text"), line.Get("before"), line.Get("after")});
+  }
+  return true;
+}
+
+} // namespace
+
+bool GetPath(const CString& description, CString& path) {
+  if (!history::GetFolder(path)) {
+    return false;
+  }
+  const CString key = text::Lower(description);
+  Sha256 hash;
+  hash.Add(key.data(), key.size());
+  path += "installed\\" + hash.Finish().substr(0, kNameDigits) + ".record";
+  return true;
+}
+
+bool Read(const CString& description, Record& record) {
+  CString path;
+  CString content;
+  if (!GetPath(description, path) || !CKestOS::FileExists(path) || !CKestFile::ReadAll(path, content)) {
+    return false;
+  }
+  record = {};
+  std::size_t counted = 0;
+  std::size_t lines = 0;
+  std::string_view rest = content;
+  for (std::size_t end; (end = rest.find('\n')) != std::string_view::npos; rest.remove_prefix(end + 1)) {
+    std::string_view body;
+    StepRecord line;
+    if (!sealed_line::Unseal(rest.substr(0, end), body) || !StepRecord::FromText(body, line) ||
+        !Take(line, record, counted)) {
+      return false;
+    }
+    ++lines;
+  }
+  return rest.empty() && lines == counted && !record.files.empty() &&
+         text::EqualNoCase(record.files.front().first, description);
+}
+
+std::vector<CString> SplitLines(std::string_view content) {
+  std::vector<CString> lines;
+  while (!content.empty()) {
+    const std::size_t end = std::min(content.find('\n'), content.size());
+    lines.emplace_back(text::Trimmed(content.substr(0, end)));
+    content.remove_prefix(std::min(end + 1, content.size()));
+  }
+  return lines;
+}
+
+std::vector<Line> FindNewLines(const CString& path, std::string_view before, std::string_view after) {
+  std::unordered_map<CString, int> had;
+  for (const CString& line : SplitLines(before)) {
+    ++had[line];
+  }
+  const std::vector<CString> lines = SplitLines(after);
+  std::unordered_map<CString, int> has;
+  for (const CString& line : lines) {
+    ++has[line];
+  }
+  const auto isAnchor = [&](const CString& line) {
+    const auto old = had.find(line);
+    return !line.empty() && old != had.end() && old->second == 1 && has[line] == 1;
+  };
+  std::vector<Line> found;
+  CString above;
+  std::size_t open = 0; // of `found`: those that wait for an anchor below them
+  for (const CString& line : lines) {
+    if (isAnchor(line)) {
+      for (; open < found.size(); ++open) {
+        found[open].after = line;
+      }
+      above = line;
+    } else if (const auto old = had.find(line); !line.empty() && (old == had.end() || old->second < has[line])) {
+      if (old == had.end()) { // one more of what the file has anyhow cannot be told from the others
+        found.push_back({path, line, above, {}});
+      }
+    }
+  }
+  return found;
+}
+
+} // namespace installed_record
+
+namespace install {
+namespace {
+
+/// The files of the extension's changes, below the configuration folder that the extensions folder is in.
+std::vector<CString> ConfigurationFiles(const Context& context) {
+  CString folder;
+  context.product->GetExtensionsFolder(folder);
+  const CString configuration = CKestPath(WithoutBackslash(folder)).GetFolder();
+  std::vector<CString> paths;
+  for (const auto& set : context.extension->GetConfigChanges()) {
+    CString relative;
+    set->GetPath(relative);
+    if (set->HasSafePath()) {
+      paths.push_back(JoinPath({configuration, relative}));
+    }
+  }
+  return paths;
+}
+
+bool Gather(Context& context, CString& content) {
+  using installed_record::LineFor;
+  CKestExtensionManager::State& state = context.state;
+  std::size_t count = 0;
+  const auto add = [&](const char* kind, std::initializer_list<std::pair<const char*, CString>> fields) {
+    content += LineFor(kind, fields);
+    ++count;
+  };
+  const auto addFile = [&](const CString& path) {
+    FileDigest digest;
+    if (!DigestFile(path, digest)) {
+      return false;
+    }
+    add("file", {{"path", path}, {"size", std::to_string(digest.size)}, {"hash", digest.hash}});
+    state.note.digests[text::Lower(path)] = std::move(digest);
+    return true;
+  };
+  if (!addFile(context.destination)) {
+    return false;
+  }
+  const FilePlacement::Resolver resolver(state.placement, context.product, context.extension.get());
+  for (const CKestExtensionFile& file : context.extension->GetFiles()) {
+    const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
+    const CString& path = place.destination.GetText();
+    if (place.result == FilePlace::kResolved && !place.unsafe && context.keep.count(path) == 0 &&
+        !file.IsSystemFile() && !addFile(path)) {
+      return false;
+    }
+  }
+  for (const CString& path : state.report.created) {
+    if (CKestOS::DirectoryExists(path)) {
+      add("folder", {{"path", path}});
+    }
+  }
+  for (const auto& [path, before] : context.configuration) {
+    CString after;
+    if (!CKestOS::FileExists(path)) {
+      continue;
+    }
+    if (!CKestFile::ReadAll(path, after)) {
+      return false;
+    }
+    for (const installed_record::Line& line : installed_record::FindNewLines(path, before, after)) {
+      add("line", {{"path", path}, {"text", line.text}, {"before", line.before}, {"after", line.after}});
+    }
+  }
+  content += LineFor("end", {{"lines", std::to_string(count + 1)}});
+  return true;
+}
+
+bool Place(Context& context, const CString& content) {
+  CKestExtensionManager::State& state = context.state;
+  CString path;
+  CString temp;
+  CString file;
+  if (!installed_record::GetPath(context.destination, path) || !CKestOS::GetTempPath(temp) ||
+      !CKestOS::GetTempFileName(temp, "rec", file) || !CKestFile::WriteAll(file, content)) {
+    return false;
+  }
+  const std::size_t created = state.report.created.size();
+  const bool placed = state.EnsureFolderExists(CKestPath(path).GetFolder()) &&
+                      RunStep<CInstallCopyFile>(state.journal, file, path, false, false) == 0;
+  state.report.created.resize(std::min(created, state.report.created.size())); // the record is ours, not the user's
+  return placed;
+}
+
+} // namespace
+
+bool NoteConfiguration(Context& context) {
+  for (const CString& path : ConfigurationFiles(context)) {
+    CString content;
+    if (!CKestOS::FileExists(path) || CKestFile::ReadAll(path, content)) {
+      context.configuration.try_emplace(CKestOS::GetMachine().GetStoredPath(path), std::move(content));
+    }
+  }
+  return true;
+}
+
+bool RecordInstalled(Context& context) {
+  CString content;
+  if (!Gather(context, content) || !Place(context, content)) {
+    context.state.Note({OperationReport::Failure::kOther, CString(),
+                        "what was installed could not be recorded: it cannot be verified later", 0, CString(),
+                        CString(), false});
+  }
+  return true;
+}
+
+} // namespace install
+} // namespace kest

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "journal/file_digest.h"
+#include "manager/install.h"
+
+#include <unordered_map>
+
+namespace kest {
+
+/// What an install left, to be compared later: a record of ours beside the history, one file for each installed
+/// description. Lines are sealed; a record that is damaged is as good as none.
+namespace installed_record {
+
+/// A line that the install put into a configuration file. Lines without blanks at their ends.
+struct Line {
+  CString path;   ///< of the file
+  CString text;   ///< the line
+  CString before; ///< the nearest line above it that the file has once, and had before; empty when there is none
+  CString after;  ///< the same below it
+};
+
+struct Record {
+  std::vector<std::pair<CString, FileDigest>> files; ///< path and content; the description is the first
+  std::vector<CString> folders;                      ///< those that the install made
+  std::vector<Line> lines;
+};
+
+/// Where the record of an installed description lies; false when the machine has no place for it.
+[[nodiscard]] bool GetPath(const CString& description, CString& path);
+/// False when there is none, or it is damaged.
+[[nodiscard]] bool Read(const CString& description, Record& record);
+
+/// The lines of a configuration file, without blanks at their ends.
+[[nodiscard]] std::vector<CString> SplitLines(std::string_view content);
+/// Which lines of `after` are new against `before`, with their neighbours.
+[[nodiscard]] std::vector<Line> FindNewLines(const CString& path, std::string_view before, std::string_view after);
+
+} // namespace installed_record
+
+namespace install {
+
+/// Reads the configuration files that are about to be changed.
+bool NoteConfiguration(Context&);
+/// Writes the record as a step of the install; one that cannot be written is only noted.
+bool RecordInstalled(Context&);
+
+} // namespace install
+
+} // namespace kest

@@ -1,0 +1,197 @@
+#include "manager/verify.h"
+
+#include "description/extension.h"
+#include "manager/installed_record.h"
+#include "manager/manager_state.h"
+#include "platform/machine/file.h"
+#include "platform/machine/os.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_set>
+
+namespace kest {
+namespace {
+
+using State = CKestExtensionManager::State;
+using Standing = VerifyReport::State;
+
+/// A configuration file as it is now.
+class Present {
+public:
+  explicit Present(std::string_view content) : m_lines(installed_record::SplitLines(content)) {
+    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+      m_places[m_lines[i]].push_back(i);
+    }
+  }
+
+  [[nodiscard]] Standing Find(const installed_record::Line& line) const {
+    const auto found = m_places.find(line.text);
+    if (found == m_places.end()) {
+      return HoldsWordsOf(line.text) ? Standing::kAsInstalled : Standing::kMissing;
+    }
+    // neighbours that went, or are there twice by now, tell nothing
+    const std::size_t* above = FindOnly(line.before);
+    const std::size_t* below = FindOnly(line.after);
+    const bool stands = std::any_of(found->second.begin(), found->second.end(), [&](std::size_t place) {
+      return (above == nullptr || *above < place) && (below == nullptr || place < *below);
+    });
+    return stands ? Standing::kAsInstalled : Standing::kMoved;
+  }
+
+private:
+  [[nodiscard]] const std::size_t* FindOnly(const CString& line) const {
+    const auto found = line.empty() ? m_places.end() : m_places.find(line);
+    return found == m_places.end() || found->second.size() != 1 ? nullptr : found->second.data();
+  }
+
+  static std::vector<CString> WordsOf(const CString& line) {
+    std::vector<CString> words(1);
+    for (const char each : line) {
+      if (std::string_view(" \t,:;=").find(each) == std::string_view::npos) {
+        words.back() += each;
+      } else if (!words.back().empty()) {
+        words.emplace_back();
+      }
+    }
+    return words;
+  }
+
+  // A line of a list, to which others may have added theirs. Not of markup, where a line is one element.
+  [[nodiscard]] bool HoldsWordsOf(const CString& text) const {
+    if (text.starts_with('<')) {
+      return false;
+    }
+    const std::vector<CString> words = WordsOf(text);
+    return std::any_of(m_lines.begin(), m_lines.end(), [&words](const CString& line) {
+      const std::vector<CString> own = WordsOf(line);
+      return own.size() >= words.size() && std::all_of(words.begin(), words.end(), [&own](const CString& word) {
+               return std::find(own.begin(), own.end(), word) != own.end();
+             });
+    });
+  }
+
+  std::vector<CString> m_lines;
+  std::unordered_map<CString, std::vector<std::size_t>> m_places;
+};
+
+void Add(VerifyReport& report, const CString& path, Standing standing, const CString& line = {}) {
+  if (standing != Standing::kAsInstalled) {
+    report.entries.push_back({path, line, standing});
+  }
+}
+
+Standing JudgeFile(const CString& path, const FileDigest& wanted) {
+  switch (LookForFile(path)) {
+  case FilePresence::kMissing:
+    return Standing::kMissing;
+  case FilePresence::kUnknown:
+    return Standing::kUnknown;
+  case FilePresence::kThere:
+    break;
+  }
+  FileDigest digest;
+  std::uint64_t size = 0;
+  if (CKestOS::GetMachine().GetFileSize(path, size) && size != wanted.size) {
+    return Standing::kChanged;
+  }
+  if (!DigestFile(path, digest)) {
+    return Standing::kUnknown;
+  }
+  return digest == wanted ? Standing::kAsInstalled : Standing::kChanged;
+}
+
+void VerifyLines(const installed_record::Record& record, VerifyReport& report) {
+  std::map<CString, std::vector<const installed_record::Line*>> byFile;
+  for (const installed_record::Line& line : record.lines) {
+    byFile[line.path].push_back(&line);
+  }
+  for (const auto& [path, lines] : byFile) {
+    CString content;
+    const FilePresence presence = LookForFile(path);
+    const bool read = presence == FilePresence::kThere && CKestFile::ReadAll(path, content);
+    const Present present(content);
+    for (const installed_record::Line* line : lines) {
+      ++report.lines;
+      Add(report, path,
+          presence == FilePresence::kMissing ? Standing::kMissing
+          : read                             ? present.Find(*line)
+                                             : Standing::kUnknown,
+          line->text);
+    }
+  }
+}
+
+void FindForeign(const CKestExtensionManager& manager, const CKestProduct& product, const CKestExtension& extension,
+                 const installed_record::Record& record, VerifyReport& report) {
+  std::unordered_set<CString> own;
+  for (const auto& [path, digest] : record.files) {
+    own.insert(text::Lower(path));
+  }
+  for (const CString& folder : record.folders) {
+    std::vector<FolderEntry> entries;
+    if (!CKestOS::DirectoryExists(folder) || !CKestOS::GetMachine().ListFolder(folder, entries)) {
+      continue;
+    }
+    for (const FolderEntry& entry : entries) {
+      const CString path = WithBackslash(folder) + entry.name;
+      if (!entry.isFolder && !own.contains(text::Lower(path)) &&
+          !manager.IsFileReferenced(&product, path.c_str(), &extension)) {
+        Add(report, path, Standing::kForeign);
+      }
+    }
+  }
+}
+
+/// Without a record only what is missing can be told.
+void VerifyPresence(const std::vector<CString>& paths, VerifyReport& report) {
+  for (const CString& path : paths) {
+    ++report.files;
+    Add(report, path, LookForFile(path) == FilePresence::kMissing ? Standing::kMissing : Standing::kUnknown);
+  }
+}
+
+} // namespace
+
+bool VerifyReport::HasProblems() const {
+  return std::any_of(entries.begin(), entries.end(), [](const Entry& entry) {
+    return entry.state == State::kChanged || entry.state == State::kMoved || entry.state == State::kMissing;
+  });
+}
+
+VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
+                                                    const CKestExtension* extension) const {
+  VerifyReport report;
+  if (product == nullptr || extension == nullptr) {
+    return report;
+  }
+  const CString& description = extension->GetPath();
+  if (!extension->ReadRest() && LookForFile(description) == FilePresence::kThere) {
+    ++report.files;
+    Add(report, description, Standing::kChanged);
+    return report;
+  }
+  if (!extension->IsEnabled()) {
+    CKestPath package(description);
+    package.SetExtension("kep");
+    VerifyPresence({description, package}, report);
+    return report;
+  }
+  installed_record::Record record;
+  report.recorded = installed_record::Read(description, record);
+  if (!report.recorded) {
+    std::vector<CString> paths = GetInstalledFiles(product, extension);
+    paths.insert(paths.begin(), description);
+    VerifyPresence(paths, report);
+    return report;
+  }
+  for (const auto& [path, digest] : record.files) {
+    ++report.files;
+    Add(report, path, JudgeFile(path, digest));
+  }
+  VerifyLines(record, report);
+  FindForeign(*this, *product, *extension, record, report);
+  return report;
+}
+
+} // namespace kest

@@ -1,0 +1,124 @@
+#include "description/extension.h"
+#include "manager/verify.h"
+#include "platform/machine/os.h"
+#include "support/config_on_machine.h"
+#include "support/kest_fixture.h"
+
+#include <fstream>
+
+namespace kest::test {
+namespace {
+
+using Standing = VerifyReport::State;
+
+class VerifyTest : public KestFixture {
+protected:
+  VerifyTest() {
+    PutConfigFiles(m_pc, kNova);
+    start();
+    installed(package("Tool")
+                  .file("tool.htm", kToCommands, "tool")
+                  .file("code.js", "$tidemark/Configuration/Shared/tool", "code")
+                  .changes(kChangesOfTenFiles)
+                  .changes("<shortcut-insert listId=\"TMMainWindow\"><shortcut key=\"Cmd+9\" id=\"Ten_Key\" />"
+                           "</shortcut-insert>\n")
+                  .changesTheList());
+  }
+  [[nodiscard]] VerifyReport verify() const { return manager().VerifyExtension(nova(), find("Tool")); }
+  /// "state path-below-configuration line" of each thing that is not as installed.
+  [[nodiscard]] std::vector<std::string> told() const {
+    std::vector<std::string> lines;
+    for (const auto& entry : verify().entries) {
+      lines.push_back(std::to_string(static_cast<int>(entry.state)) + " " + entry.path.substr(kConfiguration.size()));
+    }
+    return lines;
+  }
+  static std::string line(Standing state, const std::string& path) {
+    return std::to_string(static_cast<int>(state)) + " " + path;
+  }
+  /// Takes the line that holds `word` out of the text.
+  static std::string cut(std::string& text, const std::string& word) {
+    const std::size_t begin = text.rfind('\n', text.find(word)) + 1;
+    const std::size_t end = text.find('\n', begin) + 1;
+    const std::string line = text.substr(begin, end - begin);
+    text.erase(begin, end - begin);
+    return line;
+  }
+  void edit(const std::string& path, const std::function<void(std::string&)>& change) {
+    std::string content = m_pc.Read(kConfiguration + path);
+    change(content);
+    m_pc.Write(kConfiguration + path, content);
+  }
+};
+
+TEST_F(VerifyTest, EachThingThatSomebodyDidIsFoundAndNothingElse) {
+  const VerifyReport fresh = verify();
+  EXPECT_TRUE(fresh.recorded);
+  EXPECT_EQ(fresh.files, 3u);
+  EXPECT_GT(fresh.lines, 5u);
+  EXPECT_EQ(told(), std::vector<std::string>{});
+
+  // another extension puts its own beside ours, and adds to the same line
+  installed(package("Other")
+                .file("other.htm", kToCommands)
+                .changes("<extensions-changes><extension-insert extension=\"PHTML\" description=\"HTML Documents\" />"
+                         "</extensions-changes>\n"));
+  EXPECT_EQ(told(), std::vector<std::string>{});
+
+  struct Case {
+    std::string path;
+    std::function<void(std::string&)> change;
+    Standing state;
+  };
+  const Case cases[] = {
+      {"Commands\\tool.htm", [](std::string& text) { text[0] = 'T'; }, Standing::kChanged},
+      {"Commands\\tool.htm", [](std::string& text) { text += " "; }, Standing::kChanged},
+      {"Extensions\\tool.kei", [](std::string& text) { text.insert(text.rfind("</"), " "); }, Standing::kChanged},
+      {"Extensions.txt", [](std::string& text) { text.erase(text.find(",SHTML"), 6); }, Standing::kMissing},
+      {"Menus\\Menus.xml", [](std::string& text) { cut(text, "Ten_Key"); }, Standing::kMissing},
+      {"Menus\\Menus.xml",
+       [](std::string& text) {
+         const std::string item = cut(text, "Ten_Item");
+         text.insert(text.find("<separator references"), item);
+       },
+       Standing::kMoved},
+  };
+  for (const Case& one : cases) {
+    SCOPED_TRACE(one.path);
+    const std::string before = m_pc.Read(kConfiguration + one.path);
+    edit(one.path, one.change);
+    EXPECT_EQ(told(), std::vector<std::string>{line(one.state, one.path)});
+    m_pc.Write(kConfiguration + one.path, before);
+  }
+  std::filesystem::remove(m_pc.HostPath(kConfiguration + "Shared\\tool\\code.js"));
+  m_pc.Write(kConfiguration + "Shared\\tool\\mine.txt", "mine");
+  EXPECT_EQ(told(), (std::vector<std::string>{line(Standing::kMissing, "Shared\\tool\\code.js"),
+                                              line(Standing::kForeign, "Shared\\tool\\mine.txt")}));
+}
+
+TEST_F(VerifyTest, WithoutAWholeRecordNothingIsAsInstalled) {
+  std::string record;
+  for (const auto& entry : std::filesystem::directory_iterator(m_pc.HostPath("C:\\ProgramData\\Kest\\installed"))) {
+    record = entry.path();
+  }
+  const std::string whole = ReadHostFile(record);
+  for (const std::string& damaged : {whole.substr(0, whole.size() / 2), whole.substr(whole.find('\n') + 1),
+                                     std::string("kest 9\n"), std::string()}) {
+    std::ofstream(record, std::ios::binary) << damaged;
+    const VerifyReport report = verify();
+    EXPECT_FALSE(report.recorded);
+    EXPECT_FALSE(report.HasProblems());
+    ASSERT_EQ(report.entries.size(), 3u);
+    EXPECT_EQ(report.entries[0].state, Standing::kUnknown);
+  }
+  std::ofstream(record, std::ios::binary) << whole;
+  ASSERT_EQ(disable(find("Tool")), 0);
+  EXPECT_FALSE(std::filesystem::exists(record));
+  EXPECT_FALSE(verify().HasProblems());
+  ASSERT_EQ(enable(find("Tool")), 0);
+  EXPECT_EQ(told(), std::vector<std::string>{});
+  EXPECT_TRUE(verify().recorded);
+}
+
+} // namespace
+} // namespace kest::test
