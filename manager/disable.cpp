@@ -2,6 +2,9 @@
 #include "journal/private_steps.h"
 #include "manager/operation_scope.h"
 #include "platform/machine/os.h"
+#include "platform/package/package.h"
+
+#include <unordered_map>
 
 namespace kest {
 namespace {
@@ -10,6 +13,7 @@ using State = CKestExtensionManager::State;
 using Failure = OperationReport::Failure;
 
 constexpr int kLongestStem = 27;
+constexpr std::uint64_t kLongestDescription = 16u << 20;
 
 /// What a disable is about, and what its phases find out for each other.
 struct DisableContext {
@@ -24,14 +28,48 @@ struct DisableContext {
   int restart = 0;
 };
 
-/// A package from an earlier disable will do when nothing installed is newer.
-bool IsPackageUpToDate(const DisableContext& context) {
-  CKestDateTime date;
-  if (!CKestOS::GetFileDateTime(context.package, date)) {
+/// Whether the package's first entry is a description of the extension that is being disabled.
+bool IsPackageOfExtension(const DisableContext& context, CKestPackage& package, const PackageEntry& first) {
+  CString text;
+  CKestExtension packed;
+  if (package.UnPackToMemory(first.name, kLongestDescription, text) != CKestPackage::kGood ||
+      packed.LoadText(text, nullptr) != CKestExtension::kLoaded) {
     return false;
   }
-  const std::optional<bool> newer = context.state.HasFilesNewerThan(context.product, context.extension.GetPath(), date);
-  return newer.has_value() && !*newer;
+  const CKestExtension& own = context.extension;
+  return text::EqualNoCase(packed.GetName(), own.GetName()) &&
+         text::EqualNoCase(packed.GetAuthorName(), own.GetAuthorName()) && packed.CompareVersion(own) == 0;
+}
+
+/// A package from an earlier disable will do when it is of this extension, and holds each installed file as it is now:
+/// somebody may have put an older file in a place by hand, or a package of another extension in this one.
+bool IsPackageUpToDate(const DisableContext& context) {
+  CKestPackage package(context.package.GetText().c_str());
+  std::vector<PackageEntry> entries;
+  if (LookForFile(context.package) != FilePresence::kThere || package.GetEntries(entries) != CKestPackage::kGood ||
+      entries.empty() || !IsPackageOfExtension(context, package, entries.front())) {
+    return false;
+  }
+  std::unordered_map<CString, const PackageEntry*> byName;
+  for (const PackageEntry& entry : entries) {
+    byName.emplace(text::Lower(entry.name), &entry);
+  }
+  const FilePlacement::Resolver resolver(context.state.placement, &context.product, &context.extension);
+  for (const CKestExtensionFile& file : context.extension.GetFiles()) {
+    const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
+    if (!IsPlaced(file) || place.result != FilePlace::kResolved) {
+      continue;
+    }
+    const auto entry = byName.find(text::Lower(PackageEntryName(file.GetSource())));
+    std::uint64_t size = 0;
+    CKestDateTime date;
+    if (entry == byName.end() || !CKestOS::GetMachine().GetFileSize(place.destination, size) ||
+        !CKestOS::GetFileDateTime(place.destination, date) || size != entry->second->size ||
+        date != entry->second->date) {
+      return false;
+    }
+  }
+  return true;
 }
 
 /// A name in the folder that neither a description nor a package has.

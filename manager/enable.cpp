@@ -9,9 +9,11 @@ namespace {
 using State = CKestExtensionManager::State;
 using Failure = OperationReport::Failure;
 
-/// The package stays for a later disable; the description set aside goes, and the catalogue's record becomes enabled.
-bool FinishRecord(State& state, CKestExtension& record, const CKestExtension& installed) {
-  if (RunStep<CInstallDeleteFile>(state.journal, record.GetPath()) != 0 ||
+/// What was set aside goes, package and description, whatever they are called: nobody uses them any more. The
+/// catalogue's record becomes enabled.
+bool FinishRecord(State& state, const CKestPath& package, CKestExtension& record, const CKestExtension& installed) {
+  if (RunStep<CInstallDeleteFile>(state.journal, package) != 0 ||
+      RunStep<CInstallDeleteFile>(state.journal, record.GetPath()) != 0 ||
       ChangeRecord(state, record, true, installed.GetPath()) != 0) {
     state.FailByMachine(record.GetPath(), "the description set aside could not be deleted");
     return false;
@@ -63,7 +65,7 @@ int CKestExtensionManager::EnableExtension(const CKestProduct* product, CKestExt
     state.Fail(Failure::kOther, CString(), "the extension could not be enabled");
     return -1;
   }
-  if (!FinishRecord(state, *extension, *installed) || !steps.Commit()) {
+  if (!FinishRecord(state, package, *extension, *installed) || !steps.Commit()) {
     return -1;
   }
   TellRestart(state, *product, restart);

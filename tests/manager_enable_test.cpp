@@ -24,6 +24,15 @@ TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
   const CString path = record->GetPath();
   ASSERT_EQ(report().leftovers.size(), 1u);
   EXPECT_EQ(report().leftovers[0].path, kConfiguration + "Extensions.tbk");
+  // an edited file has a date of its own, and so has a package
+  const auto settled = [this] {
+    for (const std::string& file : {kDisabled + "tool.kep", kDisabled + "tool.kei", kDescriptions + "tool.kei"}) {
+      static_cast<void>(CKestOS::SetFileDateTime(file, CKestDateTime(1000000000)));
+    }
+    EXPECT_TRUE(CKestOS::SetFileDateTime(kConfiguration + "Extensions.txt", CKestDateTime(1000000000)));
+    return m_pc.Snapshot();
+  };
+  settled();
   const std::string list = m_pc.Read(kConfiguration + "Extensions.txt");
 
   ASSERT_EQ(disable(record), 0);
@@ -32,25 +41,23 @@ TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
   EXPECT_FALSE(m_pc.Exists(kConfiguration + "Shared"));
   EXPECT_TRUE(m_pc.Exists(kDisabled + "tool.kep"));
   EXPECT_NE(m_pc.Read(kConfiguration + "Extensions.txt"), list);
-  // an edited file has a date of its own
-  const auto settled = [this] {
-    EXPECT_TRUE(CKestOS::SetFileDateTime(kConfiguration + "Extensions.txt", CKestDateTime(1000000000)));
-    return m_pc.Snapshot();
-  };
   const MachineSnapshot disabled = settled();
 
   ASSERT_EQ(enable(record), 0);
   EXPECT_EQ(record->GetPath(), path);
   EXPECT_EQ(find("Tool"), record) << "the catalogue keeps its record";
+  EXPECT_FALSE(m_pc.Exists(kDisabled + "tool.kep")) << "it was used";
   EXPECT_EQ(m_pc.Read(kConfiguration + "Shared\\tool\\deep\\readme.txt"), "r");
   EXPECT_EQ(m_pc.Read(kConfiguration + "Extensions.txt"), list);
   const MachineSnapshot enabled = settled();
 
   ASSERT_EQ(disable(record), 0);
-  EXPECT_EQ(difference(disabled, settled()), "") << "the package of the first disable serves again";
+  EXPECT_EQ(difference(disabled, settled()), "");
   ASSERT_EQ(enable(record), 0);
   EXPECT_EQ(difference(enabled, settled()), "");
-  m_pc.Write(kCommands + "tool.htm", "changed by the user", 4000000000);
+  // an older package in the place: the file put back by hand is what counts, whatever its date
+  m_pc.Write(kDisabled + "tool.kep", m_pc.Read(kep), 4000000000);
+  m_pc.Write(kCommands + "tool.htm", "changed by the user", 1000);
   ASSERT_EQ(disable(record), 0);
   ASSERT_EQ(enable(record), 0);
   EXPECT_EQ(m_pc.Read(kCommands + "tool.htm"), "changed by the user");
