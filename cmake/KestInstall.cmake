@@ -9,7 +9,7 @@ set(KEST_PUBLIC_HEADERS
   description/description_observer.h description/extension.h description/extension_records.h
   description/extension_xml_parser.h description/typed_container.h
   journal/catalogue_operations.h journal/history.h journal/install_step.h journal/journal.h
-  manager/extension_manager.h manager/operation_report.h manager/verify.h
+  manager/extension_manager.h manager/operation_report.h manager/owners.h manager/verify.h
   platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h
   platform/machine/timer.h
   platform/machine_folder/machine_folder.h platform/machine_folder/version_resource.h

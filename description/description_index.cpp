@@ -10,7 +10,7 @@ namespace kest {
 namespace {
 
 constexpr const char* kFileName = "descriptions.index";
-constexpr std::string_view kHeader = "kest-descriptions 1";
+constexpr std::string_view kHeader = "kest-descriptions 2";
 constexpr std::uint64_t kMostBytes = 64u << 20;
 
 enum Field : std::size_t {
@@ -27,12 +27,39 @@ enum Field : std::size_t {
   kAuthor,
   kRestart,
   kFiles,
+  kFileKeys, ///< four digits each
   kFieldCount
 };
 
 template <class T> bool Parse(std::string_view text, T& value) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   return error == std::errc() && end == text.data() + text.size();
+}
+
+constexpr std::size_t kKeyDigits = 4;
+
+CString KeysText(const std::vector<std::uint16_t>& keys) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  CString text;
+  for (const std::uint16_t key : keys) {
+    for (int shift = 12; shift >= 0; shift -= 4) {
+      text += kDigits[key >> shift & 15];
+    }
+  }
+  return text;
+}
+
+bool ParseKeys(std::string_view text, std::vector<std::uint16_t>& keys) {
+  keys.reserve(text.size() / kKeyDigits);
+  for (; text.size() >= kKeyDigits; text.remove_prefix(kKeyDigits)) {
+    std::uint16_t key = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + kKeyDigits, key, 16);
+    if (error != std::errc() || end != text.data() + kKeyDigits) {
+      return false;
+    }
+    keys.push_back(key);
+  }
+  return text.empty();
 }
 
 CString LineOf(const CString& name, const CKestExtension& record) {
@@ -54,6 +81,7 @@ CString LineOf(const CString& name, const CKestExtension& record) {
   add(sealed_line::Escape(record.GetAuthorName()));
   add(record.RequiresRestart() ? "1" : "0");
   add(std::to_string(record.GetFileCount()));
+  add(KeysText(record.GetFileKeys()));
   return sealed_line::Seal(line);
 }
 
@@ -95,9 +123,10 @@ bool DescriptionIndex::Fill(const CString& name, const FileStamp& stamp, CKestEx
   FileStamp known;
   int type = 0;
   int files = 0;
+  std::vector<std::uint16_t> keys;
   if (fields.size() != kFieldCount || !Parse(fields[kStampId], known.id) || !Parse(fields[kSize], known.size) ||
       !Parse(fields[kWritten], known.written) || !Parse(fields[kChanged], known.changed) || known != stamp ||
-      !Parse(fields[kType], type) || !Parse(fields[kFiles], files)) {
+      !Parse(fields[kType], type) || !Parse(fields[kFiles], files) || !ParseKeys(fields[kFileKeys], keys)) {
     return false;
   }
   CString id;
@@ -116,6 +145,7 @@ bool DescriptionIndex::Fill(const CString& name, const FileStamp& stamp, CKestEx
   record.SetAuthorName(author);
   record.SetRequiresRestart(fields[kRestart] == "1");
   record.ReadRestLater(files);
+  record.SetFileKeys(std::move(keys));
   record.SetStamp(stamp, true);
   return true;
 }

@@ -7,6 +7,7 @@
 #include "description/extension_xml_parser.h"
 #include "menus/menu_changes.h"
 #include "menus/menu_sets.h"
+#include "platform/text/path.h"
 
 #include <algorithm>
 
@@ -161,6 +162,37 @@ bool CKestExtension::ReadRest() const {
   whole.m_isIndexed = m_isIndexed;
   self = std::move(whole);
   return true;
+}
+
+namespace {
+
+/// The same in every process: it stands in files.
+std::uint16_t KeyOf(std::string_view fileName) {
+  std::uint32_t key = 2166136261u;
+  for (const char each : text::Lower(fileName.substr(0, fileName.find('.')))) {
+    key = (key ^ static_cast<unsigned char>(each)) * 16777619u;
+  }
+  return static_cast<std::uint16_t>(key ^ key >> 16);
+}
+
+} // namespace
+
+bool CKestExtension::MayListFile(std::string_view fileName) const {
+  const std::vector<std::uint16_t> keys = GetFileKeys();
+  return std::find(keys.begin(), keys.end(), KeyOf(fileName)) != keys.end();
+}
+
+std::vector<std::uint16_t> CKestExtension::GetFileKeys() const {
+  if (m_isRestUnread) {
+    return m_fileKeys;
+  }
+  std::vector<std::uint16_t> keys;
+  for (const CKestExtensionFile& file : m_files) {
+    CKestPath source(file.GetSource());
+    source.LocalizePathSeparators();
+    keys.push_back(KeyOf(source.GetFileName()));
+  }
+  return keys;
 }
 
 int CKestExtension::GetFileCount() const { return m_isRestUnread ? m_fileCount : static_cast<int>(m_files.GetCount()); }

@@ -5,7 +5,9 @@
 #include "platform/text/values.h"
 #include "platform/xml/xml_object.h"
 
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace kest {
 
@@ -151,6 +153,11 @@ public:
   bool ReadRest() const;
   /// How many files the description lists; never reads it.
   [[nodiscard]] int GetFileCount() const;
+  /// Whether a file of this name (without folder) may be one of those that the description lists; never reads it.
+  [[nodiscard]] bool MayListFile(std::string_view fileName) const;
+  /// What MayListFile goes by: of each file a number made of its name up to the first dot, letter case aside.
+  [[nodiscard]] std::vector<std::uint16_t> GetFileKeys() const;
+  void SetFileKeys(std::vector<std::uint16_t> keys) { m_fileKeys = std::move(keys); } ///< while the rest is unread
   /// The description's file as it was before it was read; nothing when that is not known.
   [[nodiscard]] const std::optional<FileStamp>& GetStamp() const { return m_stamp; }
   /// `indexed`: see IsIndexed.
@@ -219,7 +226,8 @@ private:
   std::optional<FileStamp> m_stamp;
   bool m_isIndexed = false;
   bool m_isRestUnread = false;
-  int m_fileCount = 0; ///< while the rest is unread
+  int m_fileCount = 0;                   ///< while the rest is unread
+  std::vector<std::uint16_t> m_fileKeys; ///< while the rest is unread
 };
 
 } // namespace kest

@@ -73,6 +73,12 @@ constexpr FlagSpec kImportFlags[] = {
     kStateFlag,
 };
 
+constexpr FlagSpec kOwnsFlags[] = {
+    {"--menu", 0, "ID", nullptr, &Options::menu, "a menu, menu item or format by its id, instead of a file"},
+    {"--key", 0, "KEYS", nullptr, &Options::key, "a shortcut by its keys, such as Ctrl+Shift+T"},
+    {"--button", 0, "ID", nullptr, &Options::button, "anything in a toolbar or on the insert bar by its id"},
+    {"--tag", 0, "NAME", nullptr, &Options::tag, "a tag or tag library by its name"},
+};
 constexpr FlagSpec kTrashEmptyFlags[] = {
     {"--older-than", 0, "DAYS", nullptr, &Options::olderThan, "only what is older"},
     {"--keep-size", 0, "MB", nullptr, &Options::keepSize, "the oldest, until no more than so much is kept"},
@@ -117,6 +123,8 @@ constexpr CommandSpec kCommands[] = {
      "results", RunImport},
     {"validate", "FILE...", 1, -1, Completes::kFiles, NO_FLAGS, "check descriptions and packages",
      "Exit code 8 when something is wrong.", "check", RunValidate},
+    {"owns", "[PATH]", 0, 1, Completes::kFiles, FLAGS(kOwnsFlags), "tell which extension put something there",
+     "PATH is a path of the machine or of this system. Exit code 4 when no extension did.", "owns", RunOwns},
     {"verify", "[EXT...]", 0, -1, Completes::kExtensions, FLAGS(kExtensionFlags),
      "compare installed extensions with what was installed",
      "Files by content, entries of configuration files by text and place. Exit code 8 when something is wrong.",

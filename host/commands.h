@@ -21,6 +21,7 @@ int RunEnable(Session& session);
 int RunPack(Session& session);
 int RunImport(Session& session);
 int RunValidate(Session& session);
+int RunOwns(Session& session);
 int RunVerify(Session& session);
 int RunHistory(Session& session);
 int RunUndo(Session& session);

@@ -44,6 +44,10 @@ struct Options {
   bool force = false;
   std::string from;
   std::string to;
+  std::string menu;
+  std::string key;
+  std::string button;
+  std::string tag;
   int olderThan = -1; ///< days; -1: not given
   int keepSize = -1;  ///< megabytes; -1: not given
 

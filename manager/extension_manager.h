@@ -4,6 +4,7 @@
 #include "journal/history.h"
 #include "journal/journal.h"
 #include "manager/operation_report.h"
+#include "manager/owners.h"
 #include "manager/verify.h"
 #include "platform/messages/extension_manager_ui.h"
 #include "platform/text/containers.h"
@@ -163,6 +164,10 @@ public:
   /// entries in configuration files by text and place. Reads alone. Without a record of the install, of a disabled
   /// extension and of null nothing is said to be as installed.
   [[nodiscard]] VerifyReport VerifyExtension(const CKestProduct* product, const CKestExtension* extension) const;
+
+  /// The extensions in the catalogue that put the thing there, disabled ones for what lies aside of them alone. For a
+  /// file only descriptions that list one of that name are read.
+  [[nodiscard]] std::vector<Owner> FindOwners(OwnedThing thing, const CString& name) const;
 
   // ---- for hosts
   /// Which files an uninstall would delete and which would stay. Empty for null.

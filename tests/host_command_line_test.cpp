@@ -45,6 +45,7 @@ TEST(CommandTable, HoldsTheCommandsThatWereGivenOutAndNoOthers) {
       {"pack", "FILE.kei", "-o/--output OUT.kep --portable --force"},
       {"import", "[EXT...]", "--from PRODUCT --to PRODUCT --state enabled|disabled"},
       {"validate", "FILE...", ""},
+      {"owns", "[PATH]", "--menu ID --key KEYS --button ID --tag NAME"},
       {"verify", "[EXT...]", "-p/--product PRODUCT --state enabled|disabled"},
       {"history", "[EXT]", ""},
       {"undo", "[N]", ""},

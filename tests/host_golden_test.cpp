@@ -117,6 +117,9 @@ TEST_F(Golden, EveryCommandPrintsItsDocument) {
   run({"install", description, "-y", "--accept-agreement", "-p", "Tidemark 4"});
   run({"import", "--from", "Tidemark 4", "--to", "Tidemark Nova", "--accept-agreement"});
   run({"enable", "Nothing"});
+  run({"owns", R"(C:\Program Files\Kestrel\Tidemark 6\Configuration\Commands\tabletools.htm)"});
+  run({"owns", R"(C:\Nothing.htm)"});
+  run({"owns", "--key", "Ctrl+T", "--tag", "b"});
   run({"verify"});
   run({"verify", "Nothing"});
   run({"history"});

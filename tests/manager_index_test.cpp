@@ -3,6 +3,7 @@
 #include "description/description_index.h"
 #include "platform/machine/forwarding_machine.h"
 #include "platform/machine/os.h"
+#include "support/config_on_machine.h"
 #include "support/kest_fixture.h"
 
 #include <chrono>
@@ -176,6 +177,44 @@ TEST_F(IndexTest, AFailedOperationMakesNone) {
   restart();
   EXPECT_EQ(tryInstall("C:\\nothing.kep"), nullptr);
   EXPECT_FALSE(m_pc.Exists(kIndex));
+}
+
+TEST_F(IndexTest, TheOwnerOfAFileIsFoundByReadingItsDescriptionAlone) {
+  ASSERT_EQ(startAndCount(), 0);
+  ReadingMachine machine(m_pc.Get());
+  CKestOS::SetMachine(&machine);
+  const std::vector<Owner> owners = manager().FindOwners(OwnedThing::kFile, text::Lower(kCommands + "F7.htm"));
+  ASSERT_EQ(owners.size(), 1u);
+  EXPECT_EQ(owners[0].extension->GetName(), "One 7");
+  EXPECT_NE(owners[0].element.find("f7.htm"), std::string::npos) << owners[0].element;
+  EXPECT_TRUE(manager().FindOwners(OwnedThing::kFile, kCommands + "f70.htm").empty());
+  EXPECT_EQ(manager().FindOwners(OwnedThing::kFile, pathOf(9)).size(), 1u);
+  EXPECT_LE(machine.opened, 2);
+  m_manager.reset();
+  CKestOS::SetMachine(&m_pc.Get());
+}
+
+using OwnersTest = KestFixture;
+
+TEST_F(OwnersTest, WhatADescriptionPutsIntoConfigurationFilesIsFoundByItsName) {
+  PutConfigFiles(m_pc, kNova);
+  start();
+  installed(package("Tool")
+                .changes(kChangesOfTenFiles)
+                .changes("<menu-remove id=\"TMMenu_Help\" /><shortcut-insert listId=\"TMMainWindow\">"
+                         "<shortcut key=\"Cmd+Shift+9\" id=\"Ten_Key\" /></shortcut-insert>\n"));
+  const auto find = [this](OwnedThing thing, const char* name) {
+    const std::vector<Owner> owners = manager().FindOwners(thing, name);
+    return owners.empty() ? CString() : owners[0].extension->GetName() + ": " + owners[0].element;
+  };
+  EXPECT_EQ(find(OwnedThing::kMenu, "ten_item"), "Tool: <menuitem name=\"Ten\" id=\"Ten_Item\" />");
+  EXPECT_EQ(find(OwnedThing::kKey, "Shift+Ctrl+9"), "Tool: <shortcut key=\"Cmd+Shift+9\" id=\"Ten_Key\" />");
+  EXPECT_EQ(find(OwnedThing::kButton, "Ten_Insert"), "Tool: <button id=\"Ten_Insert\" />");
+  EXPECT_NE(find(OwnedThing::kTag, "ten"), "");
+  for (const OwnedThing thing : {OwnedThing::kMenu, OwnedThing::kButton, OwnedThing::kKey, OwnedThing::kTag}) {
+    EXPECT_EQ(find(thing, "TMMenu_Help"), "");
+    EXPECT_EQ(find(thing, ""), "");
+  }
 }
 
 } // namespace
