@@ -1,6 +1,7 @@
 #include "host/command_line.h"
 
 #include "host/terminal/text_width.h"
+#include "platform/text/nearest.h"
 #include "platform/text/text.h"
 
 #include <CLI/CLI.hpp>
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <map>
-#include <numeric>
 #include <utility>
 
 namespace kest::host {
@@ -105,25 +105,6 @@ struct Reader {
   }
 };
 
-// How many letters are to be put in, taken out, changed or swapped to make one word of the other.
-std::size_t Distance(const std::string& a, const std::string& b) {
-  std::vector<std::size_t> before;
-  std::vector<std::size_t> last;
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), 0);
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    before = std::exchange(last, row);
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      row[j + 1] = std::min({last[j] + (a[i] != b[j]), last[j + 1] + 1, row[j] + 1});
-      if (i > 0 && j > 0 && a[i] == b[j - 1] && a[i - 1] == b[j]) {
-        row[j + 1] = std::min(row[j + 1], before[j - 1] + 1);
-      }
-    }
-  }
-  return row.back();
-}
-
 // `words` begin with a command, or a group of them, that is not known.
 void TellUnknown(const std::vector<std::string>& words, CommandLine& line) {
   const std::string group = !words.empty() && words.front() == "machine" ? "machine " : "";
@@ -140,8 +121,8 @@ void TellUnknown(const std::vector<std::string>& words, CommandLine& line) {
       const std::string first = name.substr(group.size(), name.find(' ', group.size()) - group.size());
       known += known.empty() ? first : known.ends_with(" " + first) || known == first ? "" : ", " + first;
     }
-    if (given.size() < 64 && Distance(given, name) <= 2 &&
-        (nearest.empty() || Distance(given, name) < Distance(given, nearest))) {
+    if (text::EditDistance(given, name) <= 2 &&
+        (nearest.empty() || text::EditDistance(given, name) < text::EditDistance(given, nearest))) {
       nearest = name;
     }
   }
@@ -162,8 +143,8 @@ void TellUnknownFlag(std::string given, const CommandSpec* chosen, CommandLine& 
   std::string elsewhere;
   const auto look = [&](std::span<const FlagSpec> flags) {
     for (const FlagSpec& flag : flags) {
-      const std::size_t distance = given.size() < 64 ? Distance(given, flag.name) : 64;
-      if (distance <= 2 && (nearest.empty() || distance < Distance(given, nearest))) {
+      const std::size_t distance = text::EditDistance(given, flag.name);
+      if (distance <= 2 && (nearest.empty() || distance < text::EditDistance(given, nearest))) {
         nearest = flag.name;
       }
     }

@@ -67,6 +67,10 @@ constexpr FlagSpec kPackFlags[] = {
     {"--portable", 0, nullptr, nullptr, &Options::portable, "names must suit the other platform too"},
     {"--force", 0, nullptr, nullptr, &Options::force, "replace a package that exists"},
 };
+constexpr FlagSpec kValidateFlags[] = {
+    {"--product", 'p', "PRODUCT", nullptr, &Options::product, "a product here whose files are asked, too"},
+    {"--strict", 0, nullptr, nullptr, &Options::strict, "warnings count as errors"},
+};
 constexpr FlagSpec kImportFlags[] = {
     {"--from", 0, "PRODUCT", nullptr, &Options::from, "where the extensions are"},
     {"--to", 0, "PRODUCT", nullptr, &Options::to, "where they are to go"},
@@ -121,7 +125,7 @@ constexpr CommandSpec kCommands[] = {
     {"import", "[EXT...]", 0, -1, Completes::kExtensions, FLAGS(kImportFlags),
      "carry extensions of one product over to another", "All extensions of the first product when none is named.",
      "results", RunImport},
-    {"validate", "FILE...", 1, -1, Completes::kFiles, NO_FLAGS, "check descriptions and packages",
+    {"validate", "FILE...", 1, -1, Completes::kFiles, FLAGS(kValidateFlags), "check descriptions and packages",
      "Exit code 8 when something is wrong.", "check", RunValidate},
     {"owns", "[PATH]", 0, 1, Completes::kFiles, FLAGS(kOwnsFlags), "tell which extension put something there",
      "PATH is a path of the machine or of this system. Exit code 4 when no extension did.", "owns", RunOwns},

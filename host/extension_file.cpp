@@ -54,23 +54,4 @@ ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile, D
   return file;
 }
 
-std::string DescribeLoadCode(int code) {
-  switch (code) {
-  case CKestExtension::kLoaded:
-    return "it is in order";
-  case CKestXMLParser::kUnreadable:
-    return "the file cannot be read";
-  case CKestExtension::kNoRoot:
-    return "there is no \"kestrel-extension\" element";
-  case CKestExtension::kBrokenTag:
-    return "a tag ends with \"/ >\"; write \"/>\" without a blank";
-  case CKestExtension::kParentPath:
-    return "a file's source or destination holds \"..\"";
-  case CKestXMLParser::kRefused:
-    return "the XML holds something that is not allowed, or is too long or too deep";
-  default:
-    return "the XML is not well-formed";
-  }
-}
-
 } // namespace kest::host

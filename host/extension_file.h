@@ -28,7 +28,5 @@ struct ExtensionFile {
 /// Reads the file; `observer` (may be null) hears what the description says in vain.
 [[nodiscard]] ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile,
                                               DescriptionObserver* observer = nullptr);
-/// What the load code of a description means, in words.
-[[nodiscard]] std::string DescribeLoadCode(int code);
 
 } // namespace kest::host

@@ -7,6 +7,7 @@
 #include "host/selector.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
+#include "manager/validation.h"
 #include "products/product.h"
 
 #include <fmt/format.h>

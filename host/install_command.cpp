@@ -6,6 +6,7 @@
 #include "host/selector.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
+#include "manager/validation.h"
 #include "products/product.h"
 
 #include <fmt/format.h>
@@ -165,6 +166,26 @@ int Finish(Session& session, const CKestExtension& record, const CKestProduct* p
   return kDone;
 }
 
+// What of the description had no effect: nobody reads it again once it is installed.
+void TellWhatWasLeftOut(Session& session, const ExtensionFile& file, const std::string& name) {
+  constexpr std::size_t kMost = 5;
+  constexpr std::string_view kRules[] = {"unknown-attribute", "dropped-element",   "unknown-element",
+                                         "unknown-token",     "misplaced-element", "empty-removal"};
+  CKestExtension record;
+  int code = 0;
+  std::vector<ValidationFinding> found = ValidateDescription({file.text, nullptr, nullptr}, record, code);
+  std::erase_if(found, [&](const ValidationFinding& one) {
+    return std::find(std::begin(kRules), std::end(kRules), std::string_view(one.rule)) == std::end(kRules);
+  });
+  for (std::size_t i = 0; i < found.size() && i < kMost; ++i) {
+    session.terminal.Notice(fmt::format("{} {}:{}: {}", session.terminal.Paint(Style::kWarning, "warning:"), name,
+                                        found[i].line, Shown(found[i].text)));
+  }
+  if (found.size() > kMost) {
+    session.terminal.Notice(fmt::format("{} more; see: kest validate {}", found.size() - kMost, name));
+  }
+}
+
 int InstallOne(Session& session, const std::string& word, const CKestProduct* wanted,
                const std::map<std::string, std::string>& tokens) {
   const std::string name = ForTerminal(word);
@@ -192,7 +213,11 @@ int InstallOne(Session& session, const std::string& word, const CKestProduct* wa
   int restart = 0;
   CKestExtension* installed = session.GetManager().InstallExtension(&product, file.path.c_str(), &replaced, false, true,
                                                                     true, restart, wanted != nullptr, false, true);
-  return Finish(session, installed ? *installed : record, product, name);
+  const int exit = Finish(session, installed ? *installed : record, product, name);
+  if (installed && session.terminal.ShowsNotices()) {
+    TellWhatWasLeftOut(session, file, name);
+  }
+  return exit;
 }
 
 } // namespace

@@ -42,6 +42,7 @@ struct Options {
   std::string output;
   bool portable = false;
   bool force = false;
+  bool strict = false;
   std::string from;
   std::string to;
   std::string menu;

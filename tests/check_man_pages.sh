@@ -84,6 +84,8 @@ awk '/^\.Bd/ { on = 1; next } /^\.Ed/ { exit } on' "$source/docs/man/kest-descri
   awk '/^\.Bd/ { on = ++n > 1; next } /^\.Ed/ { on = 0 } on { gsub(/\\e/, "\\"); print }' "$source/docs/man/kest-description.5"
   echo '</configuration-changes></kestrel-extension>'
 } > "$examples/parts.kei"
+mkdir "$examples/Commands" "$examples/bin"
+touch "$examples"/{Commands/wc.htm,bin/harbor.dll,address.csn,readme}
 [ "$(wc -l < "$examples/parts.kei")" -gt 40 ] || fail "the examples were not found"
 "$kest" validate "$examples/whole.kei" "$examples/parts.kei" > "$examples/out" 2>&1 ||
   { cat "$examples/out"; fail "an example of kest-description.5 is not in order"; }

@@ -44,7 +44,7 @@ TEST(CommandTable, HoldsTheCommandsThatWereGivenOutAndNoOthers) {
       {"enable", "EXT...", "-p/--product PRODUCT --state enabled|disabled"},
       {"pack", "FILE.kei", "-o/--output OUT.kep --portable --force"},
       {"import", "[EXT...]", "--from PRODUCT --to PRODUCT --state enabled|disabled"},
-      {"validate", "FILE...", ""},
+      {"validate", "FILE...", "-p/--product PRODUCT --strict"},
       {"owns", "[PATH]", "--menu ID --key KEYS --button ID --tag NAME"},
       {"verify", "[EXT...]", "-p/--product PRODUCT --state enabled|disabled"},
       {"history", "[EXT]", ""},

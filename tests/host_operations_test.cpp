@@ -144,6 +144,28 @@ TEST_F(Operations, APackageLiesBesideItsDescriptionAndIsReplacedByForceAlone) {
   EXPECT_EQ(read(m_folder / "src/tabletools.kep"), first) << "the same files give the same bytes";
 }
 
+TEST_F(Operations, ValidatingAsksTheProductAndCountsWarningsAsTold) {
+  Extension extension;
+  extension.more = "<configuration-changes><menu-insert appendTo=\"Nowhere\"><menuitem name=\"A\" id=\"A\" "
+                   "file=\"Commands/tabletools.htm\" /></menu-insert></configuration-changes>\r\n";
+  const std::string description = describe(extension);
+  EXPECT_TRUE(json({"validate", description, "--strict"}, 0)["problems"].empty());
+  const auto asked = json({"validate", description, "-p", "Tidemark Nova"}, 0);
+  ASSERT_EQ(asked["problems"].size(), 1U) << asked;
+  EXPECT_EQ(asked["problems"][0]["rule"], "place-missing");
+  EXPECT_EQ(json({"validate", description, "-p", "Tidemark Nova", "--strict"}, 8)["problems"][0]["severity"], "error");
+  std::filesystem::remove(m_folder / "src/tabletools.htm");
+  EXPECT_EQ(json({"validate", description}, 8)["problems"][0]["rule"], "source-missing");
+}
+
+TEST_F(Operations, AnInstallTellsWhatOfTheDescriptionHadNoEffect) {
+  Extension extension;
+  extension.more = "<flies />\r\n";
+  const ProcessResult result = kest({"install", package(extension), "--accept-agreement"});
+  EXPECT_EQ(result.exit, 0);
+  EXPECT_NE(result.err.find("<flies> has no effect here; did you mean \"files\"?"), std::string::npos) << result.err;
+}
+
 TEST_F(Operations, ValidatingNamesTheLine) {
   const std::string bad =
       "<kestrel-extension name=\"A\" version=\"1.0\">\n<menuitem name=\"x\" />\n</kestrel-extension>\n";

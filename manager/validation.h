@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/text/export.h"
+#include "platform/text/text.h"
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+namespace kest {
+
+class CKestExtension;
+class CKestProduct;
+
+/// Something in a description that will not do what its author meant.
+struct ValidationFinding {
+  /// An error: an install fails, or something is left out of it for certain.
+  enum class Severity { kError, kWarning };
+  Severity severity = Severity::kError;
+  int line = 0;     ///< of the description, 1-based; 0: about no line
+  const char* rule; ///< "unknown-attribute"; the same from version to version, never freed
+  CString text;     ///< one sentence without its full stop, names as the description writes them
+};
+
+/// What is to be checked.
+struct ValidationSubject {
+  std::string_view description; ///< its bytes
+  /// Whether the file that an entry names as its source is there; null: nobody looks.
+  std::function<bool(const CString& source)> hasFile;
+  /// A product that was found, for what only its own files can tell: whether it is served, and whether the places that
+  /// changes name are there. Borrowed; null: no product is asked.
+  const CKestProduct* product = nullptr;
+};
+
+/// What is wrong with a description, in the order of its lines; empty when all is in order. Loads it into `record` and
+/// gives the code of the load (CKestExtension::kLoaded when it loads, and then everything is looked at; else the one
+/// finding is why not). Changes nothing. A description with thousands of mistakes gives the first thousand.
+[[nodiscard]] KEST_API std::vector<ValidationFinding> ValidateDescription(const ValidationSubject& subject,
+                                                                          CKestExtension& record, int& loadCode);
+
+/// What the code of a load that failed means, as the end of a sentence.
+[[nodiscard]] KEST_API CString DescribeLoadCode(int loadCode);
+
+} // namespace kest
