@@ -9,13 +9,15 @@ set(KEST_PUBLIC_HEADERS
   description/description_observer.h description/extension.h description/extension_records.h
   description/extension_xml_parser.h description/typed_container.h
   journal/catalogue_operations.h journal/history.h journal/install_step.h journal/journal.h
-  manager/extension_manager.h manager/operation_report.h manager/owners.h manager/validation.h manager/verify.h
+  kest/kest.h kest/version.h
+  manager/extension_manager.h manager/install_options.h manager/operation_report.h manager/owners.h
+  manager/validation.h manager/verify.h
   platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h
   platform/machine/timer.h
   platform/machine_folder/machine_folder.h platform/machine_folder/version_resource.h
   platform/messages/extension_manager_ui.h platform/messages/message_file.h platform/messages/messages.h
   platform/package/package.h
-  platform/text/containers.h platform/text/export.h platform/text/nearest.h platform/text/path.h platform/text/text.h platform/text/values.h
+  platform/text/containers.h platform/text/export.h platform/text/nearest.h platform/text/path.h platform/text/text.h platform/text/utf8.h platform/text/values.h
   platform/xml/xml_object.h platform/xml/xml_parser.h
   products/product.h)
 foreach(header IN LISTS KEST_PUBLIC_HEADERS)

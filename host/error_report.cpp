@@ -76,6 +76,9 @@ std::string Why(const OperationReport& report, const Outcome& outcome, int& numb
   if (!outcome.missingFlag.empty()) {
     return "a question needs an answer: " + ForTerminal(outcome.question);
   }
+  if (!outcome.notThere.empty()) {
+    return outcome.notThere;
+  }
   if (const OperationReport::Problem* problem = FatalProblem(report)) {
     number = problem->message;
     const std::string path = Shown(problem->path);
@@ -153,6 +156,9 @@ ExitCode ExitCodeOf(const OperationReport& report, const Outcome& outcome) {
   if (!outcome.missingFlag.empty()) {
     return kDeclinedOrUnanswered;
   }
+  if (!outcome.notThere.empty()) {
+    return kNotFoundHere;
+  }
   if (outcome.inUse) {
     return kInUseOrLocked;
   }
@@ -175,6 +181,8 @@ ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcom
   }
   if (!report.rolledBack) {
     error.next = "run: kest recover";
+  } else if (!outcome.notThere.empty()) {
+    error.next = "name another folder with --set TOKEN=DIR; the drives are in: kest machine show";
   } else if (!outcome.missingFlag.empty()) {
     error.next = "answer it with " + outcome.missingFlag;
   } else if (outcome.interrupted || outcome.declined) {

@@ -22,6 +22,16 @@ namespace {
 bool ReadTokens(Session& session, std::map<std::string, std::string>& tokens, int& exit) {
   for (const std::string& given : session.options.tokens) {
     const std::size_t equals = given.find('=');
+    const std::string missing = equals == std::string::npos ? "" : session.MissingDrive(given.substr(equals + 1));
+    if (!missing.empty()) {
+      exit = session.Fail(kNotFoundHere, {"--set " + ForTerminal(given) + " cannot be used",
+                                          missing + " on " + session.GetMachineName(),
+                                          "nothing",
+                                          {},
+                                          "see which drives there are: kest machine show",
+                                          0});
+      return false;
+    }
     const std::string folder = equals == std::string::npos ? "" : session.ReadFolder(given.substr(equals + 1));
     if (equals == 0 || folder.empty()) {
       exit = session.Fail(kUsage, {"--set " + ForTerminal(given) + " makes no sense",
@@ -209,12 +219,12 @@ int InstallOne(Session& session, const std::string& word, const CKestProduct* wa
   TellTokens(session, record, tokens);
   session.GetUi().SetEntries(std::move(file.entries));
   session.GetUi().Begin();
-  CKestExtension* replaced = nullptr;
-  int restart = 0;
-  CKestExtension* installed = session.GetManager().InstallExtension(&product, file.path.c_str(), &replaced, false, true,
-                                                                    true, restart, wanted != nullptr, false, true);
-  const int exit = Finish(session, installed ? *installed : record, product, name);
-  if (installed && session.terminal.ShowsNotices()) {
+  InstallOptions options;
+  options.product = product;
+  options.onlyThatProduct = wanted != nullptr;
+  const InstallResult result = session.GetManager().Install(file.path, options);
+  const int exit = Finish(session, result ? *result.extension : record, result.product, name);
+  if (result && session.terminal.ShowsNotices()) {
     TellWhatWasLeftOut(session, file, name);
   }
   return exit;

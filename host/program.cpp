@@ -4,15 +4,12 @@
 #include "host/help.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
+#include "kest/version.h"
 
 #include <fmt/format.h>
 
 #include <cerrno>
 #include <cstring>
-
-#ifndef KEST_VERSION
-#define KEST_VERSION "0.0.0"
-#endif
 
 namespace kest::host {
 namespace {
@@ -47,9 +44,9 @@ int Dispatch(Session& session, const CommandLine& line) {
   if (line.wantsVersion) {
     if (line.options.json) {
       session.document = MakeDocument("version", true);
-      session.document["version"] = KEST_VERSION;
+      session.document["version"] = KEST_VERSION_TEXT;
     } else {
-      session.terminal.Data("kest " KEST_VERSION "\n");
+      session.terminal.Data("kest " KEST_VERSION_TEXT "\n");
     }
     return kDone;
   }

@@ -5,16 +5,19 @@
 #include "host/selector.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
+#include "platform/text/path.h"
 #include "products/product.h"
 
 #include <fmt/format.h>
 
+#include <map>
 #include <memory>
 #include <optional>
 
 namespace kest::host {
 namespace {
 
+constexpr std::size_t kMostListed = 40;     ///< files that a question is preceded by; more are told by their folders
 constexpr int kSharedConfigurationUser = 2; ///< the type of user who installs for everybody
 
 const char* WhyItStays(OperationReport::Why why) {
@@ -38,6 +41,15 @@ void SayTarget(Session& session, const char* verb, const Installed& one) {
                                       NameOf(*one.product), session.GetMachineName(), session.GetUserName()));
 }
 
+void SayPreviewEnd(Session& session, const UninstallPreview& preview) {
+  for (const CString& path : preview.missing) {
+    session.terminal.Notice(fmt::format("  gone   {} (missing already)", Shown(path)));
+  }
+  if (preview.restartProduct) {
+    session.terminal.Notice("  The product must be restarted afterwards.");
+  }
+}
+
 void SayPreview(Session& session, const UninstallPreview& preview) {
   std::size_t goes = 0;
   std::size_t stays = 0;
@@ -45,6 +57,17 @@ void SayPreview(Session& session, const UninstallPreview& preview) {
     (entry.stays ? stays : goes) += 1;
   }
   session.terminal.Notice(fmt::format("  {} file{} will go, {} will stay.", goes, goes == 1 ? "" : "s", stays));
+  if (!session.options.verbose && preview.files.size() > kMostListed) {
+    std::map<std::string, std::size_t> folders;
+    for (const UninstallPreview::Entry& entry : preview.files) {
+      ++folders[(entry.stays ? "  stays  " : "  goes   ") + Shown(CKestPath(entry.path).GetFolder())];
+    }
+    for (const auto& [folder, count] : folders) {
+      session.terminal.Notice(fmt::format("{}: {} file{}", folder, count, count == 1 ? "" : "s"));
+    }
+    session.terminal.Notice("  Each of them with --verbose.");
+    return SayPreviewEnd(session, preview);
+  }
   for (const UninstallPreview::Entry& entry : preview.files) {
     if (entry.stays) {
       session.terminal.Notice(fmt::format("  stays  {} ({})", Shown(entry.path), WhyItStays(entry.why)));
@@ -52,12 +75,7 @@ void SayPreview(Session& session, const UninstallPreview& preview) {
       session.terminal.Notice(fmt::format("  goes   {}", Shown(entry.path)));
     }
   }
-  for (const CString& path : preview.missing) {
-    session.terminal.Notice(fmt::format("  gone   {} (missing already)", Shown(path)));
-  }
-  if (preview.restartProduct) {
-    session.terminal.Notice("  The product must be restarted afterwards.");
-  }
+  SayPreviewEnd(session, preview);
 }
 
 struct Verbs {

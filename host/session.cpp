@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -158,7 +160,8 @@ bool Session::OpenEngine(int& exit, bool load) {
 
 void Session::StartEngine() {
   m_ui = std::make_unique<ConsoleUi>(terminal, options);
-  m_ui->SetFolderReader([this](const std::string& typed) { return ReadFolder(typed); });
+  m_ui->SetFolderReader([this](const std::string& typed) { return ReadFolder(typed); },
+                        [this](const std::string& folder) { return MissingDrive(folder); });
   m_manager = std::make_unique<CKestExtensionManager>(m_ui.get());
   Terminal::SetInterruptible(m_manager.get());
   if (options.wait >= 0) {
@@ -220,13 +223,25 @@ CString Session::ReachFile(const std::string& hostFile, bool writable) {
   return windows;
 }
 
+std::string Session::MissingDrive(const std::string& windowsPath) {
+  if (windowsPath.size() < 2 || windowsPath[1] != ':') {
+    return "";
+  }
+  const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(windowsPath[0])));
+  const auto drives = m_machine->GetDrives();
+  const bool isThere = std::any_of(drives.begin(), drives.end(), [letter](const auto& drive) {
+    return std::toupper(static_cast<unsigned char>(drive.first)) == letter;
+  });
+  return isThere ? "" : std::string("There is no drive ") + letter + ":";
+}
+
 CString Session::ReadFolder(const std::string& typed) {
   const bool windows = typed.size() >= 3 && std::isalpha(static_cast<unsigned char>(typed[0])) && typed[1] == ':' &&
                        (typed[2] == '\\' || typed[2] == '/');
   if (windows) {
     CString path = typed;
     text::ReplaceAll(path, "/", "\\");
-    return CKestPath::HasParentComponent(path) ? CString() : path;
+    return CKestPath::HasParentComponent(path) || !MissingDrive(path).empty() ? CString() : path;
   }
   const std::string wanted = Absolute(typed);
   for (const auto& [letter, folder] : m_machine->GetDrives()) {

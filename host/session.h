@@ -66,6 +66,8 @@ public:
   [[nodiscard]] CString ReachFile(const std::string& hostFile, bool writable);
   /// A Windows path for a folder that the user typed, as such a path or as a host path inside the machine.
   [[nodiscard]] CString ReadFolder(const std::string& typed);
+  /// A sentence about the drive of a Windows path that the machine does not have; empty when it has it.
+  [[nodiscard]] std::string MissingDrive(const std::string& windowsPath);
 
 private:
   std::unique_ptr<MachineFolder> m_machine;

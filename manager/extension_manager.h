@@ -3,6 +3,7 @@
 #include "journal/catalogue_operations.h"
 #include "journal/history.h"
 #include "journal/journal.h"
+#include "manager/install_options.h"
 #include "manager/operation_report.h"
 #include "manager/owners.h"
 #include "manager/verify.h"
@@ -115,6 +116,9 @@ public:
   CKestExtension* InstallExtension(const CKestProduct** product, const char* path, CKestExtension** replaced,
                                    bool quiet, bool enroll, bool resolveTokens, int& restartFlags, bool keepProduct,
                                    bool acceptEqual, bool progress);
+
+  /// The same with names for what it is told: an install into the catalogue.
+  [[nodiscard]] InstallResult Install(const CString& path, const InstallOptions& options = {});
 
   /// Takes an extension out of a product. `refresh`: a running product that needs no restart reloads. `quiet`: no
   /// closing message. `ownJournal`: finish (or take back) the steps here, else the caller does. `remove`: out of the

@@ -108,4 +108,18 @@ CKestExtension* CKestExtensionManager::InstallExtension(const CKestProduct** pro
   return extension;
 }
 
+InstallResult CKestExtensionManager::Install(const CString& path, const InstallOptions& options) {
+  InstallResult result;
+  result.product = options.product;
+  CKestExtension* replaced = nullptr;
+  int restart = 0;
+  result.extension =
+      InstallExtension(&result.product, path.c_str(), &replaced, options.quiet, true, options.askForFolders, restart,
+                       options.onlyThatProduct, options.keepEqual, options.showProgress);
+  result.replaced = replaced;
+  result.restartProduct = (restart & kRestartProduct) != 0;
+  result.restartMachine = (restart & kRestartMachine) != 0;
+  return result;
+}
+
 } // namespace kest

@@ -16,10 +16,10 @@ class CKestProduct;
 struct ValidationFinding {
   /// An error: an install fails, or something is left out of it for certain.
   enum class Severity { kError, kWarning };
-  Severity severity = Severity::kError;
-  int line = 0;     ///< of the description, 1-based; 0: about no line
-  const char* rule; ///< "unknown-attribute"; the same from version to version, never freed
-  CString text;     ///< one sentence without its full stop, names as the description writes them
+  Severity severity = Severity::kError; ///< how much is lost
+  int line = 0;                         ///< of the description, 1-based; 0: about no line
+  const char* rule;                     ///< "unknown-attribute"; the same from version to version, never freed
+  CString text;                         ///< one sentence without its full stop, names as the description writes them
 };
 
 /// What is to be checked.

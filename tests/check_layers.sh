@@ -21,9 +21,10 @@ declare -A allowed=(
   [description]="description $platform config menus products/product.h"
   [products]="products $platform journal config menus description"
   [manager]="manager $platform journal config menus description products"
+  [kest]="kest $platform description products manager"
   [host/sample]="host/sample $platform"
-  [host/terminal]="host/terminal host $platform manager products description config menus journal"
-  [host]="host host/sample host/terminal $platform manager products description config menus journal"
+  [host/terminal]="host/terminal host kest $platform manager products description config menus journal"
+  [host]="host kest host/sample host/terminal $platform manager products description config menus journal"
 )
 # the room or folder a file lies in
 room_of() {
@@ -55,7 +56,7 @@ while IFS=: read -r file line target; do
   [ -e "$target" ] || fail "$file:$line: no file $target"
   printf '%s %s\n' "$file" "$target" >> "$edges"
 done < <(grep -rnoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"[^"]+"' --include='*.h' --include='*.cpp' \
-           platform journal config menus description products manager host 2>/dev/null |
+           platform journal config menus description products manager kest host 2>/dev/null |
          sed -E 's/^([^:]+:[0-9]+):.*"([^"]+)"$/\1:\2/')
 
 [ -s "$edges" ] || fail "no include was found: is this the repository?"

@@ -7,6 +7,7 @@ namespace {
 
 using test::ProcessResult;
 using test::ProgramTest;
+using test::PseudoTerminal;
 
 constexpr const char* kFile = "Program Files/Kestrel/Tidemark 6/Configuration/Commands/tabletools.htm";
 
@@ -121,6 +122,28 @@ TEST_F(Operations, AFolderForATokenThatNobodyAsksForIsAMistake) {
   EXPECT_EQ(result.exit, 2);
   EXPECT_NE(result.err.find("these are asked for: home"), std::string::npos) << result.err;
   EXPECT_EQ(kest({"install", package(asking), "--accept-agreement", "--set", "HOME=C:\\x"}).exit, 0);
+}
+
+TEST_F(Operations, AFolderOnADriveThatIsNotThereIsNoFileInUse) {
+  Extension asking;
+  asking.more = "<file-tokens><token name=\"home\" prompt=\"Where?\" default=\"Q:\\Sites\" /></file-tokens>\r\n"
+                "<files><file source=\"tabletools.htm\" destination=\"$home\" /></files>\r\n";
+  const std::string file = package(asking);
+  for (const Words& more : {Words{}, Words{"--set", "home=q:\\x"}}) {
+    Words words = {"install", file, "--accept-agreement"};
+    words.insert(words.end(), more.begin(), more.end());
+    const ProcessResult result = kest(words);
+    EXPECT_EQ(result.exit, 4) << result.err;
+    EXPECT_NE(result.err.find("There is no drive Q:"), std::string::npos) << result.err;
+  }
+  EXPECT_EQ(listed(), 0U);
+  PseudoTerminal terminal = onTerminal({"install", file, "--accept-agreement"});
+  ASSERT_TRUE(terminal.WaitFor("]: ")) << terminal.GetScreen();
+  terminal.TypeLine("D:\\here");
+  ASSERT_TRUE(terminal.WaitFor("There is no drive D:")) << terminal.GetScreen();
+  ASSERT_TRUE(terminal.WaitFor("]: ")) << terminal.GetScreen();
+  terminal.TypeLine("C:\\here");
+  EXPECT_EQ(terminal.Finish(), 0) << terminal.GetScreen();
 }
 
 TEST_F(Operations, BadInputHasItsCode) {

@@ -1,10 +1,6 @@
 // The smallest host that is of use: lists the installed extensions of a machine folder, or installs a package first.
 // Usage: list_and_install MACHINE [PACKAGE]
-#include "description/extension.h"
-#include "manager/extension_manager.h"
-#include "platform/machine/os.h"
-#include "platform/machine_folder/machine_folder.h"
-#include "products/product.h"
+#include "kest/kest.h"
 
 #include <filesystem>
 #include <iostream>
@@ -37,10 +33,8 @@ public:
 
 bool Install(kest::CKestExtensionManager& manager, kest::MachineFolder& machine, const std::filesystem::path& file) {
   kest::CKestPath path(machine.AddHostFolder(std::filesystem::absolute(file).parent_path().string(), false));
-  path.Append(file.filename().string());
-  const kest::CKestProduct* product = nullptr; // let the engine choose
-  int restart = 0;
-  return manager.InstallExtension(&product, path.c_str(), nullptr, false, true, true, restart, false, false, true);
+  path.Append(kest::text::FromUtf8(file.filename().string()));
+  return static_cast<bool>(manager.Install(path)); // the engine chooses the product
 }
 
 void List(const kest::CKestExtensionManager& manager) {
@@ -50,8 +44,8 @@ void List(const kest::CKestExtensionManager& manager) {
     kest::CKestTypedList<kest::CKestExtension*> extensions;
     manager.GetExtensions(product, extensions);
     for (const kest::CKestExtension* extension : extensions) {
-      std::cout << product->GetName() << ": " << extension->GetName() << (extension->IsEnabled() ? "" : " (disabled)")
-                << '\n';
+      std::cout << kest::text::ToUtf8(product->GetName() + ": " + extension->GetName())
+                << (extension->IsEnabled() ? "" : " (disabled)") << '\n';
     }
   }
 }

@@ -4,11 +4,7 @@
 //   4040 all          overwrite older files           4127 C:\Shelf    the folder of a token
 // Answers: yes no ok cancel retry all, or a folder. A question without a line is cancelled, and named at the end.
 // Usage: scripted_install MACHINE PACKAGE SCRIPT
-#include "description/extension.h"
-#include "manager/extension_manager.h"
-#include "platform/machine/os.h"
-#include "platform/machine_folder/machine_folder.h"
-#include "products/product.h"
+#include "kest/kest.h"
 
 #include <filesystem>
 #include <fstream>
@@ -76,12 +72,11 @@ int Install(kest::MachineFolder& machine, const std::filesystem::path& package, 
   manager.Load();
   kest::CKestPath path(machine.AddHostFolder(std::filesystem::absolute(package).parent_path().string(), false));
   path.Append(package.filename().string());
-  const kest::CKestProduct* product = nullptr;
-  int restart = 0;
-  const kest::CKestExtension* installed =
-      manager.InstallExtension(&product, path.c_str(), nullptr, false, true, true, restart, false, false, false);
-  if (installed) {
-    std::cout << "installed \"" << installed->GetName() << "\" in " << product->GetName() << '\n';
+  kest::InstallOptions options;
+  options.showProgress = false;
+  if (const kest::InstallResult result = manager.Install(path, options)) {
+    std::cout << "installed \"" << kest::text::ToUtf8(result.extension->GetName()) << "\" in "
+              << kest::text::ToUtf8(result.product->GetName()) << '\n';
     return 0;
   }
   for (const kest::OperationReport::Problem& problem : manager.GetLastReport().problems) {

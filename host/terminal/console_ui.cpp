@@ -324,8 +324,9 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
       Miss(("--set " + (token != m_tokens.end() ? token->second.name : "TOKEN") + "=DIR").c_str(), Shown(asked));
       return false;
     }
+    m_outcome.notThere = m_complain ? m_complain(initialFolder) : "";
     folder = initialFolder;
-    return true;
+    return m_outcome.notThere.empty();
   }
   const CString shownFolder = initialFolder.size() > 3 ? WithoutBackslash(initialFolder) : initialFolder;
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
@@ -338,10 +339,12 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
     }
     text::Trim(line);
     folder = line.empty() ? initialFolder : m_readFolder ? CString(m_readFolder(line)) : CString(line);
-    if (!folder.empty()) {
+    const std::string complaint = m_complain ? m_complain(line.empty() ? initialFolder : CString(line)) : "";
+    if (!folder.empty() && complaint.empty()) {
       return true;
     }
-    m_terminal.Say("That is no folder of this machine; give one like C:\\Sites\\Templates.");
+    m_terminal.Say((complaint.empty() ? "That is no folder of this machine" : complaint) +
+                   "; give one like C:\\Sites\\Templates.");
   }
   m_outcome.declined = true;
   return false;

@@ -28,10 +28,13 @@ struct Outcome {
   bool interrupted = false; ///< by Ctrl-C
   bool inUse = false;       ///< a file stayed in use for the time given by --wait
   bool equal = false;       ///< the same version is there already and is not wanted again
+  std::string notThere;     ///< what the machine lacks for the folder of a token, as a sentence; empty: nothing
   std::string missingFlag;  ///< the flag that would have answered a question that could not be put
   std::string question;     ///< what that question was about
   std::vector<ShownMessage> messages;
-  [[nodiscard]] bool Stopped() const { return declined || interrupted || inUse || equal || !missingFlag.empty(); }
+  [[nodiscard]] bool Stopped() const {
+    return declined || interrupted || inUse || equal || !missingFlag.empty() || !notThere.empty();
+  }
 };
 
 /// The engine's callback object: tells by the number of a message which flag answers it, asks where a terminal allows
@@ -56,8 +59,13 @@ public:
   void SetTokens(std::map<std::string, Token> tokens) { m_tokens = std::move(tokens); }
   /// Entries of the package to come, for the dates in the question about existing files.
   void SetEntries(std::vector<PackageEntry> entries) { m_entries = std::move(entries); }
-  /// Turns what a user typed into a Windows path; empty when it names no folder of the machine.
-  void SetFolderReader(std::function<std::string(const std::string&)> reader) { m_readFolder = std::move(reader); }
+  /// Turns what a user typed into a Windows path; empty when it names no folder of the machine. `complain` says what is
+  /// wrong with the drive of a path, or nothing.
+  void SetFolderReader(std::function<std::string(const std::string&)> reader,
+                       std::function<std::string(const std::string&)> complain) {
+    m_readFolder = std::move(reader);
+    m_complain = std::move(complain);
+  }
 
   /// A question of the host's own, [y/N] or [Y/n]. `flag` answers it without a terminal.
   [[nodiscard]] bool Confirm(const std::string& question, bool byDefault, bool answered, const char* flag);
@@ -94,6 +102,7 @@ private:
   std::map<std::string, Token> m_tokens;
   std::vector<PackageEntry> m_entries;
   std::function<std::string(const std::string&)> m_readFolder;
+  std::function<std::string(const std::string&)> m_complain;
   std::int64_t m_deadline = -1; ///< of the wait for files in use
   bool m_several = false;       ///< see BeginSeveral
   std::string m_caption;

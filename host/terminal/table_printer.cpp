@@ -11,17 +11,15 @@ namespace {
 constexpr int kGap = 2;
 constexpr int kNarrowest = 6;
 
-// Takes columns away from the widest ones, one by one, until the row fits or nothing more can be taken.
+// Takes columns away until the row fits or nothing more can be taken: the last ones first, as the first one names the
+// row.
 void Shrink(std::vector<int>& widths, int width) {
   const int gaps = kGap * (static_cast<int>(widths.size()) - 1);
-  int sum = std::accumulate(widths.begin(), widths.end(), gaps);
-  while (sum > width) {
-    int& widest = *std::max_element(widths.begin(), widths.end());
-    if (widest <= kNarrowest) {
-      return;
-    }
-    --widest;
-    --sum;
+  int surplus = std::accumulate(widths.begin(), widths.end(), gaps) - width;
+  for (auto column = widths.rbegin(); column != widths.rend() && surplus > 0; ++column) {
+    const int taken = std::clamp(*column - kNarrowest, 0, surplus);
+    *column -= taken;
+    surplus -= taken;
   }
 }
 

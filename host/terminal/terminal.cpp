@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 
@@ -246,6 +247,13 @@ void Terminal::DrawProgress(std::string_view caption, int position, int range) {
     return;
   }
   const int done = std::clamp(position, 0, range);
+  // ten frames a second are as many as anybody sees; the first and the last are always drawn
+  constexpr auto kFrame = std::chrono::milliseconds(100);
+  const auto now = std::chrono::steady_clock::now();
+  if (!m_drawn.empty() && done < range && now - m_drawnAt < kFrame) {
+    return;
+  }
+  m_drawnAt = now;
   const std::string numbers = "  " + std::to_string(done) + "/" + std::to_string(range);
   const int room = GetWidth() - 1 - DisplayWidth(caption) - DisplayWidth(numbers) - 5;
   const int bar = std::clamp(room, 0, 20);

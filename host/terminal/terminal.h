@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -78,6 +79,7 @@ private:
   bool m_colorError = false;
   bool m_colorData = false;
   bool m_outIsTerminal = false;
+  std::chrono::steady_clock::time_point m_drawnAt;
   std::string m_drawn; ///< the progress line that stands on the terminal now
 };
 

@@ -1,12 +1,11 @@
 #include "host/terminal/text_width.h"
 
 #include "platform/text/text.h"
+#include "platform/text/utf8.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
-
-#include <iconv.h>
 
 namespace kest::host {
 namespace {
@@ -84,15 +83,6 @@ int WidthOf(char32_t c) {
   return IsIn(kZeroWidth, c) ? 0 : IsIn(kWide, c) ? 2 : 1;
 }
 
-bool IsUtf8(std::string_view bytes) {
-  for (std::size_t at = 0, length = 0; at < bytes.size(); at += length) {
-    if (Decode(bytes.substr(at), length) == kBroken) {
-      return false;
-    }
-  }
-  return true;
-}
-
 } // namespace
 
 int DisplayWidth(std::string_view utf8) {
@@ -124,32 +114,7 @@ std::string PadToWidth(std::string_view utf8, int width) {
   return std::string(utf8) + std::string(static_cast<std::size_t>(std::max(blanks, 0)), ' ');
 }
 
-std::string ToUtf8(std::string_view bytes) {
-  if (IsUtf8(bytes)) {
-    return std::string(bytes);
-  }
-  const iconv_t convert = iconv_open("UTF-8", text::GetCodePage() == 932 ? "CP932" : "CP1252");
-  if (convert == iconv_t(-1)) {
-    return std::string(bytes.size(), '?');
-  }
-  std::string in(bytes);
-  std::string out(bytes.size() * 4 + 4, '\0');
-  char* from = in.data();
-  char* to = out.data();
-  std::size_t left = in.size();
-  std::size_t room = out.size();
-  while (left > 0 && iconv(convert, &from, &left, &to, &room) == std::size_t(-1) && left > 0 && room >= 3) {
-    for (const char c : std::string_view("\xEF\xBF\xBD")) {
-      *to++ = c;
-      --room;
-    }
-    ++from;
-    --left;
-  }
-  iconv_close(convert);
-  out.resize(out.size() - room);
-  return out;
-}
+std::string ToUtf8(std::string_view bytes) { return text::ToUtf8(bytes); }
 
 std::string ForTerminal(std::string_view utf8, bool keepLines) {
   std::string out;
