@@ -23,6 +23,9 @@ public:
   explicit Listener(ValidationFindings& findings) : m_findings(findings) {}
 
   void OnUnknownAttribute(int line, std::string_view element, std::string_view attribute) override {
+    if (m_findings.IsFull()) {
+      return;
+    }
     CString near;
     for (const ElementRow* row = FindElement(element); row != nullptr; row = NextElement(row)) {
       for (const AttributeRow& known : row->attributes) {
@@ -33,6 +36,9 @@ public:
                     Tag(element) + " has no attribute \"" + CString(attribute) + "\": it is passed over" + Meant(near));
   }
   void OnDropped(int line, std::string_view element, std::string_view belongsIn) override {
+    if (m_findings.IsFull()) {
+      return;
+    }
     CString near;
     for (const auto rows : {OwnElements(), ChangeElements()}) {
       for (const ElementRow& known : rows) {
@@ -128,9 +134,11 @@ CString DescribeLoadCode(int loadCode) {
 }
 
 bool IsOneOf(std::string_view word, std::string_view choices) {
-  for (std::size_t at = 0; at <= choices.size();) {
+  const char first = word.empty() ? '|' : text::ToLower(word.front());
+  for (std::size_t at = 0; at < choices.size();) {
     const std::size_t end = std::min(choices.find('|', at), choices.size());
-    if (text::EqualNoCase(word, choices.substr(at, end - at))) {
+    // nearly all are told apart by their first letter; the choices stand in lower case
+    if (choices[at] == first && text::EqualNoCase(word, choices.substr(at, end - at))) {
       return true;
     }
     at = end + 1;
@@ -157,6 +165,8 @@ void ValidationFindings::Add(ValidationFinding::Severity severity, int line, con
         {ValidationFinding::Severity::kError, line, "more", "there is more of the kind: mend these first"});
   }
 }
+
+bool ValidationFindings::IsFull() const { return m_found.size() > kMostFindings; }
 
 std::vector<ValidationFinding> ValidationFindings::Take() {
   std::stable_sort(m_found.begin(), m_found.end(), [](const ValidationFinding& a, const ValidationFinding& b) {

@@ -280,6 +280,9 @@ void CheckAttributes(const ValidationRules& rules, const OutlineElement& element
 void ValidationRules::CheckElements() const {
   std::map<CString, int> seen;
   for (const OutlineElement& element : outline.GetElements()) {
+    if (findings.IsFull()) {
+      return;
+    }
     CheckContent(*this, element);
     CheckAttributes(*this, element);
     if (element.parent == 0 && IsOneOf(element.name, kOnce) && ++seen[element.name] > 1) {

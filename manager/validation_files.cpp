@@ -43,6 +43,9 @@ public:
 
   void CheckTokens() {
     for (const OutlineElement& element : m_rules.outline.GetElements()) {
+      if (m_findings.IsFull()) {
+        return;
+      }
       if (element.name == "token" && m_rules.outline.ParentName(element) == "file-tokens") {
         CheckToken(element);
       }
@@ -50,6 +53,9 @@ public:
   }
   void CheckFiles() {
     for (const OutlineElement& element : m_rules.outline.GetElements()) {
+      if (m_findings.IsFull()) {
+        return;
+      }
       if (element.name == "file" && m_rules.outline.ParentName(element) == "files") {
         CheckFile(element);
       }
@@ -62,6 +68,9 @@ public:
   }
   void CheckRuns() {
     for (const OutlineElement& element : m_rules.outline.GetElements()) {
+      if (m_findings.IsFull()) {
+        return;
+      }
       if (IsOneOf(element.name, "menuitem|shortcut|button")) {
         CheckRun(element, "file");
       }

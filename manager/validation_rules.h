@@ -14,6 +14,8 @@ public:
   void Warn(int line, const char* rule, CString text) {
     Add(ValidationFinding::Severity::kWarning, line, rule, std::move(text));
   }
+  /// Nothing more is taken up; whoever looks for more may stop.
+  [[nodiscard]] bool IsFull() const;
   /// In the order of the lines, those about none last.
   [[nodiscard]] std::vector<ValidationFinding> Take();
 
