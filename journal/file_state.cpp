@@ -5,10 +5,24 @@
 
 namespace kest {
 
-Presence ProbeFolder(const CString& path) {
+/// Asks a plain question; an answer that could not be had is not "no".
+static Presence Ask(bool (Machine::*question)(const CString&), const CString& path) {
   Machine& machine = CKestOS::GetMachine();
-  if (machine.DirectoryExists(path)) {
+  machine.ClearLastError();
+  if ((machine.*question)(path)) {
     return Presence::kPresent;
+  }
+  const MachineError::Kind kind = machine.GetLastError().kind;
+  return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ||
+                 kind == MachineError::Kind::kRefused
+             ? Presence::kAbsent
+             : Presence::kUnknown;
+}
+
+Presence ProbeFolder(const CString& path) {
+  const Presence first = Ask(&Machine::DirectoryExists, path);
+  if (first != Presence::kAbsent) {
+    return first;
   }
   const CString parent = CKestPath(path).GetParent();
   if (parent.empty()) {
@@ -18,20 +32,20 @@ Presence ProbeFolder(const CString& path) {
   if (above != Presence::kPresent) {
     return above;
   }
-  return machine.DirectoryExists(path) ? Presence::kPresent : Presence::kAbsent;
+  return Ask(&Machine::DirectoryExists, path);
 }
 
 Presence ProbeFile(const CString& path) {
-  Machine& machine = CKestOS::GetMachine();
-  if (machine.FileExists(path)) {
-    return Presence::kPresent;
+  const Presence first = Ask(&Machine::FileExists, path);
+  if (first != Presence::kAbsent) {
+    return first;
   }
   const Presence folder = ProbeFolder(CKestPath(path).GetFolder());
   if (folder != Presence::kPresent) {
     return folder;
   }
   // asked once more after the folder has answered: one call that failed in passing does not decide
-  return machine.FileExists(path) ? Presence::kPresent : Presence::kAbsent;
+  return Ask(&Machine::FileExists, path);
 }
 
 bool KeepFile(const CString& path, const CString& name, bool& isCopy) {
@@ -53,7 +67,7 @@ Presence PutBack(const CString& kept, const CString& place) {
   Machine& machine = CKestOS::GetMachine();
   if (machine.ReplaceFile(kept, place)) {
     // of two names for one file a rename leaves both: the kept one has to go, or a second undo would act on it again
-    if (machine.FileExists(kept) && !machine.MoveFile(kept, kept + ".done")) {
+    if (Ask(&Machine::FileExists, kept) != Presence::kAbsent && !machine.MoveFile(kept, kept + ".done")) {
       return Presence::kUnknown;
     }
     return Presence::kPresent;

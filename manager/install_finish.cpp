@@ -9,14 +9,12 @@ namespace {
 using Failure = OperationReport::Failure;
 
 /// The step copies the description as it came; saving it anew adds what the install found out. A text that would not
-/// load again is not saved: then the copy stays.
+/// load again is not saved: then the copy stays. Any failure of the machine is one of the save.
 bool SaveDescription(Context& context) {
   CKestOS::GetMachine().ClearLastError();
-  if (context.extension->Save(context.destination.c_str()) != 0) {
-    const MachineError::Kind kind = CKestOS::GetMachine().GetLastError().kind;
-    if (kind != MachineError::Kind::kNone && kind != MachineError::Kind::kNotFound) {
-      return false;
-    }
+  if (context.extension->Save(context.destination.c_str()) != 0 &&
+      CKestOS::GetMachine().GetLastError().kind != MachineError::Kind::kNone) {
+    return false;
   }
   return CKestOS::SetFileDateTime(context.destination, context.date);
 }

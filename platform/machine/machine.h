@@ -56,7 +56,8 @@ struct RegistryValue {
 };
 
 /// What went wrong in the last call that answered false, for messages and exit codes. Calls that succeed leave it, and
-/// so do the plain questions: FileExists, DirectoryExists, IsFileReadOnly, SameVolume, RegistryKeyExists.
+/// so does "no" to the plain questions: FileExists, DirectoryExists, IsFileReadOnly, SameVolume, RegistryKeyExists. A
+/// plain question that could not be answered sets it: who asks one about somebody's file clears it before.
 struct MachineError {
   /// For exit codes and messages.
   enum class Kind { kNone, kNotFound, kExists, kAccess, kInUse, kDiskFull, kNotEmpty, kRefused, kOther };

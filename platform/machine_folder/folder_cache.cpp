@@ -1,12 +1,11 @@
 #include "platform/machine_folder/folder_cache.h"
 
+#include "platform/machine_folder/host_listing.h"
 #include "platform/text/code_page.h"
 
 #include <cerrno>
 #include <ctime>
-#include <dirent.h>
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace kest {
 namespace {
@@ -98,6 +97,9 @@ std::optional<MachineError> FolderCache::Find(const WindowsPath& path, std::size
     return std::nullopt;
   }
   const FolderMount* mount = FindMount(path, count);
+  if (mount == nullptr && m_mountFailure != 0) {
+    return DescribeErrno(m_mountFailure, key);
+  }
   if (mount == nullptr) {
     return MachineError{MachineError::Kind::kNotFound, key, "there is no such drive, or the folder was not opened"};
   }
@@ -141,9 +143,10 @@ bool FolderCache::FindFolderOf(std::string_view path, FoundFolder& found, std::s
 int FolderCache::Enter(const FoundFolder& parent, std::string_view name, HostDescriptor& descriptor,
                        FoundFolder& found) {
   struct stat info {};
-  const CString stored = FindName(parent, name, info);
-  if (stored.empty()) {
-    return ENOENT;
+  CString stored;
+  const int failure = FindName(parent, name, stored, info);
+  if (failure != 0 || stored.empty()) {
+    return failure != 0 ? failure : ENOENT;
   }
   found.mount = parent.mount;
   found.relative = parent.relative == "." ? stored : parent.relative + "/" + stored;
@@ -191,55 +194,60 @@ void FolderCache::GiveUpOthers(const KnownFolder* keep) {
   m_open = 0;
 }
 
-CString FolderCache::FindName(const FoundFolder& folder, std::string_view name, struct stat& info) {
+int FolderCache::FindName(const FoundFolder& folder, std::string_view name, CString& stored, struct stat& info) {
   KnownFolder& known = *folder.folder;
   const std::int64_t moment = GetMoment();
   const bool namesHold = known.namesKnown && moment != 0 && known.namesChecked == moment;
+  stored.clear();
   if (namesHold && !known.names.contains(FoldName(name, m_codePage))) {
-    return {};
+    return 0;
   }
-  CString stored(name);
-  if (fstatat(folder.Get(), stored.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
-    return stored;
+  CString given(name);
+  if (fstatat(folder.Get(), given.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
+    stored = std::move(given);
+    return 0;
   }
   if (errno != ENOENT) {
-    return {};
+    return errno;
   }
   struct stat now {};
   if (fstat(folder.Get(), &now) != 0) {
-    return {};
+    return errno;
   }
   if (!known.namesKnown || known.isDateOver || !SameTime(known.namesDate, now.st_mtim)) {
-    ReadNames(known, now.st_mtim);
+    if (const int code = ReadNames(known, now.st_mtim); code != 0) {
+      return code;
+    }
   }
   known.namesChecked = moment;
   const auto it = known.names.find(FoldName(name, m_codePage));
-  if (it == known.names.end() || fstatat(folder.Get(), it->second.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
-    return {};
+  if (it == known.names.end()) {
+    return 0;
   }
-  return it->second;
+  if (fstatat(folder.Get(), it->second.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno == ENOENT ? 0 : errno;
+  }
+  stored = it->second;
+  return 0;
 }
 
-void FolderCache::ReadNames(KnownFolder& folder, const timespec& date) {
+int FolderCache::ReadNames(KnownFolder& folder, const timespec& date) {
   ++m_reads;
   folder.names.clear();
   folder.hasTwins = false;
   folder.namesKnown = false;
-  const int fd = openat(folder.descriptor->Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  DIR* const listing = fd < 0 ? nullptr : fdopendir(fd);
-  if (listing == nullptr) {
-    if (fd >= 0) {
-      close(fd);
-    }
-    return;
+  const int code = ForEachEntry(folder.descriptor->Get(), [&](const dirent& entry) {
+    AddName(folder, entry.d_name);
+    return true;
+  });
+  if (code != 0) {
+    folder.names.clear();
+    return code;
   }
-  while (const dirent* const entry = readdir(listing)) {
-    AddName(folder, entry->d_name);
-  }
-  closedir(listing);
   folder.namesDate = date;
   folder.isDateOver = false;
   folder.namesKnown = true;
+  return 0;
 }
 
 void FolderCache::AddName(KnownFolder& folder, const CString& name) {

@@ -60,6 +60,8 @@ public:
   [[nodiscard]] int GetCodePage() const { return m_codePage; }
   /// Mounts are looked for in the order given. They must live as long as they are in here.
   void SetMounts(std::vector<const FolderMount*> mounts);
+  /// Some mounts could not be found out about, for this errno: a path in none of the others is not known to be missing.
+  void SetMountFailure(int code) { m_mountFailure = code; }
   void Forget();
   /// Whether a check holds for a moment.
   void SetTrusting(bool trusting) { m_trusting = trusting; }
@@ -76,8 +78,9 @@ public:
   [[nodiscard]] bool FindFolderOf(std::string_view path, FoundFolder& found, std::string_view& name);
 
   /// How `name` is stored in the folder: itself if it is there as given, else the name that differs in letter case
-  /// alone, else empty. `info` describes the entry (links are not followed) when the result is not empty.
-  [[nodiscard]] CString FindName(const FoundFolder& folder, std::string_view name, struct stat& info);
+  /// alone, else empty. `info` describes the entry (links are not followed) when `stored` is not empty. 0, or the errno
+  /// of what kept us from finding out; then `stored` says nothing.
+  [[nodiscard]] int FindName(const FoundFolder& folder, std::string_view name, CString& stored, struct stat& info);
 
   /// Between these two our own change of a folder's entries takes place; names learned stay good through it.
   void BeginChange(const FoundFolder& folder);
@@ -112,12 +115,13 @@ private:
                           FoundFolder& found);
   [[nodiscard]] int Keep(const CString& key, HostDescriptor descriptor, FoundFolder& found);
   void GiveUpOthers(const KnownFolder* keep);
-  void ReadNames(KnownFolder& folder, const timespec& date);
+  [[nodiscard]] int ReadNames(KnownFolder& folder, const timespec& date);
   void AddName(KnownFolder& folder, const CString& name);
   [[nodiscard]] bool IsToBeReadAnew(const KnownFolder& folder) const;
   void AcceptDate(KnownFolder& folder, int descriptor);
 
   int m_codePage = 0;
+  int m_mountFailure = 0;
   std::vector<const FolderMount*> m_mounts;
   std::unordered_map<CString, Alias> m_aliases; ///< by the path as it was given
   std::unordered_map<HostIdentity, std::unique_ptr<KnownFolder>, IdentityHash> m_folders;

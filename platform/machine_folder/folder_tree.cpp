@@ -1,10 +1,6 @@
 #include "platform/machine_folder/folder_tree.h"
 
-#include <cerrno>
-#include <dirent.h>
-#include <fcntl.h>
-#include <memory>
-#include <unistd.h>
+#include "platform/machine_folder/host_listing.h"
 
 namespace kest {
 namespace {
@@ -18,18 +14,13 @@ public:
   explicit Remover(int top) : m_top(top) {}
 
   void Empty(int folder, int depth) {
-    const int fd = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR*)> list(fd < 0 ? nullptr : fdopendir(fd), closedir);
-    if (!list) {
-      Note();
-      return;
-    }
-    while (const dirent* const entry = readdir(list.get())) {
-      const CString name = entry->d_name;
-      if (name != "." && name != ".." && unlinkat(folder, name.c_str(), 0) != 0) {
-        errno == EISDIR || errno == EPERM ? RemoveFolder(folder, name, depth) : Note();
+    errno = ForEachEntry(folder, [&](const dirent& entry) {
+      if (unlinkat(folder, entry.d_name, 0) != 0) {
+        errno == EISDIR || errno == EPERM ? RemoveFolder(folder, entry.d_name, depth) : Note();
       }
-    }
+      return true;
+    });
+    Note();
   }
   [[nodiscard]] bool TakeMoved() { return std::exchange(m_moved, false); }
   [[nodiscard]] int GetFailure() const { return m_failure; }

@@ -55,7 +55,13 @@ int UnnamedFile::Place(const HostTarget& target, bool mayReplace) {
   CString name;
   do {
     name = UniqueName("~kest");
-  } while (linkat(AT_FDCWD, self.c_str(), staging, name.c_str(), AT_SYMLINK_FOLLOW) != 0 && errno == EEXIST);
+    if (linkat(AT_FDCWD, self.c_str(), staging, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+      break;
+    }
+    if (errno != EEXIST) {
+      return errno == ENOENT ? EIO : errno; // "not found" would tell of the target
+    }
+  } while (true);
   if (renameat(staging, name.c_str(), folder, target.name.c_str()) == 0) {
     return 0;
   }

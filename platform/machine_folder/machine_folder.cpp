@@ -111,8 +111,10 @@ std::unique_ptr<MachineFile> OpenToRead(const std::shared_ptr<MachineFolder::Sta
   struct stat info {};
   HostDescriptor file = OpenAsNamed(entry, info);
   if (!file.IsOpen()) {
-    entry.stored = state->GetFolders().FindName(entry.folder, entry.name, entry.info);
-    if (entry.Exists() || state->Fail(ENOENT, path)) {
+    const int code = state->GetFolders().FindName(entry.folder, entry.name, entry.stored, entry.info);
+    if (code != 0) {
+      (void)state->Fail(code, path);
+    } else if (entry.Exists() || state->Fail(ENOENT, path)) {
       file = state->OpenFile(entry, O_RDONLY, info);
     }
   }
@@ -156,7 +158,10 @@ CString MachineFolder::ToHostPath(const CString& windowsPath) {
   }
   for (std::size_t i = count; i < parsed.parts.size(); ++i) {
     struct stat info {};
-    const CString stored = i == count ? m_state->GetFolders().FindName(found, parsed.parts[i], info) : CString();
+    CString stored;
+    if (i == count && m_state->GetFolders().FindName(found, parsed.parts[i], stored, info) != 0) {
+      return {};
+    }
     host += (host.back() == '/' ? "" : "/") + (stored.empty() ? CString(parsed.parts[i]) : stored);
   }
   return host;
@@ -342,7 +347,10 @@ CString MachineFolder::GetStoredPath(const CString& path) {
   CString stored = found.storedPath;
   for (std::size_t i = count; i < parsed.parts.size(); ++i) {
     struct stat info {};
-    const CString name = i == count ? m_state->GetFolders().FindName(found, parsed.parts[i], info) : CString();
+    CString name;
+    if (i == count && m_state->GetFolders().FindName(found, parsed.parts[i], name, info) != 0) {
+      return {};
+    }
     stored +=
         (stored.back() == '\\' && stored.size() == 3 ? "" : "\\") + (name.empty() ? CString(parsed.parts[i]) : name);
   }

@@ -1,4 +1,5 @@
 #include "platform/machine_folder/folder_tree.h"
+#include "platform/machine_folder/host_listing.h"
 #include "platform/machine_folder/machine_folder.h"
 #include "platform/machine_folder/machine_folder_state.h"
 #include "platform/machine_folder/process_list.h"
@@ -6,8 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <dirent.h>
-#include <fcntl.h>
 #include <set>
 #include <sys/file.h>
 #include <sys/statvfs.h>
@@ -60,20 +59,11 @@ private:
   std::vector<HostDescriptor> m_folders;
 };
 
-/// False as well when it cannot be read.
-bool IsEmptyFolder(int folder) {
-  const int fd = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, int (*)(DIR*)> list(fd < 0 ? nullptr : fdopendir(fd), closedir);
-  if (!list) {
-    return false;
-  }
-  while (const dirent* const entry = readdir(list.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      return false;
-    }
-  }
-  return true;
+/// 0, ENOTEMPTY, or why it cannot be told.
+int LookIfEmpty(int folder) {
+  bool isEmpty = true;
+  const int code = ForEachEntry(folder, [&isEmpty](const dirent&) { return isEmpty = false; });
+  return code != 0 || isEmpty ? code : ENOTEMPTY;
 }
 
 /// The folder that a file lies in; the path itself when it ends in a backslash or has none.
@@ -131,7 +121,10 @@ bool MachineFolder::CreateDirectory(const CString& path) {
   for (; count < parsed.parts.size(); ++count) {
     struct stat info {};
     const CString name(parsed.parts[count]);
-    const CString stored = folders.FindName(folder, name, info);
+    CString stored;
+    if (const int code = folders.FindName(folder, name, stored, info); code != 0) {
+      return m_state->Fail(code, path);
+    }
     if (!stored.empty() && !S_ISDIR(info.st_mode)) {
       return m_state->Fail(Kind::kExists, path, "a file has the name");
     }
@@ -199,15 +192,15 @@ bool MachineFolder::MoveEmptyFolder(const CString& from, const CString& to) {
   if (!folder.IsOpen()) {
     return m_state->Fail(errno, from);
   }
-  if (!IsEmptyFolder(folder.Get())) {
-    return m_state->Fail(ENOTEMPTY, from);
+  if (const int code = LookIfEmpty(folder.Get()); code != 0) {
+    return m_state->Fail(code, from);
   }
   if (!RenameFolder(*m_state, source.folder, source.stored, target.folder, target.name)) {
     return m_state->Fail(errno, from);
   }
-  if (!IsEmptyFolder(folder.Get()) &&
-      RenameFolder(*m_state, target.folder, target.name, source.folder, source.stored)) {
-    return m_state->Fail(ENOTEMPTY, from);
+  const int code = LookIfEmpty(folder.Get());
+  if (code != 0 && RenameFolder(*m_state, target.folder, target.name, source.folder, source.stored)) {
+    return m_state->Fail(code, from);
   }
   return true;
 }
@@ -255,24 +248,25 @@ bool MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& en
   if (!m_state->FindFolder(path, folder)) {
     return false;
   }
-  const int fd = openat(folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, int (*)(DIR*)> list(fd < 0 ? nullptr : fdopendir(fd), closedir);
-  if (!list) {
-    return m_state->Fail(errno, path);
-  }
   std::vector<std::pair<CString, FolderEntry>> folded;
-  while (const dirent* const entry = readdir(list.get())) {
-    const CString name = entry->d_name;
-    if (name == "." || name == "..") {
-      continue;
-    }
+  int typeFailure = 0;
+  const int listFailure = ForEachEntry(folder.Get(), [&](const dirent& entry) {
+    const CString name = entry.d_name;
     struct stat info {};
-    mode_t type = entry->d_type == DT_DIR ? S_IFDIR : entry->d_type == DT_LNK ? S_IFLNK : S_IFREG;
-    if (entry->d_type == DT_UNKNOWN && fstatat(folder.Get(), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0) {
+    mode_t type = entry.d_type == DT_DIR ? S_IFDIR : entry.d_type == DT_LNK ? S_IFLNK : S_IFREG;
+    if (entry.d_type == DT_UNKNOWN) {
+      if (fstatat(folder.Get(), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
+        typeFailure = errno == ENOENT ? 0 : errno;
+        return typeFailure == 0; // gone meanwhile, or not to be told
+      }
       type = info.st_mode & S_IFMT;
     }
     folded.emplace_back(FoldName(name, m_state->GetFolders().GetCodePage()),
                         FolderEntry{name, type == S_IFDIR, type == S_IFLNK});
+    return true;
+  });
+  if (const int code = listFailure != 0 ? listFailure : typeFailure; code != 0) {
+    return m_state->Fail(code, path);
   }
   std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
     return a.first != b.first ? a.first < b.first : a.second.name < b.second.name;
@@ -422,6 +416,10 @@ WriterLock MachineFolder::LockWriter(std::int64_t milliseconds) {
       return {false, std::move(holder)};
     }
     AllowBackgroundProcessing();
+  }
+  if (!state.IsTrashUsable()) {
+    state.lock.Reset();
+    return {};
   }
   state.lockCount = 1;
   state.lockOwner = getpid();

@@ -1,5 +1,6 @@
 #include "platform/machine_folder/machine_folder_state.h"
 
+#include "platform/machine_folder/host_listing.h"
 #include "platform/machine_folder/process_list.h"
 #include "platform/text/code_page.h"
 
@@ -7,8 +8,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace kest {
@@ -54,9 +53,18 @@ bool MachineFolder::State::Fail(MachineError::Kind kind, const CString& path, co
   return false;
 }
 
+bool MachineFolder::State::NoteMiss(MachineError why, bool quiet) {
+  if (!quiet || (why.kind != MachineError::Kind::kNotFound && why.kind != MachineError::Kind::kRefused)) {
+    error = std::move(why);
+  }
+  return false;
+}
+
 void MachineFolder::State::OpenMounts() {
-  const auto add = [this](char drive, const CString& hostPath, bool writable) {
+  int failure = 0;
+  const auto add = [&](char drive, const CString& hostPath, bool writable) {
     HostDescriptor descriptor(open(hostPath.c_str(), kFolderFlags));
+    failure = descriptor.IsOpen() || errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? failure : errno;
     if (descriptor.IsOpen()) {
       m_mounts.push_back(std::make_unique<FolderMount>(
           FolderMount{drive, {}, RealPath(hostPath), writable, true, std::move(descriptor)}));
@@ -66,18 +74,18 @@ void MachineFolder::State::OpenMounts() {
     add('C', hostFolder + "/drive_c", true);
   }
   const CString devices = hostFolder + "/dosdevices";
-  DIR* const list = root.IsOpen() ? opendir(devices.c_str()) : nullptr;
-  while (const dirent* const entry = list == nullptr ? nullptr : readdir(list)) {
-    const CString name = entry->d_name;
+  const HostDescriptor folder(root.IsOpen() ? open(devices.c_str(), kFolderFlags) : -1);
+  failure = folder.IsOpen() || !root.IsOpen() || errno == ENOENT || errno == ENOTDIR ? failure : errno;
+  const int code = !folder.IsOpen() ? 0 : ForEachEntry(folder.Get(), [&](const dirent& entry) {
+    const CString name = entry.d_name;
     const char letter = static_cast<char>(text::ToLower(name[0]) - ('a' - 'A'));
     if (name.size() == 2 && name[1] == ':' && letter >= 'A' && letter <= 'Z' && letter != 'C') {
       const CString target = devices + "/" + name;
       add(letter, target, RealPath(target) != "/"); // the whole of this system is there to be read
     }
-  }
-  if (list != nullptr) {
-    closedir(list);
-  }
+    return true;
+  });
+  m_folders.SetMountFailure(code != 0 ? code : failure);
   UseMounts();
 }
 
@@ -155,18 +163,15 @@ bool MachineFolder::State::FindFolder(const CString& path, FoundFolder& found, b
       isFound = false;
     }
   }
-  if (!isFound && !quiet) {
-    error = std::move(why);
-  }
-  return isFound;
+  return isFound || NoteMiss(std::move(why), quiet);
 }
 
 bool MachineFolder::State::FindEntry(const CString& path, FoundEntry& entry, bool quiet, bool mayEndInBackslash) {
   if (!FindPlace(path, entry, quiet, mayEndInBackslash)) {
     return false;
   }
-  entry.stored = m_folders.FindName(entry.folder, entry.name, entry.info);
-  return true;
+  const int code = m_folders.FindName(entry.folder, entry.name, entry.stored, entry.info);
+  return code == 0 || NoteMiss(DescribeErrno(code, path), quiet);
 }
 
 bool MachineFolder::State::FindPlace(const CString& path, FoundEntry& entry, bool quiet, bool mayEndInBackslash) {
@@ -194,10 +199,7 @@ bool MachineFolder::State::FindPlace(const CString& path, FoundEntry& entry, boo
     }
   }
   if (!isFound) {
-    if (!quiet) {
-      error = std::move(why);
-    }
-    return false;
+    return NoteMiss(std::move(why), quiet);
   }
   entry.path = path;
   entry.name = parsed.parts.back();
@@ -243,9 +245,20 @@ bool MachineFolder::State::FindDeepest(const CString& path, WindowsPath& parsed,
     const bool isParent = !isWhole && count > 0 && !m_folders.Find(parsed, count - 1, found);
     if (isParent) {
       struct stat info {};
-      const CString stored = m_folders.FindName(found, parsed.parts[count - 1], info);
+      CString stored;
+      const int code = m_folders.FindName(found, parsed.parts[count - 1], stored, info);
       --count;
-      if (!stored.empty() && S_ISLNK(info.st_mode)) {
+      if (code != 0) {
+        why = DescribeErrno(code, path);
+        isFound = false;
+      } else if (!stored.empty() && S_ISDIR(info.st_mode)) {
+        // a folder after all: it could not be entered a moment ago
+        const auto failure = m_folders.Find(parsed, count + 1, found);
+        isFound = !failure;
+        count += isFound ? 1 : 0;
+        why = failure.value_or(why);
+        why.path = path;
+      } else if (!stored.empty() && S_ISLNK(info.st_mode)) {
         struct stat target {};
         isFound = fstatat(found.Get(), stored.c_str(), &target, 0) != 0 || !S_ISDIR(target.st_mode);
         why.reason = "a link leads out of the drive";
@@ -255,10 +268,7 @@ bool MachineFolder::State::FindDeepest(const CString& path, WindowsPath& parsed,
       why.path = path;
     }
   }
-  if (!isFound && !quiet) {
-    error = std::move(why);
-  }
-  return isFound;
+  return isFound || NoteMiss(std::move(why), quiet);
 }
 
 bool MachineFolder::State::MayChange(const FoundFolder& folder, const CString& path) {
@@ -345,6 +355,16 @@ int MachineFolder::State::GetTrash() {
     m_trashIdentity = IdentityOf(info);
   }
   return m_trash.Get();
+}
+
+bool MachineFolder::State::IsTrashUsable() {
+  if (!root.IsOpen() || faccessat(root.Get(), "trash", W_OK | X_OK, AT_EACCESS) == 0 || errno == ENOENT) {
+    return true;
+  }
+  const int code = errno;
+  (void)Fail(code, hostFolder + "/trash");
+  error.reason += "; give this user the right to write in that folder";
+  return false;
 }
 
 bool MachineFolder::State::MoveToTrash(const FoundEntry& entry, const CString& label) {

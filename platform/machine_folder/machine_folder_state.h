@@ -36,7 +36,8 @@ public:
 
   // ---- paths
   FolderCache& GetFolders() override { return m_folders; }
-  /// With `quiet` a failure leaves the last error alone: for plain questions.
+  /// With `quiet`, for plain questions, a failure that means "not there" leaves the last error alone; one that leaves
+  /// the question open is noted all the same.
   [[nodiscard]] bool FindFolder(const CString& path, FoundFolder& found, bool quiet = false);
   [[nodiscard]] bool FindEntry(const CString& path, FoundEntry& entry, bool quiet = false,
                                bool mayEndInBackslash = false);
@@ -63,6 +64,8 @@ public:
   // ---- trash
   /// -1 when it cannot be made.
   [[nodiscard]] int GetTrash();
+  /// Whether what is replaced and deleted may be put there; a machine that lets nobody make one does without.
+  [[nodiscard]] bool IsTrashUsable();
   [[nodiscard]] bool MoveToTrash(const FoundEntry& entry, const CString& label);
 
   // ---- durability
@@ -108,6 +111,7 @@ private:
   };
   void OpenMounts();
   void UseMounts();
+  [[nodiscard]] bool NoteMiss(MachineError why, bool quiet);
   [[nodiscard]] bool TryDeepest(const WindowsPath& path, FoundFolder& found, std::size_t& count, MachineError& why);
   [[nodiscard]] Mark MarkOf(const char* name) const;
   [[nodiscard]] int ReadRootFile(const char* name, CString& content) const;

@@ -314,7 +314,8 @@ int MachineFolder::GetOperatingSystemVersion() {
 void MachineFolder::EnumProcs(const std::function<bool(const CString&)>& callback) {
   std::vector<CString> processes = GetRunningProcesses();
   if (IsPrefixServed(m_state->rootIdentity, m_state->hostFolder)) {
-    for (CString& word : ListPrefixProcesses(m_state->rootIdentity, m_state->hostFolder)) {
+    int code = 0;
+    for (CString& word : ListPrefixProcesses(m_state->rootIdentity, m_state->hostFolder, code)) {
       if (word[0] == '/') {
         word = ToWindowsPath(word);
       }
@@ -323,6 +324,9 @@ void MachineFolder::EnumProcs(const std::function<bool(const CString&)>& callbac
       if (!isKnown && FileExists(word)) {
         processes.push_back(GetStoredPath(word));
       }
+    }
+    if (code != 0) {
+      (void)m_state->Fail(code, "/proc");
     }
   }
   for (const CString& process : processes) {

@@ -1,9 +1,9 @@
 #include "platform/machine_folder/process_list.h"
 
+#include "platform/machine_folder/host_listing.h"
+
 #include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
@@ -64,23 +64,20 @@ bool IsPrefixServed(HostIdentity root, const CString& hostFolder) {
   return false;
 }
 
-std::vector<CString> ListPrefixProcesses(HostIdentity root, const CString& hostFolder) {
+std::vector<CString> ListPrefixProcesses(HostIdentity root, const CString& hostFolder, int& code) {
   std::vector<CString> found;
-  DIR* const list = opendir("/proc");
-  if (list == nullptr) {
-    return found;
-  }
-  while (const dirent* const entry = readdir(list)) {
-    const CString process = entry->d_name;
+  const HostDescriptor processes(open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  code = ForEachEntry(processes.Get(), [&](const dirent& entry) {
+    const CString process = entry.d_name;
     if (process[0] < '1' || process[0] > '9') {
-      continue;
+      return true;
     }
     CString word = FirstWord(ReadProcFile("/proc/" + process + "/cmdline"));
     if (word.starts_with(hostFolder + "/") || (IsWindowsPath(word) && WorksInPrefix(process, root))) {
       found.push_back(std::move(word));
     }
-  }
-  closedir(list);
+    return true;
+  });
   return found;
 }
 

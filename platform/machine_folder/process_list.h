@@ -11,8 +11,9 @@ namespace kest {
 [[nodiscard]] bool IsPrefixServed(HostIdentity root, const CString& hostFolder);
 
 /// What the processes of the prefix at `root` call themselves (the first word of their command lines): Windows paths
-/// as Wine writes them, or host paths below `hostFolder`. Reads the list of processes once.
-[[nodiscard]] std::vector<CString> ListPrefixProcesses(HostIdentity root, const CString& hostFolder);
+/// as Wine writes them, or host paths below `hostFolder`. Reads the list of processes once; `code` is 0, or the errno
+/// of a list that broke off.
+[[nodiscard]] std::vector<CString> ListPrefixProcesses(HostIdentity root, const CString& hostFolder, int& code);
 
 /// "process 4711 (name)" of whoever holds the lock on the folder; empty when that is not known or it is this process.
 [[nodiscard]] CString FindLockHolder(HostIdentity folder);
