@@ -121,7 +121,10 @@ OperationScope::OperationScope(State& state, OperationReport::Operation operatio
     const WriterLock lock = WaitForLock(state);
     m_locked = lock.held;
     m_mayWrite = lock.held;
-    if (!lock.held) {
+    const MachineError refused = CKestOS::GetMachine().GetLastError();
+    if (!lock.held && lock.holder.empty() && FailureOf(refused) == OperationReport::Failure::kNoPermission) {
+      state.FailByError(refused, CString(), "the machine cannot be changed");
+    } else if (!lock.held) {
       const CString holder = lock.holder.empty() ? CString("another process") : lock.holder;
       state.Fail(OperationReport::Failure::kLocked, CString(), "the machine is being changed by " + holder, 0,
                  "try again when it has finished");

@@ -137,8 +137,8 @@ bool IsOneOf(std::string_view word, std::string_view choices) {
   const char first = word.empty() ? '|' : text::ToLower(word.front());
   for (std::size_t at = 0; at < choices.size();) {
     const std::size_t end = std::min(choices.find('|', at), choices.size());
-    // nearly all are told apart by their first letter; the choices stand in lower case
-    if (choices[at] == first && text::EqualNoCase(word, choices.substr(at, end - at))) {
+    // nearly all are told apart by their first letter
+    if (text::ToLower(choices[at]) == first && text::EqualNoCase(word, choices.substr(at, end - at))) {
       return true;
     }
     at = end + 1;
