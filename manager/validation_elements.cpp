@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace kest {
 
@@ -234,18 +236,35 @@ void CheckContent(const ValidationRules& rules, const OutlineElement& element) {
   }
 }
 
-void CheckAttributes(const ValidationRules& rules, const OutlineElement& element) {
-  for (const RequiredRow& row : kRequired) {
-    if (IsOneOf(element.name, row.elements) && Said(element, row.attributes).empty()) {
+/// The rows that are about elements of one name.
+struct RowsOfElement {
+  explicit RowsOfElement(std::string_view element) {
+    for (const RequiredRow& row : kRequired) {
+      if (IsOneOf(element, row.elements)) {
+        required.push_back(&row);
+      }
+    }
+    for (const ValueRow& row : kValues) {
+      if (IsOneOf(element, row.elements)) {
+        values.push_back(&row);
+      }
+    }
+  }
+  std::vector<const RequiredRow*> required;
+  std::vector<const ValueRow*> values;
+};
+
+void CheckAttributes(const ValidationRules& rules, const OutlineElement& element, const RowsOfElement& rows) {
+  for (const RequiredRow* at : rows.required) {
+    const RequiredRow& row = *at;
+    if (Said(element, row.attributes).empty()) {
       const CString text = Tag(element.name) + " has no " + Readable(row.attributes) + ": " + row.consequence;
       row.isError ? rules.findings.Error(element.line, row.rule, text)
                   : rules.findings.Warn(element.line, row.rule, text);
     }
   }
-  for (const ValueRow& row : kValues) {
-    if (!IsOneOf(element.name, row.elements)) {
-      continue;
-    }
+  for (const ValueRow* at : rows.values) {
+    const ValueRow& row = *at;
     for (const auto& [name, value] : element.attributes) {
       const CString why = IsOneOf(name, row.attributes) && !value.empty() ? row.judge(text::Trimmed(value)) : "";
       if (!why.empty()) {
@@ -254,9 +273,12 @@ void CheckAttributes(const ValidationRules& rules, const OutlineElement& element
     }
   }
   for (const auto& [elements, same] : kAliases) {
+    if (!IsOneOf(element.name, elements)) {
+      continue;
+    }
     const auto count = std::count_if(element.attributes.begin(), element.attributes.end(),
                                      [&, names = same](const auto& one) { return IsOneOf(one.first, names); });
-    if (count > 1 && IsOneOf(element.name, elements)) {
+    if (count > 1) {
       rules.findings.Warn(element.line, "attribute-twice",
                           Tag(element.name) + " says " + Readable(same) + " more than once: the last one counts");
     }
@@ -279,12 +301,22 @@ void CheckAttributes(const ValidationRules& rules, const OutlineElement& element
 
 void ValidationRules::CheckElements() const {
   std::map<CString, int> seen;
+  // a description of many elements has few kinds of them
+  std::unordered_map<CString, RowsOfElement> rows;
+  std::unordered_set<CString> inPlace;
   for (const OutlineElement& element : outline.GetElements()) {
     if (findings.IsFull()) {
       return;
     }
-    CheckContent(*this, element);
-    CheckAttributes(*this, element);
+    const CString place = CString(outline.ParentName(element)).append("/").append(element.name);
+    if (element.hasText || !inPlace.contains(place)) {
+      const std::size_t before = findings.GetCount();
+      CheckContent(*this, element);
+      if (findings.GetCount() == before) {
+        inPlace.insert(place);
+      }
+    }
+    CheckAttributes(*this, element, rows.try_emplace(element.name, element.name).first->second);
     if (element.parent == 0 && IsOneOf(element.name, kOnce) && ++seen[element.name] > 1) {
       findings.Warn(element.line, "element-twice", Tag(element.name) + " stands there more than once");
     }

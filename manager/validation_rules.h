@@ -16,6 +16,7 @@ public:
   }
   /// Nothing more is taken up; whoever looks for more may stop.
   [[nodiscard]] bool IsFull() const;
+  [[nodiscard]] std::size_t GetCount() const { return m_found.size(); }
   /// In the order of the lines, those about none last.
   [[nodiscard]] std::vector<ValidationFinding> Take();
 
