@@ -8,7 +8,7 @@
 namespace kest {
 
 /// How an installed extension stands against what its install left.
-struct VerifyReport {
+struct KEST_API VerifyReport {
   /// How one thing stands.
   enum class State {
     kAsInstalled, ///< as the install left it
