@@ -71,6 +71,23 @@ std::string Describe(const HistoryEntry& entry) {
   return fmt::format("{}{} {} {}", Shown(entry.operation), undo, ShownText(entry.extension), Shown(entry.version));
 }
 
+// Whether the history and the trash could be read; ends the command otherwise, `exit` then being its code.
+bool CouldRead(Session& session, bool isComplete, int& exit) {
+  if (isComplete) {
+    return true;
+  }
+  const MachineError& error = session.GetMachine().GetLastError();
+  exit =
+      session.Fail(error.kind == MachineError::Kind::kAccess ? kInUseOrLocked : kFailed,
+                   {"the history of the machine cannot be read",
+                    error.reason.empty() ? "a folder or file of it did not answer" : error.path + ": " + error.reason,
+                    "nothing",
+                    {},
+                    "see that this user may read C:\\ProgramData\\Kest, and try again",
+                    0});
+  return false;
+}
+
 void WarnOfUnreadable(Session& session, const History& history) {
   if (history.unreadable > 0) {
     session.terminal.Notice(fmt::format("{} {} line{} of the history {} damaged, or written by a later kest, and "
@@ -98,11 +115,13 @@ long ReadNumber(const Session& session) {
 struct Trash {
   std::vector<TrashEntry> entries;
   std::map<long, HistoryEntry> operations;
+  bool isComplete = true;
 };
 
 Trash ReadTrash(Session& session) {
-  Trash trash{session.GetManager().GetTrash(), {}};
-  for (HistoryEntry& entry : session.GetManager().GetHistory().entries) {
+  History history = session.GetManager().GetHistory();
+  Trash trash{session.GetManager().GetTrash(), {}, history.isComplete};
+  for (HistoryEntry& entry : history.entries) {
     const long number = entry.number;
     trash.operations[number] = std::move(entry);
   }
@@ -147,6 +166,9 @@ int RunHistory(Session& session) {
     return exit;
   }
   History history = session.GetManager().GetHistory();
+  if (!CouldRead(session, history.isComplete, exit)) {
+    return exit;
+  }
   session.document["unreadable"] = history.unreadable;
   WarnOfUnreadable(session, history);
   if (!session.options.arguments.empty()) {
@@ -193,6 +215,9 @@ int RunUndo(Session& session) {
   }
   CKestExtensionManager& manager = session.GetManager();
   const History history = manager.GetHistory();
+  if (!CouldRead(session, history.isComplete, exit)) {
+    return exit;
+  }
   const auto found =
       std::find_if(history.entries.rbegin(), history.entries.rend(),
                    [number](const HistoryEntry& entry) { return number == 0 || entry.number == number; });
@@ -229,6 +254,9 @@ int RunTrash(Session& session) {
     return exit;
   }
   const Trash trash = ReadTrash(session);
+  if (!CouldRead(session, trash.isComplete, exit)) {
+    return exit;
+  }
   const TrashLimits limits = history::ReadLimits();
   session.document["entries"] = TrashJson(session, trash, trash.entries);
   session.document["limits"] = {{"days", limits.days}, {"megabytes", limits.megabytes}};
@@ -259,7 +287,10 @@ int RunTrashEmpty(Session& session) {
     limits.megabytes = options.keepSize >= 0 ? options.keepSize : kAnyAge;
   }
   session.document["dropped"] = Json::array();
-  const std::vector<TrashEntry> goes = history::SelectTrash(limits);
+  std::vector<TrashEntry> goes;
+  if (!CouldRead(session, history::SelectTrash(limits, goes), exit)) {
+    return exit;
+  }
   if (goes.empty()) {
     session.terminal.Notice("Nothing in the trash is to go.");
     return kDone;

@@ -1,5 +1,6 @@
 #include "journal/history.h"
 
+#include "journal/file_state.h"
 #include "journal/history_lines.h"
 #include "journal/operation_record.h"
 #include "journal/record_judge.h"
@@ -86,34 +87,44 @@ bool FillEffect(const StepRecord& line, const CString& folder, OperationEffect& 
          (effect.package.empty() || RecordJudge::IsPlain(effect.package));
 }
 
-/// The end of the history, from the first line that begins in it; `torn` when the last line does not end.
-CString ReadTail(const CString& path, bool& torn) {
+/// The end of the history, from the first line that begins in it; empty when there is none. `torn` when the last line
+/// does not end. False when it cannot be read.
+bool ReadTail(const CString& path, CString& content, bool& torn) {
+  content.clear();
   torn = false;
-  const std::unique_ptr<MachineFile> file =
-      CKestOS::FileExists(path) ? CKestOS::GetMachine().Open(path, OpenMode::kRead) : nullptr;
+  const Presence presence = ProbeFile(path);
+  if (presence != Presence::kPresent) {
+    return presence == Presence::kAbsent;
+  }
+  const std::unique_ptr<MachineFile> file = CKestOS::GetMachine().Open(path, OpenMode::kRead);
   std::uint64_t size = 0;
-  if (file == nullptr || !file->GetSize(size) || size == 0) {
-    return {};
+  if (file == nullptr || !file->GetSize(size)) {
+    return false;
   }
-  CString content(static_cast<std::size_t>(std::min(size, kTail)), '\0');
-  if (file->ReadAt(size - content.size(), content.data(), content.size()) !=
-      static_cast<std::int64_t>(content.size())) {
-    return {};
+  content.resize(static_cast<std::size_t>(std::min(size, kTail)));
+  torn = !content.empty();
+  if (torn && file->ReadAt(size - content.size(), content.data(), content.size()) !=
+                  static_cast<std::int64_t>(content.size())) {
+    return false;
   }
-  torn = !content.ends_with('\n');
-  return content;
+  torn = torn && !content.ends_with('\n');
+  return true;
 }
 
-long LastNumber(const CString& folder, bool& torn) {
-  long last = 0;
-  ForEachLine(ReadTail(folder + kLogName, torn), [&last](const StepRecord& record) {
+bool FindLastNumber(const CString& folder, long& last, bool& torn) {
+  CString tail;
+  last = 0;
+  if (!ReadTail(folder + kLogName, tail, torn)) {
+    return false;
+  }
+  ForEachLine(tail, [&last](const StepRecord& record) {
     long number = 0;
     if (sealed_line::ParseNumber(record.Get("number"), number)) {
       last = std::max(last, number);
     }
     return true;
   });
-  return last;
+  return true;
 }
 
 } // namespace
@@ -175,18 +186,26 @@ bool ReadRecord(const CString& folder, Record& record) {
   return damaged == 0 && counted >= 0 && static_cast<std::size_t>(counted) == record.effects.size();
 }
 
-long GetNextNumber(const CString& folder) {
+bool GetNextNumber(const CString& folder, long& number) {
   bool torn = false;
-  long last = LastNumber(folder, torn);
-  for (const TrashEntry& entry : history::ListTrash()) {
-    last = std::max(last, entry.number);
+  std::vector<TrashEntry> trash;
+  if (!FindLastNumber(folder, number, torn) || !history::ListTrash(trash)) {
+    return false;
   }
-  return last + 1;
+  for (const TrashEntry& entry : trash) {
+    number = std::max(number, entry.number);
+  }
+  ++number;
+  return true;
 }
 
 bool AppendLine(const CString& folder, const Record& record) {
   bool torn = false;
-  if (LastNumber(folder, torn) >= record.number) {
+  long last = 0;
+  if (!FindLastNumber(folder, last, torn)) {
+    return false;
+  }
+  if (last >= record.number) {
     return true;
   }
   const CString path = folder + kLogName;
@@ -215,11 +234,15 @@ History Read() {
   History read;
   CString folder;
   CString content;
-  if (!GetFolder(folder) || !CKestFile::ReadAll(folder + kLogName, content)) {
+  if (!GetFolder(folder)) {
     return read;
   }
+  const Presence presence = ProbeFile(folder + kLogName);
+  std::vector<TrashEntry> trash;
+  read.isComplete = presence != Presence::kUnknown && ListTrash(trash) &&
+                    (presence == Presence::kAbsent || CKestFile::ReadAll(folder + kLogName, content));
   std::map<long, CString> kept;
-  for (const TrashEntry& entry : ListTrash()) {
+  for (const TrashEntry& entry : trash) {
     kept[entry.number] = entry.folder;
   }
   read.unreadable = ForEachLine(content, [&](const StepRecord& line) {
@@ -246,13 +269,19 @@ bool ReadEffects(const CString& trashFolder, std::vector<OperationEffect>& effec
   return true;
 }
 
-std::vector<TrashEntry> ListTrash() {
-  std::vector<TrashEntry> trash;
+bool ListTrash(std::vector<TrashEntry>& trash) {
   CString folder;
   std::vector<FolderEntry> entries;
-  if (!GetFolder(folder) || !CKestOS::DirectoryExists(folder + history_lines::kTrashFolder) ||
-      !CKestOS::GetMachine().ListFolder(folder + history_lines::kTrashFolder, entries)) {
-    return trash;
+  trash.clear();
+  if (!GetFolder(folder)) {
+    return true;
+  }
+  const Presence presence = ProbeFolder(folder + history_lines::kTrashFolder);
+  if (presence != Presence::kPresent) {
+    return presence == Presence::kAbsent;
+  }
+  if (!CKestOS::GetMachine().ListFolder(folder + history_lines::kTrashFolder, entries)) {
+    return false;
   }
   for (const FolderEntry& entry : entries) {
     const std::string_view name = entry.name;
@@ -269,7 +298,7 @@ std::vector<TrashEntry> ListTrash() {
     }
   }
   std::sort(trash.begin(), trash.end(), [](const TrashEntry& a, const TrashEntry& b) { return a.number < b.number; });
-  return trash;
+  return true;
 }
 
 TrashLimits ReadLimits() {
@@ -301,8 +330,10 @@ TrashLimits ReadLimits() {
   return limits;
 }
 
-std::vector<TrashEntry> SelectTrash(const TrashLimits& limits) {
-  std::vector<TrashEntry> trash = ListTrash();
+bool SelectTrash(const TrashLimits& limits, std::vector<TrashEntry>& trash) {
+  if (!ListTrash(trash)) {
+    return false;
+  }
   const std::int64_t oldest = CKestOS::GetMachine().Now().GetSeconds() - limits.days * kDay;
   const std::uint64_t most = static_cast<std::uint64_t>(limits.megabytes) << 20;
   std::uint64_t bytes = 0;
@@ -312,13 +343,13 @@ std::vector<TrashEntry> SelectTrash(const TrashLimits& limits) {
     --first;
   }
   trash.erase(first, trash.end());
-  return trash;
+  return true;
 }
 
-std::vector<TrashEntry> DropTrash(const TrashLimits& limits) {
-  std::vector<TrashEntry> dropped = SelectTrash(limits);
-  std::erase_if(dropped, [](const TrashEntry& entry) { return !CKestOS::GetMachine().RemoveTree(entry.folder); });
-  return dropped;
+bool DropTrash(const TrashLimits& limits, std::vector<TrashEntry>& dropped) {
+  return SelectTrash(limits, dropped) && std::erase_if(dropped, [](const TrashEntry& entry) {
+                                           return !CKestOS::GetMachine().RemoveTree(entry.folder);
+                                         }) == 0;
 }
 
 } // namespace history

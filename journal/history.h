@@ -30,6 +30,7 @@ struct HistoryEntry {
 struct History {
   std::vector<HistoryEntry> entries; ///< those that could be read
   std::size_t unreadable = 0; ///< lines that are damaged, or of a kind that is not known here; they are passed over
+  bool isComplete = true;     ///< false: the history or the trash is there, perhaps, and could not be read
 };
 
 /// One entry of the trash: what one operation replaced and deleted.
@@ -76,14 +77,16 @@ namespace history {
 /// The effects of the operation that an entry of the trash is about, in the order in which they came. False, and none,
 /// when the record is missing or not whole.
 [[nodiscard]] KEST_API bool ReadEffects(const CString& trashFolder, std::vector<OperationEffect>& effects);
-[[nodiscard]] KEST_API std::vector<TrashEntry> ListTrash(); ///< oldest first
+/// Oldest first. False, and none, when the trash cannot be listed.
+[[nodiscard]] KEST_API bool ListTrash(std::vector<TrashEntry>& trash);
 /// From "settings.txt" in the folder: lines "trash-days = N" and "trash-megabytes = N"; what is missing or makes no
 /// sense is the default.
 [[nodiscard]] KEST_API TrashLimits ReadLimits();
-/// Those that the limits leave no room for: too old, or beyond the size, the oldest first.
-[[nodiscard]] KEST_API std::vector<TrashEntry> SelectTrash(const TrashLimits& limits);
-/// Drops those; what could be removed. Under the writer's lock.
-KEST_API std::vector<TrashEntry> DropTrash(const TrashLimits& limits);
+/// Those that the limits leave no room for: too old, or beyond the size, the oldest first. As ListTrash.
+[[nodiscard]] KEST_API bool SelectTrash(const TrashLimits& limits, std::vector<TrashEntry>& selected);
+/// Drops those, under the writer's lock; `dropped` gets what could be removed. False when that is not all, or when the
+/// trash cannot be listed.
+KEST_API bool DropTrash(const TrashLimits& limits, std::vector<TrashEntry>& dropped);
 
 } // namespace history
 

@@ -23,8 +23,8 @@ struct Record {
 [[nodiscard]] CString WriteEffect(const OperationEffect& effect);
 /// From the record in a folder, without trailing backslash. False when it is missing or not whole.
 [[nodiscard]] bool ReadRecord(const CString& folder, Record& record);
-/// One more than any number that the history or the trash has.
-[[nodiscard]] long GetNextNumber(const CString& folder);
+/// One more than any number that the history or the trash has. False when they cannot be read.
+[[nodiscard]] bool GetNextNumber(const CString& folder, long& number);
 /// Adds the record's line to the history and brings it to the disk; nothing when its number is there already.
 [[nodiscard]] bool AppendLine(const CString& folder, const Record& record);
 /// "<number>-<seconds>-<bytes>": a list of the trash needs no more than the names.

@@ -228,7 +228,8 @@ bool MoveToTrash(const CString& own) {
 bool Write(const HistoryNote& note, const std::vector<StepEffect>& effects, CString& path) {
   CString own;
   CString folder;
-  if (!private_folders::GetOwn(own) || !history::GetFolder(folder)) {
+  long number = 0;
+  if (!private_folders::GetOwn(own) || !history::GetFolder(folder) || !history_lines::GetNextNumber(folder, number)) {
     return false;
   }
   Writer writer(note, own);
@@ -238,7 +239,7 @@ bool Write(const HistoryNote& note, const std::vector<StepEffect>& effects, CStr
     }
   }
   StepRecord line = note.line;
-  line.Add("number", std::to_string(history_lines::GetNextNumber(folder)));
+  line.Add("number", std::to_string(number));
   line.Add("time", std::to_string(CKestOS::GetMachine().Now().GetSeconds()));
   line.Add("kept-bytes", std::to_string(writer.GetBytes()));
   StepRecord end;

@@ -159,7 +159,8 @@ public:
   /// Afterwards the catalogue has been read anew: records borrowed from it are gone. 0, or -1: then nothing was
   /// changed.
   int UndoOperation(long number);
-  [[nodiscard]] std::vector<TrashEntry> GetTrash() const; ///< what is kept of earlier operations, oldest first
+  /// What is kept of earlier operations, oldest first; none when it cannot be listed, which GetHistory tells.
+  [[nodiscard]] std::vector<TrashEntry> GetTrash() const;
   /// Drops the entries of the trash that the limits leave no room for. 0, or -1 when another process is changing the
   /// machine, or something could not be removed.
   int EmptyTrash(const TrashLimits& limits, std::vector<TrashEntry>& dropped);

@@ -106,7 +106,9 @@ const char* WordOf(OperationReport::Operation operation) {
 
 // What earlier operations left there has had its time.
 void DropOldTrash(OperationReport& report) {
-  for (const TrashEntry& entry : history::DropTrash(history::ReadLimits())) {
+  std::vector<TrashEntry> dropped;
+  history::DropTrash(history::ReadLimits(), dropped); // what stays has another chance after the next operation
+  for (const TrashEntry& entry : dropped) {
     ++report.trashDropped;
     report.trashDroppedBytes += entry.bytes;
   }

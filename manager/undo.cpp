@@ -278,6 +278,10 @@ int CKestExtensionManager::UndoOperation(long number) {
     return -1;
   }
   const History history = history::Read();
+  if (!history.isComplete) {
+    state.FailByMachine(CString(), "the history of the machine cannot be read");
+    return -1;
+  }
   const HistoryEntry* entry = FindOperation(state, history, number);
   if (entry == nullptr) {
     return -1;
@@ -313,7 +317,7 @@ History CKestExtensionManager::GetHistory() const { return history::Read(); }
 
 bool CKestExtensionManager::GetEffects(long number, std::vector<OperationEffect>& effects) const {
   effects.clear();
-  for (const TrashEntry& entry : history::ListTrash()) {
+  for (const TrashEntry& entry : GetTrash()) {
     if (entry.number == number) {
       return history::ReadEffects(entry.folder, effects);
     }
@@ -321,15 +325,18 @@ bool CKestExtensionManager::GetEffects(long number, std::vector<OperationEffect>
   return false;
 }
 
-std::vector<TrashEntry> CKestExtensionManager::GetTrash() const { return history::ListTrash(); }
+std::vector<TrashEntry> CKestExtensionManager::GetTrash() const {
+  std::vector<TrashEntry> trash;
+  static_cast<void>(history::ListTrash(trash)); // GetHistory tells a trash that cannot be listed
+  return trash;
+}
 
 int CKestExtensionManager::EmptyTrash(const TrashLimits& limits, std::vector<TrashEntry>& dropped) {
   OperationScope operation(*m_state, OperationReport::Operation::kNone);
   if (!operation.MayWrite()) {
     return -1;
   }
-  dropped = history::DropTrash(limits);
-  if (!history::SelectTrash(limits).empty()) {
+  if (!history::DropTrash(limits, dropped)) {
     m_state->FailByMachine(CString(), "not all of the trash could be emptied");
     return -1;
   }

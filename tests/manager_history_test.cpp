@@ -1,4 +1,5 @@
 #include "description/extension.h"
+#include "platform/machine/forwarding_machine.h"
 #include "platform/machine/os.h"
 #include "platform/text/sealed_line.h"
 #include "support/kest_fixture.h"
@@ -76,6 +77,15 @@ protected:
   std::filesystem::path m_saved = m_pc.GetOutside() / "saved";
 };
 
+/// Nothing can be done with the history itself.
+class WithoutItsHistory : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+
+protected:
+  bool Allow(const Call& call) override { return call.path == nullptr || !call.path->ends_with("history.log"); }
+};
+
 TEST_F(HistoryTest, AnUndoOfEachKindBringsTheMachineBackAndCanBeUndone) {
   const auto all = kinds();
   ASSERT_EQ(RunProcess({"/bin/cp", "-a", m_pc.GetRoot() / ".", m_saved}).exit, 0);
@@ -128,18 +138,31 @@ TEST_F(HistoryTest, AnUndoRefusesWhatItCannotBringBackAndChangesNothing) {
   m_pc.Write(record, m_pc.Read(record).substr(0, 300)); // cut
   refused(3, "what the trash keeps of it cannot be read");
 
+  // a history that cannot be read is not an empty one, and no number is given twice
+  {
+    WithoutItsHistory machine(m_pc.Get());
+    CKestOS::SetMachine(&machine);
+    EXPECT_FALSE(manager().GetHistory().isComplete);
+    refused(0, "the history of the machine cannot be read");
+    installed(package("Unnoted").file("unnoted.htm", kToCommands));
+    CKestOS::SetMachine(&m_pc.Get());
+  }
+  EXPECT_EQ(manager().GetHistory().entries.size(), 3u);
+  ASSERT_EQ(uninstall(find("Unnoted")), 0);
+  EXPECT_EQ(manager().GetHistory().entries.back().number, 4);
+
   // a damaged line, one of a later version and one that was cut short hinder neither the rest nor what comes
   const std::string lines = m_pc.Read(log);
   m_pc.Write(log, "forged\tnumber=900\n" + sealed_line::Seal("miracle\tnumber=40") + lines + "operation\tnum");
   History history = manager().GetHistory();
   EXPECT_EQ(history.unreadable, 2u);
-  ASSERT_EQ(history.entries.size(), 3u);
+  ASSERT_EQ(history.entries.size(), 4u);
   EXPECT_EQ(history.entries[2].operation, "uninstall");
   installed(package("Third").file("third.htm", kToCommands));
   history = manager().GetHistory();
   EXPECT_EQ(history.unreadable, 3u);
-  ASSERT_EQ(history.entries.size(), 4u);
-  EXPECT_EQ(history.entries[3].number, 41);
+  ASSERT_EQ(history.entries.size(), 5u);
+  EXPECT_EQ(history.entries[4].number, 41);
   EXPECT_EQ(manager().UndoOperation(0), 0) << lastReason();
   refused(41, "operation 42 has taken it back already");
 }
