@@ -41,10 +41,10 @@ bool ReadReplacement(const RegistryValue& value, Replacement& out) {
 
 bool CarryOut(const Replacement& replacement) {
   Machine& machine = CKestOS::GetMachine();
-  if (!machine.FileExists(replacement.pending)) {
+  if (!IsYes(machine.FileExists(replacement.pending))) {
     return false;
   }
-  if (machine.FileExists(replacement.destination) && machine.IsFileReadOnly(replacement.destination) &&
+  if (machine.IsFileReadOnly(replacement.destination) != Answer::kNo &&
       !machine.SetFileReadOnly(replacement.destination, false)) {
     return false;
   }

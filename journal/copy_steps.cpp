@@ -42,10 +42,9 @@ int CInstallCopyFile::Prepare() {
     if (PreparePending() != 0) {
       return -1;
     }
-  } else if (CKestOS::GetMachine().FileExists(m_destination)) {
-    // an answer "no" that is wrong does no harm: the move into place refuses to replace
+  } else if (const Answer exists = CKestOS::GetMachine().FileExists(m_destination); exists != Answer::kNo) {
     CString folder;
-    if (!private_folders::GetFor(m_destination, folder)) {
+    if (exists == Answer::kCannotTell || !private_folders::GetFor(m_destination, folder)) {
       return -1;
     }
     const CString backup = folder + private_folders::NextName("cpy");
@@ -66,7 +65,7 @@ int CInstallCopyFile::PrepareStage() {
     return -1;
   }
   if (m_mayMoveSource && folder == own && private_folders::Holds(m_source)) {
-    if (!machine.FileExists(m_source)) {
+    if (!IsYes(machine.FileExists(m_source))) {
       return -1;
     }
     m_stage = m_source;
@@ -96,7 +95,8 @@ int CInstallCopyFile::PreparePending() {
     const CString name = "rpl" + stem + std::to_string(s_nextNumber++) + ".tmp";
     path.SetFileName(name);
     CString data;
-    if (!machine.FileExists(path) && !machine.ReadRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, data)) {
+    if (machine.FileExists(path) == Answer::kNo &&
+        machine.ReadRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, data) == Answer::kNo) {
       m_pending = path;
       return 0;
     }
@@ -131,7 +131,8 @@ int CInstallCopyFile::DoDeferred() {
   const CString name = CKestPath(m_pending).GetFileName();
   CString other;
   if (command.empty() ||
-      (machine.ReadRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, other) && other != command)) {
+      (machine.ReadRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, other) != Answer::kNo &&
+       other != command)) {
     return -1; // somebody else's value since the name was chosen
   }
   return machine.WriteRegistryString(RegistryRoot::kCurrentUser, kRunOnceKey, name, command) ? 0 : -1;

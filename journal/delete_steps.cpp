@@ -117,9 +117,9 @@ int CInstallBackupFile::Prepare() {
     return -1;
   }
   CString oldCopy;
-  if (machine.FileExists(m_copy)) {
+  if (const Answer exists = machine.FileExists(m_copy); exists != Answer::kNo) {
     oldCopy = folder + private_folders::NextName("bkc");
-    if (!KeepFile(m_copy, oldCopy, m_oldCopyIsCopy)) {
+    if (exists == Answer::kCannotTell || !KeepFile(m_copy, oldCopy, m_oldCopyIsCopy)) {
       return -1;
     }
   }

@@ -5,18 +5,16 @@
 
 namespace kest {
 
-/// Asks a plain question; an answer that could not be had is not "no".
-static Presence Ask(bool (Machine::*question)(const CString&), const CString& path) {
-  Machine& machine = CKestOS::GetMachine();
-  machine.ClearLastError();
-  if ((machine.*question)(path)) {
+static Presence Ask(Answer (Machine::*question)(const CString&), const CString& path) {
+  switch ((CKestOS::GetMachine().*question)(path)) {
+  case Answer::kYes:
     return Presence::kPresent;
+  case Answer::kNo:
+    return Presence::kAbsent;
+  case Answer::kCannotTell:
+    break;
   }
-  const MachineError::Kind kind = machine.GetLastError().kind;
-  return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ||
-                 kind == MachineError::Kind::kRefused
-             ? Presence::kAbsent
-             : Presence::kUnknown;
+  return Presence::kUnknown;
 }
 
 Presence ProbeFolder(const CString& path) {

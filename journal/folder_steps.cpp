@@ -54,7 +54,7 @@ int CInstallCreateFolder::Undo() {
 
 bool CInstallCreateFolder::IsUndoInTheWayOfOthers() const {
   std::vector<FolderEntry> entries;
-  return CKestOS::GetMachine().ListFolder(m_folder, entries) && !entries.empty();
+  return IsYes(CKestOS::GetMachine().ListFolder(m_folder, entries)) && !entries.empty();
 }
 
 bool CInstallCreateFolder::Describe(StepRecord& record) const {
@@ -130,7 +130,7 @@ int CInstallDeleteFolder::Undo() {
     return 0;
   }
   Machine& machine = CKestOS::GetMachine();
-  if (machine.DirectoryExists(m_folder)) {
+  if (IsYes(machine.DirectoryExists(m_folder))) {
     return 0;
   }
   m_restored = (!m_aside.empty() && machine.MoveEmptyFolder(m_aside, m_folder)) || machine.CreateDirectory(m_folder);

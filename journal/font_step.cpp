@@ -31,7 +31,7 @@ std::vector<CString> ListEntriesFor(const CString& font) {
   std::vector<CString> names;
   const CString key = FontListKey();
   std::vector<RegistryValue> values;
-  if (!key.empty() && CKestOS::GetMachine().EnumRegistryValues(RegistryRoot::kCurrentUser, key, values)) {
+  if (!key.empty() && IsYes(CKestOS::GetMachine().EnumRegistryValues(RegistryRoot::kCurrentUser, key, values))) {
     for (const RegistryValue& value : values) {
       if (text::EqualNoCase(value.data, font)) {
         names.push_back(value.name);
@@ -50,7 +50,11 @@ int CInstallAddFontResource::Prepare() {
   if (m_prepared) {
     return 0;
   }
-  m_existed = CKestOS::GetMachine().FileExists(m_destination);
+  const Answer exists = CKestOS::GetMachine().FileExists(m_destination);
+  if (exists == Answer::kCannotTell) {
+    return -1;
+  }
+  m_existed = IsYes(exists);
   if (!m_existed) {
     CString folder;
     if (!private_folders::GetFor(m_destination, folder) || !private_folders::HoldRoom()) {
@@ -77,7 +81,7 @@ int CInstallAddFontResource::Do() {
   Machine& machine = CKestOS::GetMachine();
   if (!machine.MoveFile(m_stage, m_destination)) {
     // there meanwhile, or placed by an earlier try: the stage tells which
-    return machine.FileExists(m_destination) ? 0 : -1;
+    return IsYes(machine.FileExists(m_destination)) ? 0 : -1;
   }
   machine.AddFontResource(m_destination);
   machine.BroadcastFontChange();

@@ -280,7 +280,7 @@ bool ListTrash(std::vector<TrashEntry>& trash) {
   if (presence != Presence::kPresent) {
     return presence == Presence::kAbsent;
   }
-  if (!CKestOS::GetMachine().ListFolder(folder + history_lines::kTrashFolder, entries)) {
+  if (!IsYes(CKestOS::GetMachine().ListFolder(folder + history_lines::kTrashFolder, entries))) {
     return false;
   }
   for (const FolderEntry& entry : entries) {

@@ -51,12 +51,14 @@ public:
     OperationEffect& effect = merged.effect;
     Machine& machine = CKestOS::GetMachine();
     if (effect.isFolder) {
-      effect.exists = machine.DirectoryExists(effect.path);
-      return effect.exists == effect.existed || Append(effect);
+      const Answer exists = machine.DirectoryExists(effect.path);
+      effect.exists = IsYes(exists);
+      return exists != Answer::kCannotTell && (effect.exists == effect.existed || Append(effect));
     }
     FileDigest digest;
-    effect.exists = machine.FileExists(effect.path);
-    if (effect.exists && !Digest(effect.path, digest)) {
+    const Answer exists = machine.FileExists(effect.path);
+    effect.exists = IsYes(exists);
+    if (exists == Answer::kCannotTell || (effect.exists && !Digest(effect.path, digest))) {
       return false;
     }
     effect.hash = digest.hash;
@@ -101,10 +103,14 @@ private:
     Machine& machine = CKestOS::GetMachine();
     const auto packaged = m_note.packaged.find(text::Lower(effect.path));
     if (!effect.exists && packaged != m_note.packaged.end()) {
-      if (!machine.GetFileDateTime(effect.kept, effect.date)) {
+      if (!IsYes(machine.GetFileDateTime(effect.kept, effect.date))) {
         return false;
       }
-      effect.readOnly = effect.readOnly || machine.IsFileReadOnly(effect.kept);
+      const Answer isReadOnly = machine.IsFileReadOnly(effect.kept);
+      if (isReadOnly == Answer::kCannotTell) {
+        return false;
+      }
+      effect.readOnly = effect.readOnly || IsYes(isReadOnly);
       effect.package = packaged->second.package;
       effect.entry = packaged->second.entry;
       effect.kept.clear();
@@ -118,7 +124,7 @@ private:
       effect.kept = copy;
     }
     std::uint64_t size = 0;
-    if (!machine.GetFileSize(effect.kept, size)) {
+    if (!IsYes(machine.GetFileSize(effect.kept, size))) {
       return false;
     }
     if (text::StartsWithNoCase(effect.kept, m_own)) {
@@ -147,7 +153,7 @@ bool IsJournal(const CString& name) { return name.starts_with(private_folders::k
 void Clean(const CString& folder, const CString& relative, const std::unordered_set<CString>& named) {
   Machine& machine = CKestOS::GetMachine();
   std::vector<FolderEntry> entries;
-  if (!machine.ListFolder(folder, entries)) {
+  if (!IsYes(machine.ListFolder(folder, entries))) {
     return;
   }
   for (const FolderEntry& entry : entries) {

@@ -75,7 +75,7 @@ bool MakeElsewhere(const CString& destination, CString& folder) {
   std::size_t cut = text::FindBackslash(destination);
   for (; cut != std::string_view::npos; cut = text::FindBackslash(destination, cut + 1)) {
     const CString above = destination.substr(0, cut + 1);
-    if (!machine.DirectoryExists(above)) {
+    if (!IsYes(machine.DirectoryExists(above))) {
       return false;
     }
     const CString candidate = above + state.leaf;

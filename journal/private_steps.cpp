@@ -14,7 +14,11 @@ CInstallMakeWritable::CInstallMakeWritable(CString path) : m_path(std::move(path
 
 int CInstallMakeWritable::Prepare() {
   if (!m_prepared) {
-    m_wasReadOnly = CKestOS::GetMachine().IsFileReadOnly(m_path);
+    const Answer isReadOnly = CKestOS::GetMachine().IsFileReadOnly(m_path);
+    if (isReadOnly == Answer::kCannotTell) {
+      return -1;
+    }
+    m_wasReadOnly = IsYes(isReadOnly);
     m_prepared = true;
   }
   return 0;
@@ -146,7 +150,7 @@ int CInstallMoveFile::Prepare() {
   }
   Machine& machine = CKestOS::GetMachine();
   // across volumes a move is a copy and a deletion, and a process that dies between the two leaves both
-  if (!machine.FileExists(m_from) || ProbeFile(m_to) != Presence::kAbsent || !machine.SameVolume(m_from, m_to)) {
+  if (!IsYes(machine.FileExists(m_from)) || ProbeFile(m_to) != Presence::kAbsent || !machine.SameVolume(m_from, m_to)) {
     return -1;
   }
   m_prepared = true;
@@ -220,8 +224,9 @@ std::unique_ptr<CKestExtensionInstallStep> CInstallMoveFile::FromRecord(const St
 }
 
 int AppendMakeWritable(CKestTypedVector<CKestExtensionInstallStep*>* steps, const CString& path) {
-  if (!CKestOS::GetMachine().IsFileReadOnly(path)) {
-    return 0;
+  const Answer isReadOnly = CKestOS::GetMachine().IsFileReadOnly(path);
+  if (!IsYes(isReadOnly)) {
+    return isReadOnly == Answer::kNo ? 0 : -1;
   }
   return AppendAndDo(steps, std::make_unique<CInstallMakeWritable>(path));
 }

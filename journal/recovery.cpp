@@ -92,7 +92,7 @@ public:
 private:
   void CollectFolders(const CString& root) {
     std::vector<FolderEntry> entries;
-    if (!CKestOS::GetMachine().ListFolder(root, entries)) {
+    if (!IsYes(CKestOS::GetMachine().ListFolder(root, entries))) {
       if (ProbeFolder(root) != Presence::kAbsent) {
         ReportUnread(root, {});
       }
@@ -111,7 +111,7 @@ private:
 
   void CollectJournals(DeadFolder& folder) {
     std::vector<FolderEntry> entries;
-    if (!CKestOS::GetMachine().ListFolder(folder.GetOwn(), entries)) {
+    if (!IsYes(CKestOS::GetMachine().ListFolder(folder.GetOwn(), entries))) {
       // without a subfolder of its own it is what a process left that died while it unpacked something
       if (ProbeFolder(folder.GetOwn()) != Presence::kAbsent) {
         folder.needed = true;

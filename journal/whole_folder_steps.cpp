@@ -36,7 +36,7 @@ bool ReadNames(const StepRecord& record, const CString& folder, std::vector<CStr
 
 bool HoldsOnly(const CString& folder, const std::vector<CString>& names, bool all) {
   std::vector<FolderEntry> entries;
-  if (!CKestOS::GetMachine().ListFolder(folder, entries) || (all && entries.size() != names.size())) {
+  if (!IsYes(CKestOS::GetMachine().ListFolder(folder, entries)) || (all && entries.size() != names.size())) {
     return false;
   }
   const std::unordered_set<std::string_view> ours(names.begin(), names.end());
@@ -119,7 +119,7 @@ bool CInstallPlaceFolder::TakeBackFiles() {
   }
   if (all && !machine.RemoveDirectory(m_folder)) {
     std::vector<FolderEntry> entries;
-    const bool isInUse = machine.ListFolder(m_folder, entries) && !entries.empty(); // by somebody else: it stays
+    const bool isInUse = IsYes(machine.ListFolder(m_folder, entries)) && !entries.empty(); // by somebody else: it stays
     all = isInUse || ProbeFolder(m_folder) == Presence::kAbsent;
   }
   return all;
@@ -230,11 +230,11 @@ int CInstallDeleteWholeFolder::Undo() {
 
 bool CInstallDeleteWholeFolder::PutFilesBack() {
   Machine& machine = CKestOS::GetMachine();
-  if (!machine.DirectoryExists(m_folder)) {
+  if (!IsYes(machine.DirectoryExists(m_folder))) {
     return false;
   }
   std::vector<FolderEntry> entries;
-  bool all = machine.ListFolder(m_kept, entries);
+  bool all = IsYes(machine.ListFolder(m_kept, entries));
   for (const FolderEntry& entry : entries) {
     all = machine.MoveFile(In(m_kept, entry.name), In(m_folder, entry.name)) && all;
   }

@@ -46,8 +46,9 @@ bool IsPackageOfExtension(const DisableContext& context, CKestPackage& package, 
 bool IsPackageUpToDate(const DisableContext& context) {
   CKestPackage package(context.package.GetText().c_str());
   std::vector<PackageEntry> entries;
-  if (LookForFile(context.package) != FilePresence::kThere || package.GetEntries(entries) != CKestPackage::kGood ||
-      entries.empty() || !IsPackageOfExtension(context, package, entries.front())) {
+  if (CKestOS::GetMachine().FileExists(context.package) != Answer::kYes ||
+      package.GetEntries(entries) != CKestPackage::kGood || entries.empty() ||
+      !IsPackageOfExtension(context, package, entries.front())) {
     return false;
   }
   std::unordered_map<CString, const PackageEntry*> byName;
@@ -63,7 +64,7 @@ bool IsPackageUpToDate(const DisableContext& context) {
     const auto entry = byName.find(text::Lower(PackageEntryName(file.GetSource())));
     std::uint64_t size = 0;
     CKestDateTime date;
-    if (entry == byName.end() || !CKestOS::GetMachine().GetFileSize(place.destination, size) ||
+    if (entry == byName.end() || !IsYes(CKestOS::GetMachine().GetFileSize(place.destination, size)) ||
         !CKestOS::GetFileDateTime(place.destination, date) || size != entry->second->size ||
         date != entry->second->date) {
       return false;
@@ -85,9 +86,9 @@ bool FindFreeStem(const DisableContext& context, CKestPath& description, CKestPa
     package = CKestPath(path);
     description = package;
     description.SetExtension("kei");
-    const FilePresence presence = LookForFile(description);
-    if (presence != FilePresence::kThere) {
-      return presence == FilePresence::kMissing;
+    const Answer presence = CKestOS::GetMachine().FileExists(description);
+    if (presence != Answer::kYes) {
+      return presence == Answer::kNo;
     }
   }
   return false;
@@ -96,21 +97,21 @@ bool FindFreeStem(const DisableContext& context, CKestPath& description, CKestPa
 /// Another disabled extension has a description of this name: it moves to a name of its own, with its package.
 bool MakeWay(DisableContext& context) {
   State& state = context.state;
-  const FilePresence taken = LookForFile(context.aside);
-  if (taken == FilePresence::kMissing) {
+  const Answer taken = CKestOS::GetMachine().FileExists(context.aside);
+  if (taken == Answer::kNo) {
     context.needsPackage = !IsPackageUpToDate(context);
     return true;
   }
   CKestPath description;
   CKestPath package;
-  if (taken == FilePresence::kUnknown || !FindFreeStem(context, description, package)) {
+  if (taken == Answer::kCannotTell || !FindFreeStem(context, description, package)) {
     state.FailByMachine(context.aside, "another disabled extension has a description of this name");
     return false;
   }
   CKestExtension* other = state.owner.FindByPath(context.aside.c_str());
-  const FilePresence packed = LookForFile(context.package);
-  if (packed == FilePresence::kUnknown || RunStep<CInstallMoveFile>(state.journal, context.aside, description) != 0 ||
-      (packed == FilePresence::kThere && RunStep<CInstallMoveFile>(state.journal, context.package, package) != 0) ||
+  const Answer packed = CKestOS::GetMachine().FileExists(context.package);
+  if (packed == Answer::kCannotTell || RunStep<CInstallMoveFile>(state.journal, context.aside, description) != 0 ||
+      (packed == Answer::kYes && RunStep<CInstallMoveFile>(state.journal, context.package, package) != 0) ||
       (other != nullptr && ChangeRecord(state, *other, other->IsEnabled(), description) != 0)) {
     state.FailByMachine(context.aside, "another disabled extension has this name and cannot be moved");
     return false;
@@ -234,7 +235,8 @@ bool CKestExtensionManager::RestoreEnabledState(const CKestProduct* product, CKe
     return true;
   }
   const CString path = m_state->GetExtensionsPath(*product, CKestPath(extension->GetPath()).GetFileName());
-  if (LookForFile(path) != FilePresence::kThere || LookForFile(extension->GetPath()) != FilePresence::kMissing) {
+  if (CKestOS::GetMachine().FileExists(path) != Answer::kYes ||
+      CKestOS::GetMachine().FileExists(extension->GetPath()) != Answer::kNo) {
     return false;
   }
   extension->SetPath(path);

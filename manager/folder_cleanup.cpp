@@ -55,10 +55,8 @@ private:
     if (IsGone(folder)) {
       return false;
     }
-    CKestOS::GetMachine().ClearLastError();
-    if (!CKestOS::GetMachine().ListFolder(folder, all)) {
-      const MachineError::Kind kind = CKestOS::GetMachine().GetLastError().kind;
-      failed = failed || (kind != MachineError::Kind::kNone && kind != MachineError::Kind::kNotFound);
+    if (const Answer answer = CKestOS::GetMachine().ListFolder(folder, all); !IsYes(answer)) {
+      failed = failed || answer == Answer::kCannotTell;
       return false;
     }
     for (FolderEntry& entry : all) {

@@ -31,16 +31,16 @@ bool CheckDestination(Context& context, const CKestExtensionFile& file) {
   return true;
 }
 
-enum class Answer { kGoOn, kSkip, kEnd };
+enum class Next { kGoOn, kSkip, kEnd };
 
 /// Asks about an existing destination, unless one answer was given for all.
-Answer AskOverwrite(Context& context, const FilePlace& place) {
+Next AskOverwrite(Context& context, const FilePlace& place) {
   const CString& path = place.destination.GetText();
   CKestDateTime there;
   CKestDateTime ours;
   if (!CKestOS::GetFileDateTime(path, there) || !CKestOS::GetFileDateTime(place.source.GetText(), ours)) {
     context.state.FailByMachine(path, "its date cannot be read");
-    return Answer::kEnd;
+    return Next::kEnd;
   }
   const Message question = there > ours   ? Message::kExistingNewer
                            : ours > there ? Message::kExistingOlder
@@ -53,15 +53,15 @@ Answer AskOverwrite(Context& context, const FilePlace& place) {
   case kNo:
     context.keep.insert(path);
     context.state.report.kept.push_back({path, OperationReport::Why::kUserAnswer});
-    return Answer::kSkip;
+    return Next::kSkip;
   case kCancel:
     context.Declined(question, path);
-    return Answer::kEnd;
+    return Next::kEnd;
   case kAll:
     context.overwriteAll = true;
-    return Answer::kGoOn;
+    return Next::kGoOn;
   default:
-    return Answer::kGoOn;
+    return Next::kGoOn;
   }
 }
 
@@ -116,53 +116,53 @@ bool FreeDestination(Context& context, const CString& path, bool exists) {
 }
 
 /// One entry of the check pass.
-Answer CheckFile(Context& context, const FilePlacement::Resolver& resolver, const CKestExtensionFile& file) {
+Next CheckFile(Context& context, const FilePlacement::Resolver& resolver, const CKestExtensionFile& file) {
   if (!CheckDestination(context, file)) {
-    return Answer::kEnd;
+    return Next::kEnd;
   }
   const FilePlace place = resolver.Locate(file);
   const CString& path = place.destination.GetText();
   if (place.result == FilePlace::kNoToken) {
     context.state.Fail(Failure::kBadDescription, path, "its destination leads to no folder");
-    return Answer::kEnd;
+    return Next::kEnd;
   }
   if (place.result == FilePlace::kUnresolved) {
-    return Answer::kSkip;
+    return Next::kSkip;
   }
   if (!path.empty() && path.front() == '$') {
     context.Refuse(Failure::kBadDescription, Message::kTokenUnresolved, {path}, path, "its folder token is not known");
-    return Answer::kEnd;
+    return Next::kEnd;
   }
   if (place.unsafe) {
     context.Refuse(Failure::kBadDescription, Message::kParentInPath, {file.GetSource()}, path,
                    "it leads out of its folder");
-    return Answer::kEnd;
+    return Next::kEnd;
   }
-  if (LookForFile(place.source.GetText()) != FilePresence::kThere) {
+  if (CKestOS::GetMachine().FileExists(place.source.GetText()) != Answer::kYes) {
     context.Refuse(Failure::kBadPackage, Message::kFileMissing, {file.GetSource()}, file.GetSource(),
                    "the package does not hold it");
-    return Answer::kEnd;
+    return Next::kEnd;
   }
-  const FilePresence presence = LookForFile(path);
-  if (presence == FilePresence::kUnknown) {
+  const Answer presence = CKestOS::GetMachine().FileExists(path);
+  if (presence == Answer::kCannotTell) {
     context.state.FailByMachine(path, "it cannot be looked at");
-    return Answer::kEnd;
+    return Next::kEnd;
   }
-  const bool exists = presence == FilePresence::kThere;
+  const bool exists = presence == Answer::kYes;
   if (exists) {
     context.existing.insert(path);
   }
   if (exists && !context.overwriteAll) {
-    const Answer answer = AskOverwrite(context, place);
-    if (answer != Answer::kGoOn) {
+    const Next answer = AskOverwrite(context, place);
+    if (answer != Next::kGoOn) {
       return answer;
     }
   }
   if (exists && CKestOS::IsFileReadOnly(path) && AppendMakeWritable(&context.state.journal, path) != 0) {
     context.state.FailByMachine(path, "its read-only mark cannot be taken off");
-    return Answer::kEnd;
+    return Next::kEnd;
   }
-  return IsSystemPlace(file) || FreeDestination(context, path, exists) ? Answer::kGoOn : Answer::kEnd;
+  return IsSystemPlace(file) || FreeDestination(context, path, exists) ? Next::kGoOn : Next::kEnd;
 }
 
 /// One planned step of the copy pass: a folder to make, a file to place, or a new folder with its files.
@@ -442,12 +442,12 @@ bool CheckFiles(Context& context) {
       continue;
     }
     switch (CheckFile(context, resolver, file)) {
-    case Answer::kEnd:
+    case Next::kEnd:
       ui.EndWait();
       return false;
-    case Answer::kSkip:
+    case Next::kSkip:
       break;
-    case Answer::kGoOn:
+    case Next::kGoOn:
       context.Advance();
       break;
     }

@@ -71,7 +71,7 @@ bool ListPackage(Context& context, CKestPackage& package) {
 } // namespace
 
 bool OpenFile(Context& context) {
-  if (LookForFile(context.path) != FilePresence::kThere) {
+  if (CKestOS::GetMachine().FileExists(context.path) != Answer::kYes) {
     context.state.Fail(Failure::kNotFound, context.path, "there is no such file",
                        static_cast<int>(Message::kPackageMissing));
     context.state.Ui().Notice(Message::kPackageMissing, {context.path});

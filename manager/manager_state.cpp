@@ -7,17 +7,6 @@ namespace kest {
 
 using State = CKestExtensionManager::State;
 
-FilePresence LookForFile(const CString& path) {
-  Machine& machine = CKestOS::GetMachine();
-  machine.ClearLastError();
-  if (machine.FileExists(path)) {
-    return FilePresence::kThere;
-  }
-  const MachineError::Kind kind = machine.GetLastError().kind;
-  return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ? FilePresence::kMissing
-                                                                                    : FilePresence::kUnknown;
-}
-
 OperationReport::Failure FailureOf(const MachineError& error) {
   using Failure = OperationReport::Failure;
   switch (error.kind) {

@@ -101,10 +101,6 @@ struct CKestExtensionManager::State {
   bool RemoveUserLevelConflicts(const CKestProduct* product, const CKestTypedList<CKestString>& conflicts);
 };
 
-/// Whether a file is there, heeding that a question may fail: a false answer that is not "not found" is no answer.
-enum class FilePresence { kThere, kMissing, kUnknown };
-[[nodiscard]] FilePresence LookForFile(const CString& path);
-
 /// What kind of failure a refusal of the machine is.
 [[nodiscard]] OperationReport::Failure FailureOf(const MachineError& error);
 

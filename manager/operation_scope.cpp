@@ -69,6 +69,7 @@ void StartReport(CKestExtensionManager::State& state, OperationReport::Operation
   state.knownFolders.clear();
   state.placement.Forget();
   CKestOS::GetMachine().ClearLastError();
+  CKestOS::GetMachine().ForgetUnanswered();
   CKestOS::GetMachine().ForgetFolders();
 }
 
@@ -220,6 +221,11 @@ HistoryNote StepScope::MakeNote() const {
 }
 
 bool StepScope::Commit() {
+  if (const MachineError open = CKestOS::GetMachine().GetUnanswered(); open.kind != MachineError::Kind::kNone) {
+    // whoever asked went on without knowing, so what was done may not be what had to be done
+    m_state.FailByError(open, CString(), "something on the machine could not be looked at");
+    return false;
+  }
   NoteBackupCopies();
   if (m_scope.IsOutermost() && WordOf(m_state.report.operation) != nullptr) {
     m_scope.SetNote(MakeNote());

@@ -70,7 +70,7 @@ bool LoadDescription(PackContext& context) {
   if (code == CKestExtension::kLoaded) {
     return true;
   }
-  const bool missing = LookForFile(context.description) == FilePresence::kMissing;
+  const bool missing = CKestOS::GetMachine().FileExists(context.description) == Answer::kNo;
   const Message message = code == CKestExtension::kParentPath  ? Message::kParentInDescription
                           : code == kSeveralPrimaries          ? Message::kSeveralPrimaries
                           : code == CKestExtension::kBrokenTag ? Message::kStraySlash
@@ -146,7 +146,7 @@ bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::R
     place.destination.SetExtension(file.GetWinExtension());
   }
   const CString& path = context.repackage ? place.destination.GetText() : place.source.GetText();
-  if (LookForFile(path) != FilePresence::kThere) {
+  if (CKestOS::GetMachine().FileExists(path) != Answer::kYes) {
     return context.Refuse(-1, Failure::kNotFound, Message::kFileMissing, {path}, path, "it is not there");
   }
   if (!context.repackage && place.source.GetFileName().size() > kLongestName) {
@@ -224,7 +224,7 @@ bool BuildPackage(PackContext& context) {
 /// The new package takes the place of an old one in one move.
 bool PlacePackage(PackContext& context) {
   State& state = context.state;
-  const FilePresence before = LookForFile(context.target);
+  const Answer before = CKestOS::GetMachine().FileExists(context.target);
   bool placed = false;
   if (context.asStep) {
     placed = RunStep<CInstallPlaceFile>(state.journal, context.temporary, context.target) == 0;
@@ -236,7 +236,7 @@ bool PlacePackage(PackContext& context) {
     state.FailByMachine(context.target, "the package could not be put in place");
     return false;
   }
-  (before == FilePresence::kMissing ? state.report.created : state.report.changed).push_back(context.target);
+  (before == Answer::kNo ? state.report.created : state.report.changed).push_back(context.target);
   return true;
 }
 

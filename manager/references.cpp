@@ -1,4 +1,5 @@
 #include "manager/references.h"
+#include "platform/machine/os.h"
 
 #include "description/extension.h"
 
@@ -18,7 +19,7 @@ bool AnyFile(const CKestExtensionManager::State& state, const CKestExtension* ex
         continue;
       }
       if (!extension->ReadRest()) {
-        if (LookForFile(extension->GetPath()) == FilePresence::kMissing) {
+        if (CKestOS::GetMachine().FileExists(extension->GetPath()) == Answer::kNo) {
           continue;
         }
         unread = extension->GetPath();

@@ -49,13 +49,13 @@ CString WhoChanged(const UndoContext& context, const CString& path) {
 
 /// Whether the path is as the operation left it.
 bool IsAsLeft(UndoContext& context, const OperationEffect& effect) {
-  const FilePresence presence = LookForFile(effect.path);
-  if (presence == FilePresence::kUnknown) {
+  const Answer presence = CKestOS::GetMachine().FileExists(effect.path);
+  if (presence == Answer::kCannotTell) {
     context.state.FailByMachine(effect.path, "it cannot be looked at");
     return false;
   }
   FileDigest digest;
-  if ((presence == FilePresence::kThere) != effect.exists ||
+  if ((presence == Answer::kYes) != effect.exists ||
       (effect.exists && (!DigestFile(effect.path, digest) || digest.hash != effect.hash))) {
     return context.Refuse(effect.path, WhoChanged(context, effect.path), Failure::kOther,
                           "take back what came later first");
@@ -75,7 +75,7 @@ bool IsKept(UndoContext& context, const OperationEffect& effect) {
     return effect.exists || context.Refuse(effect.path, "what was there is not kept");
   }
   FileDigest digest;
-  if (LookForFile(effect.kept) != FilePresence::kThere ||
+  if (CKestOS::GetMachine().FileExists(effect.kept) != Answer::kYes ||
       (!effect.keptHash.empty() && (!DigestFile(effect.kept, digest) || digest.hash != effect.keptHash))) {
     return context.Refuse(effect.path, "what the trash kept of it is gone or damaged");
   }

@@ -39,7 +39,7 @@ bool IsFree(CKestExtensionManager::State& state, const CString& path) {
 bool FreeFile(Context& context, const CString& path) {
   CKestExtensionManager::State& state = context.state;
   while (!IsFree(state, path)) {
-    if (LookForFile(path) == FilePresence::kMissing) {
+    if (CKestOS::GetMachine().FileExists(path) == Answer::kNo) {
       return true;
     }
     if (state.HelpUserFreeFile(path, false) != kRetry) {
@@ -76,12 +76,12 @@ template <class Visit> bool ForEachPlace(Context& context, const Visit& visit) {
 /// Those that exist; false when the machine cannot tell.
 template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
   return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
-    const FilePresence presence = LookForFile(path);
-    if (presence == FilePresence::kUnknown) {
+    const Answer presence = CKestOS::GetMachine().FileExists(path);
+    if (presence == Answer::kCannotTell) {
       context.state.FailByMachine(path, "it cannot be looked at");
       return false;
     }
-    return presence == FilePresence::kMissing || visit(file, path);
+    return presence == Answer::kNo || visit(file, path);
   });
 }
 
@@ -97,7 +97,7 @@ bool MayGoWhole(Context& context, FilesOfFolder& folder) {
   const CKestProduct* product = context.state.FindOwner(folder.path);
   std::vector<FolderEntry> entries;
   if (folder.paths.size() < kWorthAFolder || product == nullptr || !product->CanDelete(folder.path.c_str()) ||
-      !CKestOS::GetMachine().ListFolder(folder.path, entries) || entries.size() != folder.paths.size()) {
+      !IsYes(CKestOS::GetMachine().ListFolder(folder.path, entries)) || entries.size() != folder.paths.size()) {
     return false;
   }
   std::unordered_set<CString> ours;
@@ -167,12 +167,12 @@ bool DeleteWhole(Context& context, const FilesOfFolder& folder) {
 /// One more description or package to delete, unless another extension needs it.
 bool PlanDeletion(Context& context, const CString& path,
                   std::vector<std::unique_ptr<CKestExtensionInstallStep>>& steps) {
-  const FilePresence presence = LookForFile(path);
-  if (presence == FilePresence::kUnknown) {
+  const Answer presence = CKestOS::GetMachine().FileExists(path);
+  if (presence == Answer::kCannotTell) {
     context.state.FailByMachine(path, "it cannot be looked at");
     return false;
   }
-  if (presence == FilePresence::kThere) {
+  if (presence == Answer::kYes) {
     steps.push_back(std::make_unique<CInstallDeleteFile>(path));
     context.state.report.deleted.push_back(path);
   }
@@ -321,7 +321,8 @@ bool TakeBackChanges(Context& context) {
 
 bool DropRecord(Context& context) {
   CString path;
-  if (installed_record::GetPath(context.extension.GetPath(), path) && LookForFile(path) == FilePresence::kThere) {
+  if (installed_record::GetPath(context.extension.GetPath(), path) &&
+      CKestOS::GetMachine().FileExists(path) == Answer::kYes) {
     // one that stays is compared with nothing that is installed
     static_cast<void>(RunStep<CInstallDeleteFile>(context.state.journal, path));
   }

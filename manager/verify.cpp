@@ -82,17 +82,17 @@ void Add(VerifyReport& report, const CString& path, Standing standing, const CSt
 }
 
 Standing JudgeFile(const CString& path, const FileDigest& wanted) {
-  switch (LookForFile(path)) {
-  case FilePresence::kMissing:
+  switch (CKestOS::GetMachine().FileExists(path)) {
+  case Answer::kNo:
     return Standing::kMissing;
-  case FilePresence::kUnknown:
+  case Answer::kCannotTell:
     return Standing::kUnknown;
-  case FilePresence::kThere:
+  case Answer::kYes:
     break;
   }
   FileDigest digest;
   std::uint64_t size = 0;
-  if (CKestOS::GetMachine().GetFileSize(path, size) && size != wanted.size) {
+  if (IsYes(CKestOS::GetMachine().GetFileSize(path, size)) && size != wanted.size) {
     return Standing::kChanged;
   }
   if (!DigestFile(path, digest)) {
@@ -108,15 +108,15 @@ void VerifyLines(const installed_record::Record& record, VerifyReport& report) {
   }
   for (const auto& [path, lines] : byFile) {
     CString content;
-    const FilePresence presence = LookForFile(path);
-    const bool read = presence == FilePresence::kThere && CKestFile::ReadAll(path, content);
+    const Answer presence = CKestOS::GetMachine().FileExists(path);
+    const bool read = presence == Answer::kYes && CKestFile::ReadAll(path, content);
     const Present present(content);
     for (const installed_record::Line* line : lines) {
       ++report.lines;
       Add(report, path,
-          presence == FilePresence::kMissing ? Standing::kMissing
-          : read                             ? present.Find(*line)
-                                             : Standing::kUnknown,
+          presence == Answer::kNo ? Standing::kMissing
+          : read                  ? present.Find(*line)
+                                  : Standing::kUnknown,
           line->text);
     }
   }
@@ -130,7 +130,7 @@ void FindForeign(const CKestExtensionManager& manager, const CKestProduct& produ
   }
   for (const CString& folder : record.folders) {
     std::vector<FolderEntry> entries;
-    if (!CKestOS::DirectoryExists(folder) || !CKestOS::GetMachine().ListFolder(folder, entries)) {
+    if (!IsYes(CKestOS::GetMachine().ListFolder(folder, entries))) {
       continue;
     }
     for (const FolderEntry& entry : entries) {
@@ -147,7 +147,7 @@ void FindForeign(const CKestExtensionManager& manager, const CKestProduct& produ
 void VerifyPresence(const std::vector<CString>& paths, VerifyReport& report) {
   for (const CString& path : paths) {
     ++report.files;
-    Add(report, path, LookForFile(path) == FilePresence::kMissing ? Standing::kMissing : Standing::kUnknown);
+    Add(report, path, CKestOS::GetMachine().FileExists(path) == Answer::kNo ? Standing::kMissing : Standing::kUnknown);
   }
 }
 
@@ -166,7 +166,7 @@ VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
     return report;
   }
   const CString& description = extension->GetPath();
-  if (!extension->ReadRest() && LookForFile(description) == FilePresence::kThere) {
+  if (!extension->ReadRest() && CKestOS::GetMachine().FileExists(description) == Answer::kYes) {
     ++report.files;
     Add(report, description, Standing::kChanged);
     return report;

@@ -184,8 +184,8 @@ ConfigRun::Next ConfigRun::Locate(const CKestConfigChanges& set, const CString& 
     m_path = wanted;
     return stop(ConfigCode::kFileMissing);
   }
-  const Answer found = LookFor(m_path);
-  if (found == Answer::kUnknown) {
+  const Answer found = CKestOS::GetMachine().FileExists(m_path);
+  if (found == Answer::kCannotTell) {
     return stop(ConfigCode::kFileMissing);
   }
   m_existing = found == Answer::kYes;
@@ -213,8 +213,8 @@ ConfigRun::Next ConfigRun::CopyFreshFile(const CString& relativePath, const CStr
   bool fromShared = false;
   if (!isShared) {
     source = JoinPath({m_sharedBinPath, configuration, relativePath});
-    const Answer found = LookFor(source);
-    if (found == Answer::kUnknown) {
+    const Answer found = CKestOS::GetMachine().FileExists(source);
+    if (found == Answer::kCannotTell) {
       return stop();
     }
     fromShared = found == Answer::kYes;
@@ -343,23 +343,14 @@ bool ConfigRun::WaitUntilUpdatable() {
 /// One step for each folder, so that undo removes each.
 bool ConfigRun::CreateMissingFolders(const CString& folder) {
   std::vector<CString> missing;
-  for (CString at = WithoutBackslash(folder); at.size() > kDriveRootLength && !CKestOS::DirectoryExists(at);
+  for (CString at = WithoutBackslash(folder);
+       at.size() > kDriveRootLength && CKestOS::GetMachine().DirectoryExists(at) == Answer::kNo;
        at = CKestPath(at).GetParent()) {
     missing.push_back(at);
   }
   return std::all_of(missing.rbegin(), missing.rend(), [this](const CString& path) {
     return AppendAndDo(m_steps, std::make_unique<CInstallCreateFolder>(path)) == 0;
   });
-}
-
-ConfigRun::Answer ConfigRun::LookFor(const CString& path) {
-  Machine& machine = CKestOS::GetMachine();
-  machine.ClearLastError();
-  if (machine.FileExists(path)) {
-    return Answer::kYes;
-  }
-  const MachineError::Kind kind = machine.GetLastError().kind;
-  return kind == MachineError::Kind::kNone || kind == MachineError::Kind::kNotFound ? Answer::kNo : Answer::kUnknown;
 }
 
 // ---- errors ---------------------------------------------------------------------------------------------------------

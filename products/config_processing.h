@@ -33,8 +33,6 @@ public:
 private:
   enum class Counting { kCounted, kUncounted };
   enum class Next { kEdit, kNextFolder, kStop };
-  /// What a question to the machine came to: one that failed is no answer.
-  enum class Answer { kYes, kNo, kUnknown };
 
   // ---- one set
   [[nodiscard]] bool LearnOfUsers();
@@ -57,7 +55,6 @@ private:
   [[nodiscard]] bool IsApplying() const {
     return m_operation == Operation::Install || m_operation == Operation::Enable;
   }
-  [[nodiscard]] static Answer LookFor(const CString& path);
 
   // ---- errors
   [[nodiscard]] bool Stop(CKestConfigChange::ErrorCode code, Counting counting = Counting::kCounted);

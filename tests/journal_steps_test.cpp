@@ -59,7 +59,7 @@ TEST_F(JournalSteps, ADeferredCopyWritesOneRunOnceValueAndTakesBackThatOne) {
   EXPECT_EQ(step.Do(), 0);
   EXPECT_EQ(m_pc.Read("C:\\app\\Old.txt"), "old");
   std::vector<RegistryValue> values;
-  ASSERT_TRUE(m_pc.Get().EnumRegistryValues(RegistryRoot::kCurrentUser, kRunOnce, values));
+  ASSERT_TRUE(IsYes(m_pc.Get().EnumRegistryValues(RegistryRoot::kCurrentUser, kRunOnce, values)));
   ASSERT_EQ(values.size(), 2u);
   const RegistryValue& value = values[0].name == "other" ? values[1] : values[0];
   const CString pending = "C:\\app\\" + value.name;

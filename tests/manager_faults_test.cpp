@@ -217,7 +217,7 @@ TEST_F(NeighbourTest, AFolderThatSomebodyUsesMeanwhileStaysTheirs) {
   const CString path = pack(pages);
   const auto countFiles = [&] {
     std::vector<FolderEntry> entries;
-    return m_pc.Get().ListFolder(folder, entries) ? static_cast<int>(entries.size()) : -1;
+    return IsYes(m_pc.Get().ListFolder(folder, entries)) ? static_cast<int>(entries.size()) : -1;
   };
   const auto neighbour = [&] { m_pc.Write(folder + "theirs.htm", "theirs"); };
 

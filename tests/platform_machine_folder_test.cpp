@@ -44,17 +44,17 @@ TEST_F(MachineFolderTest, OnlyPathsThatCannotMeanAnotherFileAreTaken) {
   for (const CString path : {"", "a", R"(a\b.txt)", R"(\a\b.txt)", "C:", R"(C:a\b.txt)", R"(C:\a\..\a\b.txt)",
                              R"(C:\.\a\b.txt)", "C:/a/b.txt", R"(C:\a/b.txt)", R"(C:\a\b.txt:stream)", R"(D:\a\b.txt)",
                              R"(\\server\a\b.txt)", R"(\\?\C:\a\b.txt)", "C:\\a\\b.txt\n", R"(C:\a\b.txt\)"}) {
-    EXPECT_FALSE(pc().FileExists(path)) << path;
+    EXPECT_FALSE(IsYes(pc().FileExists(path))) << path;
     EXPECT_FALSE(pc().Open(path, OpenMode::kReplace)) << path;
     EXPECT_FALSE(pc().CopyFile(R"(C:\a\b.txt)", path)) << path;
   }
-  EXPECT_FALSE(pc().FileExists(CString("C:\\a\\b.txt\0x", 12)));
+  EXPECT_FALSE(IsYes(pc().FileExists(CString("C:\\a\\b.txt\0x", 12))));
   EXPECT_FALSE(pc().CreateDirectory(R"(C:\a\..\..\evil)"));
   EXPECT_FALSE(fs::exists(m_pc.GetRoot() / "evil"));
-  EXPECT_TRUE(pc().FileExists(R"(c:\\A\\\B.TXT)"));
+  EXPECT_TRUE(IsYes(pc().FileExists(R"(c:\\A\\\B.TXT)")));
   EXPECT_EQ(pc().GetStoredPath(R"(c:\\A\\B.TXT)"), R"(C:\a\b.txt)");
   EXPECT_EQ(pc().GetStoredPath(R"(C:\A\New\X.txt)"), R"(C:\a\New\X.txt)");
-  EXPECT_FALSE(pc().DirectoryExists("C:\\" + CString(100000, 'a')));
+  EXPECT_FALSE(IsYes(pc().DirectoryExists("C:\\" + CString(100000, 'a'))));
 }
 
 TEST_F(MachineFolderTest, OfTwoNamesThatDifferInCaseTheExactOneIsMeant) {
@@ -63,7 +63,7 @@ TEST_F(MachineFolderTest, OfTwoNamesThatDifferInCaseTheExactOneIsMeant) {
   ASSERT_TRUE(Put(R"(C:\TWINS\readme.txt)", OpenMode::kReplace, "changed"));
   EXPECT_EQ(m_pc.Read(R"(C:\twins\Readme.txt)"), "upper");
   EXPECT_EQ(m_pc.Read(R"(C:\twins\readme.txt)"), "changed");
-  EXPECT_TRUE(pc().FileExists(R"(C:\twins\README.TXT)"));
+  EXPECT_TRUE(IsYes(pc().FileExists(R"(C:\twins\README.TXT)")));
   EXPECT_FALSE(Put(R"(C:\twins\README.TXT)", OpenMode::kCreateNew, "third"));
   // with one of them gone, the other answers to every spelling
   ASSERT_TRUE(pc().DeleteFile(R"(C:\twins\Readme.txt)"));
@@ -80,8 +80,8 @@ TEST_F(MachineFolderTest, SecondByteOfAShiftJisCharacterIsNoSeparator) {
   ASSERT_TRUE(pc().CreateDirectory("C:\\\x83\x5C"));
   ASSERT_TRUE(Put("C:\\\x83\x5C\\" + name, OpenMode::kCreateNew, "x"));
   EXPECT_TRUE(fs::exists(m_pc.GetRoot() / "drive_c" / "\x83\x5C" / name));
-  EXPECT_TRUE(pc().FileExists("C:\\\x83\x5C\\\x95\x5C.TXT"));
-  EXPECT_FALSE(pc().FileExists("C:\\\x83\x7C\\" + name)); // another character, not the same one in lower case
+  EXPECT_TRUE(IsYes(pc().FileExists("C:\\\x83\x5C\\\x95\x5C.TXT")));
+  EXPECT_FALSE(IsYes(pc().FileExists("C:\\\x83\x7C\\" + name))); // another character, not the same one in lower case
 }
 
 TEST_F(MachineFolderTest, LinksLeadNowhereOutsideTheDrive) {
@@ -90,16 +90,16 @@ TEST_F(MachineFolderTest, LinksLeadNowhereOutsideTheDrive) {
   fs::create_directory_symlink(m_pc.GetOutside(), m_pc.HostPath(R"(C:\out)"));
   fs::create_directory_symlink("in/real", m_pc.HostPath(R"(C:\near)"));
   fs::create_symlink(m_pc.GetOutside() / "secret", m_pc.HostPath(R"(C:\in\link.txt)"));
-  EXPECT_TRUE(pc().FileExists(R"(C:\Near\F.TXT)"));
-  EXPECT_FALSE(pc().FileExists(R"(C:\out\secret)"));
-  EXPECT_FALSE(pc().DirectoryExists(R"(C:\out)"));
+  EXPECT_TRUE(IsYes(pc().FileExists(R"(C:\Near\F.TXT)")));
+  EXPECT_FALSE(IsYes(pc().FileExists(R"(C:\out\secret)")));
+  EXPECT_FALSE(IsYes(pc().DirectoryExists(R"(C:\out)")));
   EXPECT_EQ(FailureOf(Put(R"(C:\out\new)", OpenMode::kCreateNew, "x"), Kind::kRefused, R"(C:\out\new)"), "");
   EXPECT_EQ(FailureOf(pc().CreateDirectory(R"(C:\out\new\x)"), Kind::kRefused, R"(C:\out\new\x)"), "");
   EXPECT_EQ(pc().ToHostPath(R"(C:\out\secret)"), "");
   EXPECT_FALSE(pc().Open(R"(C:\in\link.txt)", OpenMode::kRead));
   EXPECT_FALSE(pc().Open(R"(C:\in\link.txt)", OpenMode::kAppend));
   // the name is taken, though; what is put there takes the place of the link
-  EXPECT_TRUE(pc().FileExists(R"(C:\in\link.txt)"));
+  EXPECT_TRUE(IsYes(pc().FileExists(R"(C:\in\link.txt)")));
   ASSERT_TRUE(pc().CopyFile(R"(C:\in\real\f.txt)", R"(C:\in\link.txt)"));
   EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(m_pc.HostPath(R"(C:\in\link.txt)"))));
   EXPECT_EQ(m_pc.Read(R"(C:\in\link.txt)"), "inside");
@@ -113,7 +113,7 @@ TEST_F(MachineFolderTest, LinksLeadNowhereOutsideTheDrive) {
 
 TEST_F(MachineFolderTest, AFolderExchangedForALinkBetweenTwoCallsIsNoWayOut) {
   m_pc.Write(R"(C:\app\config\a.txt)", "a");
-  ASSERT_TRUE(pc().FileExists(R"(C:\app\config\a.txt)"));
+  ASSERT_TRUE(IsYes(pc().FileExists(R"(C:\app\config\a.txt)")));
   fs::rename(m_pc.HostPath(R"(C:\app)"), m_pc.HostPath(R"(C:\moved)"));
   fs::create_directory(m_pc.GetOutside() / "config");
   fs::create_directory_symlink(m_pc.GetOutside(), m_pc.HostPath(R"(C:\app)"));
@@ -133,8 +133,8 @@ TEST_F(MachineFolderTest, AFolderExchangedForALinkBetweenTwoCallsIsNoWayOut) {
 TEST_F(MachineFolderTest, TheWriterLeavesNoFolderAndHoldsNoCheckForLong) {
   m_pc.Write(R"(C:\app\config\a.txt)", "a");
   ASSERT_TRUE(pc().LockWriter(0).held);
-  ASSERT_TRUE(pc().FileExists(R"(C:\app\config\a.txt)"));
-  EXPECT_FALSE(pc().FileExists(R"(C:\app\config\b.txt)"));
+  ASSERT_TRUE(IsYes(pc().FileExists(R"(C:\app\config\a.txt)")));
+  EXPECT_FALSE(IsYes(pc().FileExists(R"(C:\app\config\b.txt)")));
   m_pc.Write(R"(C:\app\config\B.txt)", "somebody else's");
   fs::rename(m_pc.HostPath(R"(C:\app)"), m_pc.HostPath(R"(C:\moved)"));
   fs::create_directory(m_pc.GetOutside() / "config");
@@ -145,16 +145,16 @@ TEST_F(MachineFolderTest, TheWriterLeavesNoFolderAndHoldsNoCheckForLong) {
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   EXPECT_FALSE(Put(R"(C:\app\config\later.txt)", OpenMode::kCreateNew, "x"));
   EXPECT_TRUE(fs::is_empty(m_pc.GetOutside() / "config"));
-  EXPECT_TRUE(pc().FileExists(R"(C:\moved\config\b.txt)"));
+  EXPECT_TRUE(IsYes(pc().FileExists(R"(C:\moved\config\b.txt)")));
   // what was taken away by ourselves is gone at once
   const std::function<bool()> removals[] = {[this] { return pc().RemoveTree(R"(C:\deep)"); },
                                             [this] { return pc().RemoveDirectory(R"(C:\deep\er)"); },
                                             [this] { return pc().MoveFolderToTrash(R"(C:\deep)", "label"); }};
   for (const auto& remove : removals) {
     ASSERT_TRUE(pc().CreateDirectory(R"(C:\deep\er)"));
-    ASSERT_TRUE(pc().DirectoryExists(R"(C:\deep\er)"));
+    ASSERT_TRUE(IsYes(pc().DirectoryExists(R"(C:\deep\er)")));
     ASSERT_TRUE(remove());
-    EXPECT_FALSE(pc().DirectoryExists(R"(C:\deep\er)"));
+    EXPECT_FALSE(IsYes(pc().DirectoryExists(R"(C:\deep\er)")));
   }
   pc().UnlockWriter();
 }
@@ -166,7 +166,7 @@ TEST_F(MachineFolderTest, CopiesAndMovesKeepDateAndMark) {
   ASSERT_TRUE(pc().CopyFile(R"(C:\s\a.txt)", R"(C:\s\OLD.txt)"));
   EXPECT_EQ(m_pc.Read(R"(C:\s\old.txt)"), "new");
   EXPECT_EQ(m_pc.GetDate(R"(C:\s\old.txt)"), 1000000001);
-  EXPECT_TRUE(pc().IsFileReadOnly(R"(C:\s\old.txt)"));
+  EXPECT_TRUE(IsYes(pc().IsFileReadOnly(R"(C:\s\old.txt)")));
   // a read-only file is in nobody's way by accident
   EXPECT_EQ(FailureOf(pc().DeleteFile(R"(C:\s\old.txt)"), Kind::kAccess, R"(C:\s\old.txt)"), "");
   EXPECT_EQ(FailureOf(Put(R"(C:\s\old.txt)", OpenMode::kReplace, "x"), Kind::kAccess, R"(C:\s\old.txt)"), "");
@@ -199,7 +199,7 @@ TEST_F(MachineFolderTest, MovesToAnotherVolumeKeepTheFileWhole) {
   EXPECT_FALSE(m_pc.Exists(R"(C:\a.txt)"));
   EXPECT_EQ(fs::file_size(shm / "A.txt"), 300000U);
   CKestDateTime date;
-  ASSERT_TRUE(pc().GetFileDateTime(R"(d:\a.txt)", date));
+  ASSERT_TRUE(IsYes(pc().GetFileDateTime(R"(d:\a.txt)", date)));
   EXPECT_EQ(date.GetSeconds(), 1000000003);
   EXPECT_TRUE(pc().SyncPaths({R"(C:\windows)", R"(D:\a.txt)", R"(D:\gone\file)", R"(E:\x)"}));
   fs::remove_all(shm);
@@ -265,18 +265,18 @@ TEST_F(MachineFolderTest, FoldersAreMadeWithParentsAndRemovedOnlyEmpty) {
   EXPECT_EQ(FailureOf(pc().MoveEmptyFolder(R"(C:\Apps\A)", R"(C:\aside)"), Kind::kNotEmpty, R"(C:\Apps\A)"), "");
   EXPECT_EQ(FailureOf(pc().MoveEmptyFolder(R"(C:\Apps\A\b)", R"(C:\APPS)"), Kind::kExists, R"(C:\APPS)"), "");
   EXPECT_TRUE(pc().MoveEmptyFolder(R"(C:\Apps\a\b)", R"(C:\Aside)"));
-  EXPECT_FALSE(pc().DirectoryExists(R"(C:\Apps\A\B)"));
+  EXPECT_FALSE(IsYes(pc().DirectoryExists(R"(C:\Apps\A\B)")));
   ASSERT_TRUE(pc().CreatePrivateDirectory(R"(C:\Apps\A\private)"));
   EXPECT_FALSE(pc().CreatePrivateDirectory(R"(C:\Apps\A\PRIVATE)"));
   EXPECT_EQ(fs::status(m_pc.HostPath(R"(C:\Apps\A\private)")).permissions(), fs::perms::owner_all);
   fs::create_symlink("file", m_pc.HostPath(R"(C:\Apps\A\link)"));
   std::vector<FolderEntry> entries;
-  ASSERT_TRUE(pc().ListFolder(R"(C:\apps\A)", entries));
+  ASSERT_TRUE(IsYes(pc().ListFolder(R"(C:\apps\A)", entries)));
   ASSERT_EQ(entries.size(), 3U);
   EXPECT_TRUE(entries[0].name == "file" && !entries[0].isFolder && !entries[0].isLink);
   EXPECT_TRUE(entries[1].name == "link" && !entries[1].isFolder && entries[1].isLink);
   EXPECT_TRUE(entries[2].name == "private" && entries[2].isFolder);
-  EXPECT_FALSE(pc().ListFolder(R"(C:\nowhere)", entries));
+  EXPECT_FALSE(IsYes(pc().ListFolder(R"(C:\nowhere)", entries)));
 }
 
 TEST_F(MachineFolderTest, TheTrashTakesEverySameName) {
@@ -302,25 +302,25 @@ TEST_F(MachineFolderTest, TwentyThousandFilesInOneFolderReadItOnce) {
   }
   EXPECT_LE(pc().GetFolderReads() - before, 3U); // each folder on the way once
   for (int i = 0; i < 20000; i += 2) {
-    ASSERT_TRUE(pc().FileExists(R"(C:\Many\FILE)" + std::to_string(i)));
+    ASSERT_TRUE(IsYes(pc().FileExists(R"(C:\Many\FILE)" + std::to_string(i))));
     ASSERT_TRUE(pc().DeleteFile(R"(C:\Many\file)" + std::to_string(i)));
     ASSERT_TRUE(pc().MoveFile(R"(C:\Many\file)" + std::to_string(i + 1), R"(C:\Many\moved)" + std::to_string(i)));
   }
   EXPECT_LE(pc().GetFolderReads() - before, 3U);
   // what another program does is seen all the same
   m_pc.Write(R"(C:\Many\Stranger)", "x");
-  EXPECT_TRUE(pc().FileExists(R"(C:\Many\STRANGER)"));
+  EXPECT_TRUE(IsYes(pc().FileExists(R"(C:\Many\STRANGER)")));
   ASSERT_TRUE(pc().Open(R"(C:\Many\mine)", OpenMode::kCreateNew));
-  EXPECT_FALSE(pc().FileExists(R"(C:\Many\FILE2)"));
+  EXPECT_FALSE(IsYes(pc().FileExists(R"(C:\Many\FILE2)")));
   EXPECT_LE(pc().GetFolderReads() - before, 6U);
 }
 
 TEST_F(MachineFolderTest, ThousandsOfFoldersNeedNoMoreDescriptorsThanAProcessHas) {
   for (int i = 0; i < 1100; ++i) {
     ASSERT_TRUE(pc().CreateDirectory(R"(C:\folders\f)" + std::to_string(i))) << i << pc().GetLastError().reason;
-    ASSERT_TRUE(pc().DirectoryExists(R"(C:\folders\f)" + std::to_string(i)));
+    ASSERT_TRUE(IsYes(pc().DirectoryExists(R"(C:\folders\f)" + std::to_string(i))));
   }
-  EXPECT_TRUE(pc().DirectoryExists(R"(C:\folders\F7)"));
+  EXPECT_TRUE(IsYes(pc().DirectoryExists(R"(C:\folders\F7)")));
 }
 
 TEST_F(MachineFolderTest, FoldersOfTheUserAreReachedAndNothingBesideThem) {
@@ -329,12 +329,12 @@ TEST_F(MachineFolderTest, FoldersOfTheUserAreReachedAndNothingBesideThem) {
   fs::create_directories(m_pc.GetOutside() / "open\\er");
   const CString open = pc().AddHostFolder(Outside("open"), false);
   ASSERT_FALSE(open.empty());
-  EXPECT_TRUE(pc().DirectoryExists(open + R"(\SUB)"));
+  EXPECT_TRUE(IsYes(pc().DirectoryExists(open + R"(\SUB)")));
   EXPECT_EQ(pc().ToHostPath(open + R"(\SUB)"), Outside("open/sub"));
   EXPECT_EQ(FailureOf(Put(open + R"(\x)", OpenMode::kCreateNew, "x"), Kind::kRefused, open + R"(\x)"), "");
   EXPECT_FALSE(pc().RemoveTree(open + R"(\sub)"));
   const CString above = open.substr(0, open.rfind('\\'));
-  EXPECT_FALSE(pc().FileExists(above + R"(\pack.kep)"));
+  EXPECT_FALSE(IsYes(pc().FileExists(above + R"(\pack.kep)")));
   EXPECT_EQ(pc().AddHostFolder(Outside("open"), true), open); // the same folder again, now to be written
   EXPECT_TRUE(Put(open + R"(\x)", OpenMode::kCreateNew, "x"));
   const CString odd = pc().AddHostFolder(Outside("open\\er"), true); // no Windows path spells it
@@ -440,13 +440,13 @@ TEST_F(MachineFolderTest, RegistryValuesComeAndGoWithoutATrace) {
     ASSERT_EQ(fs::exists(registry), isThere);
     ASSERT_TRUE(pc().WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp", "one"));
     CString data;
-    ASSERT_TRUE(other.ReadRegistryString(RegistryRoot::kCurrentUser,
-                                         R"(\Software\\Microsoft\Windows\CurrentVersion\RunOnce)", "RPL1.TMP", data));
+    ASSERT_TRUE(IsYes(other.ReadRegistryString(
+        RegistryRoot::kCurrentUser, R"(\Software\\Microsoft\Windows\CurrentVersion\RunOnce)", "RPL1.TMP", data)));
     EXPECT_EQ(data, "one");
-    EXPECT_TRUE(other.RegistryKeyExists(RegistryRoot::kCurrentUser, R"(Software\Microsoft)"));
+    EXPECT_TRUE(IsYes(other.RegistryKeyExists(RegistryRoot::kCurrentUser, R"(Software\Microsoft)")));
     ASSERT_TRUE(other.WriteRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", "two"));
     ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl1.tmp"));
-    ASSERT_TRUE(pc().ReadRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", data));
+    ASSERT_TRUE(IsYes(pc().ReadRegistryString(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp", data)));
     ASSERT_TRUE(pc().DeleteRegistryValue(RegistryRoot::kCurrentUser, runOnce, "rpl2.tmp"));
     EXPECT_EQ(test::ReadHostFile(registry), isThere ? before : "");
     EXPECT_EQ(fs::exists(registry), isThere);
@@ -458,20 +458,20 @@ TEST_F(MachineFolderTest, VersionsDatesAndSpaceAreReadFromTheDisk) {
   m_pc.Write(R"(C:\x\App.exe)", MakeVersionedExecutable(CKestVersionNumber(6, 0, 2004)));
   m_pc.Write(R"(C:\x\none.exe)", "MZ");
   CKestVersionNumber version;
-  ASSERT_TRUE(pc().GetFileVersion(R"(C:\X\APP.EXE)", version));
+  ASSERT_TRUE(IsYes(pc().GetFileVersion(R"(C:\X\APP.EXE)", version)));
   EXPECT_EQ(version.Compare(CKestVersionNumber(6, 0, 2004)), 0);
-  EXPECT_FALSE(pc().GetFileVersion(R"(C:\x\none.exe)", version));
+  EXPECT_FALSE(IsYes(pc().GetFileVersion(R"(C:\x\none.exe)", version)));
   for (const std::int64_t seconds : {-1LL, 0LL, 1LL, 4102444801LL}) {
     CKestDateTime date;
     ASSERT_TRUE(pc().SetFileDateTime(R"(C:\x\app.exe)", CKestDateTime(seconds)));
-    ASSERT_TRUE(pc().GetFileDateTime(R"(C:\x\app.exe)", date));
+    ASSERT_TRUE(IsYes(pc().GetFileDateTime(R"(C:\x\app.exe)", date)));
     EXPECT_EQ(date.GetSeconds(), seconds);
   }
   std::uint64_t size = 0;
   EXPECT_TRUE(pc().GetFreeSpace(R"(C:\x\not\there\yet)", size));
   EXPECT_GT(size, 1024U);
   ASSERT_EQ(mkfifo(m_pc.HostPath(R"(C:\x\pipe)").c_str(), 0644), 0);
-  EXPECT_FALSE(pc().FileExists(R"(C:\x\pipe)"));
+  EXPECT_FALSE(IsYes(pc().FileExists(R"(C:\x\pipe)")));
   EXPECT_FALSE(pc().Open(R"(C:\x\pipe)", OpenMode::kRead)); // and does not wait for somebody to write
   EXPECT_FALSE(pc().Open(R"(C:\x\pipe)", OpenMode::kAppend));
 }

@@ -178,7 +178,7 @@ void WriteSystem(Writer& writer, MachineFolder& machine) {
   CString program;
   if (writer.IsGood() && machine.GetCurrentProcessPath(program)) {
     const CString helper = CKestPath(program).GetFolder() + "replace.exe";
-    if (!machine.FileExists(helper)) {
+    if (!IsYes(machine.FileExists(helper))) {
       writer.Executable(helper, "1.0");
     }
   }

@@ -143,13 +143,13 @@ bool CKestFileFinder::FindFirst(const CString& pattern) {
     return false;
   }
   Machine& machine = CKestOS::GetMachine();
-  if (name.find_first_of("*?") == CString::npos && machine.FileExists(pattern)) {
+  if (name.find_first_of("*?") == CString::npos && IsYes(machine.FileExists(pattern))) {
     // one plain file: no need to read its whole folder
     m_entries.push_back({CKestPath(machine.GetStoredPath(pattern)).GetFileName(), false, false});
     return true;
   }
   std::vector<FolderEntry> entries;
-  if (name.empty() || !machine.ListFolder(folder, entries)) {
+  if (name.empty() || !IsYes(machine.ListFolder(folder, entries))) {
     return false;
   }
   if (!IsEverything(name)) {

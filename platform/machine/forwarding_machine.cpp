@@ -17,35 +17,41 @@ public:
     return Ask("ReadAt", false) ? Count(m_next->ReadAt(offset, buffer, count)) : -1;
   }
   bool Write(const char* bytes, std::size_t count) override {
-    const bool isDone = Ask("Write", true) && m_machine.Answer(m_next->Write(bytes, count));
+    const bool isDone = Ask("Write", true) && m_machine.Passed(m_next->Write(bytes, count));
     m_isBroken = m_isBroken || !isDone;
     return isDone;
   }
   bool WriteAt(std::uint64_t offset, const char* bytes, std::size_t count) override {
-    const bool isDone = Ask("WriteAt", true) && m_machine.Answer(m_next->WriteAt(offset, bytes, count));
+    const bool isDone = Ask("WriteAt", true) && m_machine.Passed(m_next->WriteAt(offset, bytes, count));
     m_isBroken = m_isBroken || !isDone;
     return isDone;
   }
   bool GetSize(std::uint64_t& size) override {
-    return Ask("GetSize", false) && m_machine.Answer(m_next->GetSize(size));
+    return Ask("GetSize", false) && m_machine.Passed(m_next->GetSize(size));
   }
   bool SetDate(const CKestDateTime& date) override {
-    return Ask("SetDate", true) && m_machine.Answer(m_next->SetDate(date));
+    return Ask("SetDate", true) && m_machine.Passed(m_next->SetDate(date));
   }
-  bool Sync() override { return Ask("Sync", true) && m_machine.Answer(m_next->Sync()); }
+  bool Sync() override { return Ask("Sync", true) && m_machine.Passed(m_next->Sync()); }
   bool Close() override {
     // what a refused write should have added is missing, whoever closes the file
     if (!Ask("Close", true) || m_isBroken) {
       m_isBroken = true;
       return false;
     }
-    return m_machine.Answer(m_next->Close());
+    return m_machine.Passed(m_next->Close());
   }
 
 private:
-  bool Ask(const char* name, bool changes) { return m_machine.Ask({name, changes, &m_path}); }
+  bool Ask(const char* name, bool changes) {
+    const bool isAllowed = m_machine.Ask({name, changes, &m_path});
+    if (!isAllowed && !changes) {
+      m_machine.NoteUnanswered(m_machine.m_refusal);
+    }
+    return isAllowed;
+  }
   std::int64_t Count(std::int64_t result) {
-    (void)m_machine.Answer(result >= 0);
+    (void)m_machine.Passed(result >= 0);
     return result;
   }
 
@@ -69,9 +75,29 @@ bool ForwardingMachine::Ask(const Call& call) {
   return false;
 }
 
-bool ForwardingMachine::Answer(bool answer) {
+bool ForwardingMachine::Passed(bool answer) {
   m_refusedLast = m_refusedLast && answer;
   return answer;
+}
+
+Answer ForwardingMachine::PassedPlain(Answer answer) {
+  m_refusedLast = m_refusedLast && answer != Answer::kCannotTell;
+  return answer;
+}
+
+Answer ForwardingMachine::Passed(Answer answer) {
+  m_refusedLast = m_refusedLast && answer == Answer::kYes;
+  return answer;
+}
+
+MachineError ForwardingMachine::GetUnanswered() {
+  const MachineError own = Machine::GetUnanswered();
+  return own.kind != MachineError::Kind::kNone ? own : m_next.GetUnanswered();
+}
+
+void ForwardingMachine::ForgetUnanswered() {
+  Machine::ForgetUnanswered();
+  m_next.ForgetUnanswered();
 }
 
 // ---- files
@@ -79,10 +105,13 @@ bool ForwardingMachine::Answer(bool answer) {
 
 std::unique_ptr<MachineFile> ForwardingMachine::Open(const CString& path, OpenMode mode) {
   if (!Ask({"Open", mode != OpenMode::kRead, &path})) {
+    if (mode == OpenMode::kRead) {
+      NoteUnanswered(m_refusal);
+    }
     return nullptr;
   }
   std::unique_ptr<MachineFile> file = m_next.Open(path, mode);
-  return Answer(file != nullptr) ? std::make_unique<File>(*this, std::move(file), path) : nullptr;
+  return Passed(file != nullptr) ? std::make_unique<File>(*this, std::move(file), path) : nullptr;
 }
 CString ForwardingMachine::GetStoredPath(const CString& path) {
   return Ask({"GetStoredPath", false, &path}) ? m_next.GetStoredPath(path) : CString();
@@ -92,7 +121,7 @@ WriterLock ForwardingMachine::LockWriter(std::int64_t milliseconds) {
     return {};
   }
   WriterLock lock = m_next.LockWriter(milliseconds);
-  (void)Answer(lock.held);
+  (void)Passed(lock.held);
   return lock;
 }
 void ForwardingMachine::UnlockWriter() { m_next.UnlockWriter(); }
@@ -127,99 +156,99 @@ void ForwardingMachine::ClearLastError() {
 // ---- everything else: ask, pass on
 // ------------------------------------------------------------------------------------
 
-bool ForwardingMachine::FileExists(const CString& path) {
-  return Ask({"FileExists", false, &path}) && m_next.FileExists(path);
+Answer ForwardingMachine::FileExists(const CString& path) {
+  return Ask({"FileExists", false, &path}) ? PassedPlain(m_next.FileExists(path)) : NoteUnanswered(m_refusal);
 }
-bool ForwardingMachine::GetFileSize(const CString& path, std::uint64_t& size) {
-  return Ask({"GetFileSize", false, &path}) && Answer(m_next.GetFileSize(path, size));
+Answer ForwardingMachine::GetFileSize(const CString& path, std::uint64_t& size) {
+  return Ask({"GetFileSize", false, &path}) ? Passed(m_next.GetFileSize(path, size)) : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::CopyFile(const CString& from, const CString& to) {
-  return Ask({"CopyFile", true, &from}) && Answer(m_next.CopyFile(from, to));
+  return Ask({"CopyFile", true, &from}) && Passed(m_next.CopyFile(from, to));
 }
 bool ForwardingMachine::DeleteFile(const CString& path) {
-  return Ask({"DeleteFile", true, &path}) && Answer(m_next.DeleteFile(path));
+  return Ask({"DeleteFile", true, &path}) && Passed(m_next.DeleteFile(path));
 }
 bool ForwardingMachine::MoveFile(const CString& from, const CString& to) {
-  return Ask({"MoveFile", true, &from}) && Answer(m_next.MoveFile(from, to));
+  return Ask({"MoveFile", true, &from}) && Passed(m_next.MoveFile(from, to));
 }
 bool ForwardingMachine::ReplaceFile(const CString& from, const CString& to) {
-  return Ask({"ReplaceFile", true, &from}) && Answer(m_next.ReplaceFile(from, to));
+  return Ask({"ReplaceFile", true, &from}) && Passed(m_next.ReplaceFile(from, to));
 }
 bool ForwardingMachine::LinkFile(const CString& existing, const CString& to) {
-  return Ask({"LinkFile", true, &existing}) && Answer(m_next.LinkFile(existing, to));
+  return Ask({"LinkFile", true, &existing}) && Passed(m_next.LinkFile(existing, to));
 }
 bool ForwardingMachine::MoveFileToTrash(const CString& path) {
-  return Ask({"MoveFileToTrash", true, &path}) && Answer(m_next.MoveFileToTrash(path));
+  return Ask({"MoveFileToTrash", true, &path}) && Passed(m_next.MoveFileToTrash(path));
 }
 bool ForwardingMachine::MoveFolderToTrash(const CString& path, const CString& label) {
-  return Ask({"MoveFolderToTrash", true, &path}) && Answer(m_next.MoveFolderToTrash(path, label));
+  return Ask({"MoveFolderToTrash", true, &path}) && Passed(m_next.MoveFolderToTrash(path, label));
 }
-bool ForwardingMachine::IsFileReadOnly(const CString& path) {
-  return Ask({"IsFileReadOnly", false, &path}) && m_next.IsFileReadOnly(path);
+Answer ForwardingMachine::IsFileReadOnly(const CString& path) {
+  return Ask({"IsFileReadOnly", false, &path}) ? PassedPlain(m_next.IsFileReadOnly(path)) : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::SetFileReadOnly(const CString& path, bool readOnly) {
-  return Ask({"SetFileReadOnly", true, &path}) && Answer(m_next.SetFileReadOnly(path, readOnly));
+  return Ask({"SetFileReadOnly", true, &path}) && Passed(m_next.SetFileReadOnly(path, readOnly));
 }
 bool ForwardingMachine::CanUpdateFile(const CString& path) {
-  return Ask({"CanUpdateFile", false, &path}) && Answer(m_next.CanUpdateFile(path));
+  return Ask({"CanUpdateFile", false, &path}) && Passed(m_next.CanUpdateFile(path));
 }
-bool ForwardingMachine::GetFileDateTime(const CString& path, CKestDateTime& date) {
-  return Ask({"GetFileDateTime", false, &path}) && Answer(m_next.GetFileDateTime(path, date));
+Answer ForwardingMachine::GetFileDateTime(const CString& path, CKestDateTime& date) {
+  return Ask({"GetFileDateTime", false, &path}) ? Passed(m_next.GetFileDateTime(path, date)) : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::GetFileStamp(const CString& path, FileStamp& stamp) {
-  return Ask({"GetFileStamp", false, &path}) && Answer(m_next.GetFileStamp(path, stamp));
+  return Ask({"GetFileStamp", false, &path}) && Passed(m_next.GetFileStamp(path, stamp));
 }
 bool ForwardingMachine::SetFileDateTime(const CString& path, const CKestDateTime& date) {
-  return Ask({"SetFileDateTime", true, &path}) && Answer(m_next.SetFileDateTime(path, date));
+  return Ask({"SetFileDateTime", true, &path}) && Passed(m_next.SetFileDateTime(path, date));
 }
-bool ForwardingMachine::GetFileVersion(const CString& path, CKestVersionNumber& version) {
-  return Ask({"GetFileVersion", false, &path}) && Answer(m_next.GetFileVersion(path, version));
+Answer ForwardingMachine::GetFileVersion(const CString& path, CKestVersionNumber& version) {
+  return Ask({"GetFileVersion", false, &path}) ? Passed(m_next.GetFileVersion(path, version)) : NoteUnanswered(m_refusal);
 }
-bool ForwardingMachine::DirectoryExists(const CString& path) {
-  return Ask({"DirectoryExists", false, &path}) && m_next.DirectoryExists(path);
+Answer ForwardingMachine::DirectoryExists(const CString& path) {
+  return Ask({"DirectoryExists", false, &path}) ? PassedPlain(m_next.DirectoryExists(path)) : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::CreateDirectory(const CString& path) {
-  return Ask({"CreateDirectory", true, &path}) && Answer(m_next.CreateDirectory(path));
+  return Ask({"CreateDirectory", true, &path}) && Passed(m_next.CreateDirectory(path));
 }
 bool ForwardingMachine::CreatePrivateDirectory(const CString& path) {
-  return Ask({"CreatePrivateDirectory", true, &path}) && Answer(m_next.CreatePrivateDirectory(path));
+  return Ask({"CreatePrivateDirectory", true, &path}) && Passed(m_next.CreatePrivateDirectory(path));
 }
 bool ForwardingMachine::RemoveDirectory(const CString& path) {
-  return Ask({"RemoveDirectory", true, &path}) && Answer(m_next.RemoveDirectory(path));
+  return Ask({"RemoveDirectory", true, &path}) && Passed(m_next.RemoveDirectory(path));
 }
 bool ForwardingMachine::MoveEmptyFolder(const CString& from, const CString& to) {
-  return Ask({"MoveEmptyFolder", true, &from}) && Answer(m_next.MoveEmptyFolder(from, to));
+  return Ask({"MoveEmptyFolder", true, &from}) && Passed(m_next.MoveEmptyFolder(from, to));
 }
 bool ForwardingMachine::MoveFolder(const CString& from, const CString& to) {
-  return Ask({"MoveFolder", true, &from}) && Answer(m_next.MoveFolder(from, to));
+  return Ask({"MoveFolder", true, &from}) && Passed(m_next.MoveFolder(from, to));
 }
 bool ForwardingMachine::RemoveTree(const CString& path) {
-  return Ask({"RemoveTree", true, &path}) && Answer(m_next.RemoveTree(path));
+  return Ask({"RemoveTree", true, &path}) && Passed(m_next.RemoveTree(path));
 }
-bool ForwardingMachine::ListFolder(const CString& path, std::vector<FolderEntry>& entries) {
-  return Ask({"ListFolder", false, &path}) && Answer(m_next.ListFolder(path, entries));
+Answer ForwardingMachine::ListFolder(const CString& path, std::vector<FolderEntry>& entries) {
+  return Ask({"ListFolder", false, &path}) ? Passed(m_next.ListFolder(path, entries)) : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::SameVolume(const CString& a, const CString& b) {
   return Ask({"SameVolume", false, &a}) && m_next.SameVolume(a, b);
 }
 bool ForwardingMachine::GetFreeSpace(const CString& path, std::uint64_t& bytes) {
-  return Ask({"GetFreeSpace", false, &path}) && Answer(m_next.GetFreeSpace(path, bytes));
+  return Ask({"GetFreeSpace", false, &path}) && Passed(m_next.GetFreeSpace(path, bytes));
 }
 bool ForwardingMachine::SyncPaths(const std::vector<CString>& paths) {
-  return Ask({"SyncPaths", true, paths.empty() ? nullptr : &paths.front()}) && Answer(m_next.SyncPaths(paths));
+  return Ask({"SyncPaths", true, paths.empty() ? nullptr : &paths.front()}) && Passed(m_next.SyncPaths(paths));
 }
 void ForwardingMachine::StartSync(const CString& path) { m_next.StartSync(path); }
 bool ForwardingMachine::GetSystemFolder(CString& path) {
-  return Ask({"GetSystemFolder", false, nullptr}) && Answer(m_next.GetSystemFolder(path));
+  return Ask({"GetSystemFolder", false, nullptr}) && Passed(m_next.GetSystemFolder(path));
 }
 bool ForwardingMachine::GetFontsFolder(CString& path) {
-  return Ask({"GetFontsFolder", false, nullptr}) && Answer(m_next.GetFontsFolder(path));
+  return Ask({"GetFontsFolder", false, nullptr}) && Passed(m_next.GetFontsFolder(path));
 }
 bool ForwardingMachine::GetTempRoot(CString& path) {
-  return Ask({"GetTempRoot", false, nullptr}) && Answer(m_next.GetTempRoot(path));
+  return Ask({"GetTempRoot", false, nullptr}) && Passed(m_next.GetTempRoot(path));
 }
 bool ForwardingMachine::GetCurrentProcessPath(CString& path) {
-  return Ask({"GetCurrentProcessPath", false, nullptr}) && Answer(m_next.GetCurrentProcessPath(path));
+  return Ask({"GetCurrentProcessPath", false, nullptr}) && Passed(m_next.GetCurrentProcessPath(path));
 }
 void ForwardingMachine::InitMultiUserMembers() {
   if (Ask({"InitMultiUserMembers", false, nullptr})) {
@@ -230,22 +259,22 @@ bool ForwardingMachine::IsSupportedMultiUserSystem() {
   return Ask({"IsSupportedMultiUserSystem", false, nullptr}) && m_next.IsSupportedMultiUserSystem();
 }
 bool ForwardingMachine::GetCurrentUserType(int& type) {
-  return Ask({"GetCurrentUserType", false, nullptr}) && Answer(m_next.GetCurrentUserType(type));
+  return Ask({"GetCurrentUserType", false, nullptr}) && Passed(m_next.GetCurrentUserType(type));
 }
 bool ForwardingMachine::GetSharedAppDataPath(CString& path) {
-  return Ask({"GetSharedAppDataPath", false, nullptr}) && Answer(m_next.GetSharedAppDataPath(path));
+  return Ask({"GetSharedAppDataPath", false, nullptr}) && Passed(m_next.GetSharedAppDataPath(path));
 }
 bool ForwardingMachine::GetCurrentUserAppDataPath(CString& path) {
-  return Ask({"GetCurrentUserAppDataPath", false, nullptr}) && Answer(m_next.GetCurrentUserAppDataPath(path));
+  return Ask({"GetCurrentUserAppDataPath", false, nullptr}) && Passed(m_next.GetCurrentUserAppDataPath(path));
 }
 bool ForwardingMachine::GetAppDataPathFor(const CString& user, CString& path) {
-  return Ask({"GetAppDataPathFor", false, &user}) && Answer(m_next.GetAppDataPathFor(user, path));
+  return Ask({"GetAppDataPathFor", false, &user}) && Passed(m_next.GetAppDataPathFor(user, path));
 }
 bool ForwardingMachine::GetAllUserAppDataPaths(std::vector<CString>& paths) {
-  return Ask({"GetAllUserAppDataPaths", false, nullptr}) && Answer(m_next.GetAllUserAppDataPaths(paths));
+  return Ask({"GetAllUserAppDataPaths", false, nullptr}) && Passed(m_next.GetAllUserAppDataPaths(paths));
 }
 bool ForwardingMachine::ExtractUserName(const CString& path, CString& user) {
-  return Ask({"ExtractUserName", false, &path}) && Answer(m_next.ExtractUserName(path, user));
+  return Ask({"ExtractUserName", false, &path}) && Passed(m_next.ExtractUserName(path, user));
 }
 int ForwardingMachine::GetOperatingSystemVersion() {
   return Ask({"GetOperatingSystemVersion", false, nullptr}) ? m_next.GetOperatingSystemVersion() : 0;
@@ -260,27 +289,27 @@ void ForwardingMachine::WinExec(const CString& commandLine) {
     m_next.WinExec(commandLine);
   }
 }
-bool ForwardingMachine::RegistryKeyExists(RegistryRoot root, const CString& key) {
-  return Ask({"RegistryKeyExists", false, &key}) && m_next.RegistryKeyExists(root, key);
+Answer ForwardingMachine::RegistryKeyExists(RegistryRoot root, const CString& key) {
+  return Ask({"RegistryKeyExists", false, &key}) ? PassedPlain(m_next.RegistryKeyExists(root, key)) : NoteUnanswered(m_refusal);
 }
-bool ForwardingMachine::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data) {
-  return Ask({"ReadRegistryString", false, &key}) && Answer(m_next.ReadRegistryString(root, key, name, data));
+Answer ForwardingMachine::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data) {
+  return Ask({"ReadRegistryString", false, &key}) ? Passed(m_next.ReadRegistryString(root, key, name, data)) : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                             const CString& data) {
-  return Ask({"WriteRegistryString", true, &key}) && Answer(m_next.WriteRegistryString(root, key, name, data));
+  return Ask({"WriteRegistryString", true, &key}) && Passed(m_next.WriteRegistryString(root, key, name, data));
 }
 bool ForwardingMachine::DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) {
-  return Ask({"DeleteRegistryValue", true, &key}) && Answer(m_next.DeleteRegistryValue(root, key, name));
+  return Ask({"DeleteRegistryValue", true, &key}) && Passed(m_next.DeleteRegistryValue(root, key, name));
 }
-bool ForwardingMachine::EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values) {
-  return Ask({"EnumRegistryValues", false, &key}) && Answer(m_next.EnumRegistryValues(root, key, values));
+Answer ForwardingMachine::EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values) {
+  return Ask({"EnumRegistryValues", false, &key}) ? Passed(m_next.EnumRegistryValues(root, key, values)) : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::AddFontResource(const CString& path) {
-  return Ask({"AddFontResource", true, &path}) && Answer(m_next.AddFontResource(path));
+  return Ask({"AddFontResource", true, &path}) && Passed(m_next.AddFontResource(path));
 }
 bool ForwardingMachine::RemoveFontResource(const CString& path) {
-  return Ask({"RemoveFontResource", true, &path}) && Answer(m_next.RemoveFontResource(path));
+  return Ask({"RemoveFontResource", true, &path}) && Passed(m_next.RemoveFontResource(path));
 }
 void ForwardingMachine::BroadcastFontChange() {
   if (Ask({"BroadcastFontChange", true, nullptr})) {

@@ -6,7 +6,7 @@ namespace kest {
 
 /// Passes every call on to another machine (borrowed). Before each call it asks Allow, which derived classes override
 /// to count calls, fail the n-th one, or act between two calls; a call that is not allowed is not passed on and answers
-/// false (or its empty value). The files it hands out ask too, under the names "Read", "ReadAt", "Write", "WriteAt",
+/// false, kCannotTell (or its empty value). The files it hands out ask too, under the names "Read", "ReadAt", "Write", "WriteAt",
 /// "GetSize", "SetDate", "Sync" and "Close"; a Close that is not allowed drops what a kReplace file wrote. What cannot
 /// fail on any machine is asked about and passed on whatever the answer: the clock, GetCodePage,
 /// AllowBackgroundProcessing. Not asked about: UnlockWriter, ForgetFolders, GetLastError, ClearLastError.
@@ -23,8 +23,8 @@ public:
   };
 
   // ---- Machine
-  [[nodiscard]] bool FileExists(const CString& path) override;
-  [[nodiscard]] bool GetFileSize(const CString& path, std::uint64_t& size) override;
+  [[nodiscard]] Answer FileExists(const CString& path) override;
+  [[nodiscard]] Answer GetFileSize(const CString& path, std::uint64_t& size) override;
   [[nodiscard]] std::unique_ptr<MachineFile> Open(const CString& path, OpenMode mode) override;
   [[nodiscard]] bool CopyFile(const CString& from, const CString& to) override;
   [[nodiscard]] bool DeleteFile(const CString& path) override;
@@ -33,22 +33,22 @@ public:
   [[nodiscard]] bool LinkFile(const CString& existing, const CString& to) override;
   [[nodiscard]] bool MoveFileToTrash(const CString& path) override;
   [[nodiscard]] bool MoveFolderToTrash(const CString& path, const CString& label) override;
-  [[nodiscard]] bool IsFileReadOnly(const CString& path) override;
+  [[nodiscard]] Answer IsFileReadOnly(const CString& path) override;
   [[nodiscard]] bool SetFileReadOnly(const CString& path, bool readOnly) override;
   [[nodiscard]] bool CanUpdateFile(const CString& path) override;
-  [[nodiscard]] bool GetFileDateTime(const CString& path, CKestDateTime& date) override;
+  [[nodiscard]] Answer GetFileDateTime(const CString& path, CKestDateTime& date) override;
   [[nodiscard]] bool GetFileStamp(const CString& path, FileStamp& stamp) override;
   [[nodiscard]] bool SetFileDateTime(const CString& path, const CKestDateTime& date) override;
-  [[nodiscard]] bool GetFileVersion(const CString& path, CKestVersionNumber& version) override;
+  [[nodiscard]] Answer GetFileVersion(const CString& path, CKestVersionNumber& version) override;
   [[nodiscard]] CString GetStoredPath(const CString& path) override;
-  [[nodiscard]] bool DirectoryExists(const CString& path) override;
+  [[nodiscard]] Answer DirectoryExists(const CString& path) override;
   [[nodiscard]] bool CreateDirectory(const CString& path) override;
   [[nodiscard]] bool CreatePrivateDirectory(const CString& path) override;
   [[nodiscard]] bool RemoveDirectory(const CString& path) override;
   [[nodiscard]] bool MoveEmptyFolder(const CString& from, const CString& to) override;
   [[nodiscard]] bool MoveFolder(const CString& from, const CString& to) override;
   [[nodiscard]] bool RemoveTree(const CString& path) override;
-  [[nodiscard]] bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) override;
+  [[nodiscard]] Answer ListFolder(const CString& path, std::vector<FolderEntry>& entries) override;
   [[nodiscard]] bool SameVolume(const CString& a, const CString& b) override;
   [[nodiscard]] bool GetFreeSpace(const CString& path, std::uint64_t& bytes) override;
   [[nodiscard]] bool SyncPaths(const std::vector<CString>& paths) override;
@@ -72,13 +72,13 @@ public:
   void EnumProcs(const std::function<bool(const CString&)>& callback) override;
   void WinExec(const CString& commandLine) override;
   int GetCodePage() override;
-  [[nodiscard]] bool RegistryKeyExists(RegistryRoot root, const CString& key) override;
-  [[nodiscard]] bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
+  [[nodiscard]] Answer RegistryKeyExists(RegistryRoot root, const CString& key) override;
+  [[nodiscard]] Answer ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                         CString& data) override;
   [[nodiscard]] bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                          const CString& data) override;
   [[nodiscard]] bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) override;
-  [[nodiscard]] bool EnumRegistryValues(RegistryRoot root, const CString& key,
+  [[nodiscard]] Answer EnumRegistryValues(RegistryRoot root, const CString& key,
                                         std::vector<RegistryValue>& values) override;
   bool AddFontResource(const CString& path) override;
   bool RemoveFontResource(const CString& path) override;
@@ -88,6 +88,8 @@ public:
   void AllowBackgroundProcessing() override;
   [[nodiscard]] MachineError GetLastError() override;
   void ClearLastError() override;
+  [[nodiscard]] MachineError GetUnanswered() override;
+  void ForgetUnanswered() override;
 
 protected:
   /// The default allows every call. Clock, users and known places are asked about as well.
@@ -102,7 +104,10 @@ private:
   class File;
   [[nodiscard]] bool Ask(const Call& call);
   /// `answer` of a call that was passed on; after a failure it is the next machine that knows why.
-  bool Answer(bool answer);
+  bool Passed(bool answer);
+  Answer Passed(Answer answer);
+  /// The same for a plain question, whose "no" is no failure.
+  Answer PassedPlain(Answer answer);
 
   Machine& m_next;
   bool m_refusedLast = false; ///< the last failure was a refusal of ours

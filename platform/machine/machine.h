@@ -55,9 +55,15 @@ struct RegistryValue {
   CString data; ///< its text
 };
 
-/// What went wrong in the last call that answered false, for messages and exit codes. Calls that succeed leave it, and
-/// so does "no" to the plain questions: FileExists, DirectoryExists, IsFileReadOnly, SameVolume, RegistryKeyExists. A
-/// plain question that could not be answered sets it: who asks one about somebody's file clears it before.
+/// What a question about files or the registry is answered with. "Cannot tell" is not "no": the disk failed to answer,
+/// descriptors or rights were missing. Nothing may be written, replaced, left out or removed because of it, and
+/// GetLastError() says why.
+enum class Answer { kNo, kYes, kCannotTell };
+[[nodiscard]] constexpr bool IsYes(Answer answer) { return answer == Answer::kYes; }
+
+/// What went wrong in the last call that answered false or kCannotTell, for messages and exit codes; kNo to a question
+/// for data (size, date, version, list, registry value) counts as well. Calls that succeed leave it, and so does kNo to
+/// the plain questions: FileExists, DirectoryExists, IsFileReadOnly, SameVolume, RegistryKeyExists.
 struct MachineError {
   /// For exit codes and messages.
   enum class Kind { kNone, kNotFound, kExists, kAccess, kInUse, kDiskFull, kNotEmpty, kRefused, kOther };
@@ -84,9 +90,9 @@ public:
   // ---- files ---------------------------------------------------------------------------------------------------
   /// A plain file (not a folder, not a link to a folder). A link that leads out of its drive, or nowhere, counts: its
   /// name is taken, and what is put there replaces it; opening it fails.
-  [[nodiscard]] virtual bool FileExists(const CString& path) = 0;
-  /// False, `size` left alone, when it is no plain file.
-  [[nodiscard]] virtual bool GetFileSize(const CString& path, std::uint64_t& size) = 0;
+  [[nodiscard]] virtual Answer FileExists(const CString& path) = 0;
+  /// kNo when it is no plain file; `size` is left alone but for kYes.
+  [[nodiscard]] virtual Answer GetFileSize(const CString& path, std::uint64_t& size) = 0;
   /// Null on failure.
   [[nodiscard]] virtual std::unique_ptr<MachineFile> Open(const CString& path, OpenMode mode) = 0;
   /// Replaces an existing destination in one move; makes no folders; keeps date and read-only mark; false, and
@@ -105,14 +111,14 @@ public:
   [[nodiscard]] virtual bool MoveFileToTrash(const CString& path) = 0;
   /// The same for a whole folder, as one entry of the trash named `label`.
   [[nodiscard]] virtual bool MoveFolderToTrash(const CString& path, const CString& label) = 0;
-  [[nodiscard]] virtual bool IsFileReadOnly(const CString& path) = 0; ///< false for a missing file, too
+  [[nodiscard]] virtual Answer IsFileReadOnly(const CString& path) = 0; ///< kNo for a missing file, too
   /// False when missing or not allowed.
   [[nodiscard]] virtual bool SetFileReadOnly(const CString& path, bool readOnly) = 0;
   /// The current user may replace the file now: rights, and no program holds it open. Missing: may be created.
   /// On the stand-in a file is held open by whoever has a lock on it (flock), runs it, or is listed as its process.
   [[nodiscard]] virtual bool CanUpdateFile(const CString& path) = 0;
-  /// Last-write time; false when missing.
-  [[nodiscard]] virtual bool GetFileDateTime(const CString& path, CKestDateTime& date) = 0;
+  /// Last-write time; kNo when missing or a folder.
+  [[nodiscard]] virtual Answer GetFileDateTime(const CString& path, CKestDateTime& date) = 0;
   /// What tells whether a plain file is still the one that was looked at. False when it is missing, when it was changed
   /// so lately that a further change might leave the stamp as it is, and on machines that have no stamps.
   [[nodiscard]] virtual bool GetFileStamp(const CString& path, FileStamp& stamp) {
@@ -122,14 +128,14 @@ public:
   }
   /// Last-write time; false when missing or not allowed.
   [[nodiscard]] virtual bool SetFileDateTime(const CString& path, const CKestDateTime& date) = 0;
-  /// From the version resource (fixed-info block) of an executable.
-  [[nodiscard]] virtual bool GetFileVersion(const CString& path, CKestVersionNumber& version) = 0;
-  /// The path with every existing component spelled as on disk, single backslashes.
+  /// From the version resource (fixed-info block) of an executable; kNo when it is missing or carries none.
+  [[nodiscard]] virtual Answer GetFileVersion(const CString& path, CKestVersionNumber& version) = 0;
+  /// The path with every existing component spelled as on disk, single backslashes. Empty when that cannot be told.
   [[nodiscard]] virtual CString GetStoredPath(const CString& path) = 0;
 
   // ---- folders -------------------------------------------------------------------------------------------------
   /// A folder, or a link to one that stays in its drive.
-  [[nodiscard]] virtual bool DirectoryExists(const CString& path) = 0;
+  [[nodiscard]] virtual Answer DirectoryExists(const CString& path) = 0;
   /// Makes missing parents; true for an existing folder; false when a file has the name.
   [[nodiscard]] virtual bool CreateDirectory(const CString& path) = 0;
   /// A new folder that only the current user may enter (0700); false when the name is taken.
@@ -143,8 +149,9 @@ public:
   [[nodiscard]] virtual bool MoveFolder(const CString& from, const CString& to) = 0;
   /// A folder with all it holds; links in it are removed, not followed. For private folders only.
   [[nodiscard]] virtual bool RemoveTree(const CString& path) = 0;
-  /// Entries without "." and "..", sorted without regard to case. False for a missing folder.
-  [[nodiscard]] virtual bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) = 0;
+  /// Entries without "." and "..", sorted without regard to case. kNo for a missing folder; a list that broke off is
+  /// kCannotTell, and empty.
+  [[nodiscard]] virtual Answer ListFolder(const CString& path, std::vector<FolderEntry>& entries) = 0;
 
   // ---- volumes, durability, the right to write
   // -----------------------------------------------------------------------
@@ -200,19 +207,19 @@ public:
 
   // ---- registry, fonts
   // ---------------------------------------------------------------------------------------------------
-  [[nodiscard]] virtual bool RegistryKeyExists(RegistryRoot root, const CString& key) = 0; ///< letter case aside
-  /// False, `data` left alone, when the value is missing or no text.
-  [[nodiscard]] virtual bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
-                                                CString& data) = 0;
+  [[nodiscard]] virtual Answer RegistryKeyExists(RegistryRoot root, const CString& key) = 0; ///< letter case aside
+  /// kNo when the value is missing or no text; `data` is left alone but for kYes.
+  [[nodiscard]] virtual Answer ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
+                                                  CString& data) = 0;
   /// Creates the key when missing. True only once the value is on the machine.
   [[nodiscard]] virtual bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                                  const CString& data) = 0;
   /// A missing value is no error. A key that WriteRegistryString made (in this process or another) and that is then
   /// empty goes with its last value.
   [[nodiscard]] virtual bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) = 0;
-  /// The text values of a key, in the order of the registry; false when the key is missing.
-  [[nodiscard]] virtual bool EnumRegistryValues(RegistryRoot root, const CString& key,
-                                                std::vector<RegistryValue>& values) = 0;
+  /// The text values of a key, in the order of the registry; kNo when the key is missing.
+  [[nodiscard]] virtual Answer EnumRegistryValues(RegistryRoot root, const CString& key,
+                                                  std::vector<RegistryValue>& values) = 0;
   /// Makes a font file known to the running system; false on failure.
   virtual bool AddFontResource(const CString& path) = 0;
   virtual bool RemoveFontResource(const CString& path) = 0; ///< takes it back; false on failure
@@ -230,6 +237,22 @@ public:
   // ---------------------------------------------------------------------------------------------------------
   [[nodiscard]] virtual MachineError GetLastError() = 0; ///< of the last call that failed; kNone when none has
   virtual void ClearLastError() = 0;                     ///< back to kNone
+  /// The first question since ForgetUnanswered that nobody could answer, a file that could not be read included; kNone
+  /// when all were. An operation that met one does not end as done, whoever asked.
+  [[nodiscard]] virtual MachineError GetUnanswered() { return m_unanswered; }
+  virtual void ForgetUnanswered() { m_unanswered = {}; } ///< called where an operation begins
+
+protected:
+  /// To be called for each question that cannot be answered.
+  Answer NoteUnanswered(const MachineError& why) {
+    if (m_unanswered.kind == MachineError::Kind::kNone) {
+      m_unanswered = why;
+    }
+    return Answer::kCannotTell;
+  }
+
+private:
+  MachineError m_unanswered;
 };
 
 } // namespace kest

@@ -6,8 +6,8 @@ namespace {
 
 class NoMachine final : public Machine {
 public:
-  bool FileExists(const CString&) override { return false; }
-  bool GetFileSize(const CString&, std::uint64_t&) override { return false; }
+  Answer FileExists(const CString&) override { return NoteUnanswered(GetLastError()); }
+  Answer GetFileSize(const CString&, std::uint64_t&) override { return NoteUnanswered(GetLastError()); }
   std::unique_ptr<MachineFile> Open(const CString&, OpenMode) override { return nullptr; }
   bool CopyFile(const CString&, const CString&) override { return false; }
   bool DeleteFile(const CString&) override { return false; }
@@ -16,22 +16,22 @@ public:
   bool LinkFile(const CString&, const CString&) override { return false; }
   bool MoveFileToTrash(const CString&) override { return false; }
   bool MoveFolderToTrash(const CString&, const CString&) override { return false; }
-  bool IsFileReadOnly(const CString&) override { return false; }
+  Answer IsFileReadOnly(const CString&) override { return NoteUnanswered(GetLastError()); }
   bool SetFileReadOnly(const CString&, bool) override { return false; }
   bool CanUpdateFile(const CString&) override { return false; }
-  bool GetFileDateTime(const CString&, CKestDateTime&) override { return false; }
+  Answer GetFileDateTime(const CString&, CKestDateTime&) override { return NoteUnanswered(GetLastError()); }
   bool SetFileDateTime(const CString&, const CKestDateTime&) override { return false; }
-  bool GetFileVersion(const CString&, CKestVersionNumber&) override { return false; }
+  Answer GetFileVersion(const CString&, CKestVersionNumber&) override { return NoteUnanswered(GetLastError()); }
   CString GetStoredPath(const CString& path) override { return path; }
 
-  bool DirectoryExists(const CString&) override { return false; }
+  Answer DirectoryExists(const CString&) override { return NoteUnanswered(GetLastError()); }
   bool CreateDirectory(const CString&) override { return false; }
   bool CreatePrivateDirectory(const CString&) override { return false; }
   bool RemoveDirectory(const CString&) override { return false; }
   bool MoveEmptyFolder(const CString&, const CString&) override { return false; }
   bool MoveFolder(const CString&, const CString&) override { return false; }
   bool RemoveTree(const CString&) override { return false; }
-  bool ListFolder(const CString&, std::vector<FolderEntry>&) override { return false; }
+  Answer ListFolder(const CString&, std::vector<FolderEntry>&) override { return NoteUnanswered(GetLastError()); }
 
   bool SameVolume(const CString&, const CString&) override { return false; }
   bool GetFreeSpace(const CString&, std::uint64_t&) override { return false; }
@@ -58,11 +58,11 @@ public:
   void WinExec(const CString&) override {}
   int GetCodePage() override { return 0; }
 
-  bool RegistryKeyExists(RegistryRoot, const CString&) override { return false; }
-  bool ReadRegistryString(RegistryRoot, const CString&, const CString&, CString&) override { return false; }
+  Answer RegistryKeyExists(RegistryRoot, const CString&) override { return NoteUnanswered(GetLastError()); }
+  Answer ReadRegistryString(RegistryRoot, const CString&, const CString&, CString&) override { return NoteUnanswered(GetLastError()); }
   bool WriteRegistryString(RegistryRoot, const CString&, const CString&, const CString&) override { return false; }
   bool DeleteRegistryValue(RegistryRoot, const CString&, const CString&) override { return false; }
-  bool EnumRegistryValues(RegistryRoot, const CString&, std::vector<RegistryValue>&) override { return false; }
+  Answer EnumRegistryValues(RegistryRoot, const CString&, std::vector<RegistryValue>&) override { return NoteUnanswered(GetLastError()); }
   bool AddFontResource(const CString&) override { return false; }
   bool RemoveFontResource(const CString&) override { return false; }
   void BroadcastFontChange() override {}

@@ -35,6 +35,11 @@ InForce& State() {
 
 Machine& Current() { return *State().machine; }
 
+/// Whether surely nothing has the name.
+bool IsFree(const CString& path) {
+  return Current().FileExists(path) == Answer::kNo && Current().DirectoryExists(path) == Answer::kNo;
+}
+
 CString RandomName() {
   static std::random_device device;
   static constexpr char kDigits[] = "0123456789abcdefghijklmnopqrstuv";
@@ -51,8 +56,7 @@ bool MakeTempFolder() {
   if (!Current().GetTempRoot(root)) {
     return false;
   }
-  // asked twice: a question that failed in passing must not make the folder ours to remove
-  if (!Current().DirectoryExists(root) && !Current().DirectoryExists(root)) {
+  if (Current().DirectoryExists(root) == Answer::kNo) {
     if (!Current().CreateDirectory(root)) {
       return false;
     }
@@ -68,7 +72,7 @@ bool MakeTempFolder() {
       static const bool registered = std::atexit(CKestOS::RemoveTempFolder) == 0;
       return registered;
     }
-    if (!Current().DirectoryExists(folder)) {
+    if (!IsYes(Current().DirectoryExists(folder))) {
       return false;
     }
   }
@@ -109,7 +113,7 @@ void CKestOS::SetMachine(Machine* machine) {
 
 Machine& CKestOS::GetMachine() { return Current(); }
 
-bool CKestOS::FileExists(const CString& path) { return Current().FileExists(path); }
+bool CKestOS::FileExists(const CString& path) { return IsYes(Current().FileExists(path)); }
 
 bool CKestOS::CopyFile(const CString& from, const CString& to) { return Current().CopyFile(from, to); }
 
@@ -122,15 +126,15 @@ bool CKestOS::RenameFile(const CString& from, const CString& to) { return Curren
 bool CKestOS::MoveFileToTrash(const CString& path) { return Current().MoveFileToTrash(path); }
 
 bool CKestOS::MakeFileWritable(const CString& path) {
-  return !Current().IsFileReadOnly(path) || Current().SetFileReadOnly(path, false);
+  return Current().IsFileReadOnly(path) == Answer::kNo || Current().SetFileReadOnly(path, false);
 }
 
-bool CKestOS::IsFileReadOnly(const CString& path) { return Current().IsFileReadOnly(path); }
+bool CKestOS::IsFileReadOnly(const CString& path) { return IsYes(Current().IsFileReadOnly(path)); }
 
 bool CKestOS::CanUpdateFile(const CString& path) { return Current().CanUpdateFile(path); }
 
 bool CKestOS::GetFileDateTime(const CString& path, CKestDateTime& date) {
-  return Current().GetFileDateTime(path, date);
+  return IsYes(Current().GetFileDateTime(path, date));
 }
 
 bool CKestOS::SetFileDateTime(const CString& path, const CKestDateTime& date) {
@@ -138,7 +142,7 @@ bool CKestOS::SetFileDateTime(const CString& path, const CKestDateTime& date) {
 }
 
 bool CKestOS::GetFileVersionNumber(const CString& path, CKestVersionNumber& version) {
-  return Current().GetFileVersion(path, version);
+  return IsYes(Current().GetFileVersion(path, version));
 }
 
 bool CKestOS::GetTempPath(CString& path) {
@@ -157,7 +161,7 @@ void CKestOS::RemoveTempFolder() {
   const CString folder = WithoutBackslash(state.tempFolder);
   if (!state.keep) {
     // a failure may have been a passing one; what cannot be removed now is tried again by the next call
-    if (!Current().RemoveTree(folder) && !Current().RemoveTree(folder) && Current().DirectoryExists(folder)) {
+    if (!Current().RemoveTree(folder) && !Current().RemoveTree(folder) && Current().DirectoryExists(folder) != Answer::kNo) {
       return;
     }
     if (!state.madeTempRoot.empty()) {
@@ -186,7 +190,7 @@ bool CKestOS::GetTempFileName(const CString& folder, const CString& prefix, CStr
       path = candidate;
       return true;
     }
-    if (!Current().FileExists(candidate) && !Current().DirectoryExists(candidate)) {
+    if (IsFree(candidate)) {
       return false;
     }
   }
@@ -198,7 +202,7 @@ bool CKestOS::DeriveUniqueFileName(CString& path, int stemLength) {
   CString folder;
   CString stem;
   given.Split(folder, stem);
-  if (stem.empty() || folder.empty() || stemLength < 1 || !Current().DirectoryExists(folder)) {
+  if (stem.empty() || folder.empty() || stemLength < 1 || !IsYes(Current().DirectoryExists(folder))) {
     return false;
   }
   CString ending;
@@ -213,7 +217,7 @@ bool CKestOS::DeriveUniqueFileName(CString& path, int stemLength) {
       return false;
     }
     const CString candidate = folder + CutStem(stem, most - number.size()) + number + ending;
-    if (!Current().FileExists(candidate) && !Current().DirectoryExists(candidate)) {
+    if (IsFree(candidate)) {
       path = candidate;
       return true;
     }
@@ -223,10 +227,10 @@ bool CKestOS::DeriveUniqueFileName(CString& path, int stemLength) {
 
 CString CKestOS::GetShortPathName(const CString& path) { return path; }
 
-bool CKestOS::DirectoryExists(const CString& path) { return Current().DirectoryExists(path); }
+bool CKestOS::DirectoryExists(const CString& path) { return IsYes(Current().DirectoryExists(path)); }
 
 bool CKestOS::CreateDirectory(const CString& path, bool withParents) {
-  if (!withParents && !Current().DirectoryExists(CKestPath(path).GetParent() + '\\')) {
+  if (!withParents && !IsYes(Current().DirectoryExists(CKestPath(path).GetParent() + '\\'))) {
     return false;
   }
   return Current().CreateDirectory(path);
@@ -236,13 +240,13 @@ bool CKestOS::RemoveDirectory(const CString& path) { return Current().RemoveDire
 
 bool CKestOS::IsDirectoryEmpty(const CString& path) {
   std::vector<FolderEntry> entries;
-  return Current().ListFolder(path, entries) && entries.empty();
+  return IsYes(Current().ListFolder(path, entries)) && entries.empty();
 }
 
 bool CKestOS::IsDirectoryEmptyExceptFor(const CString& path, const CKestTypedList<CKestString>& names, bool& holdsAny) {
   holdsAny = false;
   std::vector<FolderEntry> entries;
-  if (!Current().ListFolder(path, entries)) {
+  if (!IsYes(Current().ListFolder(path, entries))) {
     return false;
   }
   for (const FolderEntry& entry : entries) {
@@ -306,12 +310,12 @@ void CKestOS::WinExec(const CString& commandLine, int /*show*/) { Current().WinE
 void CKestOS::AllowBackgroundProcessing() { Current().AllowBackgroundProcessing(); }
 
 bool CKestOS::RegistryKeyExists(RegistryRoot root, const CString& key) {
-  return Current().RegistryKeyExists(root, key);
+  return IsYes(Current().RegistryKeyExists(root, key));
 }
 
 bool CKestOS::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data) {
   CString found;
-  if (!Current().ReadRegistryString(root, key, name, found) || found.size() > kMostRegistryText) {
+  if (!IsYes(Current().ReadRegistryString(root, key, name, found)) || found.size() > kMostRegistryText) {
     return false;
   }
   data = std::move(found);
@@ -327,7 +331,7 @@ bool CKestOS::DeleteRegistryValue(RegistryRoot root, const CString& key, const C
 }
 
 bool CKestOS::EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values) {
-  return Current().EnumRegistryValues(root, key, values);
+  return IsYes(Current().EnumRegistryValues(root, key, values));
 }
 
 void CKestOS::AddFontResource(const CString& path) { Current().AddFontResource(path); }

@@ -134,7 +134,7 @@ std::int64_t HostFile::Read(char* buffer, std::size_t count) {
     result = read(Get(), buffer, count);
   } while (result < 0 && errno == EINTR);
   if (result < 0) {
-    (void)m_owner->Fail(errno, m_target.path);
+    (void)m_owner->CannotTell(errno, m_target.path);
   }
   return result;
 }
@@ -146,7 +146,7 @@ std::int64_t HostFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t co
     result = pread(Get(), buffer, count, static_cast<off_t>(offset));
   } while (result < 0 && errno == EINTR);
   if (result < 0) {
-    (void)m_owner->Fail(errno, m_target.path);
+    (void)m_owner->CannotTell(errno, m_target.path);
   }
   return result;
 }
@@ -183,7 +183,7 @@ bool HostFile::GetSize(std::uint64_t& size) {
   }
   struct stat info {};
   if (fstat(Get(), &info) != 0) {
-    return m_owner->Fail(errno, m_target.path);
+    return IsYes(m_owner->CannotTell(errno, m_target.path));
   }
   size = static_cast<std::uint64_t>(info.st_size);
   return true;

@@ -39,6 +39,7 @@ class HostFileOwner {
 public:
   virtual ~HostFileOwner() = default;
   virtual bool Fail(int code, const CString& path) = 0;
+  virtual Answer CannotTell(int code, const CString& path) = 0;
   virtual FolderCache& GetFolders() = 0;
 };
 

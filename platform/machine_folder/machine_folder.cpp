@@ -106,6 +106,7 @@ HostDescriptor OpenAsNamed(const FoundEntry& entry, struct stat& info) {
 std::unique_ptr<MachineFile> OpenToRead(const std::shared_ptr<MachineFolder::State>& state, const CString& path) {
   FoundEntry entry;
   if (!state->FindPlace(path, entry)) {
+    (void)state->AnswerForMiss();
     return nullptr;
   }
   struct stat info {};
@@ -113,12 +114,13 @@ std::unique_ptr<MachineFile> OpenToRead(const std::shared_ptr<MachineFolder::Sta
   if (!file.IsOpen()) {
     const int code = state->GetFolders().FindName(entry.folder, entry.name, entry.stored, entry.info);
     if (code != 0) {
-      (void)state->Fail(code, path);
+      (void)state->CannotTell(code, path);
     } else if (entry.Exists() || state->Fail(ENOENT, path)) {
       file = state->OpenFile(entry, O_RDONLY, info);
     }
   }
   if (!file.IsOpen()) {
+    (void)state->AnswerForError(); // what is there and cannot be read is an open question
     return nullptr;
   }
   HostTarget target{entry.folder.descriptor, entry.folder.folder->identity, entry.GetTargetName(), path, -1};
@@ -176,31 +178,38 @@ std::uint64_t MachineFolder::GetFolderReads() const { return m_state->GetFolders
 // ---- looking
 // ----------------------------------------------------------------------------------------------------------
 
-bool MachineFolder::FileExists(const CString& path) {
+Answer MachineFolder::FileExists(const CString& path) {
   FoundEntry entry;
-  if (!m_state->FindEntry(path, entry, true) || !entry.Exists()) {
-    return false;
+  if (!m_state->FindEntry(path, entry, true)) {
+    return m_state->AnswerForMiss();
   }
+  bool isFile = entry.Exists() && (entry.IsLink() || S_ISREG(entry.info.st_mode));
   struct stat target {};
   if (entry.IsLink() && fstatat(entry.folder.Get(), entry.stored.c_str(), &target, 0) == 0) {
-    return S_ISREG(target.st_mode);
+    isFile = S_ISREG(target.st_mode);
   }
-  return entry.IsLink() || S_ISREG(entry.info.st_mode);
+  return isFile ? Answer::kYes : Answer::kNo;
 }
 
-bool MachineFolder::GetFileSize(const CString& path, std::uint64_t& size) {
+Answer MachineFolder::GetFileSize(const CString& path, std::uint64_t& size) {
   FoundEntry entry;
   struct stat info {};
-  if (!m_state->FindExisting(path, entry) || !m_state->OpenFile(entry, O_RDONLY, info).IsOpen()) {
-    return false;
+  if (!m_state->FindExisting(path, entry)) {
+    return m_state->AnswerForMiss();
+  }
+  if (!m_state->OpenFile(entry, O_RDONLY, info).IsOpen()) {
+    return m_state->AnswerForError();
   }
   size = static_cast<std::uint64_t>(info.st_size);
-  return true;
+  return Answer::kYes;
 }
 
-bool MachineFolder::IsFileReadOnly(const CString& path) {
+Answer MachineFolder::IsFileReadOnly(const CString& path) {
   FoundEntry entry;
-  return m_state->FindEntry(path, entry, true) && entry.IsReadOnly();
+  if (!m_state->FindEntry(path, entry, true)) {
+    return m_state->AnswerForMiss();
+  }
+  return entry.IsReadOnly() ? Answer::kYes : Answer::kNo;
 }
 
 bool MachineFolder::SetFileReadOnly(const CString& path, bool readOnly) {
@@ -251,24 +260,25 @@ bool MachineFolder::CanUpdateFile(const CString& path) {
   return !m_state->IsRunning(entry) || m_state->Fail(Kind::kInUse, path, "the program is running");
 }
 
-bool MachineFolder::GetFileDateTime(const CString& path, CKestDateTime& date) {
+Answer MachineFolder::GetFileDateTime(const CString& path, CKestDateTime& date) {
   FoundEntry entry;
   if (!m_state->FindExisting(path, entry)) {
-    return false;
+    return m_state->AnswerForMiss();
   }
   struct stat info = entry.info;
   if (entry.IsLink()) {
     const CString below = entry.folder.relative + "/" + entry.stored;
     const HostDescriptor target(OpenBeneath(entry.folder.mount->root.Get(), below.c_str(), O_PATH));
     if (target.IsOpen() && fstat(target.Get(), &info) != 0) {
-      return m_state->Fail(errno, path);
+      return m_state->CannotTell(errno, path);
     }
   }
   if (S_ISDIR(info.st_mode)) {
-    return m_state->Fail(EISDIR, path);
+    (void)m_state->Fail(EISDIR, path);
+    return Answer::kNo;
   }
   date = CKestDateTime(info.st_mtim.tv_sec);
-  return true;
+  return Answer::kYes;
 }
 
 bool MachineFolder::GetFileStamp(const CString& path, FileStamp& stamp) {
@@ -315,21 +325,30 @@ bool MachineFolder::SetFileDateTime(const CString& path, const CKestDateTime& da
          m_state->Fail(errno, path);
 }
 
-bool MachineFolder::GetFileVersion(const CString& path, CKestVersionNumber& version) {
+Answer MachineFolder::GetFileVersion(const CString& path, CKestVersionNumber& version) {
   FoundEntry entry;
   struct stat info {};
   if (!m_state->FindExisting(path, entry)) {
-    return false;
+    return m_state->AnswerForMiss();
   }
   const HostDescriptor file = m_state->OpenFile(entry, O_RDONLY, info);
   if (!file.IsOpen()) {
-    return false;
+    return m_state->AnswerForError();
   }
-  const ReadBytesAt read = [&file](std::uint64_t offset, char* buffer, std::size_t count) {
-    return pread(file.Get(), buffer, count, static_cast<off_t>(offset)) == static_cast<ssize_t>(count);
+  int failure = 0;
+  const ReadBytesAt read = [&](std::uint64_t offset, char* buffer, std::size_t count) {
+    const ssize_t got = pread(file.Get(), buffer, count, static_cast<off_t>(offset));
+    failure = got < 0 ? errno : failure;
+    return got == static_cast<ssize_t>(count);
   };
-  return ReadFileVersion(read, static_cast<std::uint64_t>(info.st_size), version) ||
-         m_state->Fail(Kind::kOther, path, "the file carries no version");
+  if (ReadFileVersion(read, static_cast<std::uint64_t>(info.st_size), version)) {
+    return Answer::kYes;
+  }
+  if (failure != 0) {
+    return m_state->CannotTell(failure, path);
+  }
+  (void)m_state->Fail(Kind::kOther, path, "the file carries no version");
+  return Answer::kNo;
 }
 
 CString MachineFolder::GetStoredPath(const CString& path) {
@@ -348,8 +367,11 @@ CString MachineFolder::GetStoredPath(const CString& path) {
   for (std::size_t i = count; i < parsed.parts.size(); ++i) {
     struct stat info {};
     CString name;
-    if (i == count && m_state->GetFolders().FindName(found, parsed.parts[i], name, info) != 0) {
-      return {};
+    if (i == count) {
+      if (const int code = m_state->GetFolders().FindName(found, parsed.parts[i], name, info); code != 0) {
+        (void)m_state->CannotTell(code, path);
+        return {};
+      }
     }
     stored +=
         (stored.back() == '\\' && stored.size() == 3 ? "" : "\\") + (name.empty() ? CString(parsed.parts[i]) : name);
@@ -543,5 +565,9 @@ bool MachineFolder::MoveFileToTrash(const CString& path) {
 MachineError MachineFolder::GetLastError() { return m_state->error; }
 
 void MachineFolder::ClearLastError() { m_state->error = {}; }
+
+MachineError MachineFolder::GetUnanswered() { return m_state->unanswered; }
+
+void MachineFolder::ForgetUnanswered() { m_state->unanswered = {}; }
 
 } // namespace kest

@@ -58,8 +58,8 @@ public:
   [[nodiscard]] const std::vector<CString>& GetFontResources() const;
 
   // ---- Machine
-  [[nodiscard]] bool FileExists(const CString& path) override;
-  [[nodiscard]] bool GetFileSize(const CString& path, std::uint64_t& size) override;
+  [[nodiscard]] Answer FileExists(const CString& path) override;
+  [[nodiscard]] Answer GetFileSize(const CString& path, std::uint64_t& size) override;
   [[nodiscard]] std::unique_ptr<MachineFile> Open(const CString& path, OpenMode mode) override;
   [[nodiscard]] bool CopyFile(const CString& from, const CString& to) override;
   [[nodiscard]] bool DeleteFile(const CString& path) override;
@@ -68,22 +68,22 @@ public:
   [[nodiscard]] bool LinkFile(const CString& existing, const CString& to) override;
   [[nodiscard]] bool MoveFileToTrash(const CString& path) override;
   [[nodiscard]] bool MoveFolderToTrash(const CString& path, const CString& label) override;
-  [[nodiscard]] bool IsFileReadOnly(const CString& path) override;
+  [[nodiscard]] Answer IsFileReadOnly(const CString& path) override;
   [[nodiscard]] bool SetFileReadOnly(const CString& path, bool readOnly) override;
   [[nodiscard]] bool CanUpdateFile(const CString& path) override;
-  [[nodiscard]] bool GetFileDateTime(const CString& path, CKestDateTime& date) override;
+  [[nodiscard]] Answer GetFileDateTime(const CString& path, CKestDateTime& date) override;
   [[nodiscard]] bool GetFileStamp(const CString& path, FileStamp& stamp) override;
   [[nodiscard]] bool SetFileDateTime(const CString& path, const CKestDateTime& date) override;
-  [[nodiscard]] bool GetFileVersion(const CString& path, CKestVersionNumber& version) override;
+  [[nodiscard]] Answer GetFileVersion(const CString& path, CKestVersionNumber& version) override;
   [[nodiscard]] CString GetStoredPath(const CString& path) override;
-  [[nodiscard]] bool DirectoryExists(const CString& path) override;
+  [[nodiscard]] Answer DirectoryExists(const CString& path) override;
   [[nodiscard]] bool CreateDirectory(const CString& path) override;
   [[nodiscard]] bool CreatePrivateDirectory(const CString& path) override;
   [[nodiscard]] bool RemoveDirectory(const CString& path) override;
   [[nodiscard]] bool MoveEmptyFolder(const CString& from, const CString& to) override;
   [[nodiscard]] bool MoveFolder(const CString& from, const CString& to) override;
   [[nodiscard]] bool RemoveTree(const CString& path) override;
-  [[nodiscard]] bool ListFolder(const CString& path, std::vector<FolderEntry>& entries) override;
+  [[nodiscard]] Answer ListFolder(const CString& path, std::vector<FolderEntry>& entries) override;
   [[nodiscard]] bool SameVolume(const CString& a, const CString& b) override;
   [[nodiscard]] bool GetFreeSpace(const CString& path, std::uint64_t& bytes) override;
   [[nodiscard]] bool SyncPaths(const std::vector<CString>& paths) override;
@@ -107,13 +107,13 @@ public:
   void EnumProcs(const std::function<bool(const CString&)>& callback) override;
   void WinExec(const CString& commandLine) override;
   int GetCodePage() override;
-  [[nodiscard]] bool RegistryKeyExists(RegistryRoot root, const CString& key) override;
-  [[nodiscard]] bool ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
+  [[nodiscard]] Answer RegistryKeyExists(RegistryRoot root, const CString& key) override;
+  [[nodiscard]] Answer ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                         CString& data) override;
   [[nodiscard]] bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                          const CString& data) override;
   [[nodiscard]] bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) override;
-  [[nodiscard]] bool EnumRegistryValues(RegistryRoot root, const CString& key,
+  [[nodiscard]] Answer EnumRegistryValues(RegistryRoot root, const CString& key,
                                         std::vector<RegistryValue>& values) override;
   bool AddFontResource(const CString& path) override;
   bool RemoveFontResource(const CString& path) override;
@@ -123,6 +123,8 @@ public:
   void AllowBackgroundProcessing() override;
   [[nodiscard]] MachineError GetLastError() override;
   void ClearLastError() override;
+  [[nodiscard]] MachineError GetUnanswered() override;
+  void ForgetUnanswered() override;
 
   /// How often the names of a folder were read from the disk since the machine was opened; what finding names costs is
   /// judged by it.

@@ -105,9 +105,9 @@ bool RenameFolder(MachineFolder::State& state, const FoundFolder& from, const CS
 // ---- folders
 // ----------------------------------------------------------------------------------------------------------
 
-bool MachineFolder::DirectoryExists(const CString& path) {
+Answer MachineFolder::DirectoryExists(const CString& path) {
   FoundFolder found;
-  return m_state->FindFolder(path, found, true);
+  return m_state->FindFolder(path, found, true) ? Answer::kYes : m_state->AnswerForMiss();
 }
 
 bool MachineFolder::CreateDirectory(const CString& path) {
@@ -242,11 +242,11 @@ bool MachineFolder::MoveFolderToTrash(const CString& path, const CString& label)
   return m_state->MoveToTrash(entry, label);
 }
 
-bool MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& entries) {
+Answer MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& entries) {
   entries.clear();
   FoundFolder folder;
   if (!m_state->FindFolder(path, folder)) {
-    return false;
+    return m_state->AnswerForMiss();
   }
   std::vector<std::pair<CString, FolderEntry>> folded;
   int typeFailure = 0;
@@ -266,7 +266,7 @@ bool MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& en
     return true;
   });
   if (const int code = listFailure != 0 ? listFailure : typeFailure; code != 0) {
-    return m_state->Fail(code, path);
+    return m_state->CannotTell(code, path);
   }
   std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
     return a.first != b.first ? a.first < b.first : a.second.name < b.second.name;
@@ -274,7 +274,7 @@ bool MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& en
   for (auto& [key, entry] : folded) {
     entries.push_back(std::move(entry));
   }
-  return true;
+  return Answer::kYes;
 }
 
 // ---- volumes, durability

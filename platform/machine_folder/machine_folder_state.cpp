@@ -54,10 +54,37 @@ bool MachineFolder::State::Fail(MachineError::Kind kind, const CString& path, co
 }
 
 bool MachineFolder::State::NoteMiss(MachineError why, bool quiet) {
-  if (!quiet || (why.kind != MachineError::Kind::kNotFound && why.kind != MachineError::Kind::kRefused)) {
-    error = std::move(why);
+  m_miss = std::move(why);
+  if (!quiet) {
+    error = m_miss;
   }
   return false;
+}
+
+Answer MachineFolder::State::CannotTell(int code, const CString& path) {
+  (void)Fail(code, path);
+  return NoteUnanswered();
+}
+
+Answer MachineFolder::State::NoteUnanswered() {
+  if (unanswered.kind == MachineError::Kind::kNone) {
+    unanswered = error;
+  }
+  return Answer::kCannotTell;
+}
+
+Answer MachineFolder::State::AnswerForMiss() {
+  using Kind = MachineError::Kind;
+  if (m_miss.kind == Kind::kNotFound || m_miss.kind == Kind::kRefused) {
+    return Answer::kNo;
+  }
+  error = m_miss;
+  return NoteUnanswered();
+}
+
+Answer MachineFolder::State::AnswerForError() {
+  m_miss = error;
+  return AnswerForMiss();
 }
 
 void MachineFolder::State::OpenMounts() {
@@ -466,7 +493,7 @@ RegistryFile* MachineFolder::State::GetRegistry(RegistryRoot which) {
     CString content;
     const int code = root.IsOpen() ? ReadRootFile(registry.fileName, content) : ENOENT;
     if (code != 0) {
-      (void)Fail(code, hostFolder + "/" + registry.fileName);
+      (void)CannotTell(code, hostFolder + "/" + registry.fileName);
       return nullptr;
     }
     registry.file.SetCodePage(m_folders.GetCodePage());

@@ -33,6 +33,13 @@ public:
   // ---- failures
   bool Fail(int code, const CString& path) override;
   bool Fail(MachineError::Kind kind, const CString& path, const CString& reason);
+  /// A question that cannot be answered, for this errno.
+  Answer CannotTell(int code, const CString& path) override;
+  /// The answer after FindFolder, FindPlace or FindEntry answered false: kNo when the place is surely not there.
+  Answer AnswerForMiss();
+  /// A failure of a look or a read that was noted as the last error: whether it leaves the question open.
+  Answer AnswerForError();
+  Answer NoteUnanswered();
 
   // ---- paths
   FolderCache& GetFolders() override { return m_folders; }
@@ -75,7 +82,7 @@ public:
   MachineIni& GetIni();
   [[nodiscard]] bool SaveIni();
   int GetCodePage();
-  /// Null when the file is there but cannot be read.
+  /// Null, and noted as a question that has no answer, when the file is there but cannot be read.
   RegistryFile* GetRegistry(RegistryRoot root);
   [[nodiscard]] bool SaveRegistry(RegistryRoot root);
   void ForgetRegistries();
@@ -84,6 +91,7 @@ public:
   HostDescriptor root;
   HostIdentity rootIdentity;
   MachineError error;
+  MachineError unanswered; ///< the first since it was forgotten
   mode_t creationMask = 022;
   std::optional<bool> isMultiUser;
   std::vector<CString> startedPrograms;
@@ -118,6 +126,7 @@ private:
   [[nodiscard]] int WriteRootFile(const char* name, std::string_view content, bool sync);
 
   FolderCache m_folders;
+  MachineError m_miss; ///< why the last look failed, quiet or not
   std::int64_t m_askedOf = 0; ///< the moment in which m_userMayChange was found
   HostIdentity m_userMayChange;
   std::int64_t m_programsOf = 0;   ///< the moment in which the programs were read

@@ -70,7 +70,7 @@ std::vector<MachineFolder::User> MachineFolder::GetUsers() {
   // A prefix that nobody has described yet has the users whose folders it holds.
   std::vector<FolderEntry> folders;
   const MachineError keep = m_state->error;
-  if (users.empty() && ListFolder(R"(C:\users)", folders)) {
+  if (users.empty() && IsYes(ListFolder(R"(C:\users)", folders))) {
     for (const FolderEntry& folder : folders) {
       if (folder.isFolder && !text::EqualNoCase(folder.name, "public") && IsUserName(folder.name)) {
         users.push_back({folder.name, 1});
@@ -212,16 +212,16 @@ const std::vector<CString>& MachineFolder::GetFontResources() const { return m_s
 // -----------------------------------------------------------------------------------------------------
 
 bool MachineFolder::GetSystemFolder(CString& path) {
-  if (!DirectoryExists(R"(C:\windows\system32)")) {
-    return m_state->Fail(ENOENT, R"(C:\windows\system32)");
+  if (const Answer answer = DirectoryExists(R"(C:\windows\system32)"); !IsYes(answer)) {
+    return answer == Answer::kNo && m_state->Fail(ENOENT, R"(C:\windows\system32)");
   }
   path = GetStoredPath(R"(C:\windows\system32)");
   return true;
 }
 
 bool MachineFolder::GetFontsFolder(CString& path) {
-  if (!DirectoryExists(R"(C:\windows\Fonts)")) {
-    return m_state->Fail(ENOENT, R"(C:\windows\Fonts)");
+  if (const Answer answer = DirectoryExists(R"(C:\windows\Fonts)"); !IsYes(answer)) {
+    return answer == Answer::kNo && m_state->Fail(ENOENT, R"(C:\windows\Fonts)");
   }
   path = GetStoredPath(R"(C:\windows\Fonts)");
   return true;
@@ -321,12 +321,12 @@ void MachineFolder::EnumProcs(const std::function<bool(const CString&)>& callbac
       }
       const bool isKnown = std::any_of(processes.begin(), processes.end(),
                                        [&](const CString& known) { return text::EqualNoCase(known, word); });
-      if (!isKnown && FileExists(word)) {
+      if (!isKnown && IsYes(FileExists(word))) {
         processes.push_back(GetStoredPath(word));
       }
     }
     if (code != 0) {
-      (void)m_state->Fail(code, "/proc");
+      (void)m_state->CannotTell(code, "/proc");
     }
   }
   for (const CString& process : processes) {
@@ -354,15 +354,24 @@ int MachineFolder::GetCodePage() { return m_state->GetCodePage(); }
 // ---- registry, fonts
 // --------------------------------------------------------------------------------------------------
 
-bool MachineFolder::RegistryKeyExists(RegistryRoot root, const CString& key) {
+Answer MachineFolder::RegistryKeyExists(RegistryRoot root, const CString& key) {
   RegistryFile* const file = m_state->GetRegistry(root);
-  return file != nullptr && file->HasKey(KeyToRead(*file, root, key));
+  if (file == nullptr) {
+    return Answer::kCannotTell;
+  }
+  return file->HasKey(KeyToRead(*file, root, key)) ? Answer::kYes : Answer::kNo;
 }
 
-bool MachineFolder::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data) {
+Answer MachineFolder::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data) {
   RegistryFile* const file = m_state->GetRegistry(root);
-  return file != nullptr && (file->GetValue(KeyToRead(*file, root, key), name, data) ||
-                             m_state->Fail(Kind::kNotFound, RegistryPath(root, key), "there is no such value"));
+  if (file == nullptr) {
+    return Answer::kCannotTell;
+  }
+  if (file->GetValue(KeyToRead(*file, root, key), name, data)) {
+    return Answer::kYes;
+  }
+  (void)m_state->Fail(Kind::kNotFound, RegistryPath(root, key), "there is no such value");
+  return Answer::kNo;
 }
 
 bool MachineFolder::WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
@@ -382,16 +391,22 @@ bool MachineFolder::DeleteRegistryValue(RegistryRoot root, const CString& key, c
   return file != nullptr && (!file->DeleteValue(key, name) || m_state->SaveRegistry(root));
 }
 
-bool MachineFolder::EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values) {
+Answer MachineFolder::EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values) {
   values.clear();
   RegistryFile* const file = m_state->GetRegistry(root);
-  return file != nullptr && (file->GetValues(KeyToRead(*file, root, key), values) ||
-                             m_state->Fail(Kind::kNotFound, RegistryPath(root, key), "there is no such key"));
+  if (file == nullptr) {
+    return Answer::kCannotTell;
+  }
+  if (file->GetValues(KeyToRead(*file, root, key), values)) {
+    return Answer::kYes;
+  }
+  (void)m_state->Fail(Kind::kNotFound, RegistryPath(root, key), "there is no such key");
+  return Answer::kNo;
 }
 
 bool MachineFolder::AddFontResource(const CString& path) {
-  if (!FileExists(path)) {
-    return m_state->Fail(ENOENT, path);
+  if (const Answer answer = FileExists(path); !IsYes(answer)) {
+    return answer == Answer::kNo && m_state->Fail(ENOENT, path);
   }
   m_state->fontResources.push_back(path);
   return true;

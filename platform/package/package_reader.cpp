@@ -29,8 +29,8 @@ public:
     }
     Machine& machine = CKestOS::GetMachine();
     const CString path = m_root + relative;
-    if (machine.DirectoryExists(path) ? IsNoRealFolder(m_root + parent, CKestPath(relative).GetFileName())
-                                      : !machine.CreateDirectory(path)) {
+    if (IsYes(machine.DirectoryExists(path)) ? IsNoRealFolder(m_root + parent, CKestPath(relative).GetFileName())
+                                             : !machine.CreateDirectory(path)) {
       return false;
     }
     m_made.insert(std::move(key));
@@ -40,7 +40,7 @@ public:
 private:
   static bool IsNoRealFolder(const CString& parent, const CString& name) {
     std::vector<FolderEntry> entries;
-    if (!CKestOS::GetMachine().ListFolder(parent, entries)) {
+    if (!IsYes(CKestOS::GetMachine().ListFolder(parent, entries))) {
       return true;
     }
     return std::none_of(entries.begin(), entries.end(), [&](const FolderEntry& entry) {
@@ -169,7 +169,7 @@ int PackageReader::Inflate(const ZipEntry& entry, std::uint64_t at, const Sink& 
 int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString& problem) {
   Machine& machine = CKestOS::GetMachine();
   std::unique_ptr<MachineFile> file = machine.Open(path, OpenMode::kCreateNew);
-  if (file == nullptr && machine.FileExists(path)) {
+  if (file == nullptr && IsYes(machine.FileExists(path))) {
     file = machine.Open(path, OpenMode::kReplace);
   }
   if (file == nullptr) {

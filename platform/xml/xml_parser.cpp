@@ -42,7 +42,8 @@ int CKestXMLParser::ParseFile(const char* path, bool severalRoots) {
   CString content;
   if (path == nullptr || !CKestFile::ReadAll(path, content, m_limits.bytes)) {
     std::uint64_t size = 0;
-    const bool tooLarge = path != nullptr && CKestOS::GetMachine().GetFileSize(path, size) && size > m_limits.bytes;
+    const bool tooLarge =
+        path != nullptr && IsYes(CKestOS::GetMachine().GetFileSize(path, size)) && size > m_limits.bytes;
     m_errorLine = 0;
     m_errorText = tooLarge ? "the document is too large" : "the file cannot be read";
     return tooLarge ? kRefused : kUnreadable;

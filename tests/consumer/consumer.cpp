@@ -31,7 +31,7 @@ public:
 class CountingMachine : public kest::ForwardingMachine {
 public:
   using kest::ForwardingMachine::ForwardingMachine;
-  [[nodiscard]] bool ListFolder(const kest::CString& path, std::vector<kest::FolderEntry>& entries) override {
+  [[nodiscard]] kest::Answer ListFolder(const kest::CString& path, std::vector<kest::FolderEntry>& entries) override {
     ++listed;
     return ForwardingMachine::ListFolder(path, entries);
   }

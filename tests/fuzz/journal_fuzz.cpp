@@ -101,10 +101,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (content.status == JournalContent::Status::kForeign) {
     fuzz::Require(!whole, "a foreign file is reported");
   }
-  fuzz::Require(scene.machine.Get().DirectoryExists(kProcessFolder) || whole, "what undo needs is kept");
+  fuzz::Require(IsYes(scene.machine.Get().DirectoryExists(kProcessFolder)) || whole, "what undo needs is kept");
   const CString after = scene.machine.Describe();
   const RecoveryReport second = RecoverInterruptedOperations();
-  if (whole && !scene.machine.Get().DirectoryExists(kProcessFolder)) {
+  if (whole && !IsYes(scene.machine.Get().DirectoryExists(kProcessFolder))) {
     fuzz::Require(second.entries.empty(), "what was recovered is not recovered again");
     fuzz::RequireEqual(scene.machine.Describe(), after, "a second recovery changes nothing");
   }

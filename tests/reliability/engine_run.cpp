@@ -32,7 +32,7 @@ bool FaultMachine::MoveFile(const CString& from, const CString& to) {
   if (!leadsAcross(from, to, s_otherVolume)) {
     return ForwardingMachine::MoveFile(from, to);
   }
-  return !FileExists(to) && CopyFile(from, to) && DeleteFile(from);
+  return FileExists(to) == Answer::kNo && CopyFile(from, to) && DeleteFile(from);
 }
 
 bool FaultMachine::ReplaceFile(const CString& from, const CString& to) {
@@ -120,7 +120,7 @@ std::string EngineRun::missingFiles() {
       }
       files.push_back(record->GetPath());
       for (const CString& file : files) {
-        missing += m_folder.FileExists(file) ? "" : record->GetName() + " lacks " + file + "\n";
+        missing += IsYes(m_folder.FileExists(file)) ? "" : record->GetName() + " lacks " + file + "\n";
       }
     }
   }
