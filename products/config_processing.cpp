@@ -343,9 +343,14 @@ bool ConfigRun::WaitUntilUpdatable() {
 /// One step for each folder, so that undo removes each.
 bool ConfigRun::CreateMissingFolders(const CString& folder) {
   std::vector<CString> missing;
-  for (CString at = WithoutBackslash(folder);
-       at.size() > kDriveRootLength && CKestOS::GetMachine().DirectoryExists(at) == Answer::kNo;
-       at = CKestPath(at).GetParent()) {
+  for (CString at = WithoutBackslash(folder); at.size() > kDriveRootLength; at = CKestPath(at).GetParent()) {
+    const Answer exists = CKestOS::GetMachine().DirectoryExists(at);
+    if (exists == Answer::kCannotTell) {
+      return false;
+    }
+    if (IsYes(exists)) {
+      break;
+    }
     missing.push_back(at);
   }
   return std::all_of(missing.rbegin(), missing.rend(), [this](const CString& path) {

@@ -193,7 +193,8 @@ bool ForwardingMachine::CanUpdateFile(const CString& path) {
   return Ask({"CanUpdateFile", false, &path}) && Passed(m_next.CanUpdateFile(path));
 }
 Answer ForwardingMachine::GetFileDateTime(const CString& path, CKestDateTime& date) {
-  return Ask({"GetFileDateTime", false, &path}) ? Passed(m_next.GetFileDateTime(path, date)) : NoteUnanswered(m_refusal);
+  return Ask({"GetFileDateTime", false, &path}) ? Passed(m_next.GetFileDateTime(path, date))
+                                                : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::GetFileStamp(const CString& path, FileStamp& stamp) {
   return Ask({"GetFileStamp", false, &path}) && Passed(m_next.GetFileStamp(path, stamp));
@@ -202,7 +203,8 @@ bool ForwardingMachine::SetFileDateTime(const CString& path, const CKestDateTime
   return Ask({"SetFileDateTime", true, &path}) && Passed(m_next.SetFileDateTime(path, date));
 }
 Answer ForwardingMachine::GetFileVersion(const CString& path, CKestVersionNumber& version) {
-  return Ask({"GetFileVersion", false, &path}) ? Passed(m_next.GetFileVersion(path, version)) : NoteUnanswered(m_refusal);
+  return Ask({"GetFileVersion", false, &path}) ? Passed(m_next.GetFileVersion(path, version))
+                                               : NoteUnanswered(m_refusal);
 }
 Answer ForwardingMachine::DirectoryExists(const CString& path) {
   return Ask({"DirectoryExists", false, &path}) ? PassedPlain(m_next.DirectoryExists(path)) : NoteUnanswered(m_refusal);
@@ -290,10 +292,13 @@ void ForwardingMachine::WinExec(const CString& commandLine) {
   }
 }
 Answer ForwardingMachine::RegistryKeyExists(RegistryRoot root, const CString& key) {
-  return Ask({"RegistryKeyExists", false, &key}) ? PassedPlain(m_next.RegistryKeyExists(root, key)) : NoteUnanswered(m_refusal);
+  return Ask({"RegistryKeyExists", false, &key}) ? PassedPlain(m_next.RegistryKeyExists(root, key))
+                                                 : NoteUnanswered(m_refusal);
 }
-Answer ForwardingMachine::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name, CString& data) {
-  return Ask({"ReadRegistryString", false, &key}) ? Passed(m_next.ReadRegistryString(root, key, name, data)) : NoteUnanswered(m_refusal);
+Answer ForwardingMachine::ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
+                                             CString& data) {
+  return Ask({"ReadRegistryString", false, &key}) ? Passed(m_next.ReadRegistryString(root, key, name, data))
+                                                  : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                             const CString& data) {
@@ -302,8 +307,10 @@ bool ForwardingMachine::WriteRegistryString(RegistryRoot root, const CString& ke
 bool ForwardingMachine::DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) {
   return Ask({"DeleteRegistryValue", true, &key}) && Passed(m_next.DeleteRegistryValue(root, key, name));
 }
-Answer ForwardingMachine::EnumRegistryValues(RegistryRoot root, const CString& key, std::vector<RegistryValue>& values) {
-  return Ask({"EnumRegistryValues", false, &key}) ? Passed(m_next.EnumRegistryValues(root, key, values)) : NoteUnanswered(m_refusal);
+Answer ForwardingMachine::EnumRegistryValues(RegistryRoot root, const CString& key,
+                                             std::vector<RegistryValue>& values) {
+  return Ask({"EnumRegistryValues", false, &key}) ? Passed(m_next.EnumRegistryValues(root, key, values))
+                                                  : NoteUnanswered(m_refusal);
 }
 bool ForwardingMachine::AddFontResource(const CString& path) {
   return Ask({"AddFontResource", true, &path}) && Passed(m_next.AddFontResource(path));

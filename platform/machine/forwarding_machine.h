@@ -6,9 +6,9 @@ namespace kest {
 
 /// Passes every call on to another machine (borrowed). Before each call it asks Allow, which derived classes override
 /// to count calls, fail the n-th one, or act between two calls; a call that is not allowed is not passed on and answers
-/// false, kCannotTell (or its empty value). The files it hands out ask too, under the names "Read", "ReadAt", "Write", "WriteAt",
-/// "GetSize", "SetDate", "Sync" and "Close"; a Close that is not allowed drops what a kReplace file wrote. What cannot
-/// fail on any machine is asked about and passed on whatever the answer: the clock, GetCodePage,
+/// false, kCannotTell (or its empty value). The files it hands out ask too, under the names "Read", "ReadAt", "Write",
+/// "WriteAt", "GetSize", "SetDate", "Sync" and "Close"; a Close that is not allowed drops what a kReplace file wrote.
+/// What cannot fail on any machine is asked about and passed on whatever the answer: the clock, GetCodePage,
 /// AllowBackgroundProcessing. Not asked about: UnlockWriter, ForgetFolders, GetLastError, ClearLastError.
 class KEST_API ForwardingMachine : public Machine {
 public:
@@ -74,12 +74,12 @@ public:
   int GetCodePage() override;
   [[nodiscard]] Answer RegistryKeyExists(RegistryRoot root, const CString& key) override;
   [[nodiscard]] Answer ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
-                                        CString& data) override;
+                                          CString& data) override;
   [[nodiscard]] bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                          const CString& data) override;
   [[nodiscard]] bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) override;
   [[nodiscard]] Answer EnumRegistryValues(RegistryRoot root, const CString& key,
-                                        std::vector<RegistryValue>& values) override;
+                                          std::vector<RegistryValue>& values) override;
   bool AddFontResource(const CString& path) override;
   bool RemoveFontResource(const CString& path) override;
   void BroadcastFontChange() override;

@@ -59,10 +59,14 @@ public:
   int GetCodePage() override { return 0; }
 
   Answer RegistryKeyExists(RegistryRoot, const CString&) override { return NoteUnanswered(GetLastError()); }
-  Answer ReadRegistryString(RegistryRoot, const CString&, const CString&, CString&) override { return NoteUnanswered(GetLastError()); }
+  Answer ReadRegistryString(RegistryRoot, const CString&, const CString&, CString&) override {
+    return NoteUnanswered(GetLastError());
+  }
   bool WriteRegistryString(RegistryRoot, const CString&, const CString&, const CString&) override { return false; }
   bool DeleteRegistryValue(RegistryRoot, const CString&, const CString&) override { return false; }
-  Answer EnumRegistryValues(RegistryRoot, const CString&, std::vector<RegistryValue>&) override { return NoteUnanswered(GetLastError()); }
+  Answer EnumRegistryValues(RegistryRoot, const CString&, std::vector<RegistryValue>&) override {
+    return NoteUnanswered(GetLastError());
+  }
   bool AddFontResource(const CString&) override { return false; }
   bool RemoveFontResource(const CString&) override { return false; }
   void BroadcastFontChange() override {}

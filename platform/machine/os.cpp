@@ -161,7 +161,8 @@ void CKestOS::RemoveTempFolder() {
   const CString folder = WithoutBackslash(state.tempFolder);
   if (!state.keep) {
     // a failure may have been a passing one; what cannot be removed now is tried again by the next call
-    if (!Current().RemoveTree(folder) && !Current().RemoveTree(folder) && Current().DirectoryExists(folder) != Answer::kNo) {
+    if (!Current().RemoveTree(folder) && !Current().RemoveTree(folder) &&
+        Current().DirectoryExists(folder) != Answer::kNo) {
       return;
     }
     if (!state.madeTempRoot.empty()) {

@@ -109,12 +109,12 @@ public:
   int GetCodePage() override;
   [[nodiscard]] Answer RegistryKeyExists(RegistryRoot root, const CString& key) override;
   [[nodiscard]] Answer ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,
-                                        CString& data) override;
+                                          CString& data) override;
   [[nodiscard]] bool WriteRegistryString(RegistryRoot root, const CString& key, const CString& name,
                                          const CString& data) override;
   [[nodiscard]] bool DeleteRegistryValue(RegistryRoot root, const CString& key, const CString& name) override;
   [[nodiscard]] Answer EnumRegistryValues(RegistryRoot root, const CString& key,
-                                        std::vector<RegistryValue>& values) override;
+                                          std::vector<RegistryValue>& values) override;
   bool AddFontResource(const CString& path) override;
   bool RemoveFontResource(const CString& path) override;
   void BroadcastFontChange() override;

@@ -126,7 +126,7 @@ private:
   [[nodiscard]] int WriteRootFile(const char* name, std::string_view content, bool sync);
 
   FolderCache m_folders;
-  MachineError m_miss; ///< why the last look failed, quiet or not
+  MachineError m_miss;        ///< why the last look failed, quiet or not
   std::int64_t m_askedOf = 0; ///< the moment in which m_userMayChange was found
   HostIdentity m_userMayChange;
   std::int64_t m_programsOf = 0;   ///< the moment in which the programs were read
