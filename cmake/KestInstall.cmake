@@ -12,9 +12,9 @@ set(KEST_PUBLIC_HEADERS
   kest/kest.h kest/version.h
   manager/extension_manager.h manager/install_options.h manager/operation_report.h manager/owners.h manager/preview.h
   manager/validation.h manager/verify.h
-  platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h
-  platform/machine/timer.h
-  platform/machine_folder/machine_folder.h platform/machine_folder/version_resource.h
+  platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h platform/machine/overlay_machine.h
+  platform/machine/timer.h platform/machine/version_resource.h
+  platform/machine_folder/machine_folder.h
   platform/messages/extension_manager_ui.h platform/messages/message_file.h platform/messages/messages.h
   platform/package/package.h
   platform/text/containers.h platform/text/export.h platform/text/nearest.h platform/text/path.h platform/text/text.h platform/text/utf8.h platform/text/values.h

@@ -1,4 +1,4 @@
-#include "platform/machine_folder/version_resource.h"
+#include "platform/machine/version_resource.h"
 #include "support/damage.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 #include "host/sample/sample_machine.h"
 
 #include "host/sample/sample_files.h"
+#include "platform/machine/version_resource.h"
 #include "platform/machine_folder/machine_folder.h"
-#include "platform/machine_folder/version_resource.h"
 #include "platform/text/path.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "platform/machine_folder/machine_folder.h"
 
+#include "platform/machine/version_resource.h"
 #include "platform/machine_folder/machine_folder_state.h"
-#include "platform/machine_folder/version_resource.h"
 #include "platform/text/code_page.h"
 
 #include <cerrno>
@@ -355,7 +355,7 @@ CString MachineFolder::GetStoredPath(const CString& path) {
   FoundEntry file;
   if (IsPlainFile(*m_state, path, file)) {
     const CString& folder = file.folder.storedPath;
-    return folder + (folder.back() == '\\' ? "" : "\\") + file.stored;
+    return folder + (folder.size() == 3 ? "" : "\\") + file.stored; // the last byte may be half a character
   }
   WindowsPath parsed;
   FoundFolder found;
@@ -373,8 +373,7 @@ CString MachineFolder::GetStoredPath(const CString& path) {
         return {};
       }
     }
-    stored +=
-        (stored.back() == '\\' && stored.size() == 3 ? "" : "\\") + (name.empty() ? CString(parsed.parts[i]) : name);
+    stored += (stored.size() == 3 ? "" : "\\") + (name.empty() ? CString(parsed.parts[i]) : name);
   }
   if (parsed.endsInBackslash && !parsed.parts.empty()) {
     stored += '\\';

@@ -334,7 +334,7 @@ bool MachineFolder::State::IsRunning(const FoundEntry& file) {
     return false;
   }
   const CString& folder = file.folder.storedPath;
-  const CString path = folder + (folder.back() == '\\' ? "" : "\\") + file.stored;
+  const CString path = folder + (folder.size() == 3 ? "" : "\\") + file.stored;
   return std::find(m_programs.begin(), m_programs.end(), FoldName(path, m_folders.GetCodePage())) != m_programs.end();
 }
 

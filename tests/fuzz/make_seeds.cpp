@@ -4,9 +4,9 @@
 #include "support/zip_builder.h"
 
 #include "journal/step_record.h"
+#include "platform/machine/version_resource.h"
 #include "platform/machine_folder/machine_ini.h"
 #include "platform/machine_folder/registry_file.h"
-#include "platform/machine_folder/version_resource.h"
 #include "platform/text/sealed_line.h"
 
 #include <filesystem>

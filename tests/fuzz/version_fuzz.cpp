@@ -2,7 +2,7 @@
 
 #include "fuzz/fuzz_input.h"
 
-#include "platform/machine_folder/version_resource.h"
+#include "platform/machine/version_resource.h"
 
 #include <cstring>
 

@@ -2,7 +2,7 @@
 
 #include "description/extension.h"
 #include "platform/machine/os.h"
-#include "platform/machine_folder/version_resource.h"
+#include "platform/machine/version_resource.h"
 
 #include <algorithm>
 

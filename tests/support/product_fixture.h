@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/machine/os.h"
-#include "platform/machine_folder/version_resource.h"
+#include "platform/machine/version_resource.h"
 #include "products/product.h"
 #include "support/temp_machine.h"
 
