@@ -40,6 +40,7 @@ CKestExtensionManagerUI* CKestExtensionManager::GetUI() const { return m_state->
 
 int CKestExtensionManager::Init() {
   m_state->recovery = RecoverInterruptedOperations();
+  CKestOS::GetMachine().ForgetUnanswered();
   CKestOS::InitMultiUserMembers();
   m_state->catalogue.Clear(); // keyed by the products that go now
   m_state->placement.Forget();
@@ -53,20 +54,31 @@ int CKestExtensionManager::Init() {
       (void)CKestOS::CreateDirectory(m_state->GetDisabledFolder(*product), true);
     }
   }
-  CString folder;
-  if (CKestOS::GetSystemFolder(folder)) {
-    m_state->folderKeywords["system"] = WithBackslash(folder);
-  }
-  if (CKestOS::GetFontsFolder(folder)) {
-    m_state->folderKeywords["fonts"] = WithBackslash(folder);
-  }
+  Machine& machine = CKestOS::GetMachine();
+  MachineError noFolder;
+  const auto addKeyword = [&](const char* keyword, bool (*getFolder)(CString&)) {
+    CString folder;
+    machine.ClearLastError();
+    if (getFolder(folder)) {
+      m_state->folderKeywords[keyword] = WithBackslash(folder);
+    } else if (machine.GetLastError().kind != MachineError::Kind::kNotFound) {
+      noFolder = machine.GetLastError();
+    }
+  };
+  addKeyword("system", CKestOS::GetSystemFolder);
+  addKeyword("fonts", CKestOS::GetFontsFolder);
   for (const TypeLabel& label : kTypeLabels) {
     m_state->typeLabels[label.type] = LoadMessage(label.message);
+  }
+  m_state->unread = noFolder.kind != MachineError::Kind::kNone ? noFolder : machine.GetUnanswered();
+  if (m_state->unread.kind == MachineError::Kind::kAccess) {
+    m_state->unread = MachineError{}; // what is closed to this user, another user's folder say, is not ours to change
   }
   return 0;
 }
 
 int CKestExtensionManager::Load() {
+  CKestOS::GetMachine().ForgetUnanswered();
   for (const auto& product : m_state->products) {
     const std::unique_ptr<CKestTypedList<CKestExtension*>> found(product->GetExtensions());
     if (found != nullptr) {
@@ -75,6 +87,7 @@ int CKestExtensionManager::Load() {
       m_state->catalogue.Replace(product.get(), {}); // its last description went since
     }
   }
+  m_state->unreadCatalogue = CKestOS::GetMachine().GetUnanswered();
   return 0;
 }
 

@@ -36,6 +36,8 @@ struct CKestExtensionManager::State {
   CKestInstallJournal journal;
 
   RecoveryReport recovery;
+  MachineError unread;          ///< what kept us from seeing all products when we started; kNone as a rule
+  MachineError unreadCatalogue; ///< the same for what is installed in them
   OperationReport report;
   HistoryNote note; ///< what the history is going to know of the operation in progress beside the report
   std::vector<std::unique_ptr<CKestExtension>> replacedRecords; ///< readable until the next operation starts

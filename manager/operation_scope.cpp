@@ -73,6 +73,17 @@ void StartReport(CKestExtensionManager::State& state, OperationReport::Operation
   CKestOS::GetMachine().ForgetFolders();
 }
 
+// Who does not know all that is installed would take what is missing for what nobody needs.
+bool CheckThatAllWasRead(CKestExtensionManager::State& state) {
+  for (const MachineError* error : {&state.unread, &state.unreadCatalogue}) {
+    if (error->kind != MachineError::Kind::kNone) {
+      state.FailByError(*error, CString(), "what is installed on the machine could not all be read");
+      return false;
+    }
+  }
+  return true;
+}
+
 // What had to be read at the start need not be at the next. A failed operation leaves no trace, not even this.
 void RefreshIndexes(const CKestExtensionManager::State& state) {
   std::vector<CKestExtension*> records;
@@ -131,6 +142,8 @@ OperationScope::OperationScope(State& state, OperationReport::Operation operatio
       const CString holder = lock.holder.empty() ? CString("another process") : lock.holder;
       state.Fail(OperationReport::Failure::kLocked, CString(), "the machine is being changed by " + holder, 0,
                  "try again when it has finished");
+    } else if (!CheckThatAllWasRead(state)) {
+      m_mayWrite = false;
     }
   } else {
     m_backedUp = CKestProduct::GetBackedUpFiles();

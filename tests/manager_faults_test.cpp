@@ -11,7 +11,8 @@ namespace kest::test {
 namespace {
 
 /// What happens at the n-th machine call: it fails, it and all after it fail, or the host asks the operation to end.
-enum class Fault { kOnce, kForGood, kCancel };
+/// Or it fails already among the calls of the start before.
+enum class Fault { kOnce, kForGood, kCancel, kAtStart };
 
 /// Runs an operation with a fault at its n-th machine call, n = 1, 2, ... until that call is never reached.
 class Faults : public KestFixture, public ::testing::WithParamInterface<Fault> {
@@ -36,24 +37,36 @@ protected:
     scriptHost();
     prepare();
     savePrepared();
+    scriptHost();
+    start();
+    EXPECT_TRUE(run());
+    const MachineSnapshot wanted = contents();
+    m_manager.reset();
+    putPreparedBack();
     for (int n = 1; n < 5000; ++n) {
       FailingMachine failing(m_pc.Get());
       CKestOS::SetMachine(&failing);
       scriptHost();
+      failing.arm(fault == Fault::kAtStart ? n : 0, false);
       start();
+      if (fault == Fault::kAtStart && n > 1 && !failing.fired()) {
+        return;
+      }
       const MachineSnapshot before = m_pc.Snapshot();
       const std::vector<std::string> records = catalogue();
       if (fault == Fault::kCancel) {
         failing.instead([this] { manager().RequestCancel(); });
       }
-      failing.arm(n, persistent);
+      if (fault != Fault::kAtStart) {
+        failing.arm(n, persistent);
+      }
       bool done = run();
       failing.disarm();
       SCOPED_TRACE("call " + std::to_string(n) + (persistent ? " and all after it: " : ": ") + failing.name());
       if (fault == Fault::kCancel && !done && report().parts.empty()) {
         EXPECT_EQ(report().failure, Failure::kDeclined);
       }
-      if (!done && persistent) {
+      if (persistent) {
         // undo and clean-up need a machine that works: what could not be done then is done at the next start
         m_manager.reset();
         CKestOS::SetMachine(&m_pc.Get());
@@ -61,11 +74,13 @@ protected:
         // the machine died between the mark "done" and the word that it is on the disk: then the next start finds the
         // operation finished, and it has to be finished altogether
         const auto& entries = manager().GetRecoveryReport().entries;
-        done = entries.size() == 1 && entries[0].finished && entries[0].leftovers.empty();
+        done = done || (entries.size() == 1 && entries[0].finished && entries[0].leftovers.empty());
       }
       if (!done) {
         expectUntouched(before);
         EXPECT_EQ(catalogue(), records);
+      } else {
+        EXPECT_EQ(DescribeDifference(wanted, contents()), "") << "told as done, and is not";
       }
       m_manager.reset();
       CKestOS::SetMachine(&m_pc.Get());
@@ -105,6 +120,18 @@ protected:
     }
     copyMachine(m_prepared, m_pc.GetRoot());
     m_pc.Reopen();
+  }
+
+  /// All but what tells of the operation's moment.
+  [[nodiscard]] MachineSnapshot contents() {
+    MachineSnapshot all = m_pc.Snapshot();
+    std::erase_if(all.entries, [](const auto& entry) {
+      return IsOfThePast(entry.first) || entry.first.find("/rpl") != std::string::npos || entry.first == "user.reg";
+    });
+    for (auto& [name, entry] : all.entries) {
+      entry.date = 0;
+    }
+    return all;
   }
 
   /// With dates, which the engine goes by.
@@ -181,11 +208,13 @@ TEST_P(Faults, Import) {
   loop([this] { installed(plain(), four()); }, import);
 }
 
-INSTANTIATE_TEST_SUITE_P(Machine, Faults, ::testing::Values(Fault::kOnce, Fault::kForGood, Fault::kCancel),
+INSTANTIATE_TEST_SUITE_P(Machine, Faults,
+                         ::testing::Values(Fault::kOnce, Fault::kForGood, Fault::kCancel, Fault::kAtStart),
                          [](const auto& row) {
                            return row.param == Fault::kOnce      ? "Once"
                                   : row.param == Fault::kForGood ? "ForGood"
-                                                                 : "Cancelled";
+                                  : row.param == Fault::kCancel  ? "Cancelled"
+                                                                 : "AtStart";
                          });
 
 /// Lets somebody else act right before a folder is moved.

@@ -7,8 +7,8 @@ namespace kest {
 /// A file whose calls ask as well.
 class ForwardingMachine::File : public MachineFile {
 public:
-  File(ForwardingMachine& machine, std::unique_ptr<MachineFile> next, CString path)
-      : m_machine(machine), m_next(std::move(next)), m_path(std::move(path)) {}
+  File(ForwardingMachine& machine, std::unique_ptr<MachineFile> next, CString path, bool isToRead)
+      : m_machine(machine), m_next(std::move(next)), m_path(std::move(path)), m_isToRead(isToRead) {}
 
   std::int64_t Read(char* buffer, std::size_t count) override {
     return Ask("Read", false) ? Count(m_next->Read(buffer, count)) : -1;
@@ -35,7 +35,7 @@ public:
   bool Sync() override { return Ask("Sync", true) && m_machine.Passed(m_next->Sync()); }
   bool Close() override {
     // what a refused write should have added is missing, whoever closes the file
-    if (!Ask("Close", true) || m_isBroken) {
+    if (!Ask("Close", !m_isToRead) || m_isBroken) {
       m_isBroken = true;
       return false;
     }
@@ -58,6 +58,7 @@ private:
   ForwardingMachine& m_machine;
   std::unique_ptr<MachineFile> m_next;
   CString m_path;
+  bool m_isToRead;
   bool m_isBroken = false;
 };
 
@@ -111,7 +112,8 @@ std::unique_ptr<MachineFile> ForwardingMachine::Open(const CString& path, OpenMo
     return nullptr;
   }
   std::unique_ptr<MachineFile> file = m_next.Open(path, mode);
-  return Passed(file != nullptr) ? std::make_unique<File>(*this, std::move(file), path) : nullptr;
+  return Passed(file != nullptr) ? std::make_unique<File>(*this, std::move(file), path, mode == OpenMode::kRead)
+                                 : nullptr;
 }
 CString ForwardingMachine::GetStoredPath(const CString& path) {
   return Ask({"GetStoredPath", false, &path}) ? m_next.GetStoredPath(path) : CString();
