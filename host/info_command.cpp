@@ -81,11 +81,15 @@ CString InstalledPathOf(const std::vector<CString>& installed, std::size_t& next
 Json FilesJson(Session& session, const Subject& subject) {
   Json list = Json::array();
   std::vector<CString> installed;
+  CKestExtension converted;
+  const CKestExtension* record = subject.record;
   if (subject.product && subject.record->IsEnabled()) {
     installed = session.GetManager().GetInstalledFiles(subject.product, subject.record);
+    converted = session.GetManager().GetConverted(*subject.product, *subject.record);
+    record = &converted;
   }
   std::size_t next = 0;
-  ForEach<CKestExtensionFile>(subject.record->GetFiles(), [&](const CKestExtensionFile& file) {
+  ForEach<CKestExtensionFile>(record->GetFiles(), [&](const CKestExtensionFile& file) {
     Json json;
     json["source"] = PlainText(file.GetSource());
     json["destination"] = PlainText(file.GetDestination());

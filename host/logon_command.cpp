@@ -2,6 +2,7 @@
 
 #include "host/session.h"
 #include "host/terminal/text_width.h"
+#include "journal/waiting_file.h"
 #include "platform/machine/os.h"
 
 #include <fmt/format.h>
@@ -9,37 +10,7 @@
 namespace kest::host {
 namespace {
 
-constexpr const char* kRunOnce = "software\\microsoft\\windows\\currentversion\\runonce";
-
-struct Replacement {
-  CString value; ///< name in the registry
-  CString destination;
-  CString pending;
-};
-
-// PROGRAM "destination" "pending", as an install leaves it for the next log-on. False for any other command line.
-bool ReadReplacement(const RegistryValue& value, Replacement& out) {
-  std::vector<CString> quoted;
-  std::size_t end = value.data.find('"');
-  if (!text::ContainsNoCase(value.data.substr(0, end), "replace.exe")) {
-    return false;
-  }
-  while (end != CString::npos) {
-    const std::size_t close = value.data.find('"', end + 1);
-    if (close == CString::npos) {
-      return false;
-    }
-    quoted.push_back(value.data.substr(end + 1, close - end - 1));
-    end = value.data.find('"', close + 1);
-  }
-  if (quoted.size() != 2) {
-    return false;
-  }
-  out = {value.name, quoted[0], quoted[1]};
-  return true;
-}
-
-bool CarryOut(const Replacement& replacement) {
+bool CarryOut(const WaitingFile& replacement) {
   Machine& machine = CKestOS::GetMachine();
   if (!IsYes(machine.FileExists(replacement.pending))) {
     return false;
@@ -68,18 +39,14 @@ int RunMachineLogon(Session& session) {
                                          "try again, or wait with --wait SEC",
                                          0});
   }
-  std::vector<RegistryValue> values;
-  static_cast<void>(machine.EnumRegistryValues(RegistryRoot::kCurrentUser, kRunOnce, values));
+  std::vector<WaitingFile> waiting;
+  static_cast<void>(ListWaitingFiles(waiting));
   int failed = 0;
   int done = 0;
   std::string why;
-  for (const RegistryValue& value : values) {
-    Replacement replacement;
-    if (!ReadReplacement(value, replacement)) {
-      continue;
-    }
-    const bool carried =
-        CarryOut(replacement) && machine.DeleteRegistryValue(RegistryRoot::kCurrentUser, kRunOnce, replacement.value);
+  for (const WaitingFile& replacement : waiting) {
+    const bool carried = CarryOut(replacement) &&
+                         machine.DeleteRegistryValue(RegistryRoot::kCurrentUser, kRunOnceKey, replacement.value);
     (carried ? done : failed) += 1;
     why = carried ? why : Shown(replacement.destination) + " could not be replaced";
     session.document["replacements"].push_back(

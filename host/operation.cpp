@@ -30,10 +30,18 @@ bool IsClosing(int number) {
                      [number](Message message) { return static_cast<int>(message) == number; });
 }
 
-const char* WordOf(OperationReport::Why why) {
-  switch (why) {
+// Whether the notice is of changes that the report tells one by one, with what and where.
+bool IsToldInFull(int number, const OperationReport& report) {
+  return std::any_of(report.problems.begin(), report.problems.end(), [number](const auto& problem) {
+    return !problem.fatal && !problem.change.empty() &&
+           (problem.message == number || number == static_cast<int>(Message::kSeveralProblems));
+  });
+}
+
+std::string WordOf(const OperationReport::Kept& kept) {
+  switch (kept.why) {
   case OperationReport::Why::kShared:
-    return "another extension uses it";
+    return SharedWith(kept.holder);
   case OperationReport::Why::kFont:
     return "font";
   case OperationReport::Why::kSystemFile:
@@ -58,6 +66,10 @@ Json MessagesJson(const Outcome& outcome) {
 }
 
 } // namespace
+
+std::string SharedWith(const CString& holder) {
+  return holder.empty() ? "another extension uses it" : fmt::format("\"{}\" uses it, too", Shown(holder));
+}
 
 const char* RestartWord(const OperationReport& report) {
   return report.restartMachine ? "machine" : report.restartProduct ? "product" : "none";
@@ -93,7 +105,7 @@ Json ResultJson(Session& session, const char* operation, const OperationReport& 
   json["kept"] = Json::array();
   for (const OperationReport::Kept& kept : report.kept) {
     Json entry = PathJson(machine, kept.path);
-    entry["why"] = WordOf(kept.why);
+    entry["why"] = WordOf(kept);
     json["kept"].push_back(std::move(entry));
   }
   json["rolled_back"] = exit != kDone && !report.Succeeded() && report.rolledBack;
@@ -107,15 +119,15 @@ Json ResultJson(Session& session, const char* operation, const OperationReport& 
 void SayWhatHappened(Session& session, const OperationReport& report) {
   Terminal& terminal = session.terminal;
   for (const ShownMessage& message : session.GetUi().GetOutcome().messages) {
-    if (message.style == kNotice && !IsClosing(message.number)) {
+    if (message.style == kNotice && !IsClosing(message.number) && !IsToldInFull(message.number, report)) {
       terminal.Notice(terminal.Paint(Style::kWarning, "warning:") + " " + message.text);
     }
   }
   for (const OperationReport::Kept& kept : report.kept) {
-    terminal.Notice(fmt::format("Kept {} ({}).", Shown(kept.path), WordOf(kept.why)));
+    terminal.Notice(fmt::format("Kept {} ({}).", Shown(kept.path), WordOf(kept)));
   }
   for (const OperationReport::Problem& problem : report.problems) {
-    if (!problem.fatal && problem.message == 0 && problem.path.empty() && problem.change.empty()) {
+    if (!problem.fatal && (!problem.change.empty() || (problem.message == 0 && problem.path.empty()))) {
       terminal.Notice(terminal.Paint(Style::kWarning, "warning:") + " " + Shown(problem.reason));
     }
   }

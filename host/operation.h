@@ -3,6 +3,8 @@
 #include "host/exit_code.h"
 #include "host/json_output.h"
 
+#include "platform/text/text.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,6 +23,8 @@ struct ErrorReport;
 /// Notices that belong to a success: what was kept, what the engine had to say, what is to be restarted, and with
 /// --verbose every file touched.
 void SayWhatHappened(Session& session, const OperationReport& report);
+/// Why a shared file stays, for which extension if that is known.
+[[nodiscard]] std::string SharedWith(const CString& holder);
 /// What went from the trash with the operation.
 void SayTrashDropped(Session& session, const OperationReport& report);
 /// "restart" of the JSON: none, product or machine.

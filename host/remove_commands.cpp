@@ -20,10 +20,10 @@ namespace {
 constexpr std::size_t kMostListed = 40;     ///< files that a question is preceded by; more are told by their folders
 constexpr int kSharedConfigurationUser = 2; ///< the type of user who installs for everybody
 
-const char* WhyItStays(OperationReport::Why why) {
-  switch (why) {
+std::string WhyItStays(const UninstallPreview::Entry& entry) {
+  switch (entry.why) {
   case OperationReport::Why::kShared:
-    return "another extension uses it";
+    return SharedWith(entry.holder);
   case OperationReport::Why::kFont:
     return "a font";
   case OperationReport::Why::kSystemFile:
@@ -70,7 +70,7 @@ void SayPreview(Session& session, const UninstallPreview& preview) {
   }
   for (const UninstallPreview::Entry& entry : preview.files) {
     if (entry.stays) {
-      session.terminal.Notice(fmt::format("  stays  {} ({})", Shown(entry.path), WhyItStays(entry.why)));
+      session.terminal.Notice(fmt::format("  stays  {} ({})", Shown(entry.path), WhyItStays(entry)));
     } else {
       session.terminal.Notice(fmt::format("  goes   {}", Shown(entry.path)));
     }

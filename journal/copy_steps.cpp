@@ -3,6 +3,7 @@
 #include "journal/file_state.h"
 #include "journal/private_folders.h"
 #include "journal/step_record.h"
+#include "journal/waiting_file.h"
 
 #include "platform/machine/os.h"
 #include "platform/text/path.h"
@@ -11,7 +12,6 @@ namespace kest {
 
 namespace {
 
-constexpr const char* kRunOnceKey = "software\\microsoft\\windows\\currentversion\\runonce";
 constexpr int kNameTries = 1000;
 
 // The line that has the two files swapped at the next logon. Empty when the own program cannot be found.

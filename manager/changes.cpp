@@ -28,9 +28,7 @@ bool NoteProblems(CKestExtensionManager::State& state, const CKestProduct& produ
 bool Process(CKestExtensionManager::State& state, const CKestProduct& product, const CKestExtension& extension,
              CKestProduct::OperationType operation, Step step, const char* what) {
   ReportingUi ui(*state.ui);
-  ui.BeginWait();
   const bool failed = (product.*step)(&state.journal, &ui, &extension, operation) != 0;
-  ui.EndWait();
   const MachineError error = CKestOS::GetMachine().GetLastError();
   if (!NoteProblems(state, product, extension) && failed) {
     state.Fail(FailureOf(error), error.path, ui.GetText().empty() ? CString(what) : ui.GetText(), ui.GetNumber());
@@ -43,13 +41,24 @@ bool Process(CKestExtensionManager::State& state, const CKestProduct& product, c
 bool ProcessChanges(CKestExtensionManager::State& state, const CKestProduct& product, const CKestExtension& extension,
                     CKestProduct::OperationType operation) {
   CKestOS::GetMachine().ClearLastError();
-  // a removal of an extension without changes is not even asked about
-  return ((IsRemoval(operation) && !extension.HasConfigChanges()) ||
-          Process(state, product, extension, operation, &CKestProduct::ProcessConfigChanges,
-                  "the product's configuration could not be changed")) &&
-         ((IsRemoval(operation) && !extension.HasHelpChanges()) ||
-          Process(state, product, extension, operation, &CKestProduct::ProcessHelpChanges,
-                  "the product's help could not be changed"));
+  const auto config = [&] {
+    return Process(state, product, extension, operation, &CKestProduct::ProcessConfigChanges,
+                   "the product's configuration could not be changed");
+  };
+  const auto help = [&] {
+    return Process(state, product, extension, operation, &CKestProduct::ProcessHelpChanges,
+                   "the product's help could not be changed");
+  };
+  const auto busy = [ui = state.Ui()](const auto& work) {
+    ui.BeginWait();
+    const bool done = work();
+    ui.EndWait();
+    return done;
+  };
+  if (IsRemoval(operation)) { // of an extension without changes: not even asked about
+    return (!extension.HasConfigChanges() || busy(config)) && (!extension.HasHelpChanges() || busy(help));
+  }
+  return busy([&] { return config() && help(); });
 }
 
 } // namespace kest

@@ -59,8 +59,11 @@ int CKestExtensionManager::EnableExtension(const CKestProduct* product, CKestExt
   const std::unique_ptr<CKestExtension> installed(
       InstallExtension(&product, package.c_str(), &equal, true, false, false, restart, true, true, true));
   if (installed == nullptr) {
-    if (equal != nullptr) {
+    if (equal != nullptr && equal->CompareVersion(*extension) == 0) {
       state.Ui().Notice(Message::kEqualEnabled);
+    } else if (equal != nullptr) {
+      state.Ui().NoticeText(Message{0}, equal->GetName() + ' ' + equal->GetVersion().ToText() + " is enabled. " +
+                                            LoadMessage(Message::kEnableFailed));
     }
     state.Fail(Failure::kOther, CString(), "the extension could not be enabled");
     return -1;

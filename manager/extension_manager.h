@@ -177,8 +177,11 @@ public:
   // ---- for hosts
   /// Which files an uninstall would delete and which would stay. Empty for null.
   [[nodiscard]] UninstallPreview PreviewUninstall(const CKestProduct* product, const CKestExtension* extension) const;
-  /// Where the extension's files are installed, for platform-fitting entries of the description, in order; entries
-  /// without a place are left out.
+  /// A copy of the extension with its files as the product installs them: one that was made for an older version may
+  /// have more of them, and elsewhere. Without its changes.
+  [[nodiscard]] CKestExtension GetConverted(const CKestProduct& product, const CKestExtension& extension) const;
+  /// Where the extension's files are installed, for platform-fitting entries of the description as the product converts
+  /// it, in order; entries without a place are left out.
   [[nodiscard]] std::vector<CString> GetInstalledFiles(const CKestProduct* product,
                                                        const CKestExtension* extension) const;
   /// What the last outermost operation did.

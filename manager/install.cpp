@@ -25,15 +25,18 @@ bool RunPhases(Context& context) {
 CKestExtension* Finish(Context& context, bool done) {
   const HostUi ui = context.state.Ui();
   if (done && context.steps.Commit()) {
+    TellRestart(context);
     if (context.progress) {
       ui.EndProgress();
     }
-    TellRestart(context);
     CKestExtension* extension = context.extension.release();
     if (context.enroll) {
       context.state.owner.AddExtension(context.product, extension);
     }
     return extension;
+  }
+  if (context.waiting) {
+    context.EndWait();
   }
   if (context.progress) {
     ui.EndProgress();
@@ -52,6 +55,16 @@ void Context::Advance() {
   if (progress) {
     state.Ui().SetProgressPosition(++position);
   }
+}
+
+void Context::BeginWait() {
+  waiting = true;
+  state.Ui().BeginWait();
+}
+
+void Context::EndWait() {
+  waiting = false;
+  state.Ui().EndWait();
 }
 
 bool Context::Refuse(OperationReport::Failure kind, Message message, const std::vector<text::Argument>& arguments,

@@ -44,8 +44,11 @@ struct Context {
   std::unordered_set<CString> writableFolders{}; ///< folders in which a new file may be made
   std::map<CString, CString> configuration{};    ///< configuration files to be changed, with what they held before
   int position = 0;
+  bool waiting = false; ///< the busy display is on
 
   void Advance();
+  void BeginWait();
+  void EndWait();
   /// Shows a notice that ends with "not installed", and notes the failure.
   bool Refuse(OperationReport::Failure kind, Message message, const std::vector<text::Argument>& arguments,
               const CString& path, const CString& reason, const CString& next = CString());

@@ -36,7 +36,13 @@ bool RefuseProducts(Context& context, const std::vector<CString>& lines) {
 bool ReplaceNamesake(Context& context, CKestExtension& existing) {
   if (context.acceptEqual) {
     context.replaced = &existing;
-    context.state.Fail(Failure::kAlreadyThere, existing.GetPath(), "it is enabled already");
+    if (!context.enroll && context.extension->CompareVersion(existing) != 0) {
+      const CString other = existing.GetName() + '@' + existing.GetVersion().ToText();
+      context.state.Fail(Failure::kDeclined, existing.GetPath(), other + " is enabled", 0,
+                         "disable that one first: kest disable \"" + other + '"');
+    } else {
+      context.state.Fail(Failure::kAlreadyThere, existing.GetPath(), "it is enabled already");
+    }
     return false;
   }
   const int order = context.extension->CompareVersion(existing);

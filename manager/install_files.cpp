@@ -31,6 +31,18 @@ bool CheckDestination(Context& context, const CKestExtensionFile& file) {
   return true;
 }
 
+/// Always false.
+bool RefuseUnsafe(Context& context, const CKestExtensionFile& file, const FilePlace& place) {
+  const CString& path = place.destination.GetText();
+  if (place.why.empty()) {
+    return context.Refuse(Failure::kBadDescription, Message::kParentInPath, {file.GetSource()}, path,
+                          "it leads out of its folder");
+  }
+  context.state.Fail(Failure::kBadDescription, file.GetSource(), place.why);
+  context.state.Ui().NoticeText(Message{0}, place.DescribeUnsafe(file) + LoadMessage(Message::kNotInstalled));
+  return false;
+}
+
 enum class Next { kGoOn, kSkip, kEnd };
 
 /// Asks about an existing destination, unless one answer was given for all.
@@ -45,14 +57,15 @@ Next AskOverwrite(Context& context, const FilePlace& place) {
   const Message question = there > ours   ? Message::kExistingNewer
                            : ours > there ? Message::kExistingOlder
                                           : Message::kExistingEqual;
-  const HostUi ui = context.state.Ui();
-  ui.EndWait();
-  const int button = ui.Ask(question, {path}, kOverwrite);
-  ui.BeginWait();
+  context.EndWait();
+  const int button = context.state.Ui().Ask(question, {path}, kOverwrite);
+  if (button != kCancel) {
+    context.BeginWait();
+  }
   switch (button) {
   case kNo:
     context.keep.insert(path);
-    context.state.report.kept.push_back({path, OperationReport::Why::kUserAnswer});
+    context.state.report.kept.push_back({path, OperationReport::Why::kUserAnswer, CString()});
     return Next::kSkip;
   case kCancel:
     context.Declined(question, path);
@@ -134,8 +147,7 @@ Next CheckFile(Context& context, const FilePlacement::Resolver& resolver, const 
     return Next::kEnd;
   }
   if (place.unsafe) {
-    context.Refuse(Failure::kBadDescription, Message::kParentInPath, {file.GetSource()}, path,
-                   "it leads out of its folder");
+    RefuseUnsafe(context, file, place);
     return Next::kEnd;
   }
   if (CKestOS::GetMachine().FileExists(place.source.GetText()) != Answer::kYes) {
@@ -245,8 +257,7 @@ bool LocateFiles(Context& context, std::vector<PlacedFile>& files) {
       return false;
     }
     if (place.unsafe) {
-      return context.Refuse(Failure::kBadDescription, Message::kParentInPath, {file.GetSource()}, path,
-                            "it leads out of its folder");
+      return RefuseUnsafe(context, file, place);
     }
     if (context.keep.count(path) == 0) {
       files.push_back({&file, std::move(place)});
@@ -331,6 +342,21 @@ bool GatherCopies(Context& context, Pass& pass) {
   return true;
 }
 
+/// The steps are ready to be run; else the user is told, in the name of the first file that they were to place.
+bool PlanSteps(Context& context, std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps) {
+  CKestExtensionManager::State& state = context.state;
+  const CString first = steps.empty() ? CString() : steps.front()->GetTarget();
+  if (state.journal.Plan(std::move(steps)) == 0) {
+    return true;
+  }
+  const MachineError error = CKestOS::GetMachine().GetLastError();
+  const CString what = "nothing could be written down of what is to be placed";
+  state.FailByError(error, first, what);
+  state.Ui().NoticeText(Message{0}, first + ": " + what + (error.reason.empty() ? "" : ": " + error.reason) + ". " +
+                                        LoadMessage(Message::kNotInstalled));
+  return false;
+}
+
 /// The step failed: the user helps, and it is tried again, until it is done or given up.
 bool RetryCopy(Context& context, const CString& path) {
   CKestExtensionManager::State& state = context.state;
@@ -338,11 +364,8 @@ bool RetryCopy(Context& context, const CString& path) {
     const MachineError error = CKestOS::GetMachine().GetLastError();
     // one of the machine's own, such as its registry, which is told of a file that waits for the next log-on
     const bool isMachineFile = FailureOf(error) == Failure::kInUse && error.path.starts_with("/");
-    const int answer = isMachineFile ? state.HelpUserFreeFile(error.path + " (" + error.reason + ")", true)
-                                     : state.HelpUserFreeFile(path, false);
-    if (answer != kRetry) {
-      state.FailByError(error, isMachineFile ? error.path : path, "it could not be placed",
-                        static_cast<int>(Message::kFileInUse));
+    if (state.HelpUserFreeFile(path, isMachineFile) != kRetry) {
+      state.FailByError(error, path, "it could not be placed", static_cast<int>(Message::kFileInUse));
       return false;
     }
     bool done = false;
@@ -367,7 +390,7 @@ void NotePlaced(Context& context, const Planned& planned) {
     context.restart |= CKestExtensionManager::kRestartMachine;
   }
   if (planned.stays) {
-    report.kept.push_back({planned.path, OperationReport::Why::kFont});
+    report.kept.push_back({planned.path, OperationReport::Why::kFont, CString()});
   } else {
     (planned.existed ? report.changed : report.created).push_back(planned.path);
   }
@@ -387,8 +410,7 @@ bool PlaceOneByOne(Context& context, const Planned& folder) {
     step->SetMayMoveSource(true);
     steps.push_back(std::move(step));
   }
-  if (journal.Plan(std::move(steps)) != 0) {
-    context.state.FailByMachine(CString(), "the journal could not be written");
+  if (!PlanSteps(context, std::move(steps))) {
     return false;
   }
   for (const FilePlace& place : folder.files) {
@@ -430,12 +452,10 @@ bool RunCopies(Context& context, const Pass& pass) {
 } // namespace
 
 bool CheckFiles(Context& context) {
-  const HostUi ui = context.state.Ui();
-  ui.BeginWait();
+  context.BeginWait();
   const FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
     if (context.state.IsCancelled()) {
-      ui.EndWait();
       return false;
     }
     if (!IsPlaced(file)) {
@@ -443,7 +463,6 @@ bool CheckFiles(Context& context) {
     }
     switch (CheckFile(context, resolver, file)) {
     case Next::kEnd:
-      ui.EndWait();
       return false;
     case Next::kSkip:
       break;
@@ -461,18 +480,13 @@ bool ConvertExtension(Context& context) {
 }
 
 bool CopyFiles(Context& context) {
-  CKestInstallJournal& journal = context.state.journal;
   CountSources(context);
   Pass pass;
   if (!GatherCopies(context, pass)) {
     return false;
   }
   pass.steps.push_back(MakeDescriptionStep(context));
-  if (journal.Plan(std::move(pass.steps)) != 0) {
-    context.state.FailByMachine(CString(), "the journal could not be written");
-    return false;
-  }
-  return RunCopies(context, pass);
+  return PlanSteps(context, std::move(pass.steps)) && RunCopies(context, pass);
 }
 
 } // namespace kest::install

@@ -48,7 +48,7 @@ bool PlaceDescription(Context& context) {
     return false;
   }
   (before == Answer::kNo ? state.report.created : state.report.changed).push_back(context.destination);
-  state.Ui().EndWait();
+  context.EndWait();
   if (context.progress) {
     state.Ui().EndProgress();
   }

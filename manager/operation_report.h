@@ -36,6 +36,7 @@ struct OperationReport {
   struct Kept {
     CString path;           ///< windows path
     Why why = Why::kShared; ///< what it was left for
+    CString holder;         ///< of a shared file: name of the extension that has it, too; else empty
   };
 
   /// One thing that went wrong.
@@ -95,6 +96,7 @@ struct UninstallPreview {
     CString path;                                             ///< windows path
     bool stays = false;                                       ///< whether an uninstall leaves it
     OperationReport::Why why = OperationReport::Why::kShared; ///< of a file that stays
+    CString holder;                                           ///< as that of a kept file
   };
   std::vector<Entry> files;       ///< files that exist, in the order of the description
   std::vector<CString> missing;   ///< places where a file of the extension should be and is not

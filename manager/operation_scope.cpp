@@ -245,7 +245,12 @@ bool StepScope::Commit() {
   }
   const bool outermost = m_scope.IsOutermost();
   if (!m_scope.Commit()) {
-    m_state.FailByMachine(CString(), "what was done could not be brought to the disk");
+    const MachineError error = CKestOS::GetMachine().GetLastError();
+    const CString what = "what was done could not be brought to the disk";
+    m_state.FailByError(error, CString(), what);
+    if (outermost) {
+      m_state.Ui().NoticeText(Message{0}, what + (error.reason.empty() ? "" : ": " + error.reason) + '.');
+    }
     return false;
   }
   m_open = false;

@@ -1,6 +1,7 @@
 #include "description/extension.h"
 #include "journal/copy_steps.h"
 #include "journal/private_folders.h"
+#include "journal/waiting_file.h"
 #include "manager/operation_scope.h"
 #include "platform/machine/os.h"
 #include "platform/machine/timer.h"
@@ -37,9 +38,9 @@ struct PackContext {
 
   /// Notes and shows what is wrong. Always false.
   bool Refuse(int code, Failure kind, Message message, const std::vector<text::Argument>& arguments,
-              const CString& path, const CString& reason) {
+              const CString& path, const CString& reason, const CString& next = CString()) {
     result = code;
-    state.Fail(kind, path, reason, static_cast<int>(message));
+    state.Fail(kind, path, reason, static_cast<int>(message), next);
     state.Ui().NoticeWith(message, arguments, Message::kNotPackaged);
     return false;
   }
@@ -128,6 +129,22 @@ bool ShowError(PackContext& context, const CKestPackage& package, const CString&
   return false;
 }
 
+/// A file that is put in place at the next log-on is taken from where it waits. False when it cannot be.
+bool TakeWaiting(PackContext& context, CString& path) {
+  Machine& machine = CKestOS::GetMachine();
+  WaitingFile waiting;
+  if (machine.FileExists(path) != Answer::kNo || FindWaitingFile(path, waiting) == Answer::kNo) {
+    return true;
+  }
+  if (waiting.pending.empty() || machine.FileExists(waiting.pending) != Answer::kYes) {
+    return context.Refuse(-1, Failure::kInUse, Message::kFileMissing, {path}, path,
+                          "it is put in place at the next log-on, and what waits for that cannot be read",
+                          "restart the machine first");
+  }
+  path = waiting.pending;
+  return true;
+}
+
 /// Packs one file of the description. True when the next one may follow.
 bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::Resolver& resolver,
              const CKestExtensionFile& file) {
@@ -145,7 +162,15 @@ bool PackOne(PackContext& context, CKestPackage& package, const FilePlacement::R
   if (context.repackage && place.destination.GetExtension().empty() && !file.GetWinExtension().empty()) {
     place.destination.SetExtension(file.GetWinExtension());
   }
-  const CString& path = context.repackage ? place.destination.GetText() : place.source.GetText();
+  if (!place.why.empty()) {
+    context.state.Fail(Failure::kBadDescription, file.GetSource(), place.why);
+    context.state.Ui().NoticeText(Message{0}, place.DescribeUnsafe(file) + LoadMessage(Message::kNotPackaged));
+    return false;
+  }
+  CString path = context.repackage ? place.destination.GetText() : place.source.GetText();
+  if (context.repackage && !TakeWaiting(context, path)) {
+    return false;
+  }
   if (CKestOS::GetMachine().FileExists(path) != Answer::kYes) {
     return context.Refuse(-1, Failure::kNotFound, Message::kFileMissing, {path}, path, "it is not there");
   }

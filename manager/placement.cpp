@@ -14,6 +14,22 @@ constexpr std::size_t kLongestDestination = 4096;
 
 bool BeginsWithToken(const CString& destination) { return !destination.empty() && destination.front() == '$'; }
 
+/// Takes out the folders "." from index `from` on, where a component begins or its backslash stands.
+void DropDots(CString& path, std::size_t from) {
+  if (path.find(".\\", from) == CString::npos) {
+    return;
+  }
+  CString kept = path.substr(0, from);
+  for (std::size_t begin = from; begin < path.size();) {
+    const std::size_t end = std::min(text::FindBackslash(path, begin), path.size() - 1) + 1;
+    if (path.compare(begin, end - begin, ".\\") != 0) {
+      kept.append(path, begin, end - begin);
+    }
+    begin = end;
+  }
+  path.swap(kept);
+}
+
 /// A destination as written, as a folder: without the file's own name, without one leading backslash.
 CString ToFolder(CKestPath destination, const CKestPath& source) {
   if (!destination.IsEmpty()) {
@@ -27,6 +43,7 @@ CString ToFolder(CKestPath destination, const CKestPath& source) {
   if (folder.empty() || text::FindLastBackslash(folder) != folder.size() - 1) {
     folder += '\\';
   }
+  DropDots(folder, std::min(text::FindBackslash(folder), folder.size()));
   return folder;
 }
 
@@ -42,23 +59,22 @@ CString NameFor(const CKestPath& source, const CString& winExtension) {
 
 } // namespace
 
+CString FilePlace::DescribeUnsafe(const CKestExtensionFile& file) const { return file.GetSource() + ": " + why + ". "; }
+
 bool IsPlaced(const CKestExtensionFile& file) { return file.GetPlatform() == 0 || file.GetPlatform() == 2; }
 
-bool IsPlainPath(const CString& path) {
+std::string_view FindUnsafeComponent(const CString& path) {
   std::size_t begin = 0;
   while (begin < path.size()) {
-    std::size_t end = text::FindBackslash(path, begin);
-    if (end == CString::npos) {
-      end = path.size();
-    }
+    const std::size_t end = std::min(text::FindBackslash(path, begin), path.size());
     const std::string_view component = std::string_view(path).substr(begin, end - begin);
     const bool isDrive = begin == 0 && component.size() == 2 && component[1] == ':';
     if (!component.empty() && !isDrive && JudgePathComponent(component) != nullptr) {
-      return false;
+      return component;
     }
     begin = end + 1;
   }
-  return true;
+  return {};
 }
 
 FilePlacement::FilePlacement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder)
@@ -70,7 +86,9 @@ int FilePlacement::LocalizeSource(CKestPath& source) const {
   if (!source.IsEmpty()) {
     source.LocalizePathSeparators();
   }
-  source = CKestPath(m_unpackFolder + source.GetText());
+  CString text = source.GetText();
+  DropDots(text, 0);
+  source = CKestPath(m_unpackFolder + text);
   return 0;
 }
 
@@ -132,9 +150,13 @@ FilePlace FilePlacement::Resolver::Locate(const CKestExtensionFile& file) const 
   (void)m_placement.LocalizeSource(place.source);
   place.destination = CKestPath(file.GetDestination());
   place.result = Resolve(place.destination, place.source, CKestPath(), winExtension);
-  place.unsafe = winExtension.find_first_of("\\/:") != CString::npos || !IsPlainPath(place.source.GetText()) ||
-                 !IsPlainPath(place.destination.GetText()) ||
+  std::string_view component = FindUnsafeComponent(place.source.GetText());
+  component = component.empty() ? FindUnsafeComponent(place.destination.GetText()) : component;
+  place.unsafe = !component.empty() || winExtension.find_first_of("\\/:") != CString::npos ||
                  (place.result == FilePlace::kResolved && !IsAbsolute(place.destination.GetText()));
+  if (!component.empty() && component != "." && component != "..") {
+    place.why = "its name \"" + CString(component) + "\" " + JudgePathComponent(component);
+  }
   return place;
 }
 
@@ -221,7 +243,8 @@ CString PackageEntryName(const CString& source) {
   CString name;
   for (std::size_t begin = 0; begin < whole.size();) {
     const std::size_t end = std::min(text::FindBackslash(whole, begin), whole.size());
-    if (end > begin) {
+    const bool isDot = end == begin + 1 && whole[begin] == '.' && end < whole.size();
+    if (end > begin && !isDot) {
       name += name.empty() ? "" : "\\";
       name.append(whole, begin, end - begin);
     }

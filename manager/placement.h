@@ -22,6 +22,9 @@ struct FilePlace {
   int result = kUnresolved;
   /// A path leads upwards or is not absolute, or the file extension is none: never touch such a file.
   bool unsafe = false;
+  CString why; ///< of an unsafe place, when it is not that it leads elsewhere: "its name "nul" is that of a device"
+  /// The same as a sentence about the file, with a blank behind it.
+  [[nodiscard]] CString DescribeUnsafe(const CKestExtensionFile& file) const;
 };
 
 /// Turns the sources and destinations of descriptions into absolute paths. Remembers the products' token maps until
@@ -83,12 +86,13 @@ private:
   mutable std::unordered_map<const CKestProduct*, ProductTokens> m_tokens;
 };
 
-/// The name that a source has in a package: separators as for the look-up of the file, one between two folders.
+/// The name that a source has in a package: separators as for the look-up of the file, one between two folders, no
+/// folder ".".
 [[nodiscard]] CString PackageEntryName(const CString& source);
 /// Whether the entry is placed on this platform.
 [[nodiscard]] bool IsPlaced(const CKestExtensionFile& file);
-/// Whether no component of the path leads upwards, vanishes (only dots or blanks), or names something else on a PC than
-/// a plain file or folder: a device, a stream of a file, a name that loses its last dot.
-[[nodiscard]] bool IsPlainPath(const CString& path);
+/// The first component of the path that leads upwards, vanishes (only dots or blanks), or names something else on a PC
+/// than a plain file or folder: a device, a stream of a file, a name that loses its last dot. Empty when there is none.
+[[nodiscard]] std::string_view FindUnsafeComponent(const CString& path);
 
 } // namespace kest

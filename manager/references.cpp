@@ -66,19 +66,22 @@ void References::Locate(std::size_t name) {
     }
     const FilePlace place = resolver->Locate(*file->file);
     if (place.result == FilePlace::kResolved) {
-      m_places.insert(text::Lower(place.destination.GetText()));
+      m_places.try_emplace(text::Lower(place.destination.GetText()), file->extension);
     }
   }
 }
 
-bool References::Holds(const CString& path) {
+const CKestExtension* References::FindHolder(const CString& path) {
   Gather();
   if (!m_unread.empty()) {
-    return true;
+    return nullptr;
   }
   Locate(HashOf(CKestPath(path).GetFileName()));
-  return m_places.contains(text::Lower(path));
+  const auto found = m_places.find(text::Lower(path));
+  return found == m_places.end() ? nullptr : found->second;
 }
+
+bool References::Holds(const CString& path) { return FindHolder(path) != nullptr || !m_unread.empty(); }
 
 bool CKestExtensionManager::IsFileReferenced(const CKestProduct* product, const char* path,
                                              const CKestExtension* except) const {

@@ -2,6 +2,8 @@
 
 #include "manager/manager_state.h"
 
+#include <unordered_map>
+
 namespace kest {
 
 /// Where the extensions in the catalogue, but for one, place their files. Their names are gathered in one walk, at the
@@ -13,6 +15,8 @@ public:
   References(const CKestExtensionManager::State& state, const CKestProduct* product, const CKestExtension* except)
       : m_state(state), m_product(product), m_except(except) {}
   [[nodiscard]] bool Holds(const CString& path);
+  /// The first extension that places a file at the path; null when none does, or when it cannot be told.
+  [[nodiscard]] const CKestExtension* FindHolder(const CString& path);
   /// The description that could not be read; empty when there was none, or nothing was asked.
   [[nodiscard]] const CString& GetUnread() const { return m_unread; }
 
@@ -30,9 +34,9 @@ private:
   const CKestExtension* m_except;
   bool m_isGathered = false;
   CString m_unread;
-  std::vector<Named> m_files;               ///< by name
-  std::unordered_set<std::size_t> m_looked; ///< names whose files are among the places
-  std::unordered_set<CString> m_places;     ///< lower case
+  std::vector<Named> m_files;                                  ///< by name
+  std::unordered_set<std::size_t> m_looked;                    ///< names whose files are among the places
+  std::unordered_map<CString, const CKestExtension*> m_places; ///< by lower-case path
 };
 
 } // namespace kest

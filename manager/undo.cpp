@@ -91,7 +91,7 @@ bool CheckEffects(UndoContext& context) {
       continue;
     }
     if (!effect.whyForGood.empty()) {
-      context.state.report.kept.push_back({effect.path, OperationReport::Why::kSystemFile});
+      context.state.report.kept.push_back({effect.path, OperationReport::Why::kSystemFile, CString()});
     } else if (!IsAsLeft(context, effect) || (effect.existed && !IsKept(context, effect))) {
       return false;
     }

@@ -52,8 +52,8 @@ bool FreeFile(Context& context, const CString& path) {
   return true;
 }
 
-/// The places of the extension's files, in order.
-template <class Visit> bool ForEachPlace(Context& context, const Visit& visit) {
+/// The extension's files that exist, in order; false when the machine cannot tell.
+template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
   const FilePlacement::Resolver resolver(context.state.placement, &context.product, &context.extension);
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
     if (!IsPlaced(file)) {
@@ -66,23 +66,17 @@ template <class Visit> bool ForEachPlace(Context& context, const Visit& visit) {
     if (place.result != FilePlace::kResolved || place.unsafe) {
       continue;
     }
-    if (!visit(file, place.destination.GetText())) {
-      return false;
-    }
-  }
-  return true;
-}
-
-/// Those that exist; false when the machine cannot tell.
-template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
-  return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
+    const CString& path = place.destination.GetText();
     const Answer presence = CKestOS::GetMachine().FileExists(path);
     if (presence == Answer::kCannotTell) {
       context.state.FailByMachine(path, "it cannot be looked at");
       return false;
     }
-    return presence == Answer::kNo || visit(file, path);
-  });
+    if (presence == Answer::kYes && !visit(file, path)) {
+      return false;
+    }
+  }
+  return true;
 }
 
 /// The files that go out of one folder.
@@ -190,6 +184,12 @@ bool BelongsToAnother(const Context& context, const CString& path) {
   return false;
 }
 
+/// Name of the extension for which a shared file stays.
+CString HolderOf(OperationReport::Why why, const CString& path, References& references) {
+  const CKestExtension* holder = why == OperationReport::Why::kShared ? references.FindHolder(path) : nullptr;
+  return holder != nullptr ? holder->GetName() : CString();
+}
+
 void FinishReport(Context& context) {
   OperationReport& report = context.state.report;
   report.restartProduct |= context.restart != 0;
@@ -212,6 +212,11 @@ std::optional<OperationReport::Why> WhyKept(const CKestExtensionFile& file, cons
   return std::nullopt;
 }
 
+void Context::EndWait() {
+  waiting = false;
+  state.Ui().EndWait();
+}
+
 void Context::Advance() {
   if (progress) {
     state.Ui().SetProgressPosition(++position);
@@ -220,7 +225,7 @@ void Context::Advance() {
 
 bool CheckFiles(Context& context) {
   References references(context.state, &context.product, &context.extension);
-  return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
+  return ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
     const bool goes = !WhyKept(file, path, references);
     if (!references.GetUnread().empty()) {
       context.state.Fail(Failure::kBadDescription, references.GetUnread(),
@@ -249,7 +254,8 @@ bool DeleteFiles(Context& context) {
   std::unordered_set<CString> planned;
   const bool looked = ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
     if (const auto why = WhyKept(file, path, references)) {
-      state.report.kept.push_back({path, *why});
+      state.report.kept.push_back({path, *why, HolderOf(*why, path, references)});
+      context.Advance();
     } else if (planned.insert(text::Lower(path)).second) {
       const CString folder = WithoutBackslash(CKestPath(path).GetFolder());
       const auto [place, isNew] = known.try_emplace(text::Lower(folder), folders.size());
@@ -258,6 +264,8 @@ bool DeleteFiles(Context& context) {
         context.folders.push_back(folder);
       }
       folders[place->second].paths.push_back(path);
+    } else {
+      context.Advance(); // listed twice
     }
     return true;
   });
@@ -288,7 +296,7 @@ bool DeleteFiles(Context& context) {
 
 bool DeleteDescriptions(Context& context) {
   CKestExtensionManager::State& state = context.state;
-  state.Ui().EndWait();
+  context.EndWait();
   const CString name = CKestPath(context.extension.GetPath()).GetFileName();
   std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
   const CString installed = state.GetExtensionsPath(context.product, name);
@@ -367,7 +375,10 @@ int Run(Context& context) {
     ui.SetProgressRange(2 * static_cast<int>(context.extension.GetFiles().GetCount()));
   }
   bool done = context.extension.IsEnabled() ? RunPhases(context, kPhases) : RunPhases(context, kPhasesOfDisabled);
-  if (context.progress) {
+  if (context.waiting) {
+    context.EndWait();
+  }
+  if (done && context.progress) {
     ui.EndProgress();
   }
   done = done && (!own || steps->Commit());
@@ -423,6 +434,13 @@ int CKestExtensionManager::UninstallExtension(const CKestProduct* product, CKest
   return uninstall::Run(context);
 }
 
+CKestExtension CKestExtensionManager::GetConverted(const CKestProduct& product, const CKestExtension& extension) const {
+  CKestExtension converted = extension;
+  converted.RemoveAllConfigChanges(); // the copy shares them with the record, which stays as it is
+  product.MassageExtension(&converted);
+  return converted;
+}
+
 UninstallPreview CKestExtensionManager::PreviewUninstall(const CKestProduct* product,
                                                          const CKestExtension* extension) const {
   UninstallPreview preview;
@@ -431,8 +449,9 @@ UninstallPreview CKestExtensionManager::PreviewUninstall(const CKestProduct* pro
   }
   m_state->placement.Forget();
   References references(*m_state, product, extension);
-  const FilePlacement::Resolver resolver(m_state->placement, product, extension);
-  for (const CKestExtensionFile& file : extension->GetFiles()) {
+  const CKestExtension converted = GetConverted(*product, *extension);
+  const FilePlacement::Resolver resolver(m_state->placement, product, &converted);
+  for (const CKestExtensionFile& file : converted.GetFiles()) {
     if (!extension->IsEnabled() || !IsPlaced(file)) {
       continue;
     }
@@ -446,7 +465,8 @@ UninstallPreview CKestExtensionManager::PreviewUninstall(const CKestProduct* pro
       continue;
     }
     const auto why = uninstall::WhyKept(file, path, references);
-    preview.files.push_back({path, why.has_value(), why.value_or(OperationReport::Why::kShared)});
+    preview.files.push_back({path, why.has_value(), why.value_or(OperationReport::Why::kShared),
+                             why ? uninstall::HolderOf(*why, path, references) : CString()});
   }
   preview.described.push_back(extension->GetPath());
   CKestPath package(extension->GetPath());
@@ -468,8 +488,9 @@ std::vector<CString> CKestExtensionManager::GetInstalledFiles(const CKestProduct
     return paths;
   }
   m_state->placement.Forget();
-  const FilePlacement::Resolver resolver(m_state->placement, product, extension);
-  for (const CKestExtensionFile& file : extension->GetFiles()) {
+  const CKestExtension converted = GetConverted(*product, *extension);
+  const FilePlacement::Resolver resolver(m_state->placement, product, &converted);
+  for (const CKestExtensionFile& file : converted.GetFiles()) {
     const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
     if (place.result == FilePlace::kResolved && !place.unsafe) {
       paths.push_back(place.destination.GetText());

@@ -31,8 +31,10 @@ struct Context {
   std::vector<CString> folders{};            ///< of the files that went, each once, in order
   std::unordered_set<CString> goneFolders{}; ///< those of them that went as a whole, in lower case
   int position = 0;
+  bool waiting = true; ///< the busy display is on
 
   void Advance();
+  void EndWait();
 };
 
 using Phase = bool (*)(Context&);

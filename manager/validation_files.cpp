@@ -27,7 +27,8 @@ CString WhyRefused(CString path) {
     const std::size_t end = std::min(text::FindBackslash(path, begin), path.size());
     const CString component = path.substr(begin, end - begin);
     const bool isToken = begin == 0 && component.starts_with('$');
-    const char* reason = component.empty() || isToken ? nullptr : CKestPath::JudgeComponent(component);
+    const bool isDropped = component == "." && end < path.size();
+    const char* reason = component.empty() || isToken || isDropped ? nullptr : CKestPath::JudgeComponent(component);
     if (reason != nullptr) {
       return "the name \"" + component + "\" " + reason;
     }

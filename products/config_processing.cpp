@@ -101,6 +101,7 @@ bool ConfigRun::Run(const CKestHelpChanges* set) {
     return true;
   }
   CKestOS::GetMachine().ClearLastError();
+  // as with a configuration file, a save that failed fails the operation: a success would be one that did not happen
   if (WaitUntilUpdatable() || file->Save(m_path.c_str()) != 0) {
     return Stop(HelpCode::kNotUpdatable);
   }
@@ -207,23 +208,22 @@ ConfigRun::Next ConfigRun::CopyFreshFile(const CString& relativePath, const CStr
     (void)Stop(ConfigCode::kFileMissing);
     return Next::kStop;
   };
-  const CString configuration = m_product.GetConfigurationFolderName();
-  const bool isShared = folder == m_sharedBinPath;
-  CString source;
+  if (!CreateMissingFolders(CKestPath(m_path).GetFolder())) {
+    return stop();
+  }
+  const auto copyFrom = [this](const CString& source) {
+    return AppendAndDo(m_steps, std::make_unique<CInstallCopyFile>(source, m_path, false, false)) == 0;
+  };
   bool fromShared = false;
-  if (!isShared) {
-    source = JoinPath({m_sharedBinPath, configuration, relativePath});
+  if (folder != m_sharedBinPath) {
+    const CString source = JoinPath({m_sharedBinPath, m_product.GetConfigurationFolderName(), relativePath});
     const Answer found = CKestOS::GetMachine().FileExists(source);
     if (found == Answer::kCannotTell) {
       return stop();
     }
-    fromShared = found == Answer::kYes;
+    fromShared = IsYes(found) && copyFrom(source);
   }
-  if (!fromShared) {
-    source = JoinPath({m_product.m_sharedConfigurationFolder.GetText(), relativePath});
-  }
-  if (!CreateMissingFolders(CKestPath(m_path).GetFolder()) ||
-      AppendAndDo(m_steps, std::make_unique<CInstallCopyFile>(source, m_path, false, false)) != 0 ||
+  if ((!fromShared && !copyFrom(JoinPath({m_product.m_sharedConfigurationFolder.GetText(), relativePath}))) ||
       AppendMakeWritable(m_steps, m_path) != 0) {
     return stop();
   }

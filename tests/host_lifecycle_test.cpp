@@ -41,7 +41,7 @@ TEST_F(Lifecycle, ASharedFileThatStaysIsNamedWithTheReason) {
   const ProcessResult asked = kest({"uninstall", "One"});
   EXPECT_EQ(asked.exit, 3);
   EXPECT_NE(asked.err.find("stays"), std::string::npos) << asked.err;
-  EXPECT_NE(asked.err.find("another extension uses it"), std::string::npos);
+  EXPECT_NE(asked.err.find("\"Two\" uses it, too"), std::string::npos);
   EXPECT_EQ(json({"uninstall", "One", "-y"}, 0)["kept"].size(), 1U);
   EXPECT_TRUE(json({"uninstall", "Two", "-y"}, 0)["kept"].empty());
 }
@@ -57,6 +57,13 @@ TEST_F(Lifecycle, EnablingBesideAnEqualOneChangesNothing) {
   EXPECT_EQ(result.exit, 0) << result.err;
   EXPECT_NE(result.err.find("enabled already"), std::string::npos) << result.err;
   EXPECT_EQ(difference(before, snapshot()), "");
+  equal.version = "2.0.0";
+  install(equal);
+  const MachineSnapshot newer = snapshot();
+  const ProcessResult inTheWay = kest({"enable", "one.kei"});
+  EXPECT_EQ(inTheWay.exit, 3) << inTheWay.err;
+  EXPECT_NE(inTheWay.err.find("kest disable \"One@2.0.0\""), std::string::npos) << inTheWay.err;
+  EXPECT_EQ(difference(newer, snapshot()), "");
 }
 
 TEST_F(Lifecycle, ImportCarriesOverWhatTheOtherProductSupports) {

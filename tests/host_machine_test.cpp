@@ -36,14 +36,17 @@ TEST_F(MachineCommands, TheNextLogOnReplacesWhatWaitsForIt) {
   makeMachine();
   EXPECT_EQ(json({"machine", "logon"}, 0)["replacements"], nlohmann::json::array());
   write("src/codec.dll", "new codec");
+  write("src/decoder.dll", "new decoder");
   Extension codec;
-  codec.more = "<files><file source=\"codec.dll\" destination=\"$system\" systemfile=\"true\" /></files>\r\n";
+  codec.more = "<files><file source=\"codec.dll\" destination=\"$system\" systemfile=\"true\" />"
+               "<file source=\"decoder.dll\" destination=\"$system/drivers\" systemfile=\"true\" /></files>\r\n";
   const auto result = json({"install", describe(codec), "-y", "--accept-agreement"}, 0);
   EXPECT_EQ(result["restart"], "machine") << result;
   EXPECT_FALSE(onMachine("windows/system32/codec.dll"));
   const auto logon = json({"machine", "logon"}, 0);
-  ASSERT_EQ(logon["replacements"].size(), 1U) << logon;
+  ASSERT_EQ(logon["replacements"].size(), 2U) << logon;
   EXPECT_EQ(read(m_folder / "pc/drive_c/windows/system32/codec.dll"), "new codec");
+  EXPECT_EQ(read(m_folder / "pc/drive_c/windows/system32/drivers/decoder.dll"), "new decoder");
   EXPECT_EQ(json({"machine", "logon"}, 0)["replacements"], nlohmann::json::array());
 }
 

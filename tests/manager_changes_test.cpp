@@ -152,6 +152,55 @@ INSTANTIATE_TEST_SUITE_P(Changes, EveryKindOfChange, ::testing::ValuesIn(kChange
 
 class ManagerChanges : public ChangesFixture {};
 
+TEST_F(ManagerChanges, TheHostIsCalledInOneOrder) {
+  const ExtensionBuilder built = package("Order")
+                                     .file("a.htm", kToCommands)
+                                     .file("b.htm", kToCommands, "b", "systemfile=\"true\"")
+                                     .file("c.htm", kToCommands)
+                                     .changesTheList();
+  const CString kep = pack(built);
+  CKestExtension* record = nullptr;
+  int flags = 0;
+  const auto install = [&] {
+    const CKestProduct* into = nova();
+    CKestExtension* replaced = nullptr;
+    record = manager().InstallExtension(&into, kep.c_str(), &replaced, false, true, true, flags, true, false, true);
+  };
+  const auto remove = [&] {
+    const int result = manager().UninstallExtension(nova(), record, true, false, true, true, true, flags, true);
+    delete (result == 0 ? record : nullptr);
+  };
+  const std::tuple<const char*, std::function<void()>, const char*> rows[] = {
+      {"a cancelled check pass",
+       [&] {
+         m_pc.Write(kCommands + "a.htm", "mine");
+         m_host.accept().answer(Message::kExistingEqual, kCancel);
+         install();
+         std::filesystem::remove(m_pc.HostPath(kCommands + "a.htm"));
+         m_pc.Reopen();
+       },
+       "progress 0 4016 wait ready 4083 end"},
+      {"an install",
+       [&] {
+         m_host.accept();
+         install();
+       },
+       "progress 0 4016 wait 6 wait ready ready end 4025 end"},
+      {"an uninstall of which one file is gone",
+       [&] {
+         std::filesystem::remove(m_pc.HostPath(kCommands + "c.htm"));
+         m_pc.Reopen();
+         remove();
+       },
+       "wait progress 4 ready wait ready end 4035 end"},
+  };
+  for (const auto& [claim, work, calls] : rows) {
+    m_host.clear();
+    work();
+    EXPECT_EQ(m_host.calls(), calls) << claim;
+  }
+}
+
 TEST_F(ManagerChanges, AFileOfTheExtensionsOwnIsMadeAndKeptWithoutItsToolbars) {
   const std::string path = kConfiguration + "Toolbars\\own.xml";
   CKestExtension* record = installed(package("One").changes(

@@ -217,6 +217,65 @@ INSTANTIATE_TEST_SUITE_P(Machine, Faults,
                                                                  : "AtStart";
                          });
 
+/// Its journal, or its registry, takes no more from the n-th time on.
+class FullMachine : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+  int left = 0;
+  bool isJournal = false;
+  bool hasRefused = false;
+
+protected:
+  bool Allow(const Call& call) override {
+    const std::string name = call.name;
+    const bool concerns = isJournal ? (name == "Write" || name == "Sync") && call.path != nullptr &&
+                                          call.path->find("\\journal-") != CString::npos
+                                    : name == "WriteRegistryString";
+    hasRefused = hasRefused || (concerns && --left <= 0);
+    return !concerns || left > 0;
+  }
+  MachineError Refusal(const Call&) override {
+    return {isJournal ? MachineError::Kind::kDiskFull : MachineError::Kind::kInUse, "/pc/registry/user.reg", "no more"};
+  }
+};
+
+using FullMachineTest = KestFixture;
+
+TEST_F(FullMachineTest, AnInstallThatEndsForItSaysSoInTheMachinesOwnPaths) {
+  const CString path = pack(package("Parts").file("a.htm", kToCommands).file("part.dll", "$system"));
+  for (const bool isJournal : {true, false}) {
+    bool namesAFile = false;
+    for (int n = 1; n < 30; ++n) {
+      FullMachine machine(m_pc.Get());
+      CKestOS::SetMachine(&machine);
+      start();
+      machine.isJournal = isJournal;
+      machine.left = n;
+      m_host.clear();
+      m_host.otherwise(kCancel);
+      CKestExtension* record = tryInstall(path);
+      SCOPED_TRACE((isJournal ? "journal " : "registry ") + std::to_string(n));
+      std::vector<ScriptedHost::Shown> told = m_host.questions();
+      told.insert(told.end(), m_host.notices().begin(), m_host.notices().end());
+      for (const ScriptedHost::Shown& shown : told) {
+        EXPECT_EQ(shown.text.find("/pc/"), std::string::npos) << shown.text;
+      }
+      EXPECT_NE(record == nullptr, told.empty()) << report().problems.at(0).reason;
+      namesAFile = namesAFile || (!told.empty() && told[0].text.find("C:\\") != std::string::npos);
+      m_manager.reset();
+      CKestOS::SetMachine(&m_pc.Get());
+      if (!machine.hasRefused) {
+        EXPECT_GT(n, 1);
+        break;
+      }
+    }
+    restart();
+    m_host.clear();
+    EXPECT_TRUE(namesAFile);
+    EXPECT_EQ(uninstall(find("Parts")), 0);
+  }
+}
+
 /// Lets somebody else act right before a folder is moved.
 class MachineWithANeighbour : public ForwardingMachine {
 public:

@@ -73,6 +73,7 @@ TEST_F(InstallTest, BadInputIsRefusedWithItsMessageAndChangesNothing) {
       {"no name", package("").descriptionNamed("x.kei"), 4032, Failure::kBadDescription},
       {"hidden way up", package("X").file("a.htm", "$up/x").token("name=\"up\" definition=\"C:\\a\\..\\b\""), 4066,
        Failure::kBadDescription},
+      {"a device's name", package("X").file("a.htm", "$tidemark/nul"), 0, Failure::kBadDescription},
       {"no description", package("X").changes("</broken>"), 4031, Failure::kBadDescription},
   };
   for (const auto& [claim, extension, message, failure] : rows) {
@@ -169,6 +170,7 @@ TEST_F(InstallTest, SystemFilesOfOnePackageWaitUnderNamesOfTheirOwn) {
   ASSERT_TRUE(CKestOS::EnumRegistryValues(RegistryRoot::kCurrentUser,
                                           "software\\microsoft\\windows\\currentversion\\runonce", values));
   ASSERT_EQ(values.size(), 3u) << "one for each, whatever its folder";
+  EXPECT_EQ(disable(find("Parts")), 0) << "what waits is packed from where it waits";
   for (const char* file : {"one.dll", "two.dll", "drivers\\three.dll"}) {
     EXPECT_TRUE(std::any_of(values.begin(), values.end(), [&](const RegistryValue& value) {
       return value.data.find(std::string("system32\\") + file) != CString::npos;

@@ -25,7 +25,7 @@ protected:
 TEST_F(PackagingTest, HoldsTheDescriptionFirstThenTheFilesBelowIt) {
   ASSERT_EQ(create(lay(package("Empty"))), 0);
   EXPECT_EQ(names(), std::vector<CString>{"empty.kei"});
-  const ExtensionBuilder two = package("Two").file("a.htm", "$tidemark").file("/sub//b.js", "$tidemark", "b");
+  const ExtensionBuilder two = package("Two").file("a.htm", "$tidemark").file("/./sub//b.js", "$tidemark", "b");
   ASSERT_EQ(create(lay(two), false, true), 0) << "an old package is replaced";
   EXPECT_EQ(names(), (std::vector<CString>{"two.kei", "a.htm", "sub\\b.js"}));
   EXPECT_EQ(report().created.size() + report().changed.size(), 1u);
@@ -44,6 +44,7 @@ TEST_F(PackagingTest, WhatCannotBePackedIsRefusedAndAnOldPackageStays) {
       {"missing items", package("X").author("").version("0.0").type(""), false, 4072, -1},
       {"a file without extension", package("X").file("readme", "$tidemark"), true, 4135, -1},
       {"a missing file", package("X").file("gone.htm", "$tidemark"), false, 4024, -1},
+      {"a device's name", package("X").file("a.htm", "$tidemark/aux"), false, 0, -1},
       {"a way up", package("X").file("../a.htm", "$tidemark"), false, 4172, -5},
   };
   m_pc.Write(kTarget, "an old package");

@@ -75,21 +75,32 @@ TEST_F(PlacementTest, AnExtensionsOwnTokensComeLastAndMayNotRunInCircles) {
 }
 
 TEST_F(PlacementTest, UnsafePlacesAreMarkedHoweverTheyHideTheWayUp) {
-  const std::tuple<const char*, const char*, const char*, bool> rows[] = {
-      {"a.htm", "$tidemark/x", "", false},    {"a.htm", "$tidemark:..:x", "", true},
-      {"..:a.htm", "$tidemark", "", true},    {"a.htm", "$up/x", "", true},
-      {"a", "$tidemark", "txt\\x", true},     {"a", "$tidemark", "t:x", true},
-      {"a.htm", "$tidemark/. ./x", "", true}, {"a.htm", "$relative", "", true},
+  const std::tuple<const char*, const char*, const char*, bool, const char*> rows[] = {
+      {"a.htm", "$tidemark/x", "", false, ""},
+      {"./b/././a.htm", "$tidemark/./x/.", "", false, ""},
+      {"a.htm", "$tidemark:..:x", "", true, ""},
+      {"..:a.htm", "$tidemark", "", true, ""},
+      {"a.htm", "$up/x", "", true, ""},
+      {"a", "$tidemark", "txt\\x", true, ""},
+      {"a", "$tidemark", "t:x", true, "its name \"a.t:x\" has a colon"},
+      {"a.htm", "$relative", "", true, ""},
+      {"a.htm", "$tidemark/. ./x", "", true, "its name \". .\" has a component that ends in a dot or a blank"},
+      {"b/a.htm.", "$tidemark", "", true, "its name \"a.htm.\" has a component that ends in a dot or a blank"},
+      {"a.htm", "$tidemark/nul.x", "", true, "its name \"nul.x\" is that of a device"},
   };
   const CKestExtension extension = withTokens({{"up", "C:\\a\\..\\b"}, {"relative", "somewhere"}});
   state().unpackFolder = "C:\\unpacked\\";
   const FilePlacement::Resolver resolver(state().placement, nova(), &extension);
-  for (const auto& [source, destination, winExtension, unsafe] : rows) {
+  for (const auto& [source, destination, winExtension, unsafe, why] : rows) {
     CKestExtensionFile file;
     file.SetSource(source);
     file.SetDestination(destination);
     file.SetWinExtension(winExtension);
-    EXPECT_EQ(resolver.Locate(file).unsafe, unsafe) << source << " to " << destination;
+    const FilePlace place = resolver.Locate(file);
+    EXPECT_EQ(place.unsafe, unsafe) << source << " to " << destination;
+    EXPECT_EQ(place.why, why);
+    EXPECT_TRUE(unsafe || place.destination.GetText() == kNova + std::string("x\\a.htm"))
+        << place.destination.GetText();
   }
 }
 

@@ -32,11 +32,27 @@ TEST_F(UninstallTest, SharedFontAndSystemFilesStayAndThePreviewSaysWhy) {
   for (const auto& entry : preview.files) {
     EXPECT_EQ(entry.stays, expected[entry.path].first) << entry.path;
     EXPECT_EQ(entry.why, expected[entry.path].second) << entry.path;
+    EXPECT_EQ(entry.holder, entry.stays && entry.why == Why::kShared ? "Two" : "");
     EXPECT_EQ(m_pc.Exists(entry.path), entry.stays) << entry.path;
   }
   EXPECT_EQ(report().kept.size(), 3u);
   EXPECT_EQ(uninstall(two), 0);
   EXPECT_FALSE(m_pc.Exists(kConfiguration + "Shared\\common.js")) << "nobody uses it any more";
+}
+
+TEST_F(UninstallTest, ThePreviewKnowsWhatTheProductConverts) {
+  CKestExtension* record =
+      installed(package("Old").product("Vantage", "4").file("a.htm", "$tidemark/Configuration/ServerBehaviors/ASP"));
+  start();
+  record = find("Old");
+  const UninstallPreview preview = manager().PreviewUninstall(nova(), record);
+  EXPECT_EQ(preview.files.size(), 3u);
+  EXPECT_EQ(manager().GetInstalledFiles(nova(), record).size(), 3u);
+  ASSERT_EQ(uninstall(record), 0);
+  for (const auto& entry : preview.files) {
+    EXPECT_FALSE(m_pc.Exists(entry.path)) << entry.path;
+  }
+  EXPECT_FALSE(m_pc.Exists(kConfiguration + "ServerBehaviors"));
 }
 
 TEST_F(UninstallTest, TransientFoldersGoWithTheFolderUnlessAnythingElseLiesThere) {

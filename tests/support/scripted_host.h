@@ -79,6 +79,8 @@ public:
     m_notices.clear();
     m_questions.clear();
     m_positions.clear();
+    m_calls.clear();
+    m_isPosition = false;
   }
 
   /// Whether the busy display is on, and how often it was shown.
@@ -88,6 +90,9 @@ public:
   /// Every position, in order, of the displays since the last clear.
   [[nodiscard]] const std::vector<int>& positions() const { return m_positions; }
   [[nodiscard]] int range() const { return m_range; }
+  /// What was called since the last clear, in order: "wait" and "ready", "progress" and "end", each position that is
+  /// the last before another call, and the number of each message.
+  [[nodiscard]] std::string calls() const { return m_calls; }
 
   int ShowMessage(const char* text, int style) override {
     const Shown shown = TakeAnnounced(text, style);
@@ -142,14 +147,27 @@ public:
     return chosen.has_value();
   }
   void BeginWait() override {
+    Called("wait");
     m_waiting = true;
     ++m_waits;
   }
-  void EndWait() override { m_waiting = false; }
-  void BeginProgress(const char*, const char*, int) override { m_progressOpen = true; }
+  void EndWait() override {
+    Called("ready");
+    m_waiting = false;
+  }
+  void BeginProgress(const char*, const char*, int) override {
+    Called("progress");
+    m_progressOpen = true;
+  }
   void SetProgressRange(int upper) override { m_range = upper; }
-  void SetProgressPosition(int position) override { m_positions.push_back(position); }
-  void EndProgress() override { m_progressOpen = false; }
+  void SetProgressPosition(int position) override {
+    m_positions.push_back(position);
+    m_isPosition = true;
+  }
+  void EndProgress() override {
+    Called("end");
+    m_progressOpen = false;
+  }
   void OnMessage(int number, const CString* arguments, int count) override {
     m_announced = Shown{number, {arguments, arguments + count}, {}, 0};
   }
@@ -161,8 +179,13 @@ private:
     std::function<void()> before;
   };
 
+  void Called(const std::string& what) {
+    m_calls += m_calls.empty() ? "" : " ";
+    m_calls += std::exchange(m_isPosition, false) ? std::to_string(m_positions.back()) + " " + what : what;
+  }
   Shown TakeAnnounced(const char* text, int style) {
     Shown shown = std::exchange(m_announced, Shown());
+    Called(std::to_string(shown.number));
     shown.text = text != nullptr ? text : "";
     shown.style = style;
     return shown;
@@ -177,6 +200,8 @@ private:
   std::vector<Shown> m_notices;
   std::vector<Shown> m_questions;
   std::vector<int> m_positions;
+  std::string m_calls;
+  bool m_isPosition = false; ///< the last call, which is not among the calls yet
   int m_range = 0;
   int m_waits = 0;
   bool m_waiting = false;
