@@ -87,6 +87,10 @@ constexpr FlagSpec kTrashEmptyFlags[] = {
     {"--older-than", 0, "DAYS", nullptr, &Options::olderThan, "only what is older"},
     {"--keep-size", 0, "MB", nullptr, &Options::keepSize, "the oldest, until no more than so much is kept"},
 };
+constexpr FlagSpec kRecoverFlags[] = {
+    {"--trust-machine", 0, nullptr, nullptr, &Options::trustMachine,
+     "also on a machine in which you never changed anything; shows first what it does"},
+};
 
 #define FLAGS(table) table, std::size(table)
 #define NO_FLAGS nullptr, 0
@@ -142,8 +146,8 @@ constexpr CommandSpec kCommands[] = {
      "What is older than 30 days or beyond 1 GB goes with the next operation.", "trash", RunTrash},
     {"trash empty", "", 0, 0, Completes::kNothing, FLAGS(kTrashEmptyFlags), "remove what the trash keeps",
      "Without flags all of it. For example: kest trash empty --older-than 7", "trash", RunTrashEmpty},
-    {"recover", "", 0, 0, Completes::kNothing, NO_FLAGS, "take back what an interrupted operation left", "", "recover",
-     RunRecover},
+    {"recover", "", 0, 0, Completes::kNothing, FLAGS(kRecoverFlags), "take back what an interrupted operation left",
+     "Only what your own operations can have left is taken back; all else is named and left.", "recover", RunRecover},
     {"help", "[COMMAND]", 0, 2, Completes::kCommands, NO_FLAGS, "show help", "", "help", RunHelp},
     {"completion", "bash|zsh|fish", 1, 1, Completes::kShells, NO_FLAGS, "print a completion script for a shell",
      "For bash: source <(kest completion bash)", "completion", RunCompletion},

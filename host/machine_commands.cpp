@@ -184,6 +184,7 @@ int RunMachineNew(Session& session) {
   if (!session.OpenMachineAt(machine.folder, exit)) {
     return exit;
   }
+  session.GetMachine().NoteOwn({});
   session.document = MachineJson(session);
   const std::size_t count = options.products.empty() ? GetSampleProducts().size() : options.products.size();
   session.terminal.Notice(

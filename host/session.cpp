@@ -121,6 +121,7 @@ bool Session::OpenMachine(int& exit) {
                             0});
       return false;
     }
+    MachineFolder(folder).NoteOwn({});
     terminal.Notice("Made your own sample machine at " + Short(folder) + ", with all sample products.");
   }
   return OpenMachineAt(folder, exit);
@@ -169,15 +170,24 @@ void Session::StartEngine() {
     m_manager->SetFileWait(std::min<std::int64_t>(10000, std::int64_t{options.wait} * 1000));
   }
   m_manager->Init();
-  for (const RecoveryReport::Entry& entry : m_manager->GetRecoveryReport().entries) {
-    if (command && std::string_view(command->name) == "recover") {
-      break;
+  if (command == nullptr || std::string_view(command->name) != "recover") {
+    TellOfRecovery(m_manager->GetRecoveryReport());
+  }
+}
+
+void Session::TellOfRecovery(const RecoveryReport& report) {
+  for (const RecoveryReport::Entry& entry : report.entries) {
+    std::string told = fmt::format("an operation had been interrupted ({}); ", Shown(entry.operation));
+    if (!entry.refused.empty()) {
+      told = fmt::format("{} was left alone, since {}", Shown(entry.leftovers.front().path), Shown(entry.refused));
+    } else if (report.isForeign) {
+      told += "nothing was taken back, since you never changed anything in this machine before, see: kest recover";
+    } else {
+      told += !entry.leftovers.empty() ? "taking it back is incomplete, see: kest recover"
+              : entry.finished         ? "its clean-up was completed"
+                                       : "it was taken back";
     }
-    terminal.Say(terminal.Paint(Style::kWarning, "notice:") +
-                 fmt::format(" an operation had been interrupted ({}); {}", Shown(entry.operation),
-                             !entry.leftovers.empty() ? "taking it back is incomplete, see: kest recover"
-                             : entry.finished         ? "its clean-up was completed"
-                                                      : "it was taken back"));
+    terminal.Say(terminal.Paint(Style::kWarning, "notice:") + " " + told);
   }
 }
 

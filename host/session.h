@@ -70,6 +70,8 @@ public:
   [[nodiscard]] std::string MissingDrive(const std::string& windowsPath);
 
 private:
+  void TellOfRecovery(const RecoveryReport& report);
+
   std::unique_ptr<MachineFolder> m_machine;
   std::unique_ptr<ConsoleUi> m_ui;
   std::unique_ptr<CKestExtensionManager> m_manager;

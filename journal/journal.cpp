@@ -50,7 +50,10 @@ struct CKestInstallJournal::State {
   bool SyncTouched(std::size_t mark, const CString& record);
   void WriteRecord(std::size_t mark, CString& path);
 
+  void NoteStrays(const std::vector<std::pair<Entry*, StepRecord>>& records) const;
+
   CKestInstallJournal& steps;
+  const Reach* reach = nullptr;
   std::unordered_map<const CKestExtensionInstallStep*, Entry> entries;
   std::vector<Pass> passes;
   std::vector<Leftover> leftovers;
@@ -95,11 +98,31 @@ bool CKestInstallJournal::State::WriteLines(const std::vector<CKestExtensionInst
   if (file == nullptr) {
     return false;
   }
+  NoteStrays(records);
   const long first = file->GetNextNumber();
   for (auto& [entry, record] : records) {
     entry->number = file->AddStep(record, first);
   }
   return file->WriteAndSync({needed.begin(), needed.end()}) && !file->IsBroken();
+}
+
+// Without the note the next start would not believe the lines.
+void CKestInstallJournal::State::NoteStrays(const std::vector<std::pair<Entry*, StepRecord>>& records) const {
+  if (reach == nullptr) {
+    return;
+  }
+  std::vector<CString> folders;
+  for (const auto& [entry, record] : records) {
+    for (const CString& path : RecordJudge({}).FindStrays(record, *reach)) {
+      if (!private_folders::Holds(path)) {
+        CString folder = WithoutBackslash(CKestPath(path).GetFolder());
+        folders.push_back(text::FindBackslash(folder) == CString::npos ? path : folder); // never a drive as a whole
+      }
+    }
+  }
+  if (!folders.empty()) {
+    CKestOS::GetMachine().NoteOwn(folders);
+  }
 }
 
 // Prepares the planned steps from the next one on, as far as each is about a path of its own: a second step about one
@@ -278,6 +301,8 @@ void CKestInstallJournal::EndPass() {
 const std::vector<CKestInstallJournal::Leftover>& CKestInstallJournal::GetLeftovers() const {
   return m_state->leftovers;
 }
+
+void CKestInstallJournal::SetReach(const Reach* reach) { m_state->reach = reach; }
 
 void CKestInstallJournal::SetDurable(bool durable) { s_durable = durable; }
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "journal/install_step.h"
+#include "journal/record_judge.h"
 #include "platform/machine/machine.h"
 
+#include <functional>
 #include <memory>
 
 namespace kest {
@@ -43,6 +45,10 @@ public:
     CString backup; ///< where its old state is kept; empty when there is none
   };
   [[nodiscard]] const std::vector<Leftover>& GetLeftovers() const; ///< what could not be taken back; borrowed
+
+  /// The places that operations change as a rule; borrowed. The user's own list gets the folder of a step elsewhere
+  /// before the step is done. Null: none is noted.
+  void SetReach(const Reach* reach);
 
   /// Turns the journal file off (the bench compares); steps still undo in memory.
   static void SetDurable(bool durable);
@@ -111,12 +117,26 @@ struct RecoveryReport {
     bool finished = false; ///< it had been done: only its clean-up was completed
     std::vector<CString> restored;                        ///< what was changed back
     std::vector<CKestInstallJournal::Leftover> leftovers; ///< not empty: undo is incomplete, everything needed is kept
+    CString refused; ///< why nothing of it was run and all of it was left; empty when it was run
   };
   std::vector<Entry> entries; ///< in the order in which they were met
+  /// The user never changed anything in this machine, so that nothing was done: what is said to be restored is what
+  /// would be.
+  bool isForeign = false;
+};
+
+/// How to recover.
+struct RecoveryOptions {
+  std::function<Reach()> findReach{}; ///< asked once something is to be undone; none: all of the machine's own drives
+  bool trustMachine = false; ///< the user says that the machine is to be relied on, and has seen what would be done
 };
 
 /// Undoes what dead processes left, newest first. Does nothing while another process holds the writer lock, or while an
 /// operation of this process is open. May be interrupted and run again.
-KEST_API RecoveryReport RecoverInterruptedOperations();
+///
+/// Only what this user's operations can have left is believed: folders that are the user's alone, on a machine that the
+/// user changed before, whose every step is about a place that an operation reaches (RecordJudge). Any other journal is
+/// left as it is and named.
+KEST_API RecoveryReport RecoverInterruptedOperations(const RecoveryOptions& options = {});
 
 } // namespace kest

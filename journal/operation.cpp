@@ -28,6 +28,7 @@ void Operation::Begin(const CString& name, bool recorded) {
 JournalFile* Operation::GetFile() {
   if (!m_file.IsOpen()) {
     CString folder;
+    CKestOS::GetMachine().NoteOwn({});
     if (!IsRecorded() || !private_folders::GetOwn(folder) ||
         !m_file.Create(folder + private_folders::NextName(private_folders::kJournalPrefix), m_name)) {
       return nullptr;

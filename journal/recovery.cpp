@@ -11,6 +11,8 @@
 #include "platform/text/path.h"
 
 #include <algorithm>
+#include <iterator>
+#include <optional>
 #include <tuple>
 
 namespace kest {
@@ -54,7 +56,8 @@ OwnedStep MakeStep(std::string_view text, const RecordJudge& judge) {
 struct DeadFolder {
   CString path; ///< without trailing backslash
   CString leaf;
-  bool needed = false; ///< something in it is still to be undone
+  bool isMarked = false; ///< it bears the mark of those that this program made
+  bool needed = false;   ///< something in it is still to be undone
   bool trashDeleted = false;
   CString label;
   std::vector<CString> elsewhere; ///< its folders on other volumes
@@ -70,6 +73,9 @@ struct DeadJournal {
 
 class Recovery {
 public:
+  explicit Recovery(const RecoveryOptions& options)
+      : m_options(options), m_mayChange(options.trustMachine || CKestOS::GetMachine().IsOwn()) {}
+
   RecoveryReport Run() {
     CString root;
     if (!CKestOS::GetMachine().GetTempRoot(root)) {
@@ -83,6 +89,10 @@ public:
     for (const DeadJournal& journal : m_journals) {
       Judge(journal);
     }
+    if (m_options.trustMachine) {
+      CKestOS::GetMachine().NoteOwn({});
+    }
+    m_report.isForeign = !m_mayChange && !m_report.entries.empty();
     for (const DeadFolder& folder : m_folders) {
       CleanUp(folder);
     }
@@ -103,28 +113,64 @@ private:
         DeadFolder folder;
         folder.path = WithBackslash(root) + entry.name;
         folder.leaf = entry.name;
-        CollectJournals(folder);
-        m_folders.push_back(std::move(folder));
+        CollectFolder(std::move(folder));
       }
     }
   }
 
-  void CollectJournals(DeadFolder& folder) {
+  // Whoever may write to the temporary folder can put something there under such a name.
+  void CollectFolder(DeadFolder folder) {
+    const PrivateFolder kind = CKestOS::GetMachine().LookAtPrivateFolder(folder.path);
+    if (kind == PrivateFolder::kNo) {
+      std::vector<FolderEntry> entries;
+      const Answer inside = CKestOS::GetMachine().ListFolder(folder.GetOwn(), entries);
+      if (std::any_of(entries.begin(), entries.end(), IsJournal)) {
+        Refuse(folder.GetOwn(), {}, "it is not yours alone, so that anybody could have put it there");
+      } else if (inside == Answer::kCannotTell) {
+        Refuse(folder.path, {}, "it is somebody else's");
+      }
+      return;
+    }
+    folder.isMarked = kind == PrivateFolder::kYes;
+    std::vector<DeadJournal> journals = CollectJournals(folder);
+    // of a folder that does not say so only a journal tells that it is one of ours
+    const bool isOurs = std::any_of(journals.begin(), journals.end(), [](const DeadJournal& journal) {
+      return journal.content.status != JournalContent::Status::kEmpty;
+    });
+    if (folder.isMarked || folder.needed || isOurs) {
+      std::move(journals.begin(), journals.end(), std::back_inserter(m_journals));
+      m_folders.push_back(std::move(folder));
+    }
+  }
+
+  std::vector<DeadJournal> CollectJournals(DeadFolder& folder) {
     std::vector<FolderEntry> entries;
-    if (!IsYes(CKestOS::GetMachine().ListFolder(folder.GetOwn(), entries))) {
+    std::vector<DeadJournal> journals;
+    if (const Answer listed = CKestOS::GetMachine().ListFolder(folder.GetOwn(), entries); listed != Answer::kYes) {
       // without a subfolder of its own it is what a process left that died while it unpacked something
       if (ProbeFolder(folder.GetOwn()) != Presence::kAbsent) {
         folder.needed = true;
         ReportUnread(folder.GetOwn(), folder.path);
       }
-      return;
+      return journals;
     }
     for (const FolderEntry& entry : entries) {
-      if (!entry.isFolder && !entry.isLink && entry.name.starts_with(private_folders::kJournalPrefix)) {
+      if (IsJournal(entry)) {
         const CString path = folder.GetOwn() + '\\' + entry.name;
-        m_journals.push_back({path, ReadJournal(path), m_folders.size()});
+        journals.push_back({path, ReadJournal(path), m_folders.size()});
       }
     }
+    return journals;
+  }
+
+  static bool IsJournal(const FolderEntry& entry) {
+    return !entry.isFolder && !entry.isLink && entry.name.starts_with(private_folders::kJournalPrefix);
+  }
+
+  void Refuse(const CString& path, const CString& kept, const CString& why, const CString& operation = {}) {
+    ReportUnread(path, kept);
+    m_report.entries.back().operation = operation;
+    m_report.entries.back().refused = why;
   }
 
   void ReportUnread(const CString& path, const CString& kept) {
@@ -147,13 +193,30 @@ private:
       break;
     }
     RecordJudge judge({folder.path + '\\'});
-    CollectElsewhere(journal, folder, judge);
+    if (const CString other = CollectElsewhere(journal, folder, judge); !other.empty()) {
+      folder.needed = true;
+      Refuse(journal.path, folder.path, other + " is not yours alone", journal.content.operation);
+      return;
+    }
     if (journal.content.rolledBack) {
+      folder.needed = folder.needed || !m_mayChange;
       return;
     }
     RecoveryReport::Entry entry;
     entry.operation = journal.content.operation;
     entry.finished = journal.content.done;
+    const CString stray = journal.content.done ? CString() : FindStray(journal, judge, entry);
+    if (!stray.empty()) {
+      folder.needed = true;
+      Refuse(journal.path, folder.path, "it is about " + stray + ", which no operation changes", entry.operation);
+      return;
+    }
+    if (!m_mayChange) {
+      folder.needed = true;
+      m_report.entries.push_back(std::move(entry));
+      return;
+    }
+    entry.restored.clear();
     if (journal.content.done) {
       folder.trashDeleted = true;
       folder.label = journal.content.operation;
@@ -164,14 +227,46 @@ private:
     m_report.entries.push_back(std::move(entry));
   }
 
-  // Only a folder that bears the name of the process's own is one that it made.
-  static void CollectElsewhere(const DeadJournal& journal, DeadFolder& folder, RecordJudge& judge) {
-    for (const CString& path : journal.content.folders) {
-      if (RecordJudge::IsPlain(path) && CKestPath(path).GetFileName() == folder.leaf) {
-        folder.elsewhere.push_back(path);
-        judge.AddFolder(path + '\\');
+  // Looks at all before anything is run. What the steps are about goes into the entry.
+  CString FindStray(const DeadJournal& journal, const RecordJudge& judge, RecoveryReport::Entry& entry) {
+    for (auto line = journal.content.steps.rbegin(); line != journal.content.steps.rend(); ++line) {
+      StepRecord record;
+      if (journal.content.closed.contains(line->first) || !StepRecord::FromText(line->second, record)) {
+        continue;
+      }
+      const std::vector<CString> strays = judge.FindStrays(record, GetReach());
+      if (!strays.empty()) {
+        return strays.front();
+      }
+      if (const OwnedStep step = MakeStep(line->second, judge)) {
+        entry.restored.push_back(step->GetTarget());
       }
     }
+    return {};
+  }
+
+  const Reach& GetReach() {
+    if (!m_reach) {
+      m_reach = m_options.findReach ? m_options.findReach() : Reach();
+    }
+    return *m_reach;
+  }
+
+  // Only a folder that bears the name of the process's own, and is the user's alone, is one that it made. Answers with
+  // one that is not.
+  static CString CollectElsewhere(const DeadJournal& journal, DeadFolder& folder, RecordJudge& judge) {
+    for (const CString& path : journal.content.folders) {
+      if (!RecordJudge::IsPlain(path) || CKestPath(path).GetFileName() != folder.leaf) {
+        continue;
+      }
+      const bool isThere = ProbeFolder(path) != Presence::kAbsent;
+      if (isThere && CKestOS::GetMachine().LookAtPrivateFolder(path) == PrivateFolder::kNo) {
+        return path;
+      }
+      folder.elsewhere.push_back(path);
+      judge.AddFolder(path + '\\');
+    }
+    return {};
   }
 
   static void Undo(const DeadJournal& journal, const RecordJudge& judge, RecoveryReport::Entry& entry) {
@@ -238,6 +333,9 @@ private:
     }
   }
 
+  const RecoveryOptions& m_options;
+  bool m_mayChange;
+  std::optional<Reach> m_reach;
   RecoveryReport m_report;
   std::vector<DeadFolder> m_folders;
   std::vector<DeadJournal> m_journals;
@@ -245,7 +343,7 @@ private:
 
 } // namespace
 
-RecoveryReport RecoverInterruptedOperations() {
+RecoveryReport RecoverInterruptedOperations(const RecoveryOptions& options) {
   Machine& machine = CKestOS::GetMachine();
   if (private_folders::IsOperationOpen() || private_folders::IsHeld() || !machine.LockWriter(0).held) {
     return {};
@@ -254,7 +352,7 @@ RecoveryReport RecoverInterruptedOperations() {
   // this one, which has nothing open
   CKestOS::RemoveTempFolder();
   machine.ForgetFolders();
-  RecoveryReport report = Recovery().Run();
+  RecoveryReport report = Recovery(options).Run();
   machine.UnlockWriter();
   return report;
 }

@@ -34,7 +34,7 @@ bool Take(const StepRecord& line, Record& record, std::size_t& counted) {
     const CString count = line.Get("lines");
     return std::from_chars(count.data(), count.data() + count.size(), counted).ec == std::errc();
   }
-  if (!RecordJudge::IsPlain(path)) {
+  if (!RecordJudge::IsTarget(path, Reach())) {
     return false;
   }
   if (line.GetKind() == "file") {
@@ -60,7 +60,7 @@ bool GetPath(const CString& description, CString& path) {
   const CString key = text::Lower(description);
   Sha256 hash;
   hash.Add(key.data(), key.size());
-  path += "installed\\" + hash.Finish().substr(0, kNameDigits) + ".record";
+  path += CString(kFolder) + '\\' + hash.Finish().substr(0, kNameDigits) + ".record";
   return true;
 }
 

@@ -11,6 +11,8 @@ namespace kest {
 /// description. Lines are sealed; a record that is damaged is as good as none.
 namespace installed_record {
 
+inline constexpr const char* kFolder = "installed"; ///< in the folder of the history
+
 /// A line that the install put into a configuration file. Lines without blanks at their ends.
 struct Line {
   CString path;   ///< of the file

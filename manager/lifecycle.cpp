@@ -1,5 +1,6 @@
 #include "description/extension.h"
 #include "manager/manager_state.h"
+#include "manager/reach.h"
 #include "platform/machine/os.h"
 #include "products/product_table.h"
 
@@ -39,7 +40,7 @@ void CKestExtensionManager::SetUI(CKestExtensionManagerUI* ui) { m_state->ui = u
 CKestExtensionManagerUI* CKestExtensionManager::GetUI() const { return m_state->ui; }
 
 int CKestExtensionManager::Init() {
-  m_state->recovery = RecoverInterruptedOperations();
+  m_state->recovery = RecoverInterruptedOperations({.findReach = FindReachOfMachine});
   CKestOS::GetMachine().ForgetUnanswered();
   CKestOS::InitMultiUserMembers();
   m_state->catalogue.Clear(); // keyed by the products that go now
@@ -54,6 +55,7 @@ int CKestExtensionManager::Init() {
       (void)CKestOS::CreateDirectory(m_state->GetDisabledFolder(*product), true);
     }
   }
+  m_state->reach = FindReach(m_state->products);
   Machine& machine = CKestOS::GetMachine();
   MachineError noFolder;
   const auto addKeyword = [&](const char* keyword, bool (*getFolder)(CString&)) {
@@ -89,6 +91,11 @@ int CKestExtensionManager::Load() {
   }
   m_state->unreadCatalogue = CKestOS::GetMachine().GetUnanswered();
   return 0;
+}
+
+const RecoveryReport& CKestExtensionManager::RecoverTrusting() {
+  m_state->recovery = RecoverInterruptedOperations({.findReach = FindReachOfMachine, .trustMachine = true});
+  return m_state->recovery;
 }
 
 const RecoveryReport& CKestExtensionManager::GetRecoveryReport() const { return m_state->recovery; }

@@ -22,7 +22,9 @@ OperationReport::Failure FailureOf(const MachineError& error) {
   }
 }
 
-State::State(CKestExtensionManager& manager, CKestExtensionManagerUI* host) : owner(manager), ui(host) {}
+State::State(CKestExtensionManager& manager, CKestExtensionManagerUI* host) : owner(manager), ui(host) {
+  journal.SetReach(&reach);
+}
 
 State::~State() = default;
 

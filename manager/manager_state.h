@@ -34,6 +34,7 @@ struct CKestExtensionManager::State {
   CKestTokenMap folderKeywords;
   FilePlacement placement{products, folderKeywords, unpackFolder};
   CKestInstallJournal journal;
+  Reach reach; ///< of the products served
 
   RecoveryReport recovery;
   MachineError unread;          ///< what kept us from seeing all products when we started; kNone as a rule

@@ -67,6 +67,19 @@ bool IsAsLeft(UndoContext& context, const OperationEffect& effect) {
   return true;
 }
 
+/// The record of an operation may have been put there by somebody.
+bool IsWithinReach(UndoContext& context, const OperationEffect& effect) {
+  const Reach& reach = context.state.reach;
+  const bool isKeptHere = effect.kept.empty() || RecordJudge::IsTarget(effect.kept, reach) ||
+                          text::StartsWithNoCase(effect.kept, WithBackslash(context.entry.kept));
+  const bool isOnTheWay = effect.isFolder && reach.LiesIn(effect.path) && RecordJudge::IsPlain(effect.path);
+  if ((isOnTheWay || RecordJudge::IsTarget(effect.path, reach)) && isKeptHere &&
+      (effect.package.empty() || RecordJudge::IsTarget(effect.package, reach))) {
+    return true;
+  }
+  return context.Refuse(effect.path, "the record names a place that no operation of yours has changed");
+}
+
 bool IsKept(UndoContext& context, const OperationEffect& effect) {
   if (!effect.package.empty()) {
     return true; // a file that the operation made, and so was looked at
@@ -84,7 +97,7 @@ bool IsKept(UndoContext& context, const OperationEffect& effect) {
 
 bool CheckEffects(UndoContext& context) {
   for (const OperationEffect& effect : context.effects) {
-    if (context.state.IsCancelled()) {
+    if (context.state.IsCancelled() || !IsWithinReach(context, effect)) {
       return false;
     }
     if (effect.isFolder) {

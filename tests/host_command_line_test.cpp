@@ -51,7 +51,7 @@ TEST(CommandTable, HoldsTheCommandsThatWereGivenOutAndNoOthers) {
       {"undo", "[N]", ""},
       {"trash", "", ""},
       {"trash empty", "", "--older-than DAYS --keep-size MB"},
-      {"recover", "", ""},
+      {"recover", "", "--trust-machine"},
       {"help", "[COMMAND]", ""},
       {"completion", "bash|zsh|fish", ""},
   };

@@ -279,6 +279,7 @@ TEST(JournalFile, AFirstWriteThatLostItsBeginningNeverBegan) {
 TEST(JournalRecovery, WhatAKilledUnpackLeftIsRemovedAndAPackageCannotPlantAJournal) {
   TempMachine pc;
   pc.Write("C:\\app\\kept.txt", "kept");
+  ASSERT_TRUE(pc.Get().CreatePrivateDirectory("C:\\windows\\temp\\kest-17-abc"));
   pc.Write("C:\\windows\\temp\\kest-17-abc\\sub\\unpacked.txt", "x");
   pc.Write("C:\\windows\\temp\\kest-17-abc\\journal-1.tmp",
            sealed_line::Seal("kest-journal\t1\t1\t5\tplanted") +

@@ -128,6 +128,13 @@ WriterLock ForwardingMachine::LockWriter(std::int64_t milliseconds) {
 }
 void ForwardingMachine::UnlockWriter() { m_next.UnlockWriter(); }
 void ForwardingMachine::ForgetFolders() { m_next.ForgetFolders(); }
+PrivateFolder ForwardingMachine::LookAtPrivateFolder(const CString& path) {
+  return Ask({"LookAtPrivateFolder", false, &path}) ? m_next.LookAtPrivateFolder(path) : PrivateFolder::kNo;
+}
+bool ForwardingMachine::HoldsDriveOf(const CString& path) { return m_next.HoldsDriveOf(path); }
+bool ForwardingMachine::IsOwn() { return m_next.IsOwn(); }
+void ForwardingMachine::NoteOwn(const std::vector<CString>& places) { m_next.NoteOwn(places); }
+bool ForwardingMachine::IsNotedPlace(const CString& path) { return m_next.IsNotedPlace(path); }
 
 // ---- what cannot fail
 // -------------------------------------------------------------------------------------------------

@@ -72,6 +72,13 @@ struct MachineError {
   CString reason;          ///< one plain sentence part, e.g. "no space left on device"
 };
 
+/// What a folder is that looks like a private one of this program.
+enum class PrivateFolder {
+  kNo,       ///< no folder, somebody else's, or open to others
+  kUnmarked, ///< the user's alone, without the mark: made by hand, or by an earlier version
+  kYes,      ///< and with the mark that CreatePrivateDirectory gives
+};
+
 /// How a caller got, or did not get, the right to change the machine.
 struct WriterLock {
   bool held = false; ///< whether the caller has it
@@ -138,7 +145,8 @@ public:
   [[nodiscard]] virtual Answer DirectoryExists(const CString& path) = 0;
   /// Makes missing parents; true for an existing folder; false when a file has the name.
   [[nodiscard]] virtual bool CreateDirectory(const CString& path) = 0;
-  /// A new folder that only the current user may enter (0700); false when the name is taken.
+  /// A new folder that only the current user may enter (0700), marked as one of this program's; false when the name is
+  /// taken.
   [[nodiscard]] virtual bool CreatePrivateDirectory(const CString& path) = 0;
   /// An empty folder alone.
   [[nodiscard]] virtual bool RemoveDirectory(const CString& path) = 0;
@@ -171,6 +179,30 @@ public:
   virtual void UnlockWriter() = 0; ///< gives one LockWriter back; harmless without one
   /// Forgets what was learned of folders; called where an operation begins.
   virtual void ForgetFolders() = 0;
+
+  // ---- whose it is
+  // ---------------------------------------------------------------------------------------------------------------
+  /// Whether a folder is one that CreatePrivateDirectory made for the current user. Asked of the open folder.
+  [[nodiscard]] virtual PrivateFolder LookAtPrivateFolder(const CString& path) {
+    return IsYes(DirectoryExists(path)) ? PrivateFolder::kYes : PrivateFolder::kNo;
+  }
+  /// Whether the drive of the path lies in the machine itself; no for one that leads elsewhere, and for a folder that
+  /// a user opened.
+  [[nodiscard]] virtual bool HoldsDriveOf(const CString& path) {
+    static_cast<void>(path);
+    return true;
+  }
+  /// Whether the current user changed something in this machine before, or it is the user's own PC: only then is what
+  /// an interrupted operation left in it believed without asking.
+  [[nodiscard]] virtual bool IsOwn() { return true; }
+  /// The current user is about to change something in this machine, also in `places` (folders) outside of those that
+  /// operations usually change. Kept where the machine itself cannot reach it.
+  virtual void NoteOwn(const std::vector<CString>& places) { static_cast<void>(places); }
+  /// Whether the path is one of those places, or lies below one.
+  [[nodiscard]] virtual bool IsNotedPlace(const CString& path) {
+    static_cast<void>(path);
+    return true;
+  }
 
   // ---- known places -------------------------------------------------------------------------------------------------
   /// Without trailing backslash; false when the machine has none.

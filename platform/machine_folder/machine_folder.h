@@ -91,6 +91,11 @@ public:
   WriterLock LockWriter(std::int64_t milliseconds) override;
   void UnlockWriter() override;
   void ForgetFolders() override;
+  [[nodiscard]] PrivateFolder LookAtPrivateFolder(const CString& path) override;
+  [[nodiscard]] bool HoldsDriveOf(const CString& path) override;
+  [[nodiscard]] bool IsOwn() override;
+  void NoteOwn(const std::vector<CString>& places) override;
+  [[nodiscard]] bool IsNotedPlace(const CString& path) override;
   [[nodiscard]] bool GetSystemFolder(CString& path) override;
   [[nodiscard]] bool GetFontsFolder(CString& path) override;
   [[nodiscard]] bool GetTempRoot(CString& path) override;

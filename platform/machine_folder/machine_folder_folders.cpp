@@ -156,7 +156,7 @@ bool MachineFolder::CreatePrivateDirectory(const CString& path) {
     return m_state->Fail(EEXIST, path);
   }
   m_state->GetFolders().BeginChange(entry.folder);
-  if (mkdirat(entry.folder.Get(), entry.name.c_str(), 0700) != 0) {
+  if (mkdirat(entry.folder.Get(), entry.name.c_str(), kPrivateMode) != 0) {
     return m_state->Fail(errno, path);
   }
   m_state->GetFolders().Added(entry.folder, entry.name);

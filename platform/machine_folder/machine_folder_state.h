@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/machine_folder/host_file.h"
+#include "platform/machine_folder/known_machines.h"
 #include "platform/machine_folder/machine_folder.h"
 #include "platform/machine_folder/machine_ini.h"
 #include "platform/machine_folder/registry_file.h"
@@ -9,6 +10,10 @@
 #include <optional>
 
 namespace kest {
+
+/// Of a folder of CreatePrivateDirectory. The last bit does nothing in a folder that nobody else may enter, and no
+/// other program sets it there: so from its first moment on the folder tells whose it is.
+inline constexpr mode_t kPrivateMode = 01700;
 
 /// The entry that a path names: its folder is there, the entry itself may be missing.
 struct FoundEntry {
@@ -75,6 +80,9 @@ public:
   [[nodiscard]] bool IsTrashUsable();
   [[nodiscard]] bool MoveToTrash(const FoundEntry& entry, const CString& label);
 
+  // ---- whose it is
+  [[nodiscard]] KnownMachines& GetKnown();
+
   // ---- durability
   [[nodiscard]] bool SyncVolumes(const std::vector<CString>& paths);
 
@@ -132,6 +140,7 @@ private:
   std::int64_t m_programsOf = 0;   ///< the moment in which the programs were read
   std::vector<CString> m_programs; ///< folded
   std::vector<std::unique_ptr<FolderMount>> m_mounts;
+  std::optional<KnownMachines> m_known;
   HostDescriptor m_trash;
   HostIdentity m_trashIdentity;
   MachineIni m_ini;

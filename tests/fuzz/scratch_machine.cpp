@@ -22,6 +22,7 @@ fs::path MakeScratch() {
   Require(mkdtemp(name.data()) != nullptr, "there is a scratch folder");
   // a finding ends this process at once, so another one waits for its end
   const std::string clean = "trap '' INT HUP TERM; cat > /dev/null; rm -rf '" + name + "'";
+  setenv("XDG_DATA_HOME", (name + "/data").c_str(), 1);
   Require(popen(clean.c_str(), "we") != nullptr, "the scratch folder goes with the process");
   return name;
 }
@@ -46,6 +47,7 @@ ScratchMachine::ScratchMachine() {
   fs::create_directories(Scratch() / "pc/dosdevices/d:");
   m_machine.emplace((Scratch() / "pc").string());
   CKestOS::SetMachine(&*m_machine);
+  m_machine->NoteOwn({}); // else nothing in it is followed
 }
 
 ScratchMachine::~ScratchMachine() { CKestOS::SetMachine(nullptr); }

@@ -86,7 +86,9 @@ std::string PcState::differenceOutsidePrivate(const PcState& later) const {
   return difference(kept);
 }
 
-PcUnderTest::PcUnderTest() : m_scratch(makeScratch()) {}
+PcUnderTest::PcUnderTest() : m_scratch(makeScratch()) {
+  setenv("XDG_DATA_HOME", (m_scratch / "data").c_str(), 1); // that of the programs that are run on it, too
+}
 
 PcUnderTest::~PcUnderTest() {
   std::error_code error;
@@ -100,6 +102,7 @@ void PcUnderTest::makeSample() const {
   sample.products = {"Tidemark Nova", "Tidemark 4"};
   std::string why;
   check(host::MakeSampleMachine(sample, why), "make a sample machine: " + why);
+  MachineFolder(root().string()).NoteOwn({});
 }
 
 void PcUnderTest::age() const {
@@ -115,7 +118,10 @@ void PcUnderTest::age() const {
 
 void PcUnderTest::save(const std::string& name) const { copyTree(root(), m_scratch / name); }
 
-void PcUnderTest::restore(const std::string& name) const { copyTree(m_scratch / name, root()); }
+void PcUnderTest::restore(const std::string& name) const {
+  copyTree(m_scratch / name, root());
+  MachineFolder(root().string()).NoteOwn({}); // a copy is another machine
+}
 
 PcState PcUnderTest::state() const {
   PcState state;

@@ -3,6 +3,7 @@
 #include "platform/machine/os.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -41,6 +42,20 @@ fs::path MakeBase() {
     throw std::runtime_error("a test cannot make its temporary folder");
   }
   return name;
+}
+
+// What the program keeps for its user goes with the test program, not into the home of whoever runs it.
+void UseScratchHome() {
+  static const struct Home {
+    Home() : path(MakeBase()) { setenv("XDG_DATA_HOME", path.c_str(), 1); }
+    ~Home() {
+      std::error_code error;
+      fs::remove_all(path, error);
+    }
+    Home(const Home&) = delete;
+    Home& operator=(const Home&) = delete;
+    fs::path path;
+  } home;
 }
 
 void MakeMachine(const fs::path& root) {
@@ -132,6 +147,7 @@ std::string DescribeDifference(const MachineSnapshot& before, const MachineSnaps
 }
 
 TempMachine::TempMachine() : m_base(MakeBase()), m_root(m_base / "pc"), m_outside(m_base / "outside") {
+  UseScratchHome();
   fs::create_directories(m_root);
   fs::create_directories(m_outside);
   MakeMachine(m_root);
