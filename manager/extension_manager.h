@@ -49,11 +49,11 @@ public:
   int Init();
   /// Reads the installed descriptions of every product into the catalogue, in place of what was there. Always 0.
   int Load();
-  /// What Init found of interrupted operations.
   /// Recovers on a machine in which the user never changed anything, which Init leaves alone
   /// (RecoveryReport::isForeign); from then on the machine is relied on. Before Load. The report is
   /// GetRecoveryReport's.
   const RecoveryReport& RecoverTrusting();
+  /// What Init found of interrupted operations.
   [[nodiscard]] const RecoveryReport& GetRecoveryReport() const;
   /// How long an operation waits for another process that is changing the machine; 0 at first.
   void SetLockWait(std::int64_t milliseconds);

@@ -17,7 +17,9 @@ TEST_F(Os, TemporaryFolderIsPrivateLazyAndGone) {
   CString folder;
   ASSERT_TRUE(CKestOS::GetTempPath(folder));
   ASSERT_TRUE(folder.ends_with('\\'));
-  EXPECT_EQ(std::filesystem::status(m_pc.HostPath(folder)).permissions(), std::filesystem::perms::owner_all);
+  EXPECT_EQ(std::filesystem::status(m_pc.HostPath(folder)).permissions() & std::filesystem::perms::all,
+            std::filesystem::perms::owner_all);
+  EXPECT_EQ(m_pc.Get().LookAtPrivateFolder(folder), PrivateFolder::kYes);
   CString again;
   ASSERT_TRUE(CKestOS::GetTempPath(again));
   EXPECT_EQ(folder, again);
