@@ -17,7 +17,7 @@ set(KEST_PUBLIC_HEADERS
   platform/machine_folder/machine_folder.h
   platform/messages/extension_manager_ui.h platform/messages/message_file.h platform/messages/messages.h
   platform/package/package.h
-  platform/text/containers.h platform/text/export.h platform/text/nearest.h platform/text/path.h platform/text/text.h platform/text/utf8.h platform/text/values.h
+  platform/text/containers.h platform/text/export.h platform/text/nearest.h platform/text/path.h platform/text/text.h platform/text/utf8.h platform/text/values.h platform/text/windows_names.h
   platform/xml/xml_object.h platform/xml/xml_parser.h
   products/product.h)
 foreach(header IN LISTS KEST_PUBLIC_HEADERS)

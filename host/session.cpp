@@ -3,6 +3,7 @@
 #include "host/sample/sample_machine.h"
 #include "host/terminal/text_width.h"
 #include "platform/machine/os.h"
+#include "platform/text/utf8.h"
 #include "products/product.h"
 
 #include <fmt/format.h>
@@ -229,7 +230,7 @@ CString Session::ReachFile(const std::string& hostFile, bool writable) {
     return {};
   }
   CKestPath windows(folder);
-  windows.Append(path.filename().string());
+  windows.Append(text::FromUtf8(path.filename().string()));
   return windows;
 }
 

@@ -8,6 +8,7 @@
 #include "host/terminal/terminal.h"
 #include "manager/extension_manager.h"
 #include "platform/machine_folder/machine_folder.h"
+#include "platform/text/windows_names.h"
 
 #include <memory>
 #include <optional>

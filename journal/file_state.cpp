@@ -63,11 +63,13 @@ bool KeepFile(const CString& path, const CString& name, bool& isCopy) {
 
 Presence PutBack(const CString& kept, const CString& place) {
   Machine& machine = CKestOS::GetMachine();
+  if (machine.IsSameFile(kept, place) == Answer::kYes) {
+    // Never replaced. The kept name has to go, or a second undo would act on it again; while a program holds the file
+    // it cannot, but neither can the undo of a step before this one change the place.
+    const bool isOut = machine.MoveFile(kept, kept + ".done");
+    return isOut || machine.GetLastError().kind == MachineError::Kind::kInUse ? Presence::kPresent : Presence::kUnknown;
+  }
   if (machine.ReplaceFile(kept, place)) {
-    // of two names for one file a rename leaves both: the kept one has to go, or a second undo would act on it again
-    if (Ask(&Machine::FileExists, kept) != Presence::kAbsent && !machine.MoveFile(kept, kept + ".done")) {
-      return Presence::kUnknown;
-    }
     return Presence::kPresent;
   }
   return ProbeFile(kept) == Presence::kAbsent ? Presence::kAbsent : Presence::kUnknown;

@@ -1,6 +1,7 @@
 #include "journal_script.h"
 
 #include "journal/step_record.h"
+#include "support/fake_windows_machine.h"
 
 namespace kest::test {
 namespace {
@@ -48,6 +49,24 @@ TEST_F(JournalSteps, AnUndoOfAStepThatFailedTouchesNothing) {
   }
   EXPECT_EQ(steps[3]->Undo(), -1); // nothing was kept, and no empty file may appear
   EXPECT_FALSE(steps[3]->IsUndoOpen());
+  EXPECT_EQ(Difference(), "");
+}
+
+TEST_F(JournalSteps, AFileThatAProgramHoldsAndNobodyReplacedIsPutBackAlready) {
+  FakeWindowsMachine windows(m_pc.Get());
+  CKestOS::SetMachine(&windows);
+  for (const Sharing sharing : {Sharing::kNothing, Sharing::kReadAndWrite, Sharing::kAll}) {
+    CInstallBackupFile step("C:\\app\\Old.txt", "C:\\app\\Old.xbk");
+    ASSERT_EQ(step.Do(), 0);
+    windows.Hold("C:\\app\\Old.txt", sharing);
+    EXPECT_FALSE(windows.ReplaceFile("C:\\src\\new.txt", "C:\\app\\Old.txt"));
+    EXPECT_EQ(step.Undo(), 0) << "nothing is left undone";
+    EXPECT_EQ(step.Undo(), 0) << "also when a start goes on with it";
+    step.Release();
+    windows.LetGo();
+  }
+  CKestOS::RemoveTempFolder();
+  CKestOS::SetMachine(&m_pc.Get());
   EXPECT_EQ(Difference(), "");
 }
 

@@ -144,6 +144,57 @@ TEST_P(MachineTest, SecondByteOfAShiftJisCharacterIsNoSeparator) {
   EXPECT_FALSE(IsYes(pc().FileExists("C:\\\x83\x7C\\" + name))); // another character, not the same one in lower case
 }
 
+TEST_F(MachineFolderTest, NamesAreOfTheCodePageForUsAndInUtf8ForThePrograms) {
+  struct Row {
+    int codePage;
+    CString ours;
+    CString disk;
+  };
+  const std::vector<Row> rows = {
+      {1252, "gr\xFC\xDF.htm", "gr\u00FC\u00DF.htm"},
+      {1252, "\x80 5.txt", "\u20AC 5.txt"},
+      {1252, "\u0142.txt", "\u0142.txt"},             // not in the code page
+      {1252, "\u00C3\u00A9.txt", "\u00C3\u00A9.txt"}, // in it its bytes would be those of another name
+      {932, "\x83\x5C.txt", "\u30BD.txt"},
+      {932,
+       "a\u00A5"
+       "b.txt",
+       "a\u00A5"
+       "b.txt"}, // looks like a backslash, and is none
+      {65001, "\u00FC.txt", "\u00FC.txt"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.disk);
+    ASSERT_TRUE(pc().SetCodePageNumber(row.codePage));
+    const CString path = "C:\\n\\" + row.ours;
+    const fs::path onDisk = m_pc.GetRoot() / "drive_c/n" / row.disk;
+    // one of ours is where the programs look for it
+    ASSERT_TRUE(pc().CreateDirectory("C:\\n") && Put(path, OpenMode::kCreateNew, "ours"));
+    EXPECT_TRUE(fs::exists(onDisk));
+    EXPECT_EQ(pc().ToHostPath(path), onDisk.string());
+    EXPECT_TRUE(pc().CopyFile(path, "C:\\n\\copy") && pc().MoveFile(path, path + "2") &&
+                pc().ReplaceFile("C:\\n\\copy", path) && pc().DeleteFile(path + "2") && pc().DeleteFile(path));
+    EXPECT_TRUE(fs::is_empty(onDisk.parent_path()));
+    // one of theirs is found under its name, in whatever letter case, and goes
+    std::ofstream(onDisk) << "theirs";
+    std::vector<FolderEntry> entries;
+    ASSERT_TRUE(IsYes(pc().ListFolder("C:\\n", entries)) && entries.size() == 1);
+    EXPECT_EQ(entries[0].name, row.ours);
+    const CString other =
+        "C:\\N\\" + row.ours.substr(0, row.ours.size() - 4) + (row.ours.ends_with("htm") ? ".HTM" : ".TXT");
+    EXPECT_EQ(pc().GetStoredPath(other), path);
+    EXPECT_TRUE(pc().DeleteFile(other));
+    EXPECT_FALSE(fs::exists(onDisk));
+    // so is one below a folder of such a name, and one that was written in bytes of the code page
+    EXPECT_TRUE(pc().CreateDirectory(path + "\\in"));
+    EXPECT_TRUE(fs::exists(onDisk / "in"));
+    EXPECT_TRUE(pc().RemoveTree(path));
+    std::ofstream(onDisk.parent_path() / row.ours) << "raw";
+    EXPECT_TRUE(IsYes(pc().FileExists(path)) && pc().DeleteFile(path));
+    EXPECT_TRUE(fs::is_empty(onDisk.parent_path()));
+  }
+}
+
 TEST_F(MachineFolderTest, LinksLeadNowhereOutsideTheDrive) {
   std::ofstream(Outside("secret")) << "outside";
   m_pc.Write(R"(C:\in\real\f.txt)", "inside");

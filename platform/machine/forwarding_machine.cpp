@@ -165,6 +165,9 @@ void ForwardingMachine::ClearLastError() {
 // ---- everything else: ask, pass on
 // ------------------------------------------------------------------------------------
 
+Answer ForwardingMachine::IsSameFile(const CString& a, const CString& b) {
+  return Ask({"IsSameFile", false, &a}) ? PassedPlain(m_next.IsSameFile(a, b)) : NoteUnanswered(m_refusal);
+}
 Answer ForwardingMachine::FileExists(const CString& path) {
   return Ask({"FileExists", false, &path}) ? PassedPlain(m_next.FileExists(path)) : NoteUnanswered(m_refusal);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/machine/machine.h"
+#include "platform/text/windows_names.h"
 
 namespace kest {
 
@@ -32,6 +33,7 @@ public:
   [[nodiscard]] bool MoveFile(const CString& from, const CString& to) override;
   [[nodiscard]] bool ReplaceFile(const CString& from, const CString& to) override;
   [[nodiscard]] bool LinkFile(const CString& existing, const CString& to) override;
+  [[nodiscard]] Answer IsSameFile(const CString& a, const CString& b) override;
   [[nodiscard]] bool MoveFileToTrash(const CString& path) override;
   [[nodiscard]] bool MoveFolderToTrash(const CString& path, const CString& label) override;
   [[nodiscard]] Answer IsFileReadOnly(const CString& path) override;

@@ -3,6 +3,7 @@
 #include "platform/text/export.h"
 #include "platform/text/text.h"
 #include "platform/text/values.h"
+#include "platform/text/windows_names.h"
 
 #include <cstdint>
 #include <functional>
@@ -114,6 +115,10 @@ public:
   /// A second name for a file on the same volume (contents are shared until one of them is replaced). False when `to`
   /// exists or the volume has no such thing.
   [[nodiscard]] virtual bool LinkFile(const CString& existing, const CString& to) = 0;
+  /// Whether two paths name one file, under one name or two. kNo when either is missing.
+  [[nodiscard]] virtual Answer IsSameFile(const CString& a, const CString& b) {
+    return a == b ? FileExists(a) : Answer::kNo;
+  }
   /// Out of its folder into the machine's trash, which lies outside every drive.
   [[nodiscard]] virtual bool MoveFileToTrash(const CString& path) = 0;
   /// The same for a whole folder, as one entry of the trash named `label`.

@@ -2,6 +2,7 @@
 
 #include "platform/machine/machine.h"
 #include "platform/text/containers.h"
+#include "platform/text/windows_names.h"
 
 namespace kest {
 

@@ -158,6 +158,16 @@ bool OverlayMachine::ReplaceFile(const CString& from, const CString& to) {
   return true;
 }
 
+Answer OverlayMachine::IsSameFile(const CString& a, const CString& b) {
+  State::Place first;
+  State::Place second;
+  const bool areThere = IsYes(FileExists(a)) && IsYes(FileExists(b)) && m_state->FindPlace(a, first) &&
+                        m_state->FindPlace(b, second) && first.entry != nullptr && second.entry != nullptr;
+  const bool isOne = areThere && (first.entry == second.entry ||
+                                  (first.entry->file != nullptr && first.entry->file == second.entry->file));
+  return isOne ? Answer::kYes : Answer::kNo;
+}
+
 bool OverlayMachine::LinkFile(const CString& existing, const CString& to) {
   State::Place source;
   State::Place target;

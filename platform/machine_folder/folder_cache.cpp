@@ -144,13 +144,13 @@ int FolderCache::Enter(const FoundFolder& parent, std::string_view name, HostDes
                        FoundFolder& found) {
   struct stat info {};
   CString stored;
-  const int failure = FindName(parent, name, stored, info);
+  const int failure = FindName(parent, ToDisk(name), stored, info);
   if (failure != 0 || stored.empty()) {
     return failure != 0 ? failure : ENOENT;
   }
   found.mount = parent.mount;
   found.relative = parent.relative == "." ? stored : parent.relative + "/" + stored;
-  found.storedPath = parent.storedPath + (parent.storedPath.back() == '\\' ? "" : "\\") + stored;
+  found.storedPath = parent.storedPath + (parent.storedPath.back() == '\\' ? "" : "\\") + FromDisk(stored);
   if (S_ISDIR(info.st_mode)) {
     descriptor = HostDescriptor(openat(parent.Get(), stored.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   } else if (S_ISLNK(info.st_mode)) {
@@ -199,7 +199,7 @@ int FolderCache::FindName(const FoundFolder& folder, std::string_view name, CStr
   const std::int64_t moment = GetMoment();
   const bool namesHold = known.namesKnown && moment != 0 && known.namesChecked == moment;
   stored.clear();
-  if (namesHold && !known.names.contains(FoldName(name, m_codePage))) {
+  if (namesHold && !known.names.contains(KeyOfName(name))) {
     return 0;
   }
   CString given(name);
@@ -220,7 +220,7 @@ int FolderCache::FindName(const FoundFolder& folder, std::string_view name, CStr
     }
   }
   known.namesChecked = moment;
-  const auto it = known.names.find(FoldName(name, m_codePage));
+  const auto it = known.names.find(KeyOfName(name));
   if (it == known.names.end()) {
     return 0;
   }
@@ -250,8 +250,12 @@ int FolderCache::ReadNames(KnownFolder& folder, const timespec& date) {
   return 0;
 }
 
+CString FolderCache::KeyOfName(std::string_view name) const {
+  return IsPlainName(name) ? FoldName(name, m_codePage) : FoldName(FromDisk(name), m_codePage);
+}
+
 void FolderCache::AddName(KnownFolder& folder, const CString& name) {
-  const auto [it, isNew] = folder.names.try_emplace(FoldName(name, m_codePage), name);
+  const auto [it, isNew] = folder.names.try_emplace(KeyOfName(name), name);
   if (!isNew && it->second != name) {
     folder.hasTwins = true;
     it->second = std::min(it->second, name);
@@ -297,7 +301,7 @@ void FolderCache::Removed(const FoundFolder& folder, const CString& name) {
   if (!known.namesKnown) {
     return;
   }
-  const auto it = known.names.find(FoldName(name, m_codePage));
+  const auto it = known.names.find(KeyOfName(name));
   if (it != known.names.end() && it->second == name) {
     known.names.erase(it);
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/machine_folder/host_descriptor.h"
+#include "platform/text/disk_name.h"
 #include "platform/text/windows_path.h"
 
 #include <functional>
@@ -38,7 +39,7 @@ struct FoundFolder {
   KnownFolder* folder = nullptr;
   std::shared_ptr<HostDescriptor> descriptor;
   const FolderMount* mount = nullptr;
-  CString relative;    ///< stored names below the mount, joined by "/"; "." for its root
+  CString relative;    ///< names on the disk below the mount, joined by "/"; "." for its root
   CString storedPath;  ///< Windows path in its stored spelling, without trailing backslash but for "X:\"
   struct stat info {}; ///< as it is now
   [[nodiscard]] int Get() const { return descriptor->Get(); }
@@ -58,6 +59,12 @@ public:
 
   void SetCodePage(int codePage) { m_codePage = codePage; }
   [[nodiscard]] int GetCodePage() const { return m_codePage; }
+  /// A name of the engine as the disk has it, and back. All other names here are those of the disk but for paths, which
+  /// are the engine's.
+  [[nodiscard]] CString ToDisk(std::string_view name) const { return ToDiskName(name, m_codePage); }
+  [[nodiscard]] CString FromDisk(std::string_view name) const { return FromDiskName(name, m_codePage); }
+  /// The spelling that the name of a file or folder has once it is on the disk and found again.
+  [[nodiscard]] CString AsFound(std::string_view name) const { return FromDisk(ToDisk(name)); }
   /// Mounts are looked for in the order given. They must live as long as they are in here.
   void SetMounts(std::vector<const FolderMount*> mounts);
   /// Some mounts could not be found out about, for this errno: a path in none of the others is not known to be missing.
@@ -77,9 +84,9 @@ public:
   /// False: nothing is known, and the path has to be taken apart.
   [[nodiscard]] bool FindFolderOf(std::string_view path, FoundFolder& found, std::string_view& name);
 
-  /// How `name` is stored in the folder: itself if it is there as given, else the name that differs in letter case
-  /// alone, else empty. `info` describes the entry (links are not followed) when `stored` is not empty. 0, or the errno
-  /// of what kept us from finding out; then `stored` says nothing.
+  /// How `name`, as ToDisk gives it, is stored in the folder: itself if it is there as given, else the name that
+  /// differs in letter case alone, else empty. `info` describes the entry (links are not followed) when `stored` is not
+  /// empty. 0, or the errno of what kept us from finding out; then `stored` says nothing.
   [[nodiscard]] int FindName(const FoundFolder& folder, std::string_view name, CString& stored, struct stat& info);
 
   /// Between these two our own change of a folder's entries takes place; names learned stay good through it.
@@ -117,6 +124,8 @@ private:
   void GiveUpOthers(const KnownFolder* keep);
   [[nodiscard]] int ReadNames(KnownFolder& folder, const timespec& date);
   void AddName(KnownFolder& folder, const CString& name);
+  /// Two names of a folder are the same when these are.
+  [[nodiscard]] CString KeyOfName(std::string_view name) const;
   [[nodiscard]] bool IsToBeReadAnew(const KnownFolder& folder) const;
   void AcceptDate(KnownFolder& folder, int descriptor);
 

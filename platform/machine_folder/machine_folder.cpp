@@ -24,7 +24,7 @@ bool IsSameEntry(const FoundEntry& a, const FoundEntry& b) {
 }
 
 /// Whether they are one file under one name, perhaps reached by two ways. Two names of one file are two files.
-bool IsSameFile(const FoundEntry& a, const FoundEntry& b) {
+bool IsOneFile(const FoundEntry& a, const FoundEntry& b) {
   return IsSameEntry(a, b) ||
          (b.Exists() && IdentityOf(a.info) == IdentityOf(b.info) && a.info.st_nlink == 1 && S_ISREG(a.info.st_mode));
 }
@@ -161,10 +161,11 @@ CString MachineFolder::ToHostPath(const CString& windowsPath) {
   for (std::size_t i = count; i < parsed.parts.size(); ++i) {
     struct stat info {};
     CString stored;
-    if (i == count && m_state->GetFolders().FindName(found, parsed.parts[i], stored, info) != 0) {
+    const CString asked = m_state->GetFolders().ToDisk(parsed.parts[i]);
+    if (i == count && m_state->GetFolders().FindName(found, asked, stored, info) != 0) {
       return {};
     }
-    host += (host.back() == '/' ? "" : "/") + (stored.empty() ? CString(parsed.parts[i]) : stored);
+    host += (host.back() == '/' ? "" : "/") + (stored.empty() ? asked : stored);
   }
   return host;
 }
@@ -355,7 +356,8 @@ CString MachineFolder::GetStoredPath(const CString& path) {
   FoundEntry file;
   if (IsPlainFile(*m_state, path, file)) {
     const CString& folder = file.folder.storedPath;
-    return folder + (folder.size() == 3 ? "" : "\\") + file.stored; // the last byte may be half a character
+    return folder + (folder.size() == 3 ? "" : "\\") +
+           m_state->GetFolders().FromDisk(file.stored); // the last byte may be half a character
   }
   WindowsPath parsed;
   FoundFolder found;
@@ -368,12 +370,14 @@ CString MachineFolder::GetStoredPath(const CString& path) {
     struct stat info {};
     CString name;
     if (i == count) {
-      if (const int code = m_state->GetFolders().FindName(found, parsed.parts[i], name, info); code != 0) {
+      const CString asked = m_state->GetFolders().ToDisk(parsed.parts[i]);
+      if (const int code = m_state->GetFolders().FindName(found, asked, name, info); code != 0) {
         (void)m_state->CannotTell(code, path);
         return {};
       }
     }
-    stored += (stored.size() == 3 ? "" : "\\") + (name.empty() ? CString(parsed.parts[i]) : name);
+    stored += (stored.size() == 3 ? "" : "\\") +
+              (name.empty() ? CString(parsed.parts[i]) : m_state->GetFolders().FromDisk(name));
   }
   if (parsed.endsInBackslash && !parsed.parts.empty()) {
     stored += '\\';
@@ -444,7 +448,7 @@ bool MachineFolder::CopyFile(const CString& from, const CString& to) {
       !m_state->MayChange(target.folder, to)) {
     return false;
   }
-  if (IsSameFile(source, target)) {
+  if (IsOneFile(source, target)) {
     return m_state->Fail(Kind::kRefused, to, "source and destination are the same file");
   }
   if (target.IsFolder()) {
@@ -553,12 +557,23 @@ bool MachineFolder::LinkFile(const CString& existing, const CString& to) {
   return true;
 }
 
+Answer MachineFolder::IsSameFile(const CString& a, const CString& b) {
+  FoundEntry first;
+  FoundEntry second;
+  if (!m_state->FindEntry(a, first, true) || !m_state->FindEntry(b, second, true)) {
+    return m_state->AnswerForMiss();
+  }
+  const bool areFiles = first.Exists() && second.Exists() && !first.IsFolder();
+  return areFiles && IdentityOf(first.info) == IdentityOf(second.info) ? Answer::kYes : Answer::kNo;
+}
+
 bool MachineFolder::MoveFileToTrash(const CString& path) {
   FoundEntry entry;
   if (!m_state->FindExisting(path, entry) || !m_state->MayChange(entry.folder, path)) {
     return false;
   }
-  return entry.IsFolder() ? m_state->Fail(EISDIR, path) : m_state->MoveToTrash(entry, entry.stored);
+  return entry.IsFolder() ? m_state->Fail(EISDIR, path)
+                          : m_state->MoveToTrash(entry, m_state->GetFolders().FromDisk(entry.stored));
 }
 
 MachineError MachineFolder::GetLastError() { return m_state->error; }

@@ -120,7 +120,7 @@ bool MachineFolder::CreateDirectory(const CString& path) {
   FolderCache& folders = m_state->GetFolders();
   for (; count < parsed.parts.size(); ++count) {
     struct stat info {};
-    const CString name(parsed.parts[count]);
+    const CString name = folders.ToDisk(parsed.parts[count]);
     CString stored;
     if (const int code = folders.FindName(folder, name, stored, info); code != 0) {
       return m_state->Fail(code, path);
@@ -251,7 +251,7 @@ Answer MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& 
   std::vector<std::pair<CString, FolderEntry>> folded;
   int typeFailure = 0;
   const int listFailure = ForEachEntry(folder.Get(), [&](const dirent& entry) {
-    const CString name = entry.d_name;
+    const CString name = m_state->GetFolders().FromDisk(entry.d_name);
     struct stat info {};
     mode_t type = entry.d_type == DT_DIR ? S_IFDIR : entry.d_type == DT_LNK ? S_IFLNK : S_IFREG;
     if (entry.d_type == DT_UNKNOWN) {

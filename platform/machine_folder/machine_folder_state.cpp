@@ -126,6 +126,17 @@ void MachineFolder::State::UseMounts() {
   m_folders.SetMounts(std::move(mounts));
 }
 
+CString MachineFolder::State::ToWindowsTail(std::string_view hostPath) const {
+  CString tail;
+  for (std::size_t begin = 0; begin < hostPath.size();) {
+    const std::size_t end = std::min(hostPath.find('/', begin), hostPath.size());
+    tail += m_folders.FromDisk(hostPath.substr(begin, end - begin));
+    tail += end < hostPath.size() ? "\\" : "";
+    begin = end + 1;
+  }
+  return tail;
+}
+
 CString MachineFolder::State::AddMount(const CString& folder, bool writable) {
   const CString real = RealPath(folder);
   HostDescriptor descriptor(real.empty() ? -1 : open(real.c_str(), kFolderFlags));
@@ -155,9 +166,7 @@ CString MachineFolder::State::AddMount(const CString& folder, bool writable) {
   // A drive that mirrors this system serves all such folders; one whose path no Windows path can spell has its own.
   const char mirror = letterFor(true);
   CString text = {mirror, ':'};
-  for (const char c : real) {
-    text += c == '/' ? '\\' : c;
-  }
+  text += ToWindowsTail(real);
   WindowsPath path;
   CString reason;
   const bool canBeSpelled = mirror != '\0' && ParseWindowsPath(text, GetCodePage(), path, reason) &&
@@ -208,7 +217,7 @@ bool MachineFolder::State::FindPlace(const CString& path, FoundEntry& entry, boo
   if (path.size() <= kSurelyShort && m_folders.FindFolderOf(path, entry.folder, name) &&
       IsComponentAllowed(name, reason)) {
     entry.path = path;
-    entry.name = name;
+    entry.name = m_folders.ToDisk(name);
     return true;
   }
   WindowsPath parsed;
@@ -229,7 +238,7 @@ bool MachineFolder::State::FindPlace(const CString& path, FoundEntry& entry, boo
     return NoteMiss(std::move(why), quiet);
   }
   entry.path = path;
-  entry.name = parsed.parts.back();
+  entry.name = m_folders.ToDisk(parsed.parts.back());
   return true;
 }
 
@@ -273,7 +282,7 @@ bool MachineFolder::State::FindDeepest(const CString& path, WindowsPath& parsed,
     if (isParent) {
       struct stat info {};
       CString stored;
-      const int code = m_folders.FindName(found, parsed.parts[count - 1], stored, info);
+      const int code = m_folders.FindName(found, m_folders.ToDisk(parsed.parts[count - 1]), stored, info);
       --count;
       if (code != 0) {
         why = DescribeErrno(code, path);
@@ -334,7 +343,7 @@ bool MachineFolder::State::IsRunning(const FoundEntry& file) {
     return false;
   }
   const CString& folder = file.folder.storedPath;
-  const CString path = folder + (folder.size() == 3 ? "" : "\\") + file.stored;
+  const CString path = folder + (folder.size() == 3 ? "" : "\\") + m_folders.FromDisk(file.stored);
   return std::find(m_programs.begin(), m_programs.end(), FoldName(path, m_folders.GetCodePage())) != m_programs.end();
 }
 
@@ -405,7 +414,8 @@ bool MachineFolder::State::MoveToTrash(const FoundEntry& entry, const CString& l
   }
   m_folders.BeginChange(entry.folder);
   m_folders.ForgetChecks();
-  CString name = label;
+  CString name = m_folders.ToDisk(label);
+  const CString stem = name;
   // Names of the same file moved here before are passed by the clock: no search through what is there.
   for (int tries = 0; tries < 100; ++tries) {
     if (renameat2(entry.folder.Get(), entry.stored.c_str(), trash, name.c_str(), RENAME_NOREPLACE) == 0) {
@@ -417,7 +427,7 @@ bool MachineFolder::State::MoveToTrash(const FoundEntry& entry, const CString& l
     }
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    name = label + "~" + std::to_string(now.tv_sec) + "." + std::to_string(now.tv_nsec);
+    name = stem + "~" + std::to_string(now.tv_sec) + "." + std::to_string(now.tv_nsec);
   }
   return Fail(errno, entry.path);
 }

@@ -19,7 +19,7 @@ inline constexpr mode_t kPrivateMode = 01700;
 struct FoundEntry {
   FoundFolder folder;
   CString path;        ///< as asked for
-  CString name;        ///< as asked for
+  CString name;        ///< as asked for, in the disk's spelling
   CString stored;      ///< as on disk; empty when missing
   struct stat info {}; ///< of the entry itself, links not followed; valid unless missing
   [[nodiscard]] bool Exists() const { return !stored.empty(); }
@@ -71,6 +71,8 @@ public:
   [[nodiscard]] HostDescriptor OpenFile(const FoundEntry& entry, int flags, struct stat& info);
   [[nodiscard]] HostTarget TargetFor(const FoundEntry& entry);
   [[nodiscard]] CString AddMount(const CString& hostFolder, bool writable);
+  /// "/a/b" as "\\a\\b".
+  [[nodiscard]] CString ToWindowsTail(std::string_view hostPath) const;
   [[nodiscard]] const std::vector<std::unique_ptr<FolderMount>>& GetMounts() const { return m_mounts; }
 
   // ---- trash

@@ -64,7 +64,8 @@ std::vector<MachineFolder::User> MachineFolder::GetUsers() {
   std::vector<User> users;
   for (const MachineIni::Entry& entry : m_state->GetIni().GetEntries("users")) {
     if (IsUserName(entry.key)) {
-      users.push_back({entry.key, entry.value.empty() ? 1 : std::atoi(entry.value.c_str())});
+      users.push_back(
+          {m_state->GetFolders().AsFound(entry.key), entry.value.empty() ? 1 : std::atoi(entry.value.c_str())});
     }
   }
   // A prefix that nobody has described yet has the users whose folders it holds.
@@ -89,7 +90,7 @@ CString MachineFolder::GetCurrentUser() {
   const auto written = m_state->GetIni().GetValue("machine", "current-user");
   for (const CString& wanted : {written.value_or(""), LoginName()}) {
     for (const User& user : users) {
-      if (text::EqualNoCase(user.name, wanted)) {
+      if (text::EqualNoCase(user.name, m_state->GetFolders().AsFound(wanted))) {
         return user.name;
       }
     }
@@ -295,7 +296,7 @@ bool MachineFolder::GetAllUserAppDataPaths(std::vector<CString>& paths) {
 
 bool MachineFolder::ExtractUserName(const CString& path, CString& user) {
   const int codePage = m_state->GetFolders().GetCodePage();
-  const CString folded = FoldName(path, codePage);
+  const CString folded = FoldName(m_state->GetFolders().AsFound(path), codePage);
   for (const User& known : GetUsers()) {
     const CString root = FoldName(AppDataOf(known.name), codePage);
     if (folded.starts_with(root) && (folded.size() == root.size() || folded[root.size()] == '\\')) {
@@ -339,9 +340,7 @@ void MachineFolder::EnumProcs(const std::function<bool(const CString&)>& callbac
 CString MachineFolder::ToWindowsPath(const CString& hostPath) {
   for (const auto& mount : m_state->GetMounts()) {
     if (mount->isDrive && mount->hostPath != "/" && hostPath.starts_with(mount->hostPath + "/")) {
-      CString path = CString{mount->drive, ':'} + hostPath.substr(mount->hostPath.size());
-      std::replace(path.begin(), path.end(), '/', '\\');
-      return path;
+      return CString{mount->drive, ':'} + m_state->ToWindowsTail(hostPath.substr(mount->hostPath.size()));
     }
   }
   return {};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/text/text.h"
+#include "platform/text/windows_names.h"
 
 #include <span>
 

@@ -176,8 +176,10 @@ std::u16string FromShiftJis(std::string_view bytes) {
 std::optional<CString> ToShiftJis(std::u16string_view units) {
   CString out;
   Converter converter("CP932", "UTF-16LE");
+  Converter back("UTF-16LE", "CP932");
   for (const char16_t unit : units) {
     std::string bytes;
+    std::string again;
     if (unit < 0x80) {
       out.push_back(static_cast<char>(unit));
     } else if (IsStray(unit)) {
@@ -185,7 +187,9 @@ std::optional<CString> ToShiftJis(std::u16string_view units) {
     } else {
       const std::string pair = {static_cast<char>(static_cast<unsigned char>(unit & 0xFF)),
                                 static_cast<char>(static_cast<unsigned char>(unit >> 8))};
-      if (!converter.IsOpen() || !converter.Convert(pair, bytes)) {
+      // a character that only looks like this one is none: a yen sign would come as a backslash
+      if (!converter.IsOpen() || !back.IsOpen() || !converter.Convert(pair, bytes) || !back.Convert(bytes, again) ||
+          again != pair) {
         return std::nullopt;
       }
       out += bytes;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/text/containers.h"
+#include "platform/text/windows_names.h"
 
 #include <memory>
 #include <utility>
