@@ -6,6 +6,8 @@
 #include "platform/machine/os.h"
 #include "platform/xml/xml_parser.h"
 
+#include <filesystem>
+
 namespace kest::host {
 namespace {
 
@@ -31,6 +33,18 @@ void ReadPackage(ExtensionFile& file) {
 }
 
 } // namespace
+
+std::string WhyNoFile(const std::string& hostFile) {
+  std::error_code error;
+  const auto status = std::filesystem::status(hostFile, error);
+  if (status.type() == std::filesystem::file_type::not_found) {
+    return "there is no such file";
+  }
+  if (error) {
+    return "it cannot be looked at: " + error.message();
+  }
+  return status.type() == std::filesystem::file_type::directory ? "it is a folder" : "it is no plain file";
+}
 
 ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile, DescriptionObserver* observer) {
   ExtensionFile file;

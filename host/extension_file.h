@@ -25,6 +25,9 @@ struct ExtensionFile {
   CKestTypedList<CKestString> messages;   ///< of the load
 };
 
+/// Why what the user named is no file to be read: it is not there, is a folder, or cannot be looked at.
+[[nodiscard]] std::string WhyNoFile(const std::string& hostFile);
+
 /// Reads the file; `observer` (may be null) hears what the description says in vain.
 [[nodiscard]] ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile,
                                               DescriptionObserver* observer = nullptr);

@@ -115,10 +115,11 @@ const CKestProduct* Predict(Session& session, const CKestExtension& record) {
   return fitting;
 }
 
-int FailUnread(Session& session, const ExtensionFile& file, const std::string& name) {
+int FailUnread(Session& session, const ExtensionFile& file, const std::string& hostFile) {
+  const std::string name = ForTerminal(hostFile);
   if (!file.exists) {
     return session.Fail(kNotFoundHere, {fmt::format("{} was not installed", name),
-                                        "there is no such file",
+                                        WhyNoFile(hostFile),
                                         "nothing",
                                         {},
                                         "name a package (.kep) or a description (.kei)",
@@ -156,7 +157,12 @@ int Finish(Session& session, const CKestExtension& record, const CKestProduct* p
     return kDone;
   }
   if (exit != kDone) {
-    return session.Fail(exit, DescribeFailure(report, outcome, Quote(record), "installed", name));
+    ErrorReport error = DescribeFailure(report, outcome, Quote(record), "installed", name);
+    constexpr std::string_view kFile = "FILE";
+    if (error.next.ends_with(kFile)) {
+      error.next.replace(error.next.size() - kFile.size(), kFile.size(), name);
+    }
+    return session.Fail(exit, error);
   }
   session.terminal.ClearProgress();
   const auto keptByUser = std::count_if(report.kept.begin(), report.kept.end(), [](const OperationReport::Kept& kept) {
@@ -201,7 +207,7 @@ int InstallOne(Session& session, const std::string& word, const CKestProduct* wa
   const std::string name = ForTerminal(word);
   ExtensionFile file = ReadExtensionFile(session, word);
   if (!file.exists || !file.record || file.code != 0) {
-    return FailUnread(session, file, name);
+    return FailUnread(session, file, word);
   }
   const CKestExtension& record = *file.record;
   const CKestExtensionProduct* primary = record.GetPrimaryProduct();

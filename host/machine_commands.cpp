@@ -126,6 +126,29 @@ CString ExecutableOf(const CKestProduct& product) {
   return {};
 }
 
+// Of several programs whose names have that of the product's in them, the first that runs stands for it.
+int FailToCount(Session& session, const CKestProduct& product, const CString& executable, bool running) {
+  if (running) {
+    (void)session.GetMachine().SetProcessRunning(executable, false);
+  }
+  std::string other;
+  CString name;
+  product.GetExecutableFileName(name);
+  CKestOS::EnumProcs([&](const CString& process) {
+    other = text::ContainsNoCase(process, name) ? Shown(process) : "";
+    return other.empty();
+  });
+  return session.Fail(
+      kInUseOrLocked,
+      {fmt::format("{} {}", NameOf(product), running ? "does not count as running" : "still runs"),
+       other.empty() ? "its version cannot be read" : fmt::format("{} runs, and it is taken for it", other),
+       running ? "nothing" : "it is no longer listed as started",
+       {},
+       running ? "stop that program first: kest machine stop PRODUCT; what runs is in: kest machine show"
+               : "end that program",
+       0});
+}
+
 int SetRunning(Session& session, bool running) {
   int exit = kDone;
   if (!session.OpenEngine(exit, false)) {
@@ -151,6 +174,9 @@ int SetRunning(Session& session, bool running) {
                                          {},
                                          "see that the machine folder can be written",
                                          0});
+  }
+  if (product->IsRunning() != running) {
+    return FailToCount(session, *product, executable, running);
   }
   session.terminal.Notice(fmt::format("{} {} on {}.", NameOf(*product),
                                       running ? "counts as running" : "no longer runs", session.GetMachineName()));

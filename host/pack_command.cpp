@@ -61,9 +61,8 @@ int RunPack(Session& session) {
   const CString target = session.ReachFile(output, true);
   const CString source = session.ReachFile(input, false);
   if (source.empty() || !CKestOS::FileExists(source)) {
-    return session.Fail(
-        kNotFoundHere,
-        {name + " was not packed", "there is no such file", "nothing", {}, "name a description (.kei)", 0});
+    return session.Fail(kNotFoundHere,
+                        {name + " was not packed", WhyNoFile(input), "nothing", {}, "name a description (.kei)", 0});
   }
   if (target.empty()) {
     return session.Fail(kNotFoundHere, {name + " was not packed",
@@ -92,7 +91,7 @@ int RunPack(Session& session) {
     const Outcome& outcome = session.GetUi().GetOutcome();
     const ExitCode code = ExitCodeOf(report, outcome);
     ErrorReport error = DescribeFailure(report, outcome, name, "packed");
-    if (code == kBadInput) {
+    if (code == kBadInput || code == kNotFoundHere) {
       error.next = "see: kest validate " + name;
     }
     return session.Fail(code == kDone ? kFailed : code, error);

@@ -70,6 +70,12 @@ Session::~Session() {
 int Session::Fail(ExitCode exit, const ErrorReport& error) {
   PrintError(terminal, error);
   m_error = error;
+  for (std::string* text : {&m_error->what, &m_error->why, &m_error->changed, &m_error->next}) {
+    *text = terminal.GetTypedPaths().In(std::move(*text));
+  }
+  for (std::string& left : m_error->left) {
+    left = terminal.GetTypedPaths().In(std::move(left));
+  }
   return exit;
 }
 
@@ -229,6 +235,7 @@ CString Session::ReachFile(const std::string& hostFile, bool writable) {
   if (folder.empty() || path.filename().empty()) {
     return {};
   }
+  terminal.GetTypedPaths().Add(Shown(folder), ForTerminal(fs::path(hostFile).parent_path().string()));
   CKestPath windows(folder);
   windows.Append(text::FromUtf8(path.filename().string()));
   return windows;

@@ -101,7 +101,7 @@ int ValidateOne(Session& session, const std::string& word, const CKestProduct* p
   session.document["file"] = name;
   if (!file.exists) {
     return session.Fail(kNotFoundHere, {name + " was not checked",
-                                        "there is no such file",
+                                        WhyNoFile(word),
                                         "nothing",
                                         {},
                                         "name a package (.kep) or a description (.kei)",

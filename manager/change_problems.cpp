@@ -113,6 +113,13 @@ OperationReport::Problem DescribeChangeProblem(const ConfigProblem& problem, con
   told.kind = problem.declined ? OperationReport::Failure::kInUse : FailureOf(problem.error);
   told.path = problem.path;
   told.change = OnOneLine(problem.change);
+  if (problem.noChange) {
+    told.reason = told.change + " is no change that could be made in " + name;
+    told.message = static_cast<int>(problem.message);
+    told.fatal = problem.critical;
+    told.next = kFaultyDescription;
+    return told;
+  }
   told.reason = name + " " + (row != nullptr ? row->reason : "could not be changed");
   told.reason += told.change.empty() ? CString() : ": " + told.change;
   told.message = static_cast<int>(problem.message);

@@ -150,9 +150,14 @@ Next CheckFile(Context& context, const FilePlacement::Resolver& resolver, const 
     RefuseUnsafe(context, file, place);
     return Next::kEnd;
   }
-  if (CKestOS::GetMachine().FileExists(place.source.GetText()) != Answer::kYes) {
-    context.Refuse(Failure::kBadPackage, Message::kFileMissing, {file.GetSource()}, file.GetSource(),
-                   "the package does not hold it");
+  if (const Answer isThere = CKestOS::GetMachine().FileExists(place.source.GetText()); isThere == Answer::kCannotTell) {
+    context.state.FailByMachine(path, "a file of the extension could not be looked at");
+    return Next::kEnd;
+  } else if (isThere == Answer::kNo) {
+    const bool isPacked = text::EndsWithNoCase(context.path, ".kep");
+    context.Refuse(Failure::kBadPackage, Message::kFileMissing, {file.GetSource()},
+                   isPacked ? file.GetSource() : place.source.GetText(),
+                   isPacked ? "the package does not hold it" : "the file is not there");
     return Next::kEnd;
   }
   const Answer presence = CKestOS::GetMachine().FileExists(path);

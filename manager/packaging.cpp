@@ -3,6 +3,7 @@
 #include "journal/private_folders.h"
 #include "journal/waiting_file.h"
 #include "manager/operation_scope.h"
+#include "manager/validation.h"
 #include "platform/machine/os.h"
 #include "platform/machine/timer.h"
 #include "platform/package/package.h"
@@ -63,7 +64,7 @@ bool LoadDescription(PackContext& context) {
   CKestTypedList<CKestString> errors;
   CKestOS::GetMachine().ClearLastError();
   const int code = context.extension.Load(context.description.c_str(), &errors);
-  const CString reason = errors.IsEmpty() ? CString("it cannot be read") : errors[errors.GetCount() - 1];
+  const CString reason = errors.IsEmpty() ? DescribeLoadCode(code) : errors[errors.GetCount() - 1];
   if (context.portable && context.extension.HasMultiplePrimaryProducts()) {
     return context.Refuse(kSeveralPrimaries, Failure::kBadDescription, Message::kSeveralPrimaries, {},
                           context.description, "several products are marked primary");

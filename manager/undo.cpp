@@ -255,7 +255,7 @@ bool RunPhases(UndoContext& context) {
 /// The operation to take back; null, with the reason in the report, when there is none.
 const HistoryEntry* FindOperation(State& state, const History& history, long number) {
   if (history.entries.empty()) {
-    state.Fail(Failure::kNotFound, CString(), "the history of the machine is empty");
+    state.Fail(Failure::kNotFound, CString(), "the history of the machine is empty", 0, "see: kest history");
     return nullptr;
   }
   const auto found = number == 0 ? std::prev(history.entries.end())

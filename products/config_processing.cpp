@@ -239,6 +239,10 @@ bool ConfigRun::PrepareExisting() { return MakeUpdatable() || (BackUp() && Stop(
 bool ConfigRun::MakeChanges(const CKestConfigChanges& set, CKestXmlFile& file) {
   for (const std::unique_ptr<CKestXmlObject>& child : set.GetChildren()) {
     auto* const change = dynamic_cast<CKestConfigChange*>(child.get());
+    if (change == nullptr) {
+      m_change = "<" + child->GetTag() + ">";
+      m_isNoChange = true;
+    }
     const bool stopped = change != nullptr ? MakeOneChange(set, *change, file) : Stop(ConfigCode::kFailed);
     m_change.clear();
     if (stopped) {
@@ -393,6 +397,7 @@ void ConfigRun::AddProblem(int code, bool help) {
   problem.declined = m_declined;
   problem.path = m_path;
   problem.change = m_change;
+  problem.noChange = m_isNoChange;
   problem.message = told.message;
   problem.arguments = told.arguments;
   problem.error = CKestOS::GetMachine().GetLastError();

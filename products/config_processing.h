@@ -76,6 +76,7 @@ private:
   CString m_path;          ///< of the file at hand, as stored
   bool m_existing = false;
   CString m_change; ///< the change at hand in words
+  bool m_isNoChange = false; ///< m_change is an element that stands for none
   bool m_declined = false;
 };
 

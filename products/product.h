@@ -17,6 +17,7 @@ struct ConfigProblem {
   int code = 0;          ///< CKestConfigChange::ErrorCode, or CKestHelpChange::ErrorCode when `help` is set
   bool help = false;     ///< it is about a help file
   bool critical = false; ///< the operation was stopped by it
+  bool noChange = false; ///< `change` is an element that no change is made of
   bool declined = false; ///< the user gave up waiting for a file in use
   CString path;          ///< the file that was to be changed; empty when none was reached
   CString change;        ///< the change in words, a line for each object; empty when about the file as a whole

@@ -29,6 +29,93 @@ TEST_F(Operations, PathsInDocumentsLeadToTheFiles) {
   EXPECT_FALSE(onMachine(kFile));
 }
 
+/// What a command that fails says: words of its reason and of its advice. It runs in the folder of the test.
+struct FailureRow {
+  const char* command;
+  int exit;
+  const char* why;
+  const char* next;
+};
+
+constexpr FailureRow kFailures[] = {
+    {"install nosuch.kep", 4, "there is no such file", "name a package (.kep) or a description (.kei)"},
+    {"install folder", 4, "it is a folder", "name a package (.kep) or a description (.kei)"},
+    {"install junk.kep", 6, "the file is no package", "kest validate junk.kep"},
+    {"install cut.kep", 6, "it has no directory", "kest validate cut.kep"},
+    {"install damaged.kep", 6, "its check sum is wrong", "kest validate damaged.kep"},
+    {"install rootless.kei", 6, "there is no \"kestrel-extension\" element", "kest validate rootless.kei"},
+    {"install inserts.kei --accept-agreement", 1, "<menu-inserts> is no change that could be made in Menus\\Menus.xml",
+     "ask the extension's author"},
+    {"install token.kei --accept-agreement -y", 3, "a question needs an answer: Where?", "--set where=DIR"},
+    {"install token.kei --accept-agreement --set nosuch=C:/x", 2, "these are asked for: where", "kest info FILE"},
+    {"install lonely.kei --accept-agreement", 6, "gone.htm: the file is not there", "kest validate lonely.kei"},
+    {"install other.kei --accept-agreement", 5, "it is for Quarry 6 or later", "kest products --all"},
+    {"install good.kei", 3, "a question needs an answer", "--accept-agreement"},
+    {"install good.kei -p Nosuch", 4, "these were found: Tidemark 4, Tidemark Nova", "kest products --all"},
+    {"pack nosuch.kei", 4, "there is no such file", "name a description (.kei)"},
+    {"pack lonely.kei", 4, "gone.htm: it is not there", "kest validate lonely.kei"},
+    {"pack rootless.kei", 6, "there is no \"kestrel-extension\" element", "kest validate rootless.kei"},
+    {"pack junk.kep", 6, "it is a package already", "name a description (.kei)"},
+    {"validate folder", 4, "it is a folder", "name a package (.kep) or a description (.kei)"},
+    {"info junk.kep", 6, "the file is no package", "kest validate junk.kep"},
+    {"info Nosuch", 4, "nothing is installed there", "kest list"},
+    {"uninstall Nosuch -y", 4, "nothing is installed there", "kest list"},
+    {"disable Nosuch", 4, "nothing is installed there", "kest list"},
+    {"enable Nosuch", 4, "nothing is installed there", "kest list"},
+    {"import Nosuch", 2, "--from or --to is missing", "kest import --from"},
+    {"undo", 4, "the history of the machine is empty", "kest history"},
+    {"machine start Nosuch", 4, "these were found", "kest products --all"},
+    {"list -m folder", 4, "has no drive_c", "kest machine new "},
+    {"machine new pc", 1, "the folder exists", "name a folder that does not exist yet"},
+};
+
+TEST_F(Operations, EveryFailureSaysWhyThatNothingChangedAndWhatNext) {
+  const auto description = [this](const char* name, const std::string& product, const std::string& body) {
+    write(std::string(name) + ".kei",
+          "<kestrel-extension name=\"" + std::string(name) +
+              "\" version=\"1.0\" type=\"command\"><author name=\"Jane\"/><products><product name=\"" + product +
+              "\" "
+              "version=\"6\"/></products><description><![CDATA[D]]></description><ui-access><![CDATA[U]]></ui-access>" +
+              body + "</kestrel-extension>");
+  };
+  const std::string menus = "<configuration-changes><menu-inserts/></configuration-changes>";
+  description("good", "Tidemark", "");
+  description("other", "Quarry", "");
+  description("inserts", "Tidemark", menus);
+  description("token", "Tidemark",
+              "<file-tokens><token name=\"where\" prompt=\"Where?\"/></file-tokens><files><file source=\"good.kei\" "
+              "destination=\"$where\"/></files>");
+  description("lonely", "Tidemark",
+              "<files><file source=\"gone.htm\" destination=\"$tidemark/Configuration\"/></files>");
+  write("rootless.kei", "<x/>");
+  write("junk.kep", "junk");
+  std::filesystem::create_directory(m_folder / "folder");
+  std::string bytes = read(package({}));
+  write("cut.kep", bytes.substr(0, bytes.size() / 2));
+  bytes[bytes.size() / 4] = static_cast<char>(bytes[bytes.size() / 4] ^ 0x55);
+  write("damaged.kep", bytes);
+  const auto before = snapshot();
+  for (const FailureRow& row : kFailures) {
+    test::ProcessOptions options;
+    options.environment = environment();
+    options.folder = m_folder;
+    const ProcessResult result =
+        test::RunProcess({"/bin/sh", "-c", std::string(KEST_PROGRAM) + " " + row.command}, options);
+    SCOPED_TRACE(std::string(row.command) + "\n" + result.err);
+    EXPECT_EQ(result.exit, row.exit);
+    const auto part = [&](const char* name) {
+      const std::size_t at = result.err.find(std::string("\n  ") + name);
+      return at == std::string::npos ? std::string()
+                                     : result.err.substr(at + 12, result.err.find('\n', at + 1) - at - 12);
+    };
+    EXPECT_TRUE(result.err.find("error: ") != std::string::npos);
+    EXPECT_NE(part("why").find(row.why), std::string::npos) << part("why");
+    EXPECT_TRUE(part("changed").starts_with("nothing")) << part("changed");
+    EXPECT_NE(part("next").find(row.next), std::string::npos) << part("next");
+    EXPECT_EQ(difference(before, snapshot()), "");
+  }
+}
+
 TEST_F(Operations, QuestionsWithoutATerminalNameTheirFlagAndChangeNothing) {
   const std::string package1 = package({});
   const ProcessResult result = kest({"install", package1, "-y"});

@@ -4,6 +4,7 @@
 #include "support/temp_machine.h"
 
 #include <array>
+#include <chrono>
 #include <optional>
 
 namespace kest::host {
@@ -63,7 +64,7 @@ protected:
 // Leaves the pages of the agreement and stops at its question.
 void ReachAgreement(PseudoTerminal& terminal) {
   ASSERT_TRUE(terminal.WaitFor("q leaves -- ")) << terminal.GetScreen();
-  terminal.TypeLine("q");
+  terminal.Type("q"); // without Return
   ASSERT_TRUE(terminal.WaitFor("yes or no: ")) << terminal.GetScreen();
 }
 
@@ -184,8 +185,41 @@ TEST_F(EveryQuestion, CtrlCEndsWorkThatAsksNothing) {
     terminal.PressCtrlC();
     EXPECT_EQ(terminal.Finish(20), 130) << terminal.GetScreen();
     EXPECT_EQ(terminal.GetScreen().find("Install \"Table"), std::string::npos) << terminal.GetScreen();
+    if (held != m_folder / "pc") {
+      EXPECT_NE(terminal.GetScreen().find("Taking back what was done"), std::string::npos) << terminal.GetScreen();
+    }
     expectUnchanged(m_before);
   }
+}
+
+TEST_F(OnTerminal, ThousandsOfFilesAreDrawnTenTimesASecondAndListedByTheirFolders) {
+  Extension many;
+  many.name = "Many";
+  many.file = "many";
+  many.more = "<files>";
+  constexpr int kFiles = 3000;
+  for (int i = 0; i < kFiles; ++i) {
+    const std::string name = "f" + std::to_string(i) + ".htm";
+    write("src/" + name, name);
+    many.more +=
+        "<file source=\"" + name + "\" destination=\"$tidemark/Configuration/Many/" + std::to_string(i % 3) + "\" />";
+  }
+  many.more += "</files>";
+  const auto frames = [](const std::string& screen) { return std::count(screen.begin(), screen.end(), '\r'); };
+  const auto lines = [](const std::string& screen) { return std::count(screen.begin(), screen.end(), '\n'); };
+  const std::string path = package(many);
+  const auto start = std::chrono::steady_clock::now();
+  PseudoTerminal terminal = onTerminal({"install", path, "--accept-agreement", "-y"});
+  EXPECT_EQ(terminal.Finish(60), 0) << terminal.GetScreen();
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  const auto ends = 2 * lines(terminal.GetScreen()) + 12; // of lines, and the first and last frame of each pass
+  EXPECT_LE(frames(terminal.GetScreen()), 10 * took.count() + static_cast<double>(ends));
+  PseudoTerminal removal = onTerminal({"uninstall", "Many"});
+  ASSERT_TRUE(removal.WaitFor("[y/N]")) << removal.GetScreen();
+  EXPECT_LE(lines(removal.GetScreen()), 10) << removal.GetScreen();
+  EXPECT_NE(removal.GetScreen().find("Many\\2\\: 1000 files"), std::string::npos) << removal.GetScreen();
+  removal.TypeLine("n");
+  EXPECT_EQ(removal.Finish(), 3);
 }
 
 TEST_F(EveryQuestion, AWaitForAFileInUseAsksOnceHoweverOftenTheFileIsLookedAt) {

@@ -41,6 +41,31 @@ TEST(TextWidth, CutsBetweenCharactersAndNeverBeyondTheWidth) {
   EXPECT_EQ(FitToWidth(text, 15), text);
 }
 
+TEST(TextWidth, WrapsBetweenWordsAndLosesNone) {
+  EXPECT_EQ(WrapToWidth("one two  three\n\n  indented", 8), "one two\nthree\n\n\nindented");
+  EXPECT_EQ(WrapToWidth("abcdefgh ij", 3), "abc\ndef\ngh\nij");
+  const std::string text =
+      "The 画像ツール may be used, copied and given away by anybody\nwho_keeps_this_line_with_it.\n";
+  for (int width = 2; width <= 60; ++width) {
+    const std::string wrapped = WrapToWidth(text, width);
+    std::string words;
+    std::string line;
+    for (const char c : wrapped) {
+      if (c == '\n') {
+        EXPECT_LE(DisplayWidth(line), width) << wrapped;
+        line.clear();
+      } else {
+        line += c;
+      }
+      words += c == ' ' || c == '\n' ? "" : std::string(1, c);
+    }
+    std::string wanted = text;
+    std::erase_if(wanted, [](char c) { return c == ' ' || c == '\n'; });
+    EXPECT_EQ(words, wanted) << width;
+  }
+  EXPECT_EQ(WrapToWidth(text, 60), text);
+}
+
 TEST(TextWidth, LetsNothingThroughThatDrivesATerminal) {
   EXPECT_EQ(ForTerminal("a\033[2Jb\rc\x07\x7F\xC2\x9B"
                         "d"),

@@ -62,6 +62,7 @@ std::string Lines(const char* text) { return ForTerminal(ToUtf8(text ? text : ""
 ConsoleUi::ConsoleUi(Terminal& terminal, const Options& options) : m_terminal(terminal), m_options(options) {}
 
 void ConsoleUi::Begin() {
+  Terminal::SetWorking(false);
   m_outcome = {};
   m_number = 0;
   m_arguments.clear();
@@ -267,14 +268,14 @@ bool ConsoleUi::ShowPages(const std::string& text) {
   std::size_t at = 0;
   for (int line = 0; at < text.size(); ++line) {
     if (line > 0 && line % page == 0) {
-      std::string typed;
-      const Terminal::Answer answer = m_terminal.Ask("-- more: Return goes on, q leaves -- ", typed);
+      char key = 0;
+      const Terminal::Answer answer = m_terminal.AskKey("-- more: any key goes on, q leaves -- ", key);
       if (answer != Terminal::Answer::kLine) {
         m_outcome.interrupted = answer == Terminal::Answer::kInterrupted;
         m_outcome.declined = true;
         return false;
       }
-      if (text::StartsWithNoCase(typed, "q")) {
+      if (key == 'q' || key == 'Q') {
         return true;
       }
     }
@@ -293,7 +294,7 @@ bool ConsoleUi::ConfirmAgreement(const char* prompt, const char* agreement) {
     if (!m_terminal.CanAsk()) {
       Miss("--accept-agreement", shown.text);
     } else {
-      const std::string text = Lines(agreement);
+      const std::string text = WrapToWidth(Lines(agreement), m_terminal.GetWidth());
       m_terminal.Say(shown.text);
       const auto lines = std::count(text.begin(), text.end(), '\n');
       m_terminal.Say(fmt::format("({} lines, q leaves)\n", lines));
@@ -350,9 +351,13 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
   return false;
 }
 
-void ConsoleUi::BeginWait() { Terminal::PassOnInterrupt(); }
+void ConsoleUi::BeginWait() {
+  Terminal::SetWorking(true);
+  Terminal::PassOnInterrupt();
+}
 
 void ConsoleUi::BeginProgress(const char* caption, const char*, int) {
+  Terminal::SetWorking(true);
   Terminal::PassOnInterrupt();
   m_caption = Shown(caption ? caption : "");
   m_range = 0;

@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace kest::host {
@@ -27,12 +28,19 @@ constexpr int kError = 2;
 volatile std::sig_atomic_t g_interrupted = 0;
 int g_wake[2] = {-1, -1};
 std::atomic<CKestExtensionManager*> g_engine{nullptr};
+std::atomic<bool> g_working{false};
+std::atomic<bool> g_saysWhatItDoes{false};
 
 extern "C" void OnInterrupt(int) {
   const int saved = errno;
   g_interrupted = 1;
   if (CKestExtensionManager* const engine = g_engine.load()) {
     engine->RequestCancel();
+    if (g_working && g_saysWhatItDoes) {
+      constexpr char kLine[] = "\r\033[KTaking back what was done ...\n";
+      const ssize_t unseen = write(kError, kLine, sizeof kLine - 1);
+      (void)unseen;
+    }
   }
   const char byte = 0;
   const ssize_t ignored = write(g_wake[1], &byte, 1);
@@ -135,6 +143,7 @@ bool Terminal::Configure(const Options& options) {
   m_progress = wanted(options.progress, errorIsTerminal, !dumb) && !options.quiet;
   m_canAsk = isatty(kInput) == 1 && errorIsTerminal && !options.noInput;
   m_quiet = options.quiet;
+  g_saysWhatItDoes = errorIsTerminal && !dumb && !options.quiet;
   if (!options.log.empty()) {
     m_log = open(options.log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
     return m_log >= 0;
@@ -179,15 +188,17 @@ void Terminal::WriteError(std::string_view text) {
 }
 
 void Terminal::Notice(std::string_view line) {
-  Log(line);
+  const std::string shown = m_typedPaths.In(std::string(line));
+  Log(shown);
   if (!m_quiet) {
-    WriteError(std::string(line) + "\n");
+    WriteError(shown + "\n");
   }
 }
 
 void Terminal::Say(std::string_view line) {
-  Log(line);
-  WriteError(std::string(line) + "\n");
+  const std::string shown = m_typedPaths.In(std::string(line));
+  Log(shown);
+  WriteError(shown + "\n");
 }
 
 void Terminal::Log(std::string_view line) {
@@ -209,6 +220,8 @@ void Terminal::PassOnInterrupt() {
   }
 }
 
+void Terminal::SetWorking(bool working) { g_working = working; }
+
 Terminal::Answer Terminal::Ask(std::string_view prompt, std::string& line) {
   WriteError(prompt);
   for (;;) {
@@ -219,6 +232,43 @@ Terminal::Answer Terminal::Ask(std::string_view prompt, std::string& line) {
       Log(std::string(prompt) + line);
       return Answer::kLine;
     }
+    if (const Answer more = ReadMore(); more != Answer::kLine) {
+      return more;
+    }
+  }
+}
+
+Terminal::Answer Terminal::AskKey(std::string_view prompt, char& key) {
+  WriteError(prompt);
+  termios before{};
+  const bool isTerminal = tcgetattr(kInput, &before) == 0;
+  if (isTerminal) {
+    termios byKey = before;
+    byKey.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    byKey.c_cc[VMIN] = 1;
+    byKey.c_cc[VTIME] = 0;
+    tcsetattr(kInput, TCSANOW, &byKey);
+  }
+  Answer answer = Answer::kLine;
+  while (m_typed.empty() && answer == Answer::kLine) {
+    answer = ReadMore();
+  }
+  if (isTerminal) {
+    tcsetattr(kInput, TCSANOW, &before);
+  }
+  if (answer != Answer::kLine) {
+    return answer;
+  }
+  key = m_typed.front();
+  m_typed.erase(0, 1);
+  WriteAll(kError, "\n");
+  constexpr char kEndOfInput = 4; // Ctrl-D
+  return key == kEndOfInput ? Answer::kEnd : Answer::kLine;
+}
+
+// Waits for what is typed next. kLine: something was; kEnd and kInterrupted as they say.
+Terminal::Answer Terminal::ReadMore() {
+  for (;;) {
     pollfd waiting[2] = {{kInput, POLLIN, 0}, {g_wake[0], POLLIN, 0}};
     if (!WasInterrupted() && poll(waiting, 2, -1) < 0 && errno != EINTR) {
       return Answer::kEnd;
@@ -238,6 +288,7 @@ Terminal::Answer Terminal::Ask(std::string_view prompt, std::string& line) {
     }
     if (count > 0) {
       m_typed.append(buffer, static_cast<std::size_t>(count));
+      return Answer::kLine;
     }
   }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/terminal/typed_paths.h"
+
 #include <chrono>
 #include <string>
 #include <string_view>
@@ -34,6 +36,9 @@ public:
   [[nodiscard]] int GetWidth() const;
   [[nodiscard]] int GetHeight() const;
 
+  /// Folders that lines for the user name as they were typed.
+  [[nodiscard]] TypedPaths& GetTypedPaths() { return m_typedPaths; }
+
   /// Data. Kept until Flush or the next line for the user, so that nothing is written in pieces.
   void Data(std::string_view text) { m_data += text; }
   /// False when it could not be written.
@@ -55,6 +60,10 @@ public:
   enum class Answer { kLine, kEnd, kInterrupted };
   /// Shows the prompt and reads one line, without its end. Call only where CanAsk.
   Answer Ask(std::string_view prompt, std::string& line);
+  /// The same for one key, which needs no Return.
+  Answer AskKey(std::string_view prompt, char& key);
+  /// From now on there is something to take back, and Ctrl-C says that this is being done.
+  static void SetWorking(bool working);
   /// Whether Ctrl-C was pressed since the start.
   [[nodiscard]] static bool WasInterrupted();
   /// The engine (borrowed; null: none) that Ctrl-C asks to end its operation.
@@ -67,8 +76,10 @@ public:
   void ClearProgress();
 
 private:
+  Answer ReadMore();
   void WriteError(std::string_view text);
 
+  TypedPaths m_typedPaths;
   std::string m_data;
   std::string m_typed; ///< bytes read behind the last line
   int m_log = -1;

@@ -109,6 +109,49 @@ std::string FitToWidth(std::string_view utf8, int width) {
   return width > 0 ? std::string(utf8.substr(0, at)) + "…" : std::string();
 }
 
+std::string WrapToWidth(std::string_view utf8, int width) {
+  std::string out;
+  std::size_t lineStart = 0; // in `out`
+  std::size_t blank = 0;     // behind the last blank of the line in `out`; 0: it has none
+  int used = 0;
+  for (std::size_t at = 0, length = 0; at < utf8.size(); at += length) {
+    const char32_t c = Decode(utf8.substr(at), length);
+    if (c == '\n') {
+      out += '\n';
+      lineStart = out.size();
+      blank = 0;
+      used = 0;
+      continue;
+    }
+    const int wide = c == '\t' ? 8 - used % 8 : WidthOf(c);
+    if (used + wide > width && c == ' ') {
+      out.erase(std::max(out.find_last_not_of(' ') + 1, lineStart)); // blanks that end a line are none
+      out += '\n';
+      lineStart = out.size();
+      blank = 0;
+      used = 0;
+      continue;
+    }
+    if (used + wide > width && out.size() > lineStart) {
+      const std::size_t cut = blank > lineStart ? blank : out.size();
+      const std::string rest = out.substr(cut);
+      out.erase(cut);
+      out.erase(std::max(out.find_last_not_of(' ') + 1, lineStart));
+      out += '\n';
+      lineStart = out.size();
+      out += rest;
+      blank = 0;
+      used = DisplayWidth(rest);
+    }
+    out += utf8.substr(at, length);
+    used += wide;
+    if (c == ' ') {
+      blank = out.size();
+    }
+  }
+  return out;
+}
+
 std::string PadToWidth(std::string_view utf8, int width) {
   const int blanks = width - DisplayWidth(utf8);
   return std::string(utf8) + std::string(static_cast<std::size_t>(std::max(blanks, 0)), ' ');

@@ -10,6 +10,8 @@ namespace kest::host {
 [[nodiscard]] int DisplayWidth(std::string_view utf8);
 /// As much of the text as fits into `width` columns; an ellipsis stands for the rest.
 [[nodiscard]] std::string FitToWidth(std::string_view utf8, int width);
+/// Its lines broken between words, and long words anywhere, so that none takes more than `width` columns.
+[[nodiscard]] std::string WrapToWidth(std::string_view utf8, int width);
 /// The text followed by blanks up to `width` columns.
 [[nodiscard]] std::string PadToWidth(std::string_view utf8, int width);
 
