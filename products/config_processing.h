@@ -75,7 +75,7 @@ private:
   CString m_sharedBinPath; ///< empty when nothing is kept per user
   CString m_path;          ///< of the file at hand, as stored
   bool m_existing = false;
-  CString m_change; ///< the change at hand in words
+  CString m_change;          ///< the change at hand in words
   bool m_isNoChange = false; ///< m_change is an element that stands for none
   bool m_declined = false;
 };

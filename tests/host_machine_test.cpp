@@ -32,6 +32,19 @@ TEST_F(MachineCommands, StartedProductsRunUntilTheyAreStopped) {
   EXPECT_EQ(kest({"machine", "start", "Nothing"}).exit, 4);
 }
 
+TEST_F(MachineCommands, AProductThatAnotherOneHidesDoesNotCountAsRunning) {
+  makeMachine(); // the executables of both products have one name, and the first that runs stands for it
+  EXPECT_EQ(kest({"machine", "start", "Tidemark 4"}).exit, 0);
+  const auto before = snapshot();
+  const test::ProcessResult hidden = kest({"machine", "start", "Tidemark Nova"});
+  EXPECT_EQ(hidden.exit, 7) << hidden.err;
+  EXPECT_NE(hidden.err.find("Tidemark 4\\Tidemark.exe runs"), std::string::npos) << hidden.err;
+  EXPECT_EQ(difference(before, snapshot()), "");
+  EXPECT_EQ(kest({"machine", "stop", "Tidemark 4"}).exit, 0);
+  EXPECT_EQ(kest({"machine", "start", "Tidemark Nova"}).exit, 0);
+  EXPECT_EQ(json({"products"}, 0)["products"][1]["running"], true);
+}
+
 TEST_F(MachineCommands, TheNextLogOnReplacesWhatWaitsForIt) {
   makeMachine();
   EXPECT_EQ(json({"machine", "logon"}, 0)["replacements"], nlohmann::json::array());
