@@ -38,11 +38,13 @@ int CInstallCopyFile::Prepare() {
   if (PrepareStage() != 0) {
     return -1;
   }
+  const Answer exists = CKestOS::GetMachine().FileExists(m_destination);
+  m_existed = IsYes(exists);
   if (m_deferred) {
     if (PreparePending() != 0) {
       return -1;
     }
-  } else if (const Answer exists = CKestOS::GetMachine().FileExists(m_destination); exists != Answer::kNo) {
+  } else if (exists != Answer::kNo) {
     CString folder;
     if (exists == Answer::kCannotTell || !private_folders::GetFor(m_destination, folder)) {
       return -1;
@@ -223,7 +225,7 @@ void CInstallCopyFile::CollectTouched(CKestTypedList<CKestString>& paths) const 
 
 void CInstallCopyFile::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_placed) {
-    StepEffect effect{m_destination, false, !m_backup.empty(), m_backup, false, nullptr};
+    StepEffect effect{.path = m_destination, .existed = m_existed, .kept = m_backup};
     if (m_deferred) {
       effect.whyForGood = "it is replaced at a log-on";
     }

@@ -54,6 +54,7 @@ private:
   bool m_deferred = false;
   bool m_deleteSource = false;
   bool m_mayMoveSource = false;
+  bool m_existed = false; ///< there was a file at the destination
   bool m_prepared = false;
   bool m_placed = false;
   bool m_backupIsCopy = false;

@@ -83,7 +83,7 @@ void CInstallDeleteFile::CollectTouched(CKestTypedList<CKestString>& paths) cons
 
 void CInstallDeleteFile::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_open) {
-    effects.push_back({m_path, false, true, m_backup, false, nullptr});
+    effects.push_back({.path = m_path, .existed = true, .exists = false, .kept = m_backup});
   }
 }
 
@@ -199,8 +199,8 @@ void CInstallBackupFile::CollectTouched(CKestTypedList<CKestString>& paths) cons
 
 void CInstallBackupFile::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_placed) {
-    effects.push_back({m_file, false, true, m_kept, false, nullptr});
-    effects.push_back({m_copy, false, !m_oldCopy.empty(), m_oldCopy, false, nullptr});
+    effects.push_back({.path = m_file, .existed = true, .kept = m_kept});
+    effects.push_back({.path = m_copy, .existed = !m_oldCopy.empty(), .kept = m_oldCopy, .isBackup = true});
   }
 }
 

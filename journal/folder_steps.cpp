@@ -74,7 +74,7 @@ void CInstallCreateFolder::CollectTouched(CKestTypedList<CKestString>& paths) co
 
 void CInstallCreateFolder::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_prepared && !m_existed) {
-    effects.push_back({m_folder, true, false, {}, false, nullptr});
+    effects.push_back({.path = m_folder, .isFolder = true});
   }
 }
 
@@ -173,7 +173,7 @@ std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteFolder::FromRecord(cons
 
 void CInstallDeleteFolder::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_prepared && m_existed) {
-    effects.push_back({m_folder, true, true, {}, false, nullptr});
+    effects.push_back({.path = m_folder, .isFolder = true, .existed = true, .exists = false});
   }
 }
 

@@ -150,7 +150,7 @@ void CInstallAddFontResource::CollectTouched(CKestTypedList<CKestString>& paths)
 
 void CInstallAddFontResource::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_prepared && !m_existed) {
-    effects.push_back({m_destination, false, false, {}, false, "fonts stay"});
+    effects.push_back({.path = m_destination, .whyForGood = "fonts stay"});
   }
 }
 

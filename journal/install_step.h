@@ -10,12 +10,14 @@ class StepRecord;
 
 /// What a step has done to one path, for the record of the operation.
 struct StepEffect {
-  CString path;                     ///< windows path
+  CString path{};                   ///< windows path
   bool isFolder = false;            ///< of a folder, not a file
   bool existed = false;             ///< before the step
-  CString kept;                     ///< where the file that was there lies now; empty when that is nowhere
+  bool exists = true;               ///< after it
+  CString kept{};                   ///< where the file that was there lies now; empty when that is nowhere
   bool wasReadOnly = false;         ///< the step took the mark off, and did nothing else
   const char* whyForGood = nullptr; ///< why it cannot be taken back later; null when it can
+  bool isBackup = false;            ///< a copy that is left beside a file that is going to be changed
 };
 
 /// One reversible change. It stands in the journal before Do runs; its Undo is right after a Do that failed half-way.

@@ -343,6 +343,14 @@ bool JournalScope::HasSteps() const { return m_open && m_journal.GetCount() > m_
 
 bool JournalScope::IsOutermost() const { return m_journal.m_state->scopes == 1; }
 
+bool JournalScope::IsLast() const { return IsOutermost() || m_kind == Kind::kFinal; }
+
+void JournalScope::CollectEffects(std::vector<StepEffect>& effects) const {
+  for (std::size_t i = m_mark; i < m_journal.GetCount(); ++i) {
+    m_journal[i]->CollectEffects(effects);
+  }
+}
+
 void JournalScope::SetOperation(const CString& operation) {
   if (IsOutermost()) {
     m_journal.m_state->operation.SetName(operation);
@@ -373,8 +381,8 @@ bool JournalScope::Commit() {
   if (state.undoing == 0 && !state.leftovers.empty()) {
     return false; // an inner operation could not be undone: committing would throw away what its undo needs
   }
-  const bool outermost = state.scopes == 1;
-  if (!outermost && m_kind == Kind::kOrdinary) {
+  const bool outermost = IsOutermost();
+  if (!IsLast()) {
     Close();
     return true;
   }

@@ -91,6 +91,10 @@ public:
   /// Whether the scope holds steps.
   [[nodiscard]] bool HasSteps() const;
   [[nodiscard]] bool IsOutermost() const; ///< whether no other scope is open around it
+  /// Whether its steps are released when it commits, and not handed to a scope around it.
+  [[nodiscard]] bool IsLast() const;
+  /// What its own steps have done so far, for every step before it is released.
+  void CollectEffects(std::vector<StepEffect>& effects) const;
   /// Names the operation once more is known of it (the extension's name). Before the first step.
   void SetOperation(const CString& operation);
   /// Has the machine's history tell of the operation once it is done. Of an inner scope it is not used.

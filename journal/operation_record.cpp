@@ -10,27 +10,21 @@
 
 #include <unordered_set>
 
-namespace kest::operation_record {
-namespace {
+namespace kest {
 
-/// The effects on one path as one.
-struct Merged {
-  OperationEffect effect;
-  bool marked = false; ///< known only by the loss of its read-only mark
-};
-
-std::vector<Merged> Merge(const std::vector<StepEffect>& effects) {
-  std::vector<Merged> merged;
+std::vector<MergedEffect> MergeEffects(const std::vector<StepEffect>& effects) {
+  std::vector<MergedEffect> merged;
   std::unordered_map<CString, std::size_t> known;
   for (const StepEffect& effect : effects) {
     const auto [place, isNew] = known.try_emplace(text::Lower(effect.path), merged.size());
     if (isNew) {
-      merged.push_back({{}, true});
+      merged.push_back({{}, true, effect.isBackup});
       merged.back().effect.path = effect.path;
       merged.back().effect.isFolder = effect.isFolder;
       merged.back().effect.existed = effect.existed;
     }
-    Merged& one = merged[place->second];
+    MergedEffect& one = merged[place->second];
+    one.effect.exists = effect.exists;
     one.effect.readOnly = one.effect.readOnly || effect.wasReadOnly;
     if (effect.whyForGood != nullptr) {
       one.effect.whyForGood = effect.whyForGood;
@@ -43,11 +37,14 @@ std::vector<Merged> Merge(const std::vector<StepEffect>& effects) {
   return merged;
 }
 
+namespace operation_record {
+namespace {
+
 class Writer {
 public:
   Writer(const HistoryNote& note, CString own) : m_note(note), m_own(std::move(own)) {}
 
-  bool Add(Merged merged) {
+  bool Add(MergedEffect merged) {
     OperationEffect& effect = merged.effect;
     Machine& machine = CKestOS::GetMachine();
     if (effect.isFolder) {
@@ -239,7 +236,7 @@ bool Write(const HistoryNote& note, const std::vector<StepEffect>& effects, CStr
     return false;
   }
   Writer writer(note, own);
-  for (Merged& one : Merge(effects)) {
+  for (MergedEffect& one : MergeEffects(effects)) {
     if (!writer.Add(std::move(one))) {
       return false;
     }
@@ -266,4 +263,6 @@ bool Publish(const CString& own, const CString& label) {
   return false;
 }
 
-} // namespace kest::operation_record
+} // namespace operation_record
+
+} // namespace kest

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "journal/file_digest.h"
+#include "journal/history.h"
 #include "journal/install_step.h"
 #include "journal/step_record.h"
 
@@ -21,6 +22,16 @@ struct HistoryNote {
   std::unordered_map<CString, FileDigest> digests;    ///< of files written, as far as known, by lower-case path
   std::unordered_map<CString, PackagedFile> packaged; ///< files deleted that need not be kept, by lower-case path
 };
+
+/// The effects of an operation on one path as one.
+struct MergedEffect {
+  OperationEffect effect; ///< without the digest of what is there
+  bool marked = false;    ///< nothing is known but the loss of its read-only mark
+  bool isBackup = false;  ///< a copy that is left beside a changed file
+};
+
+/// In the order in which the paths were first touched.
+[[nodiscard]] std::vector<MergedEffect> MergeEffects(const std::vector<StepEffect>& effects);
 
 /// The record of an operation: written into the private folder before the operation is called done, brought to its
 /// place in the machine's folder after that, by the process itself or by the next start.

@@ -57,7 +57,7 @@ void CInstallMakeWritable::CollectTouched(CKestTypedList<CKestString>& paths) co
 
 void CInstallMakeWritable::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_wasReadOnly) {
-    effects.push_back({m_path, false, true, {}, true, nullptr});
+    effects.push_back({.path = m_path, .existed = true, .wasReadOnly = true});
   }
 }
 
@@ -122,7 +122,7 @@ void CInstallNewFile::CollectTouched(CKestTypedList<CKestString>& paths) const {
 
 void CInstallNewFile::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_prepared && !m_existed) {
-    effects.push_back({m_path, false, false, {}, false, nullptr});
+    effects.push_back({.path = m_path});
   }
 }
 
@@ -204,8 +204,8 @@ void CInstallMoveFile::CollectTouched(CKestTypedList<CKestString>& paths) const 
 
 void CInstallMoveFile::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_open) {
-    effects.push_back({m_from, false, true, m_to, false, nullptr});
-    effects.push_back({m_to, false, false, {}, false, nullptr});
+    effects.push_back({.path = m_from, .existed = true, .exists = false, .kept = m_to});
+    effects.push_back({.path = m_to});
   }
 }
 

@@ -146,9 +146,9 @@ void CInstallPlaceFolder::CollectEffects(std::vector<StepEffect>& effects) const
   if (!m_placed) {
     return;
   }
-  effects.push_back({m_folder, true, false, {}, false, nullptr});
+  effects.push_back({.path = m_folder, .isFolder = true});
   for (const CString& name : m_names) {
-    effects.push_back({m_folder + '\\' + name, false, false, {}, false, nullptr});
+    effects.push_back({.path = m_folder + '\\' + name});
   }
 }
 
@@ -270,9 +270,9 @@ void CInstallDeleteWholeFolder::CollectEffects(std::vector<StepEffect>& effects)
     return;
   }
   for (const CString& name : m_names) {
-    effects.push_back({m_folder + '\\' + name, false, true, m_kept + '\\' + name, false, nullptr});
+    effects.push_back({.path = m_folder + '\\' + name, .existed = true, .exists = false, .kept = m_kept + '\\' + name});
   }
-  effects.push_back({m_folder, true, true, {}, false, nullptr});
+  effects.push_back({.path = m_folder, .isFolder = true, .existed = true, .exists = false});
 }
 
 std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteWholeFolder::FromRecord(const StepRecord& record,

@@ -161,7 +161,6 @@ bool CleanUpFolders(Context& context) {
   for (const CString& path : cleanup.paths) {
     CKestOS::GetMachine().ClearLastError();
     if (state.journal.RunNext() == 0) {
-      state.report.deleted.push_back(path);
       state.knownFolders.erase(text::Lower(path));
     } else if (CKestOS::GetMachine().GetLastError().kind != MachineError::Kind::kNotEmpty) {
       // a folder that somebody filled meanwhile stays; anything else is a failure

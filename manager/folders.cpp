@@ -42,7 +42,6 @@ bool State::EnsureFolderExists(const CString& folder) {
       ReportFolderNotCreated(path);
       return false;
     }
-    report.created.push_back(path);
   }
   return true;
 }

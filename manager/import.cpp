@@ -22,7 +22,6 @@ int ImportEnabled(State& state, const CKestProduct& from, const CKestProduct& to
   if (state.owner.CreatePackage(extension.GetPath().c_str(), package.c_str(), &from, true, false, false) != 0) {
     return 0;
   }
-  state.report.created.clear();
   const CKestProduct* target = &to;
   int restart = 0;
   const bool installed = state.owner.InstallExtension(&target, package.c_str(), nullptr, true, true, true, restart,
@@ -67,8 +66,6 @@ void ImportDisabled(State& state, const CKestProduct& to, const CKestExtension& 
     state.FailByMachine(target, "what is set aside of it could not be copied");
     return;
   }
-  state.report.created.push_back(packageTarget);
-  state.report.created.push_back(target);
   record->SetEnabled(false);
   state.owner.AddExtension(&to, record.release());
 }

@@ -184,9 +184,8 @@ Next CheckFile(Context& context, const FilePlacement::Resolver& resolver, const 
 
 /// One planned step of the copy pass: a folder to make, a file to place, or a new folder with its files.
 struct Planned {
-  CString path;
+  CString path{};
   bool isFolder = false;
-  bool existed = false;
   bool deferred = false;
   bool stays = false;             ///< a font that is there already
   std::vector<FilePlace> files{}; ///< of a folder that is placed with them
@@ -227,9 +226,9 @@ bool MayMove(const Context& context, const CString& source) {
 void PlanFile(Context& context, const CKestExtensionFile& file, const FilePlace& place, Pass& pass) {
   const CString& source = place.source.GetText();
   const CString& path = place.destination.GetText();
-  Planned planned{path, false, context.existing.count(path) != 0, false, false};
+  Planned planned{path};
   if (IsFontPlace(file)) {
-    planned.stays = planned.existed;
+    planned.stays = context.existing.count(path) != 0;
     pass.steps.push_back(std::make_unique<CInstallAddFontResource>(source, path));
   } else {
     planned.deferred = IsSystemPlace(file);
@@ -336,7 +335,7 @@ bool GatherCopies(Context& context, Pass& pass) {
     for (std::size_t i = 0; i < missing.size(); ++i) {
       if (i + 1 < missing.size() || !PlanWholeFolder(missing[i], files, group, pass)) {
         pass.steps.push_back(std::make_unique<CInstallCreateFolder>(missing[i]));
-        pass.planned.push_back({missing[i], true, false, false, false});
+        pass.planned.push_back({missing[i], true});
       }
     }
     if (!group.isPlanned) {
@@ -382,11 +381,8 @@ bool RetryCopy(Context& context, const CString& path) {
 }
 
 void NotePlaced(Context& context, const Planned& planned) {
-  OperationReport& report = context.state.report;
   if (planned.isFolder) {
-    report.created.push_back(planned.path);
-    for (const FilePlace& place : planned.files) {
-      report.created.push_back(place.destination.GetText());
+    for (std::size_t i = 0; i < planned.files.size(); ++i) {
       context.Advance();
     }
     return;
@@ -395,9 +391,7 @@ void NotePlaced(Context& context, const Planned& planned) {
     context.restart |= CKestExtensionManager::kRestartMachine;
   }
   if (planned.stays) {
-    report.kept.push_back({planned.path, OperationReport::Why::kFont, CString()});
-  } else {
-    (planned.existed ? report.changed : report.created).push_back(planned.path);
+    context.state.report.kept.push_back({planned.path, OperationReport::Why::kFont, CString()});
   }
   context.Advance();
 }
@@ -423,7 +417,7 @@ bool PlaceOneByOne(Context& context, const Planned& folder) {
     if (context.state.IsCancelled() || (journal.RunNext() != 0 && !RetryCopy(context, path))) {
       return false;
     }
-    NotePlaced(context, {path, false, false, false, false});
+    NotePlaced(context, {path});
   }
   journal.EndPass();
   return true;

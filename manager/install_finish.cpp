@@ -36,7 +36,6 @@ std::unique_ptr<CKestExtensionInstallStep> MakeDescriptionStep(const Context& co
 
 bool PlaceDescription(Context& context) {
   CKestExtensionManager::State& state = context.state;
-  const Answer before = CKestOS::GetMachine().FileExists(context.destination);
   const bool copied = state.journal.RunNext() == 0;
   state.journal.EndPass();
   context.extension->SetPath(context.destination);
@@ -47,7 +46,6 @@ bool PlaceDescription(Context& context) {
                           Message::kNotInstalled);
     return false;
   }
-  (before == Answer::kNo ? state.report.created : state.report.changed).push_back(context.destination);
   context.EndWait();
   if (context.progress) {
     state.Ui().EndProgress();

@@ -179,9 +179,15 @@ bool Gather(Context& context, CString& content) {
       return false;
     }
   }
-  for (const CString& path : state.report.created) {
-    if (CKestOS::DirectoryExists(path)) {
-      add("folder", {{"path", path}});
+  std::vector<StepEffect> effects;
+  for (const CKestExtensionInstallStep* step : state.journal) {
+    step->CollectEffects(effects);
+  }
+  std::unordered_set<CString> folders;
+  for (const StepEffect& effect : effects) {
+    if (effect.isFolder && effect.exists && CKestOS::DirectoryExists(effect.path) &&
+        folders.insert(text::Lower(effect.path)).second) {
+      add("folder", {{"path", effect.path}});
     }
   }
   for (const auto& [path, before] : context.configuration) {
@@ -209,11 +215,8 @@ bool Place(Context& context, const CString& content) {
       !CKestOS::GetTempFileName(temp, "rec", file) || !CKestFile::WriteAll(file, content)) {
     return false;
   }
-  const std::size_t created = state.report.created.size();
-  const bool placed = state.EnsureFolderExists(CKestPath(path).GetFolder()) &&
-                      RunStep<CInstallCopyFile>(state.journal, file, path, false, false) == 0;
-  state.report.created.resize(std::min(created, state.report.created.size())); // the record is ours, not the user's
-  return placed;
+  return state.EnsureFolderExists(CKestPath(path).GetFolder()) &&
+         RunStep<CInstallCopyFile>(state.journal, file, path, false, false) == 0;
 }
 
 } // namespace

@@ -178,9 +178,7 @@ OperationScope::~OperationScope() {
 }
 
 StepScope::StepScope(State& state, const CString& operation, JournalScope::Kind kind)
-    : m_state(state), m_created(state.report.created.size()), m_changed(state.report.changed.size()),
-      m_deleted(state.report.deleted.size()), m_kept(state.report.kept.size()),
-      m_scope(state.journal, kind, operation) {}
+    : m_state(state), m_kept(state.report.kept.size()), m_scope(state.journal, kind, operation) {}
 
 StepScope::~StepScope() {
   if (m_open) {
@@ -188,19 +186,22 @@ StepScope::~StepScope() {
   }
 }
 
-/// Configuration files that the products changed, and the copies that are left beside them on purpose.
-void StepScope::NoteBackupCopies() {
+/// What the steps have done, whoever made them. The engine's own records are nobody's business.
+void StepScope::NoteEffects(const std::vector<StepEffect>& effects) {
   OperationReport& report = m_state.report;
-  for (const CKestExtensionInstallStep* step : m_state.journal) {
-    const auto* backup = dynamic_cast<const CInstallBackupFile*>(step);
-    if (backup == nullptr) {
+  CString own;
+  const bool hasOwn = history::GetFolder(own);
+  for (MergedEffect& one : MergeEffects(effects)) {
+    OperationEffect& effect = one.effect;
+    if (one.marked || (hasOwn && text::StartsWithNoCase(WithBackslash(effect.path), own))) {
       continue;
     }
-    const bool known = std::any_of(report.leftovers.begin(), report.leftovers.end(),
-                                   [&](const auto& one) { return one.path == backup->GetCopy(); });
-    if (!known) {
-      report.changed.push_back(backup->GetTarget());
-      report.leftovers.push_back({backup->GetCopy(), CString(), "backup copy"});
+    if (one.isBackup) {
+      report.leftovers.push_back({std::move(effect.path), CString(), "backup copy"});
+    } else if (effect.existed != effect.exists) {
+      (effect.exists ? report.created : report.deleted).push_back(std::move(effect.path));
+    } else if (effect.exists && !effect.isFolder) {
+      report.changed.push_back(std::move(effect.path));
     }
   }
 }
@@ -239,7 +240,10 @@ bool StepScope::Commit() {
     m_state.FailByError(open, CString(), "something on the machine could not be looked at");
     return false;
   }
-  NoteBackupCopies();
+  std::vector<StepEffect> effects;
+  if (m_scope.IsLast() && m_state.undoing == 0) {
+    m_scope.CollectEffects(effects); // a commit releases the steps
+  }
   if (m_scope.IsOutermost() && WordOf(m_state.report.operation) != nullptr) {
     m_scope.SetNote(MakeNote());
   }
@@ -254,6 +258,7 @@ bool StepScope::Commit() {
     return false;
   }
   m_open = false;
+  NoteEffects(effects);
   if (outermost && m_scope.IsRecordMissing()) {
     m_state.Note({OperationReport::Failure::kOther, CString(),
                   "the history of the machine could not be written: the operation cannot be undone later", 0, CString(),
@@ -271,9 +276,6 @@ void StepScope::RollBack() {
   m_state.knownFolders.clear();
   OperationReport& report = m_state.report;
   report.undoneSteps += static_cast<int>(before - m_state.journal.GetCount());
-  report.created.resize(m_created);
-  report.changed.resize(m_changed);
-  report.deleted.resize(m_deleted);
   report.kept.resize(m_kept);
   if (!complete) {
     report.rolledBack = false;

@@ -43,13 +43,10 @@ public:
   [[nodiscard]] bool HasSteps() const { return m_scope.HasSteps(); }
 
 private:
-  void NoteBackupCopies();
+  void NoteEffects(const std::vector<StepEffect>& effects);
   [[nodiscard]] HistoryNote MakeNote() const;
 
   State& m_state;
-  std::size_t m_created;
-  std::size_t m_changed;
-  std::size_t m_deleted;
   std::size_t m_kept;
   bool m_open = true;
   JournalScope m_scope;

@@ -251,18 +251,16 @@ bool BuildPackage(PackContext& context) {
 bool PlacePackage(PackContext& context) {
   State& state = context.state;
   const Answer before = CKestOS::GetMachine().FileExists(context.target);
-  bool placed = false;
-  if (context.asStep) {
-    placed = RunStep<CInstallPlaceFile>(state.journal, context.temporary, context.target) == 0;
-  } else {
-    placed = CKestOS::GetMachine().ReplaceFile(context.temporary, context.target) ||
-             CKestOS::CopyFile(context.temporary, context.target);
-  }
+  const bool placed = context.asStep ? RunStep<CInstallPlaceFile>(state.journal, context.temporary, context.target) == 0
+                                     : CKestOS::GetMachine().ReplaceFile(context.temporary, context.target) ||
+                                           CKestOS::CopyFile(context.temporary, context.target);
   if (!placed) {
     state.FailByMachine(context.target, "the package could not be put in place");
     return false;
   }
-  (before == Answer::kNo ? state.report.created : state.report.changed).push_back(context.target);
+  if (state.depth == 1) { // else the steps tell, or it is a file of the engine's own
+    (before == Answer::kNo ? state.report.created : state.report.changed).push_back(context.target);
+  }
   return true;
 }
 

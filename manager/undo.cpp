@@ -209,10 +209,6 @@ bool PutFiles(UndoContext& context) {
       state.journal.EndPass();
       return false;
     }
-    (!effect->existed ? state.report.deleted
-     : effect->exists ? state.report.changed
-                      : state.report.created)
-        .push_back(effect->path);
   }
   state.journal.EndPass();
   return true;
@@ -235,7 +231,6 @@ bool RemoveFolders(UndoContext& context) {
       context.state.FailByMachine(folder, "it could not be removed");
       return false;
     }
-    context.state.report.deleted.push_back(folder);
   }
   return true;
 }

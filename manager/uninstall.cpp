@@ -124,7 +124,6 @@ bool RunFileSteps(Context& context, const FilesOfFolder& folder) {
       }
       return false;
     }
-    state.report.deleted.push_back(path);
     context.Advance();
   }
   return true;
@@ -148,11 +147,9 @@ bool DeleteWhole(Context& context, const FilesOfFolder& folder) {
     state.journal.EndPass();
     return done;
   }
-  for (const CString& path : folder.paths) {
-    state.report.deleted.push_back(path);
+  for (std::size_t i = 0; i < folder.paths.size(); ++i) {
     context.Advance();
   }
-  state.report.deleted.push_back(folder.path);
   state.knownFolders.erase(text::Lower(folder.path));
   context.goneFolders.insert(text::Lower(folder.path));
   return true;
@@ -168,7 +165,6 @@ bool PlanDeletion(Context& context, const CString& path,
   }
   if (presence == Answer::kYes) {
     steps.push_back(std::make_unique<CInstallDeleteFile>(path));
-    context.state.report.deleted.push_back(path);
   }
   return true;
 }

@@ -276,6 +276,22 @@ TEST_F(Operations, AnInstallTellsWhatOfTheDescriptionHadNoEffect) {
   EXPECT_NE(result.err.find("<flies> has no effect here; did you mean \"files\"?"), std::string::npos) << result.err;
 }
 
+TEST_F(Operations, ChangesWithoutTheirPlaceAreToldOneByOne) {
+  Extension extension;
+  extension.more = "<configuration-changes>";
+  for (const std::string key : {"Cmd+8", "Cmd+9"}) {
+    extension.more += "<shortcut-insert listId=\"NoList\"><shortcut key=\"" + key + "\" id=\"X\" /></shortcut-insert>";
+  }
+  extension.more += "</configuration-changes>\r\n";
+  const std::string said = kest({"install", package(extension), "-y", "--accept-agreement"}).err;
+  for (const char* part : {"Cmd+8", "Cmd+9", "NoList"}) {
+    const std::size_t at = said.find(part);
+    ASSERT_NE(at, std::string::npos) << said;
+    const std::string line = said.substr(said.rfind('\n', at) + 1, said.find('\n', at) - said.rfind('\n', at));
+    EXPECT_NE(line.find("Menus.xml has no list for its shortcut"), std::string::npos) << line;
+  }
+}
+
 TEST_F(Operations, ValidatingNamesTheLine) {
   const std::string bad =
       "<kestrel-extension name=\"A\" version=\"1.0\">\n<menuitem name=\"x\" />\n</kestrel-extension>\n";

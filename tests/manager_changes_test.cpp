@@ -8,6 +8,9 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+#include <sstream>
+
 namespace kest::test {
 namespace {
 
@@ -151,6 +154,47 @@ INSTANTIATE_TEST_SUITE_P(Changes, EveryKindOfChange, ::testing::ValuesIn(kChange
                          [](const auto& row) { return std::string(row.param.name); });
 
 class ManagerChanges : public ChangesFixture {};
+
+TEST_F(ManagerChanges, TheReportIsWhatCameAndWent) {
+  const CString kep =
+      pack(package("Whole")
+               .file("tool.htm", kToCommands)
+               .file("deep/a.js", "$tidemark/Configuration/Shared/x/y")
+               .changes("<toolbar-changes file=\"notes.xml\"><toolbar-insert><toolbar id=\"X_Bar\" /></toolbar-insert>"
+                        "</toolbar-changes>")
+               .changesTheList());
+  const auto record = [this] { return find("Whole"); };
+  const std::tuple<const char*, bool, std::function<bool()>> rows[] = {
+      {"install", true, [&] { return tryInstall(kep) != nullptr; }},
+      {"disable", true, [&] { return disable(record()) == 0; }},
+      {"enable", true, [&] { return enable(record()) == 0; }},
+      {"undo", true, [&] { return manager().UndoOperation(0) == 0; }},
+      {"uninstall", false, [&] { return uninstall(record()) == 0; }},
+      {"undo of that", false, [&] { return manager().UndoOperation(0) == 0; }},
+  };
+  for (const auto& [what, editsTheList, work] : rows) {
+    const MachineSnapshot before = m_pc.Snapshot();
+    ASSERT_TRUE(work()) << what;
+    std::set<std::string> told;
+    for (const auto& [list, word] : {std::pair{&report().created, "new "}, {&report().deleted, "gone "}}) {
+      for (const CString& path : *list) {
+        if (!path.ends_with("bk")) {
+          told.insert(word + std::filesystem::relative(m_pc.HostPath(path), m_pc.GetRoot()).string());
+        }
+      }
+    }
+    std::set<std::string> seen;
+    std::istringstream lines(difference(before, m_pc.Snapshot()));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with("new ") || line.starts_with("gone ")) {
+        seen.insert(line);
+      }
+    }
+    EXPECT_EQ(told, seen) << what;
+    const auto& changed = report().changed;
+    EXPECT_EQ(std::count(changed.begin(), changed.end(), kConfiguration + "Extensions.txt"), editsTheList) << what;
+  }
+}
 
 TEST_F(ManagerChanges, TheHostIsCalledInOneOrder) {
   const ExtensionBuilder built = package("Order")
