@@ -2,6 +2,7 @@
 
 #include "host/commands.h"
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -155,6 +156,37 @@ constexpr CommandSpec kCommands[] = {
 
 constexpr std::pair<const char*, const char*> kAliases[] = {{"remove", "uninstall"}};
 
+/// Beside a command's own flags those of all commands that its questions are answered with. Every command has a line.
+constexpr CommandGuide kGuides[] = {
+    {"machine new", "kest machine new pc --product \"Tidemark Nova\" --product \"Tidemark 4\"", ""},
+    {"machine show", "kest machine show pc", ""},
+    {"machine start", "kest machine start \"Tidemark Nova\"", ""},
+    {"machine stop", "kest machine stop \"Tidemark Nova\"", ""},
+    {"machine user", "kest machine user user", ""},
+    {"machine logon", "kest machine logon", ""},
+    {"products", "kest products --all", ""},
+    {"list", "kest list --sort name --state enabled", ""},
+    {"info", "kest info table-tools.kep --files", ""},
+    {"install", "kest install table-tools.kep --yes --accept-agreement",
+     "--yes --accept-agreement --on-existing --allow-downgrade --reinstall --on-clash --per-user --wait"},
+    {"uninstall", "kest uninstall \"Table Tools\" --yes", "--yes --wait"},
+    {"disable", "kest disable \"Table Tools\"", "--wait"},
+    {"enable", "kest enable \"Table Tools\" --on-existing overwrite", "--yes --on-existing --wait"},
+    {"pack", "kest pack table-tools/table-tools.kei -o table-tools.kep", ""},
+    {"import", "kest import --from \"Tidemark 4\" --to \"Tidemark Nova\" --yes",
+     "--yes --on-existing --allow-downgrade --on-clash --wait"},
+    {"validate", "kest validate table-tools/table-tools.kei --strict", ""},
+    {"owns", "kest owns --menu TableTools_Open", ""},
+    {"verify", "kest verify \"Table Tools\"", ""},
+    {"history", "kest history \"Table Tools\"", ""},
+    {"undo", "kest undo 2", "--wait"},
+    {"trash", "kest trash", ""},
+    {"trash empty", "kest trash empty --older-than 7", "--wait"},
+    {"recover", "kest recover", ""},
+    {"help", "kest help install", ""},
+    {"completion", "source <(kest completion bash)", ""},
+};
+
 constexpr std::pair<const char*, const char*> kSimilarWords[] = {
     {"add", "install FILE"},
     {"update", "install FILE"},
@@ -201,6 +233,12 @@ constexpr std::pair<const char*, const char*> kVariables[] = {
 
 std::span<const CommandSpec> GetCommands() { return kCommands; }
 std::span<const FlagSpec> GetCommonFlags() { return kCommonFlags; }
+const CommandGuide* FindGuide(const CommandSpec& command) {
+  const auto* const guide = std::find_if(std::begin(kGuides), std::end(kGuides), [&](const CommandGuide& one) {
+    return std::string_view(one.command) == command.name;
+  });
+  return guide == std::end(kGuides) ? nullptr : guide;
+}
 std::span<const std::pair<int, const char*>> GetExitCodes() { return kExitCodes; }
 std::span<const std::pair<const char*, const char*>> GetVariables() { return kVariables; }
 

@@ -42,10 +42,19 @@ struct CommandSpec {
   [[nodiscard]] std::span<const FlagSpec> GetFlags() const { return {flags, flagCount}; }
 };
 
+/// What the help of a command shows beside its own flags.
+struct CommandGuide {
+  const char* command; ///< its full name
+  const char* example; ///< a whole command line
+  const char* answers; ///< flags of every command that answer what this one asks, with blanks between them
+};
+
 /// The one table of commands: parsing, help, completion and the tests are made from it.
 [[nodiscard]] std::span<const CommandSpec> GetCommands();
 /// Flags that every command takes.
 [[nodiscard]] std::span<const FlagSpec> GetCommonFlags();
+/// Null when there is none.
+[[nodiscard]] const CommandGuide* FindGuide(const CommandSpec& command);
 /// By its full name or another name for it; null when there is none.
 [[nodiscard]] const CommandSpec* FindCommand(std::string_view name);
 /// Other names of commands, each with the command's own.

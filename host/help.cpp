@@ -68,6 +68,16 @@ std::string HelpText(const CommandSpec& command) {
       text += FlagLine(flag);
     }
   }
+  if (const CommandGuide* guide = FindGuide(command)) {
+    std::string answers;
+    for (const FlagSpec& flag : GetCommonFlags()) {
+      if ((" " + std::string(guide->answers) + " ").find(" " + std::string(flag.name) + " ") != std::string::npos) {
+        answers += FlagLine(flag);
+      }
+    }
+    text += answers.empty() ? "" : "\nFlags that answer its questions:\n" + answers;
+    text += fmt::format("\nExample:\n  {}\n", guide->example);
+  }
   return text + "\nFlags of every command: kest help\n";
 }
 
