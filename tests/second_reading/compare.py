@@ -2,7 +2,8 @@
 """Compares kest with a second, simple reading of its rules on random input.
 
 Usage: compare.py KEST SUBJECT [--count N] [--seed N] [--keep DIR]
-SUBJECT: menus (files after an install and after the uninstall). Exit status 1 and the first differences when there are any.
+SUBJECT: installs (files that are placed, and what an uninstall leaves), menus (files after an install and after
+the uninstall). Exit status 1 and the first differences when there are any.
 """
 import argparse
 import random
