@@ -179,7 +179,7 @@ constexpr CommandGuide kGuides[] = {
     {"owns", "kest owns --menu TableTools_Open", ""},
     {"verify", "kest verify \"Table Tools\"", ""},
     {"history", "kest history \"Table Tools\"", ""},
-    {"undo", "kest undo 2", "--wait"},
+    {"undo", "kest undo 3 --yes", "--yes --wait"},
     {"trash", "kest trash", ""},
     {"trash empty", "kest trash empty --older-than 7", "--wait"},
     {"recover", "kest recover", ""},

@@ -65,7 +65,7 @@ TEST_F(Documents, WhatReadmeAndManualTypeWorks) {
     std::filesystem::remove_all(m_folder / "pc");
     // questions are answered; what is there from a page before does not matter
     std::string script = "set -e; HOME=$PWD; kest pack table-tools/table-tools.kei -o pack.kep --force\n"
-                         "kest() { case $1 in install|uninstall|import) command kest \"$@\" -y --accept-agreement;;"
+                         "kest() { case $1 in install|uninstall|import|undo) command kest \"$@\" -y --accept-agreement;;"
                          " pack) command kest \"$@\" --force;; machine) rm -rf ~/pc; command kest \"$@\";;"
                          " *) command kest \"$@\";; esac; }\n";
     int typed = 0;
