@@ -1,4 +1,5 @@
 #include "reliability/crash_trials.h"
+#include "reliability/program_run.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -27,14 +28,7 @@ std::string Tally::text() const {
 }
 
 CrashTrials::CrashTrials(const TriedOperation& operation, int every) : m_operation(operation), m_every(every) {
-  m_pc.makeSample();
-  {
-    EngineRun engine(m_pc.root());
-    engine.start();
-    m_operation.prepare(engine);
-  }
-  m_pc.age();
-  m_pc.save("prepared");
+  Prepare(m_pc, m_operation);
   m_old = look();
   for (const bool isChanges : {false, true}) {
     m_pc.restore("prepared");

@@ -1,5 +1,6 @@
 #include "reliability/engine_run.h"
 #include "reliability/pc_under_test.h"
+#include "reliability/program_run.h"
 #include "support/process.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <map>
 #include <random>
 #include <thread>
 
@@ -24,23 +24,6 @@ constexpr int kFiles = 300;
 /// What the real program does to a machine when it is killed at any time.
 class ProgramKills : public ::testing::Test {
 protected:
-  /// How the program is told to do one of the tried operations.
-  [[nodiscard]] std::vector<std::string> wordsFor(const std::string& name) const {
-    const std::string work = m_pc.root() / "drive_c/Work/";
-    const std::map<std::string, std::vector<std::string>> words = {
-        {"install", {"install", work + "Tool-1.0.kep"}},
-        {"replace", {"install", work + "Tool-2.0.kep"}},
-        {"install-disables", {"install", work + "Tool-1.0.kep", "--on-clash", "disable"}},
-        {"uninstall", {"uninstall", "Tool"}},
-        {"disable", {"disable", "Tool"}},
-        {"enable", {"enable", "Tool"}},
-        {"import", {"import", "--from", "Tidemark 4", "--to", "Tidemark Nova"}},
-        {"pack", {"pack", work + "Tool/tool.kei", "-o", work + "Tool.kep", "--force"}}};
-    std::vector<std::string> all = words.at(name);
-    all.insert(all.end(), {"-y", "--accept-agreement", "--on-existing", "overwrite"});
-    return all;
-  }
-
   /// Starts the program on the machine; its output goes nowhere.
   [[nodiscard]] pid_t begin(const std::vector<std::string>& words) const {
     std::vector<std::string> command = {KEST_PROGRAM, "-m", m_pc.root().string()};
@@ -63,18 +46,6 @@ protected:
   }
   int run(const std::vector<std::string>& words) const { return end(begin(words)); }
 
-  /// Makes the machine on which the operation is tried.
-  void prepare(const TriedOperation& operation) const {
-    m_pc.makeSample();
-    {
-      EngineRun engine(m_pc.root());
-      engine.start();
-      operation.prepare(engine);
-    }
-    m_pc.age();
-    m_pc.save("prepared");
-  }
-
   PcUnderTest m_pc;
 };
 
@@ -85,8 +56,8 @@ TEST_F(ProgramKills, AtAnyTimeLeaveOldOrNewAfterTheNextStart) {
   int done = 0;
   int torn = 0;
   for (const TriedOperation& operation : GetTriedOperations(kFiles)) {
-    const std::vector<std::string> words = wordsFor(operation.name);
-    prepare(operation);
+    const std::vector<std::string> words = WordsFor(m_pc, operation.name);
+    Prepare(m_pc, operation);
     const PcState before = m_pc.state();
     const auto began = Clock::now();
     ASSERT_EQ(run(words), 0) << operation.name;
@@ -117,7 +88,7 @@ TEST_F(ProgramKills, AtAnyTimeLeaveOldOrNewAfterTheNextStart) {
 }
 
 TEST_F(ProgramKills, LeaveNoLockBehind) {
-  prepare(GetTriedOperations(kFiles)[0]);
+  Prepare(m_pc, GetTriedOperations(kFiles)[0]);
   const int holders = PointsOf(200, 20);
   for (int turn = 0; turn < holders; ++turn) {
     const pid_t holder = fork();
@@ -134,13 +105,13 @@ TEST_F(ProgramKills, LeaveNoLockBehind) {
     engine.machine().UnlockWriter();
   }
   std::printf("%d killed lock holders, 0 stale locks\n", holders);
-  EXPECT_EQ(run(wordsFor("install")), 0);
+  EXPECT_EQ(run(WordsFor(m_pc, "install")), 0);
 }
 
 TEST_F(ProgramKills, OfTwoAtOnceTheSecondIsTurnedAway) {
   const auto operations = GetTriedOperations(kFiles);
-  prepare(*std::find_if(operations.begin(), operations.end(),
-                        [](const TriedOperation& one) { return one.name == std::string("uninstall"); }));
+  Prepare(m_pc, *std::find_if(operations.begin(), operations.end(),
+                              [](const TriedOperation& one) { return one.name == std::string("uninstall"); }));
   EngineRun holder(m_pc.root());
   ASSERT_TRUE(holder.machine().LockWriter(0).held);
   const PcState before = m_pc.state();
