@@ -4,6 +4,7 @@
 #include "host/terminal/terminal.h"
 #include "host/terminal/text_width.h"
 #include "manager/operation_report.h"
+#include "platform/machine/machine.h"
 
 #include <fmt/format.h>
 
@@ -141,6 +142,13 @@ Json ErrorJson(const ErrorReport& error) {
   json["next"] = error.next;
   json["message"] = error.message != 0 ? Json(error.message) : Json(nullptr);
   return json;
+}
+
+ExitCode ExitCodeOf(const MachineError& error) {
+  using Kind = MachineError::Kind;
+  const bool isOfUsersMaking = error.kind == Kind::kAccess || error.kind == Kind::kRefused ||
+                               error.kind == Kind::kInUse || error.kind == Kind::kDiskFull;
+  return isOfUsersMaking ? kInUseOrLocked : kFailed;
 }
 
 ExitCode ExitCodeOf(const OperationReport& report, const Outcome& outcome) {

@@ -7,8 +7,9 @@
 #include <vector>
 
 namespace kest {
+struct MachineError;
 struct OperationReport;
-}
+} // namespace kest
 
 namespace kest::host {
 
@@ -31,6 +32,8 @@ void PrintError(Terminal& terminal, const ErrorReport& error);
 
 /// The exit code of an engine operation, from what the engine says and from what became of its questions.
 [[nodiscard]] ExitCode ExitCodeOf(const OperationReport& report, const Outcome& outcome);
+/// The same for a refusal of the machine.
+[[nodiscard]] ExitCode ExitCodeOf(const MachineError& error);
 /// The four parts of a failed operation. `verb` is what did not happen: "installed". `changesOf` is what `kest info`
 /// shows the extension by, for a failure of one of its changes; empty: nothing is there to be shown.
 [[nodiscard]] ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcome,

@@ -72,6 +72,13 @@ int Summarize(Session& session, const CKestProduct& to) {
     }
     return session.Fail(exit != kDone ? exit : outcome.interrupted ? kInterrupted : kDeclinedOrUnanswered, error);
   }
+  const auto incomplete = std::find_if(report.parts.begin(), report.parts.end(),
+                                       [](const OperationReport& one) { return !one.rolledBack; });
+  if (failed > 0 && (report.parts.size() == 1 || incomplete != report.parts.end())) {
+    const OperationReport& part = incomplete != report.parts.end() ? *incomplete : report.parts.front();
+    const std::string quoted = fmt::format("\"{}\" {}", ShownText(part.extension), Shown(part.version));
+    return session.Fail(ExitCodeOf(part, {}), DescribeFailure(part, {}, quoted, "imported"));
+  }
   session.terminal.Notice(
       fmt::format("{} of {} extensions imported into {}.", imported, report.parts.size(), NameOf(to)));
   SayWhatHappened(session, report);

@@ -10,16 +10,43 @@
 namespace kest::host {
 namespace {
 
-bool CarryOut(const WaitingFile& replacement) {
+enum class Carried { kDone, kNot, kHalf };
+
+/// Whoever was stopped half-way last time has put the file there, and only the entry is left.
+Carried CarryOut(const WaitingFile& replacement) {
   Machine& machine = CKestOS::GetMachine();
-  if (!IsYes(machine.FileExists(replacement.pending))) {
-    return false;
+  const Answer isPending = machine.FileExists(replacement.pending);
+  if (isPending == Answer::kCannotTell || (isPending == Answer::kNo && !CKestOS::FileExists(replacement.destination))) {
+    return Carried::kNot;
   }
-  if (machine.IsFileReadOnly(replacement.destination) != Answer::kNo &&
-      !machine.SetFileReadOnly(replacement.destination, false)) {
-    return false;
+  if (isPending == Answer::kYes) {
+    const Answer isReadOnly = machine.IsFileReadOnly(replacement.destination);
+    if (isReadOnly != Answer::kNo && !machine.SetFileReadOnly(replacement.destination, false)) {
+      return Carried::kNot;
+    }
+    if (!machine.ReplaceFile(replacement.pending, replacement.destination)) {
+      return isReadOnly != Answer::kYes || machine.SetFileReadOnly(replacement.destination, true) ? Carried::kNot
+                                                                                                  : Carried::kHalf;
+    }
   }
-  return machine.ReplaceFile(replacement.pending, replacement.destination);
+  const auto forget = [&] {
+    return machine.DeleteRegistryValue(RegistryRoot::kCurrentUser, kRunOnceKey, replacement.value);
+  };
+  return forget() || forget() ? Carried::kDone : Carried::kHalf;
+}
+
+/// What became of all of them.
+int Tell(Session& session, int done, int failed, const MachineError& error, const ErrorReport& first) {
+  if (failed == 0) {
+    session.terminal.Notice(done == 0 ? "Nothing was waiting for the next log-on."
+                                      : fmt::format("{} file{} replaced.", done, done == 1 ? "" : "s"));
+    return kDone;
+  }
+  ErrorReport report = first;
+  report.what = "the log-on is not complete";
+  report.changed = done == 0 ? "nothing" : fmt::format("{} of {} files are replaced", done, done + failed);
+  report.next = "try again: kest machine logon";
+  return session.Fail(report.left.empty() ? ExitCodeOf(error) : kUndoIncomplete, report);
 }
 
 } // namespace
@@ -40,33 +67,40 @@ int RunMachineLogon(Session& session) {
                                          0});
   }
   std::vector<WaitingFile> waiting;
-  static_cast<void>(ListWaitingFiles(waiting));
+  machine.ClearLastError();
+  if (ListWaitingFiles(waiting) == Answer::kCannotTell) {
+    const MachineError error = machine.GetLastError();
+    machine.UnlockWriter();
+    return session.Fail(ExitCodeOf(error), {"the log-on was not done",
+                                            "what waits for it could not be read: " + Shown(error.reason),
+                                            "nothing",
+                                            {},
+                                            "try again: kest machine logon",
+                                            0});
+  }
   int failed = 0;
   int done = 0;
-  std::string why;
+  MachineError error;
+  ErrorReport report;
   for (const WaitingFile& replacement : waiting) {
-    const bool carried = CarryOut(replacement) &&
-                         machine.DeleteRegistryValue(RegistryRoot::kCurrentUser, kRunOnceKey, replacement.value);
-    (carried ? done : failed) += 1;
-    why = carried ? why : Shown(replacement.destination) + " could not be replaced";
+    const Carried carried = CarryOut(replacement);
+    (carried == Carried::kDone ? done : failed) += 1;
+    const std::string destination = Shown(replacement.destination);
+    if (carried != Carried::kDone) {
+      error = machine.GetLastError();
+      report.why = destination + " could not be replaced" + (error.reason.empty() ? "" : ": " + Shown(error.reason));
+    }
+    if (carried == Carried::kHalf) {
+      report.left.push_back(destination + " (replaced, but its entry still waits for the log-on)");
+    }
     session.document["replacements"].push_back(
         {{"destination", PathJson(&session.GetMachine(), replacement.destination)},
          {"pending", ToUtf8(replacement.pending)},
-         {"done", carried}});
-    session.terminal.Notice((carried ? "Replaced " : "Not replaced: ") + Shown(replacement.destination));
+         {"done", carried == Carried::kDone}});
+    session.terminal.Notice((carried == Carried::kDone ? "Replaced " : "Not replaced: ") + destination);
   }
   machine.UnlockWriter();
-  if (failed > 0) {
-    return session.Fail(kFailed, {"the log-on is not complete",
-                                  why,
-                                  fmt::format("{} of {} files", done, done + failed),
-                                  {},
-                                  "try again: kest machine logon",
-                                  0});
-  }
-  session.terminal.Notice(done == 0 ? "Nothing was waiting for the next log-on."
-                                    : fmt::format("{} file{} replaced.", done, done == 1 ? "" : "s"));
-  return kDone;
+  return Tell(session, done, failed, error, report);
 }
 
 } // namespace kest::host

@@ -20,6 +20,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Documents of commands that change the machine.
+constexpr std::string_view kChangingSchemas[] = {"result", "results"};
+
 std::string Environment(const char* name) {
   const char* value = std::getenv(name);
   return value ? value : "";
@@ -84,6 +87,16 @@ bool Session::OpenMachineAt(const std::string& hostFolder, int& exit) {
   m_machineName = Short(hostFolder);
   if (document.contains("machine")) {
     document["machine"] = ToUtf8(hostFolder);
+  }
+  const MachineError unseen = machine->IsUsable() ? MachineError() : machine->GetLastError();
+  if (unseen.kind != MachineError::Kind::kNone && unseen.kind != MachineError::Kind::kNotFound) {
+    exit = Fail(ExitCodeOf(unseen), {fmt::format("the machine at {} cannot be opened", m_machineName),
+                                     Shown(unseen.reason),
+                                     "nothing",
+                                     {},
+                                     "try again, or name another machine with --machine DIR",
+                                     0});
+    return false;
   }
   if (!machine->IsUsable()) {
     exit = Fail(kNotFoundHere, {fmt::format("there is no machine at {}", m_machineName),
@@ -163,7 +176,21 @@ bool Session::OpenEngine(int& exit, bool load) {
   if (load) {
     m_manager->Load();
   }
-  return true;
+  const MachineError& unread = m_manager->GetUnread();
+  if (unread.kind == MachineError::Kind::kNone) {
+    return true;
+  }
+  const std::string why = Shown(unread.path) + ": " + Shown(unread.reason);
+  if (!load || !command ||
+      std::none_of(std::begin(kChangingSchemas), std::end(kChangingSchemas),
+                   [&](std::string_view schema) { return schema == command->schema; })) {
+    terminal.Say(terminal.Paint(Style::kWarning, "warning:") +
+                 " not all that is installed could be read; what follows may lack some of it: " + why);
+    return true;
+  }
+  exit = Fail(ExitCodeOf(unread),
+              {"what is installed on " + m_machineName + " could not all be read", why, "nothing", {}, "try again", 0});
+  return false;
 }
 
 void Session::StartEngine() {

@@ -53,6 +53,9 @@ public:
   /// (RecoveryReport::isForeign); from then on the machine is relied on. Before Load. The report is
   /// GetRecoveryReport's.
   const RecoveryReport& RecoverTrusting();
+  /// What kept Init or Load from seeing all products and all that is installed in them: then no operation changes
+  /// anything. Of kind kNone as a rule.
+  [[nodiscard]] const MachineError& GetUnread() const;
   /// What Init found of interrupted operations.
   [[nodiscard]] const RecoveryReport& GetRecoveryReport() const;
   /// How long an operation waits for another process that is changing the machine; 0 at first.

@@ -5,6 +5,7 @@
 #include "journal/whole_folder_steps.h"
 #include "manager/install.h"
 #include "platform/machine/os.h"
+#include "platform/machine/user_help.h"
 
 namespace kest::install {
 namespace {
@@ -115,11 +116,8 @@ bool FreeDestination(Context& context, const CString& path, bool exists) {
                           path, "the current user cannot replace it now");
   }
   do {
-    MachineError error = CKestOS::GetMachine().GetLastError();
-    if (state.HelpUserFreeFile(path, false) != kRetry) {
-      if (FailureOf(error) == Failure::kOther) {
-        error.kind = MachineError::Kind::kInUse;
-      }
+    const MachineError error = CKestOS::GetMachine().GetLastError();
+    if (!CanUserHelp(error) || state.HelpUserFreeFile(path, false) != kRetry) {
       state.FailByError(error, path, "it cannot be placed", static_cast<int>(Message::kFileInUse));
       return false;
     }
@@ -368,6 +366,10 @@ bool RetryCopy(Context& context, const CString& path) {
     const MachineError error = CKestOS::GetMachine().GetLastError();
     // one of the machine's own, such as its registry, which is told of a file that waits for the next log-on
     const bool isMachineFile = FailureOf(error) == Failure::kInUse && error.path.starts_with("/");
+    if (!CanUserHelp(error)) {
+      state.FailByError(error, path, "it could not be placed");
+      return false;
+    }
     if (state.HelpUserFreeFile(path, isMachineFile) != kRetry) {
       state.FailByError(error, path, "it could not be placed", static_cast<int>(Message::kFileInUse));
       return false;

@@ -111,8 +111,10 @@ bool UnpackPackage(Context& context) {
     return false;
   }
   if (unpacked != CKestPackage::kGood) {
-    const Failure kind = FailureOf(CKestOS::GetMachine().GetLastError());
-    state.Fail(kind == Failure::kOther ? Failure::kBadPackage : kind, context.path, package.GetProblem());
+    const MachineError error = CKestOS::GetMachine().GetLastError();
+    const bool isOfMachine = unpacked == CKestPackage::kCannotWrite || error.kind == MachineError::Kind::kOther ||
+                             FailureOf(error) != Failure::kOther;
+    state.Fail(isOfMachine ? FailureOf(error) : Failure::kBadPackage, context.path, package.GetProblem());
     return false;
   }
   CKestOS::GetMachine().StartSync(folder);

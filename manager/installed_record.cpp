@@ -1,5 +1,7 @@
 #include "manager/installed_record.h"
 
+#include "journal/folder_steps.h"
+
 #include "config/config_change.h"
 #include "journal/copy_steps.h"
 #include "journal/history.h"
@@ -215,7 +217,10 @@ bool Place(Context& context, const CString& content) {
       !CKestOS::GetTempFileName(temp, "rec", file) || !CKestFile::WriteAll(file, content)) {
     return false;
   }
-  return state.EnsureFolderExists(CKestPath(path).GetFolder()) &&
+  std::vector<CString> missing; // the folders are ours, not the user's: the report is not to tell of them
+  return state.CollectMissingFolders(CKestPath(path).GetFolder(), missing) &&
+         std::all_of(missing.begin(), missing.end(),
+                     [&](const CString& one) { return RunStep<CInstallCreateFolder>(state.journal, one) == 0; }) &&
          RunStep<CInstallCopyFile>(state.journal, file, path, false, false) == 0;
 }
 

@@ -72,9 +72,12 @@ int CKestExtensionManager::Init() {
   for (const TypeLabel& label : kTypeLabels) {
     m_state->typeLabels[label.type] = LoadMessage(label.message);
   }
-  m_state->unread = noFolder.kind != MachineError::Kind::kNone ? noFolder : machine.GetUnanswered();
+  m_state->unread = machine.GetUnanswered();
   if (m_state->unread.kind == MachineError::Kind::kAccess) {
     m_state->unread = MachineError{}; // what is closed to this user, another user's folder say, is not ours to change
+  }
+  if (noFolder.kind != MachineError::Kind::kNone) {
+    m_state->unread = noFolder;
   }
   return 0;
 }
@@ -96,6 +99,10 @@ int CKestExtensionManager::Load() {
 const RecoveryReport& CKestExtensionManager::RecoverTrusting() {
   m_state->recovery = RecoverInterruptedOperations({.findReach = FindReachOfMachine, .trustMachine = true});
   return m_state->recovery;
+}
+
+const MachineError& CKestExtensionManager::GetUnread() const {
+  return m_state->unread.kind != MachineError::Kind::kNone ? m_state->unread : m_state->unreadCatalogue;
 }
 
 const RecoveryReport& CKestExtensionManager::GetRecoveryReport() const { return m_state->recovery; }

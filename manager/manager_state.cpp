@@ -68,6 +68,15 @@ void State::NameInReport(const CKestProduct& product, const CKestExtension& exte
 
 void State::Fail(OperationReport::Failure kind, const CString& path, const CString& reason, int message,
                  const CString& next) {
+  const MachineError open = CKestOS::GetMachine().GetUnanswered();
+  const bool isFirst = report.failure == OperationReport::Failure::kNone;
+  if (isFirst && kind != OperationReport::Failure::kDeclined && open.kind != MachineError::Kind::kNone) {
+    // "not there" or "damaged" is a guess of somebody who could not look
+    const CString what = open.path.empty() || open.path == path ? CString("it could not be looked at")
+                                                                : "a question about " + open.path + " had no answer";
+    Note({FailureOf(open), path.empty() ? open.path : path, open.reason.empty() ? what : what + ": " + open.reason, 0,
+          "try again", CString(), true});
+  }
   Note({kind, path, reason, message, next, CString(), true});
 }
 

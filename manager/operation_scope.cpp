@@ -240,6 +240,9 @@ bool StepScope::Commit() {
     m_state.FailByError(open, CString(), "something on the machine could not be looked at");
     return false;
   }
+  if (m_state.report.failure != OperationReport::Failure::kNone) {
+    return false; // what was called failed is not done
+  }
   std::vector<StepEffect> effects;
   if (m_scope.IsLast() && m_state.undoing == 0) {
     m_scope.CollectEffects(effects); // a commit releases the steps

@@ -5,6 +5,7 @@
 #include "journal/journal.h"
 #include "platform/machine/os.h"
 #include "platform/machine/timer.h"
+#include "platform/machine/user_help.h"
 #include "products/config_errors.h"
 
 #include <algorithm>
@@ -326,9 +327,12 @@ bool ConfigRun::BackUp() {
   return false;
 }
 
-/// True when the user gave up.
+/// True when the user gave up, or cannot help.
 bool ConfigRun::WaitUntilUpdatable() {
   while (!CKestOS::CanUpdateFile(m_path)) {
+    if (!CanUserHelp(CKestOS::GetMachine().GetLastError())) {
+      return true;
+    }
     if (m_ui.Ask(Message::kFileInUse, {m_path}, kRetryCancel) != kRetry) {
       m_declined = true;
       return true;

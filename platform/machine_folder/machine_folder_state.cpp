@@ -35,6 +35,9 @@ MachineFolder::State::State(const CString& folder)
   creationMask = umask(0);
   umask(creationMask);
   root = HostDescriptor(open(hostFolder.c_str(), kFolderFlags));
+  if (!root.IsOpen()) {
+    (void)Fail(errno, hostFolder);
+  }
   struct stat info {};
   if (root.IsOpen() && fstat(root.Get(), &info) == 0) {
     rootIdentity = IdentityOf(info);
@@ -92,6 +95,9 @@ void MachineFolder::State::OpenMounts() {
   const auto add = [&](char drive, const CString& hostPath, bool writable) {
     HostDescriptor descriptor(open(hostPath.c_str(), kFolderFlags));
     failure = descriptor.IsOpen() || errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? failure : errno;
+    if (!descriptor.IsOpen() && drive == 'C') {
+      (void)Fail(errno, hostPath);
+    }
     if (descriptor.IsOpen()) {
       m_mounts.push_back(std::make_unique<FolderMount>(
           FolderMount{drive, {}, RealPath(hostPath), writable, true, std::move(descriptor)}));
