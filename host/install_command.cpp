@@ -117,6 +117,14 @@ const CKestProduct* Predict(Session& session, const CKestExtension& record) {
 
 int FailUnread(Session& session, const ExtensionFile& file, const std::string& hostFile) {
   const std::string name = ForTerminal(hostFile);
+  if (const MachineError open = session.GetMachine().GetUnanswered(); open.kind != MachineError::Kind::kNone) {
+    return session.Fail(ExitCodeOf(open), {fmt::format("{} was not installed", name),
+                                           "it could not be read: " + Shown(open.reason),
+                                           "nothing",
+                                           {},
+                                           "try again",
+                                           0});
+  }
   if (!file.exists) {
     return session.Fail(kNotFoundHere, {fmt::format("{} was not installed", name),
                                         WhyNoFile(hostFile),

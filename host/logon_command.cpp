@@ -59,12 +59,17 @@ int RunMachineLogon(Session& session) {
   Machine& machine = session.GetMachine();
   const WriterLock lock = machine.LockWriter(std::int64_t{std::max(session.options.wait, 0)} * 1000);
   if (!lock.held) {
-    return session.Fail(kInUseOrLocked, {"the log-on was not done",
-                                         "the machine is being changed by " + Shown(lock.holder),
-                                         "nothing",
-                                         {},
-                                         "try again, or wait with --wait SEC",
-                                         0});
+    const MachineError refused = machine.GetLastError();
+    const bool isHeld = refused.kind == MachineError::Kind::kInUse;
+    return session.Fail(
+        ExitCodeOf(refused),
+        {"the log-on was not done",
+         isHeld ? "the machine is being changed by " + (lock.holder.empty() ? "another process" : Shown(lock.holder))
+                : "the machine cannot be changed: " + Shown(refused.reason),
+         "nothing",
+         {},
+         "try again, or wait with --wait SEC",
+         0});
   }
   std::vector<WaitingFile> waiting;
   machine.ClearLastError();

@@ -101,7 +101,12 @@ void State::FailByError(const MachineError& error, const CString& path, const CS
                                        : "close the program that uses the file and try again";
   }
   const CString reason = error.reason.empty() ? what : what + ": " + error.reason;
-  Fail(FailureOf(error), path.empty() ? error.path : path, reason, message, next);
+  const CString& about = path.empty() ? error.path : path;
+  if (error.kind == MachineError::Kind::kNone || error.kind == MachineError::Kind::kNotFound) {
+    Fail(FailureOf(error), about, reason, message, next);
+  } else {
+    Note({FailureOf(error), about, reason, message, next, CString(), true});
+  }
 }
 
 } // namespace kest

@@ -136,7 +136,8 @@ OperationScope::OperationScope(State& state, OperationReport::Operation operatio
     m_locked = lock.held;
     m_mayWrite = lock.held;
     const MachineError refused = CKestOS::GetMachine().GetLastError();
-    if (!lock.held && lock.holder.empty() && FailureOf(refused) == OperationReport::Failure::kNoPermission) {
+    if (!lock.held && lock.holder.empty() && refused.kind != MachineError::Kind::kNone &&
+        refused.kind != MachineError::Kind::kInUse) {
       state.FailByError(refused, CString(), "the machine cannot be changed");
     } else if (!lock.held) {
       const CString holder = lock.holder.empty() ? CString("another process") : lock.holder;

@@ -398,7 +398,7 @@ WriterLock MachineFolder::LockWriter(std::int64_t milliseconds) {
   state.lock =
       HostDescriptor(state.root.IsOpen() ? openat(state.root.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
   if (!state.lock.IsOpen()) {
-    (void)state.Fail(ENOENT, state.hostFolder);
+    (void)state.Fail(state.root.IsOpen() ? errno : ENOENT, state.hostFolder);
     return {};
   }
   const std::int64_t end = MonotonicMilliseconds() + std::max<std::int64_t>(milliseconds, 0);

@@ -33,7 +33,7 @@ struct Kind {
 constexpr Kind kKinds[] = {
     {"open", EIO},     {"stat", EIO},  {"read", EIO},   {"list", EIO},    {"open", EACCES}, {"open", EMFILE},
     {"stat", EACCES},  {"link", EIO},  {"rename", EIO}, {"make", EACCES}, {"remove", EIO},  {"mark", EPERM},
-    {"write", ENOSPC}, {"write", EIO}, {"sync", EIO},   {"lock", ENOLCK}, {"map", ENOMEM},  {"memory", ENOMEM},
+    {"write", ENOSPC}, {"write", EIO}, {"sync", EIO},   {"lock", ENOLCK}, {"map", ENOMEM},
 };
 
 struct Options {
