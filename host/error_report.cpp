@@ -35,6 +35,7 @@ constexpr FailureRow kFailures[] = {
     {Failure::kLocked, kInUseOrLocked, "another process is changing the machine", "try again, or wait with --wait SEC"},
     {Failure::kDiskFull, kInUseOrLocked, "the disk is full", "make room and try again"},
     {Failure::kAlreadyThere, kDone, "the same extension is enabled already", "nothing is to be done"},
+    {Failure::kNoMemory, kFailed, "there is not enough memory", "close other programs and try again"},
     {Failure::kOther, kFailed, "the engine gives no reason", "try again with --verbose --log FILE"},
 };
 
@@ -186,6 +187,9 @@ ErrorReport DescribeFailure(const OperationReport& report, const Outcome& outcom
   for (const OperationReport::Leftover& leftover : report.leftovers) {
     error.left.push_back(fmt::format("{} ({})", Shown(leftover.path), Shown(leftover.why)) +
                          (leftover.backup.empty() ? "" : "; its old state: " + Shown(leftover.backup)));
+  }
+  if (!report.rolledBack && error.left.empty()) {
+    error.left.emplace_back("what the operation had done so far");
   }
   if (!report.rolledBack) {
     error.next = "run: kest recover";

@@ -88,7 +88,12 @@ int RunMachineLogon(Session& session) {
   MachineError error;
   ErrorReport report;
   for (const WaitingFile& replacement : waiting) {
-    const Carried carried = CarryOut(replacement);
+    Carried carried = Carried::kHalf;
+    try {
+      carried = CarryOut(replacement);
+    } catch (const std::exception&) {
+      machine.ClearLastError(); // it may or may not have been done
+    }
     (carried == Carried::kDone ? done : failed) += 1;
     const std::string destination = Shown(replacement.destination);
     if (carried != Carried::kDone) {

@@ -10,6 +10,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
+#include <new>
+#include <optional>
+
+#include <unistd.h>
 
 namespace kest::host {
 namespace {
@@ -61,10 +66,33 @@ int Dispatch(Session& session, const CommandLine& line) {
   return line.command->run(session);
 }
 
-} // namespace
+/// What is told when something was thrown up to here, for want of memory as a rule. Allocates nothing. Returns the exit
+/// code.
+int ReportThrown(const OperationReport* report, bool isOneOfSeveral, const char* what) {
+  const bool ran = report != nullptr && report->operation != OperationReport::Operation::kNone;
+  const char* changed = "nothing";
+  int exit = kFailed;
+  if (ran && report->Succeeded()) {
+    changed = "what the command did stays; only its words are lost";
+    exit = isOneOfSeveral ? kSomeFailed : kDone;
+  } else if (ran && !report->rolledBack) {
+    changed = "the undo is incomplete\n  left     what the operation had done so far";
+    exit = kUndoIncomplete;
+  } else if (isOneOfSeveral) {
+    changed = "nothing by the operation at hand; those before it are in: kest history";
+  }
+  for (const char* part :
+       {exit == kDone ? "warning: " : "error: ", "the program had to end early\n  why      ",
+        std::strcmp(what, std::bad_alloc().what()) == 0 ? "there is not enough memory" : what, "\n  changed  ", changed,
+        "\n  next     ", exit == kUndoIncomplete ? "run: kest recover\n" : "close other programs and try again\n"}) {
+    if (write(STDERR_FILENO, part, std::strlen(part)) < 0) {
+      break;
+    }
+  }
+  return exit;
+}
 
-int RunProgram(int count, const char* const* arguments) {
-  Session session;
+int Run(Session& session, int count, const char* const* arguments) {
   const CommandLine line = ReadCommandLine(std::vector<std::string>(arguments + 1, arguments + count));
   session.options = line.options;
   const int exit = Dispatch(session, line);
@@ -83,6 +111,29 @@ int RunProgram(int count, const char* const* arguments) {
     return exit == kDone || exit == kProblemsFound ? kInUseOrLocked : exit;
   }
   return exit;
+}
+
+bool s_isRunning = false;
+
+} // namespace
+
+void EndAtOnce() {
+  OperationReport report;
+  report.operation = OperationReport::Operation::kUndo;
+  report.rolledBack = false;
+  _exit(ReportThrown(s_isRunning ? &report : nullptr, false, std::bad_alloc().what()));
+}
+
+int RunProgram(int count, const char* const* arguments) {
+  s_isRunning = true;
+  std::optional<Session> session;
+  try {
+    session.emplace();
+    return Run(*session, count, arguments);
+  } catch (const std::exception& thrown) {
+    return ReportThrown(session ? session->FindReport() : nullptr, session && session->options.arguments.size() > 1,
+                        thrown.what());
+  }
 }
 
 } // namespace kest::host

@@ -61,12 +61,16 @@ Session::Session() = default;
 
 Session::~Session() {
   Terminal::SetInterruptible(nullptr);
-  m_manager.reset();
-  CKestOS::SetMachine(nullptr);
-  m_machine.reset();
-  if (!m_temporaryMachine.empty()) {
-    std::error_code error;
-    fs::remove_all(m_temporaryMachine, error);
+  try {
+    m_manager.reset();
+    CKestOS::SetMachine(nullptr);
+    m_machine.reset();
+    if (!m_temporaryMachine.empty()) {
+      std::error_code error;
+      fs::remove_all(m_temporaryMachine, error);
+    }
+  } catch (const std::exception&) {
+    return; // what is left in temporary folders goes with the next start
   }
 }
 

@@ -59,6 +59,8 @@ public:
 
   /// Reports an error on the terminal and in the document; returns the code.
   int Fail(ExitCode exit, const ErrorReport& error);
+  /// Of the last operation; null before the engine started.
+  [[nodiscard]] const OperationReport* FindReport() const { return m_manager ? &m_manager->GetLastReport() : nullptr; }
   [[nodiscard]] const std::optional<ErrorReport>& GetError() const { return m_error; }
   /// Before the next of several operations.
   void ForgetError() { m_error.reset(); }

@@ -8,7 +8,13 @@ CInstallRemoveExtension::CInstallRemoveExtension(CatalogueOperations* manager, c
                                                  CKestExtension* extension)
     : m_manager(manager), m_product(product), m_extension(extension) {}
 
-CInstallRemoveExtension::~CInstallRemoveExtension() { CInstallRemoveExtension::Release(); }
+CInstallRemoveExtension::~CInstallRemoveExtension() {
+  try {
+    CInstallRemoveExtension::Release();
+  } catch (const std::bad_alloc&) {
+    m_owned = false; // nobody could keep it
+  }
+}
 
 int CInstallRemoveExtension::Do() {
   if (m_manager == nullptr || m_product == nullptr || m_extension == nullptr) {

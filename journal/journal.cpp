@@ -8,6 +8,8 @@
 #include "platform/machine/os.h"
 #include "platform/text/path.h"
 
+#include <algorithm>
+#include <exception>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -29,6 +31,18 @@ struct Pass {
 
 constexpr long kNoLine = -1;
 
+// One more, until the end of the block.
+class Counted {
+public:
+  explicit Counted(int& count) : m_count(count) { ++m_count; }
+  ~Counted() { --m_count; }
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+
+private:
+  int& m_count;
+};
+
 } // namespace
 
 struct CKestInstallJournal::State {
@@ -46,6 +60,8 @@ struct CKestInstallJournal::State {
   void Append(OwnedStep step, Entry entry);
   OwnedStep TakeLast(Entry& entry);
   bool UndoTo(std::size_t mark);
+  void Abandon(std::size_t mark);
+  void CleanUp(std::size_t mark, bool outermost);
   void ReleaseFrom(std::size_t mark);
   bool SyncTouched(std::size_t mark, const CString& record);
   void WriteRecord(std::size_t mark, CString& path);
@@ -59,6 +75,7 @@ struct CKestInstallJournal::State {
   std::vector<Leftover> leftovers;
   int scopes = 0;
   int undoing = 0;
+  bool isAbandoned = false; ///< what was done stays for the next start to undo
   Operation operation;
 };
 
@@ -188,9 +205,9 @@ int CKestInstallJournal::State::DoLast() {
 }
 
 bool CKestInstallJournal::State::UndoTo(std::size_t mark) {
-  UndoWalk walk(operation.GetOpenFile());
   const std::size_t before = leftovers.size();
-  ++undoing;
+  const Counted counted(undoing);
+  UndoWalk walk(operation.GetOpenFile());
   while (steps.GetCount() > mark) {
     Entry entry;
     OwnedStep step = TakeLast(entry);
@@ -198,9 +215,45 @@ bool CKestInstallJournal::State::UndoTo(std::size_t mark) {
       step->Release();
     }
   }
-  --undoing;
   walk.Finish(leftovers);
   return leftovers.size() == before;
+}
+
+// Without memory nothing more can be undone here. What undo needs lies in the private folder and stays there, with the
+// journal that says so, for the next start; the scopes around this one leave it as it is. Allocates nothing.
+void CKestInstallJournal::State::Abandon(std::size_t mark) {
+  isAbandoned = true;
+  CKestOS::KeepTempFolder();
+  while (steps.GetCount() > mark) {
+    Entry entry;
+    TakeLast(entry).reset();
+  }
+  if (mark == 0) {
+    entries.clear();
+  }
+}
+
+// After the mark "done" the operation is done, whatever becomes of the clean-up: the next start completes it.
+void CKestInstallJournal::State::CleanUp(std::size_t mark, bool outermost) {
+  for (int tries = 2; tries > 0; --tries) {
+    try {
+      if (outermost) {
+        operation.BeginCleanUp();
+      }
+      ReleaseFrom(mark);
+      if (outermost) {
+        operation.End(Operation::Outcome::kDone);
+      }
+      return;
+    } catch (const std::exception&) {
+      continue; // lack of memory may pass
+    }
+  }
+  Abandon(mark);
+  isAbandoned = false;
+  if (outermost) {
+    operation.Drop();
+  }
 }
 
 void CKestInstallJournal::State::ReleaseFrom(std::size_t mark) {
@@ -242,7 +295,13 @@ bool CKestInstallJournal::State::SyncTouched(std::size_t mark, const CString& re
 
 CKestInstallJournal::CKestInstallJournal() : m_state(std::make_unique<State>(*this)) {}
 
-CKestInstallJournal::~CKestInstallJournal() { m_state->UndoTo(0); }
+CKestInstallJournal::~CKestInstallJournal() {
+  try {
+    m_state->UndoTo(0);
+  } catch (const std::exception&) {
+    m_state->Abandon(0);
+  }
+}
 
 int CKestInstallJournal::Run(std::unique_ptr<CKestExtensionInstallStep> step) {
   if (step == nullptr) {
@@ -324,6 +383,7 @@ JournalScope::JournalScope(CKestInstallJournal& journal, Kind kind, const CStrin
   CKestInstallJournal::State& state = *journal.m_state;
   if (state.scopes++ == 0) {
     state.leftovers.clear();
+    state.isAbandoned = false;
     state.operation.Begin(operation, s_durable);
   } else if (const JournalFile* file = state.operation.GetOpenFile()) {
     m_firstNumber = file->GetNextNumber();
@@ -378,7 +438,7 @@ bool JournalScope::Commit() {
   while (state.passes.size() > m_passMark) {
     m_journal.EndPass();
   }
-  if (state.undoing == 0 && !state.leftovers.empty()) {
+  if (state.isAbandoned || (state.undoing == 0 && !state.leftovers.empty())) {
     return false; // an inner operation could not be undone: committing would throw away what its undo needs
   }
   const bool outermost = IsOutermost();
@@ -398,13 +458,7 @@ bool JournalScope::Commit() {
       return false;
     }
   }
-  if (outermost) {
-    state.operation.BeginCleanUp();
-  }
-  state.ReleaseFrom(m_mark);
-  if (outermost) {
-    state.operation.End(Operation::Outcome::kDone);
-  }
+  state.CleanUp(m_mark, outermost);
   Close();
   return true;
 }
@@ -414,6 +468,25 @@ bool JournalScope::RollBack() {
     return true;
   }
   CKestInstallJournal::State& state = *m_journal.m_state;
+  bool restored = false;
+  try {
+    restored = !state.isAbandoned && TakeBack();
+  } catch (const std::exception&) {
+    state.isAbandoned = true;
+  }
+  if (state.isAbandoned) {
+    state.Abandon(m_mark);
+    state.passes.resize(std::min(state.passes.size(), m_passMark));
+    if (state.scopes == 1) {
+      state.operation.Drop();
+    }
+  }
+  Close();
+  return restored;
+}
+
+bool JournalScope::TakeBack() {
+  CKestInstallJournal::State& state = *m_journal.m_state;
   while (state.passes.size() > m_passMark) {
     m_journal.EndPass();
   }
@@ -422,7 +495,6 @@ bool JournalScope::RollBack() {
   if (state.scopes == 1) {
     state.operation.End(state.leftovers.empty() ? Operation::Outcome::kUndone : Operation::Outcome::kLeftovers);
   }
-  Close();
   return restored;
 }
 

@@ -103,6 +103,7 @@ public:
   [[nodiscard]] bool IsRecordMissing() const;
 
 private:
+  bool TakeBack();
   void Close();
 
   CKestInstallJournal& m_journal;

@@ -95,6 +95,20 @@ void Operation::MarkUndoing() {
 
 void Operation::BeginCleanUp() { private_folders::SetTrashedWhole(m_open); }
 
+void Operation::Drop() {
+  if (!m_open) {
+    return;
+  }
+  m_file.Close();
+  CKestOS::KeepTempFolder();
+  private_folders::SetTrashedWhole(false);
+  private_folders::SetNote(nullptr);
+  private_folders::SetOperationOpen(false);
+  m_open = false;
+  m_mayChange = false;
+  CKestOS::GetMachine().UnlockWriter();
+}
+
 void Operation::End(Outcome outcome) {
   if (!m_open) {
     return;

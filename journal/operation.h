@@ -39,6 +39,8 @@ public:
   /// From now on files kept for deleted ones go to the trash as a whole.
   void BeginCleanUp();
   void End(Outcome outcome);
+  /// Ends it with everything left as it is, for the next start. Allocates nothing.
+  void Drop();
 
 private:
   bool NoteFolder(const CString& folder);

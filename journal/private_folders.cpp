@@ -286,8 +286,12 @@ TempFolderHold::TempFolderHold() { ++s_holds; }
 
 TempFolderHold::~TempFolderHold() {
   if (--s_holds == 0 && !State().operationOpen) {
-    Forget();
-    CKestOS::RemoveTempFolder();
+    try {
+      Forget();
+      CKestOS::RemoveTempFolder();
+    } catch (const std::bad_alloc&) {
+      return; // the next start removes it
+    }
   }
 }
 

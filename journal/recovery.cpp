@@ -350,11 +350,13 @@ RecoveryReport RecoverInterruptedOperations(const RecoveryOptions& options) {
   }
   // whoever changes something holds the lock, so every private folder found now is of a process that is gone, or of
   // this one, which has nothing open
+  struct Unlocked {
+    Machine& machine;
+    ~Unlocked() { machine.UnlockWriter(); }
+  } const unlocked{machine};
   CKestOS::RemoveTempFolder();
   machine.ForgetFolders();
-  RecoveryReport report = Recovery(options).Run();
-  machine.UnlockWriter();
-  return report;
+  return Recovery(options).Run();
 }
 
 } // namespace kest

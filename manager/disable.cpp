@@ -196,35 +196,37 @@ int CKestExtensionManager::DisableExtension(const CKestProduct* product, CKestEx
   if (product == nullptr || extension == nullptr) {
     return -1;
   }
-  OperationScope operation(state, OperationReport::Operation::kDisable);
-  if (!operation.MayWrite()) {
-    return -1;
-  }
-  if (operation.IsOutermost()) {
-    state.NameInReport(*product, *extension);
-  }
-  if (!extension->IsEnabled()) {
-    state.Fail(Failure::kOther, extension->GetPath(), "it is disabled already");
-    return -1;
-  }
-  if (!state.HasWholeRecord(*extension)) {
-    return -1;
-  }
-  StepScope steps(state, "disable " + extension->GetName());
-  DisableContext context{.state = state,
-                         .product = *product,
-                         .extension = *extension,
-                         .progress = progress,
-                         .aside = state.GetDisabledFolder(*product) + CKestPath(extension->GetPath()).GetFileName()};
-  context.package = context.aside;
-  context.package.SetExtension("kep");
-  if (!RunPhases(context) || !steps.Commit()) {
-    state.Fail(Failure::kOther, CString(), "the extension could not be disabled");
-    return context.result != 0 ? context.result : -1;
-  }
-  state.report.restartProduct |= context.restart != 0;
-  TellRestart(context);
-  return 0;
+  return Guarded(state, -1, [&] {
+    OperationScope operation(state, OperationReport::Operation::kDisable);
+    if (!operation.MayWrite()) {
+      return -1;
+    }
+    if (operation.IsOutermost()) {
+      state.NameInReport(*product, *extension);
+    }
+    if (!extension->IsEnabled()) {
+      state.Fail(Failure::kOther, extension->GetPath(), "it is disabled already");
+      return -1;
+    }
+    if (!state.HasWholeRecord(*extension)) {
+      return -1;
+    }
+    StepScope steps(state, "disable " + extension->GetName());
+    DisableContext context{.state = state,
+                           .product = *product,
+                           .extension = *extension,
+                           .progress = progress,
+                           .aside = state.GetDisabledFolder(*product) + CKestPath(extension->GetPath()).GetFileName()};
+    context.package = context.aside;
+    context.package.SetExtension("kep");
+    if (!RunPhases(context) || !steps.Commit()) {
+      state.Fail(Failure::kOther, CString(), "the extension could not be disabled");
+      return context.result != 0 ? context.result : -1;
+    }
+    state.report.restartProduct |= context.restart != 0;
+    AfterDone([&] { TellRestart(context); });
+    return 0;
+  });
 }
 
 bool CKestExtensionManager::RestoreEnabledState(const CKestProduct* product, CKestExtension* extension) {

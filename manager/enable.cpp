@@ -40,39 +40,41 @@ int CKestExtensionManager::EnableExtension(const CKestProduct* product, CKestExt
   if (product == nullptr || extension == nullptr) {
     return -1;
   }
-  OperationScope operation(state, OperationReport::Operation::kEnable);
-  if (!operation.MayWrite()) {
-    return -1;
-  }
-  if (operation.IsOutermost()) {
-    state.NameInReport(*product, *extension);
-  }
-  if (!state.HasWholeRecord(*extension)) {
-    return -1;
-  }
-  StepScope steps(state, "enable " + extension->GetName());
-  CKestPath package(extension->GetPath());
-  package.SetExtension("kep");
-  CKestExtension* equal = nullptr;
-  int restart = 0;
-  // never registered: the catalogue keeps the record that it has
-  const std::unique_ptr<CKestExtension> installed(
-      InstallExtension(&product, package.c_str(), &equal, true, false, false, restart, true, true, true));
-  if (installed == nullptr) {
-    if (equal != nullptr && equal->CompareVersion(*extension) == 0) {
-      state.Ui().Notice(Message::kEqualEnabled);
-    } else if (equal != nullptr) {
-      state.Ui().NoticeText(Message{0}, equal->GetName() + ' ' + equal->GetVersion().ToText() + " is enabled. " +
-                                            LoadMessage(Message::kEnableFailed));
+  return Guarded(state, -1, [&] {
+    OperationScope operation(state, OperationReport::Operation::kEnable);
+    if (!operation.MayWrite()) {
+      return -1;
     }
-    state.Fail(Failure::kOther, CString(), "the extension could not be enabled");
-    return -1;
-  }
-  if (!FinishRecord(state, package, *extension, *installed) || !steps.Commit()) {
-    return -1;
-  }
-  TellRestart(state, *product, restart);
-  return 0;
+    if (operation.IsOutermost()) {
+      state.NameInReport(*product, *extension);
+    }
+    if (!state.HasWholeRecord(*extension)) {
+      return -1;
+    }
+    StepScope steps(state, "enable " + extension->GetName());
+    CKestPath package(extension->GetPath());
+    package.SetExtension("kep");
+    CKestExtension* equal = nullptr;
+    int restart = 0;
+    // never registered: the catalogue keeps the record that it has
+    const std::unique_ptr<CKestExtension> installed(
+        InstallExtension(&product, package.c_str(), &equal, true, false, false, restart, true, true, true));
+    if (installed == nullptr) {
+      if (equal != nullptr && equal->CompareVersion(*extension) == 0) {
+        state.Ui().Notice(Message::kEqualEnabled);
+      } else if (equal != nullptr) {
+        state.Ui().NoticeText(Message{0}, equal->GetName() + ' ' + equal->GetVersion().ToText() + " is enabled. " +
+                                              LoadMessage(Message::kEnableFailed));
+      }
+      state.Fail(Failure::kOther, CString(), "the extension could not be enabled");
+      return -1;
+    }
+    if (!FinishRecord(state, package, *extension, *installed) || !steps.Commit()) {
+      return -1;
+    }
+    AfterDone([&] { TellRestart(state, *product, restart); });
+    return 0;
+  });
 }
 
 } // namespace kest

@@ -75,13 +75,14 @@ int ImportOne(State& state, const CKestProduct& from, const CKestProduct& to, co
   OperationReport whole = std::move(state.report);
   state.report = OperationReport{};
   state.report.operation = OperationReport::Operation::kImport;
-  state.NameInReport(to, extension);
-  int restart = 0;
-  if (extension.IsEnabled()) {
-    restart = ImportEnabled(state, from, to, extension);
-  } else {
+  const int restart = Guarded(state, 0, [&] {
+    state.NameInReport(to, extension);
+    if (extension.IsEnabled()) {
+      return ImportEnabled(state, from, to, extension);
+    }
     ImportDisabled(state, to, extension);
-  }
+    return 0;
+  });
   whole.rolledBack = whole.rolledBack && state.report.rolledBack;
   whole.parts.push_back(std::move(state.report));
   state.report = std::move(whole);
@@ -110,35 +111,41 @@ bool CKestExtensionManager::Import(const CKestProduct* from, const CKestProduct*
   if (state.ui == nullptr || from == nullptr || to == nullptr) {
     return true;
   }
-  OperationScope operation(state, OperationReport::Operation::kImport);
-  if (!operation.MayWrite()) {
-    return true;
-  }
-  to->GetName(state.report.product);
-  const HostUi ui = state.Ui();
-  if (!ui.ConfirmAgreement(Message::kImportAgreement, LoadMessage(Message::kImportAgreement), BuildLegalAgreement())) {
-    state.Fail(Failure::kDeclined, CString(), "the agreement was declined",
-               static_cast<int>(Message::kImportAgreement));
-    return true;
-  }
-  const TempFolderHold hold; // a package is made by one operation and installed by the next
-  ui.BeginProgress(Message::kImporting);
-  ui.SetProgressRange(static_cast<int>(extensions.GetCount()));
-  ui.SetProgressPosition(0);
-  int restart = 0;
-  int position = 0;
-  for (const CKestExtension* extension : extensions) {
-    if (state.IsCancelled()) {
-      break;
+  return Guarded(state, true, [&] {
+    OperationScope operation(state, OperationReport::Operation::kImport);
+    if (!operation.MayWrite()) {
+      return true;
     }
-    if (extension != nullptr) {
-      restart |= ImportOne(state, *from, *to, *extension);
-      ui.SetProgressPosition(++position);
+    to->GetName(state.report.product);
+    const HostUi ui = state.Ui();
+    if (!ui.ConfirmAgreement(Message::kImportAgreement, LoadMessage(Message::kImportAgreement),
+                             BuildLegalAgreement())) {
+      state.Fail(Failure::kDeclined, CString(), "the agreement was declined",
+                 static_cast<int>(Message::kImportAgreement));
+      return true;
     }
-  }
-  ui.EndProgress();
-  TellRestart(state, *to, restart);
-  return true;
+    const TempFolderHold hold; // a package is made by one operation and installed by the next
+    ui.BeginProgress(Message::kImporting);
+    ui.SetProgressRange(static_cast<int>(extensions.GetCount()));
+    ui.SetProgressPosition(0);
+    int restart = 0;
+    int position = 0;
+    state.report.parts.reserve(extensions.GetCount()); // what became of one is told, whatever lacks later
+    for (const CKestExtension* extension : extensions) {
+      if (state.IsCancelled()) {
+        break;
+      }
+      if (extension != nullptr) {
+        restart |= ImportOne(state, *from, *to, *extension);
+        ui.SetProgressPosition(++position);
+      }
+    }
+    AfterDone([&] {
+      ui.EndProgress();
+      TellRestart(state, *to, restart);
+    });
+    return true;
+  });
 }
 
 } // namespace kest

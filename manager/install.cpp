@@ -24,14 +24,25 @@ bool RunPhases(Context& context) {
 /// The one way out: with success the record, else everything as it was.
 CKestExtension* Finish(Context& context, bool done) {
   const HostUi ui = context.state.Ui();
+  auto& kept = context.state.replacedRecords;
+  kept.reserve(kept.size() + 1);
   if (done && context.steps.Commit()) {
-    TellRestart(context);
-    if (context.progress) {
-      ui.EndProgress();
+    AfterDone([&] {
+      TellRestart(context);
+      if (context.progress) {
+        ui.EndProgress();
+      }
+    });
+    CKestExtension* extension = context.extension.get();
+    if (!context.enroll) {
+      return context.extension.release();
     }
-    CKestExtension* extension = context.extension.release();
-    if (context.enroll) {
+    AfterDone([&] {
       context.state.owner.AddExtension(context.product, extension);
+      static_cast<void>(context.extension.release());
+    });
+    if (context.extension != nullptr) {
+      kept.push_back(std::move(context.extension)); // it is installed all the same, and the next Load lists it
     }
     return extension;
   }
@@ -93,32 +104,34 @@ CKestExtension* CKestExtensionManager::InstallExtension(const CKestProduct** pro
   if (state.ui == nullptr || product == nullptr) {
     return nullptr;
   }
-  OperationScope operation(state, OperationReport::Operation::kInstall);
-  if (!operation.MayWrite()) {
-    return nullptr;
-  }
-  // a disable inside this install builds a package, and an undo may install again
-  const Restored unpackFolder(state.unpackFolder);
-  const Restored descriptionName(state.descriptionName);
-  StepScope steps(state, "install");
-  install::Context context{.state = state,
-                           .steps = steps,
-                           .product = *product,
-                           .path = path != nullptr ? path : "",
-                           .replaced = other,
-                           .quiet = quiet,
-                           .enroll = enroll,
-                           .resolveTokens = resolveTokens,
-                           .restart = restartFlags,
-                           .keepProduct = keepProduct,
-                           .acceptEqual = acceptEqual,
-                           .progress = progress};
-  CKestExtension* extension = install::Finish(context, install::RunPhases(context));
-  if (extension != nullptr) {
-    state.report.restartProduct |= (restartFlags & kRestartProduct) != 0;
-    state.report.restartMachine |= (restartFlags & kRestartMachine) != 0;
-  }
-  return extension;
+  return Guarded(state, static_cast<CKestExtension*>(nullptr), [&]() -> CKestExtension* {
+    OperationScope operation(state, OperationReport::Operation::kInstall);
+    if (!operation.MayWrite()) {
+      return nullptr;
+    }
+    // a disable inside this install builds a package, and an undo may install again
+    const Restored unpackFolder(state.unpackFolder);
+    const Restored descriptionName(state.descriptionName);
+    StepScope steps(state, "install");
+    install::Context context{.state = state,
+                             .steps = steps,
+                             .product = *product,
+                             .path = path != nullptr ? path : "",
+                             .replaced = other,
+                             .quiet = quiet,
+                             .enroll = enroll,
+                             .resolveTokens = resolveTokens,
+                             .restart = restartFlags,
+                             .keepProduct = keepProduct,
+                             .acceptEqual = acceptEqual,
+                             .progress = progress};
+    CKestExtension* extension = install::Finish(context, install::RunPhases(context));
+    if (extension != nullptr) {
+      state.report.restartProduct |= (restartFlags & kRestartProduct) != 0;
+      state.report.restartMachine |= (restartFlags & kRestartMachine) != 0;
+    }
+    return extension;
+  });
 }
 
 InstallResult CKestExtensionManager::Install(const CString& path, const InstallOptions& options) {

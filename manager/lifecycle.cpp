@@ -39,30 +39,30 @@ void CKestExtensionManager::SetUI(CKestExtensionManagerUI* ui) { m_state->ui = u
 
 CKestExtensionManagerUI* CKestExtensionManager::GetUI() const { return m_state->ui; }
 
-int CKestExtensionManager::Init() {
-  m_state->recovery = RecoverInterruptedOperations({.findReach = FindReachOfMachine});
+void State::Start() {
+  recovery = RecoverInterruptedOperations({.findReach = FindReachOfMachine});
   CKestOS::GetMachine().ForgetUnanswered();
   CKestOS::InitMultiUserMembers();
-  m_state->catalogue.Clear(); // keyed by the products that go now
-  m_state->placement.Forget();
-  m_state->products = MakeServedProducts();
-  for (const auto& product : m_state->products) {
+  catalogue.Clear(); // keyed by the products that go now
+  placement.Forget();
+  products = MakeServedProducts();
+  for (const auto& product : products) {
     product->Initialize();
     if (product->IsInstalled()) {
       CString folder;
       product->GetExtensionsFolder(folder);
       (void)CKestOS::CreateDirectory(folder, true);
-      (void)CKestOS::CreateDirectory(m_state->GetDisabledFolder(*product), true);
+      (void)CKestOS::CreateDirectory(GetDisabledFolder(*product), true);
     }
   }
-  m_state->reach = FindReach(m_state->products);
+  reach = FindReach(products);
   Machine& machine = CKestOS::GetMachine();
   MachineError noFolder;
   const auto addKeyword = [&](const char* keyword, bool (*getFolder)(CString&)) {
     CString folder;
     machine.ClearLastError();
     if (getFolder(folder)) {
-      m_state->folderKeywords[keyword] = WithBackslash(folder);
+      folderKeywords[keyword] = WithBackslash(folder);
     } else if (machine.GetLastError().kind != MachineError::Kind::kNotFound) {
       noFolder = machine.GetLastError();
     }
@@ -70,29 +70,45 @@ int CKestExtensionManager::Init() {
   addKeyword("system", CKestOS::GetSystemFolder);
   addKeyword("fonts", CKestOS::GetFontsFolder);
   for (const TypeLabel& label : kTypeLabels) {
-    m_state->typeLabels[label.type] = LoadMessage(label.message);
+    typeLabels[label.type] = LoadMessage(label.message);
   }
-  m_state->unread = machine.GetUnanswered();
-  if (m_state->unread.kind == MachineError::Kind::kAccess) {
-    m_state->unread = MachineError{}; // what is closed to this user, another user's folder say, is not ours to change
+  unread = machine.GetUnanswered();
+  if (unread.kind == MachineError::Kind::kAccess) {
+    unread = MachineError{}; // what is closed to this user, another user's folder say, is not ours to change
   }
   if (noFolder.kind != MachineError::Kind::kNone) {
-    m_state->unread = noFolder;
+    unread = noFolder;
+  }
+}
+
+void State::ReadCatalogue() {
+  CKestOS::GetMachine().ForgetUnanswered();
+  for (const auto& product : products) {
+    const std::unique_ptr<CKestTypedList<CKestExtension*>> found(product->GetExtensions());
+    if (found != nullptr) {
+      catalogue.Replace(product.get(), *found);
+    } else if (catalogue.Find(product.get()) != nullptr) {
+      catalogue.Replace(product.get(), {}); // its last description went since
+    }
+  }
+  unreadCatalogue = CKestOS::GetMachine().GetUnanswered();
+}
+
+int CKestExtensionManager::Init() {
+  try {
+    m_state->Start();
+  } catch (const std::exception& thrown) {
+    m_state->unread = {MachineError::Kind::kOther, CString(), thrown.what()};
   }
   return 0;
 }
 
 int CKestExtensionManager::Load() {
-  CKestOS::GetMachine().ForgetUnanswered();
-  for (const auto& product : m_state->products) {
-    const std::unique_ptr<CKestTypedList<CKestExtension*>> found(product->GetExtensions());
-    if (found != nullptr) {
-      m_state->catalogue.Replace(product.get(), *found);
-    } else if (m_state->catalogue.Find(product.get()) != nullptr) {
-      m_state->catalogue.Replace(product.get(), {}); // its last description went since
-    }
+  try {
+    m_state->ReadCatalogue();
+  } catch (const std::exception& thrown) {
+    m_state->unreadCatalogue = {MachineError::Kind::kOther, CString(), thrown.what()};
   }
-  m_state->unreadCatalogue = CKestOS::GetMachine().GetUnanswered();
   return 0;
 }
 

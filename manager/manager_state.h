@@ -51,6 +51,10 @@ struct CKestExtensionManager::State {
 
   [[nodiscard]] HostUi Ui() const { return HostUi(ui); }
 
+  // ---- the start
+  void Start();         ///< takes back what a dead process left, finds the products
+  void ReadCatalogue(); ///< reads what is installed in them
+
   // ---- products
   [[nodiscard]] CKestProduct* FindProduct(const CString& name, const CString& version) const;
   /// Lets every product serve this user; an empty name: the current one.

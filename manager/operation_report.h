@@ -26,6 +26,7 @@ struct OperationReport {
     kLocked,             ///< another process is changing the machine
     kDiskFull,
     kAlreadyThere, ///< the same extension is enabled already
+    kNoMemory,
     kOther,
   };
 

@@ -7,6 +7,8 @@
 #include "platform/machine/os.h"
 
 #include <algorithm>
+#include <exception>
+#include <new>
 #include <unordered_set>
 
 namespace kest {
@@ -129,7 +131,7 @@ void DropOldTrash(OperationReport& report) {
 } // namespace
 
 OperationScope::OperationScope(State& state, OperationReport::Operation operation)
-    : m_state(state), m_outermost(state.depth == 0) {
+    : m_state(state), m_outermost(state.depth == 0), m_exceptions(std::uncaught_exceptions()) {
   if (m_outermost) {
     StartReport(state, operation);
     const WriterLock lock = WaitForLock(state);
@@ -158,24 +160,28 @@ OperationScope::~OperationScope() {
   if (!m_outermost) {
     return;
   }
-  SettleReport(m_state.report);
-  for (OperationReport& part : m_state.report.parts) {
-    SettleReport(part);
-  }
-  if (m_locked) {
-    if (m_state.report.Succeeded()) {
-      RefreshIndexes(m_state);
-      if (WordOf(m_state.report.operation) != nullptr) {
-        DropOldTrash(m_state.report);
-      }
+  const bool isDone = m_state.report.Succeeded() && std::uncaught_exceptions() == m_exceptions;
+  AfterDone([this] {
+    SettleReport(m_state.report);
+    for (OperationReport& part : m_state.report.parts) {
+      SettleReport(part);
     }
-    if (!m_state.journal.GetLeftovers().empty() && !m_state.report.rolledBack) {
-      CKestOS::KeepTempFolder();
-    } else {
-      CKestOS::RemoveTempFolder();
-    }
-    CKestOS::GetMachine().UnlockWriter();
+  });
+  if (!m_locked) {
+    return;
   }
+  if (isDone) {
+    AfterDone([this] { RefreshIndexes(m_state); });
+    if (WordOf(m_state.report.operation) != nullptr) {
+      AfterDone([this] { DropOldTrash(m_state.report); });
+    }
+  }
+  if (!m_state.journal.GetLeftovers().empty() && !m_state.report.rolledBack) {
+    CKestOS::KeepTempFolder();
+  } else {
+    AfterDone([] { CKestOS::RemoveTempFolder(); });
+  }
+  CKestOS::GetMachine().UnlockWriter();
 }
 
 StepScope::StepScope(State& state, const CString& operation, JournalScope::Kind kind)
@@ -264,9 +270,11 @@ bool StepScope::Commit() {
   m_open = false;
   NoteEffects(effects);
   if (outermost && m_scope.IsRecordMissing()) {
-    m_state.Note({OperationReport::Failure::kOther, CString(),
-                  "the history of the machine could not be written: the operation cannot be undone later", 0, CString(),
-                  CString(), false});
+    AfterDone([this] {
+      m_state.Note({OperationReport::Failure::kOther, CString(),
+                    "the history of the machine could not be written: the operation cannot be undone later", 0,
+                    CString(), CString(), false});
+    });
   }
   return true;
 }
@@ -283,10 +291,28 @@ void StepScope::RollBack() {
   report.kept.resize(m_kept);
   if (!complete) {
     report.rolledBack = false;
-    for (const auto& leftover : m_state.journal.GetLeftovers()) {
-      report.leftovers.push_back({leftover.path, leftover.backup, "not restored"});
-    }
+    AfterDone([&] {
+      for (const auto& leftover : m_state.journal.GetLeftovers()) {
+        report.leftovers.push_back({leftover.path, leftover.backup, "not restored"});
+      }
+    });
   }
+}
+
+void NoteThrown(CKestExtensionManager::State& state, const std::exception& thrown) {
+  using Failure = OperationReport::Failure;
+  const bool isMemory = dynamic_cast<const std::bad_alloc*>(&thrown) != nullptr;
+  OperationReport& report = state.report;
+  const bool isFirst = report.failure == Failure::kNone;
+  if (isFirst) {
+    report.failure = isMemory ? Failure::kNoMemory : Failure::kOther;
+  }
+  AfterDone([&] {
+    const CString reason = isMemory ? CString("there is not enough memory") : CString(thrown.what());
+    const CString next = isMemory ? CString("close other programs and try again") : CString();
+    report.problems.insert(isFirst ? report.problems.begin() : report.problems.end(),
+                           {report.failure, CString(), reason, 0, next, CString(), true});
+  });
 }
 
 int ChangeRecord(CKestExtensionManager::State& state, CKestExtension& record, bool enabled, const CString& path) {

@@ -2,6 +2,8 @@
 
 #include "manager/manager_state.h"
 
+#include <exception>
+
 namespace kest {
 
 /// One public operation in progress. The outermost takes the right to write, starts a new report, and at its end
@@ -23,6 +25,7 @@ private:
   bool m_outermost;
   bool m_mayWrite = true;
   bool m_locked = false;
+  int m_exceptions; ///< under way when it was opened
   CKestTypedList<CString> m_backedUp;
 };
 
@@ -51,6 +54,31 @@ private:
   bool m_open = true;
   JournalScope m_scope;
 };
+
+/// Runs what comes after an operation that is done, or taken back: it cannot fail any more, least of all for want of
+/// memory to tell of it.
+template <class Body> void AfterDone(const Body& body) {
+  try {
+    body();
+  } catch (const std::exception&) {
+    return;
+  }
+}
+
+/// The report says that the operation failed by that.
+void NoteThrown(CKestExtensionManager::State& state, const std::exception& thrown);
+
+/// Runs a public operation: what is thrown in it, for want of memory as a rule, ends it like any other failure. It then
+/// answers `failed`.
+template <class Result, class Body>
+Result Guarded(CKestExtensionManager::State& state, Result failed, const Body& body) {
+  try {
+    return body();
+  } catch (const std::exception& thrown) {
+    NoteThrown(state, thrown);
+    return failed;
+  }
+}
 
 /// Runs a step of class `Step` made of these arguments. 0, or its failure.
 template <class Step, class... Arguments> int RunStep(CKestInstallJournal& journal, Arguments&&... arguments) {

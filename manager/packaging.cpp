@@ -275,38 +275,40 @@ int CKestExtensionManager::CreatePackage(const char* description, const char* pa
   if (state.ui == nullptr) {
     return -1;
   }
-  OperationScope operation(state, OperationReport::Operation::kPackage);
-  if (!operation.MayWrite()) {
-    return -1;
-  }
-  const Restored unpackFolder(state.unpackFolder);
-  const CString target = package != nullptr ? package : "";
-  PackContext context{.state = state,
-                      .description = description != nullptr ? description : "",
-                      .target = target,
-                      .product = product,
-                      .repackage = repackage,
-                      .progress = progress,
-                      .portable = portable,
-                      .asStep = !operation.IsOutermost() && !private_folders::Holds(target)};
-  state.unpackFolder = CKestPath(context.description).GetFolder();
-  bool done = true;
-  for (const Phase phase : kPhases) {
-    done = done && !state.IsCancelled() && phase(context);
-  }
-  if (operation.IsOutermost()) {
-    state.report.extension = context.extension.GetName();
-    state.report.version = context.extension.GetVersion().ToText();
-    state.report.author = context.extension.GetAuthorName();
-  }
-  if (done) {
-    return 0;
-  }
-  state.Fail(Failure::kOther, context.description, "the package could not be made");
-  if (!context.temporary.empty()) {
-    CKestOS::DeleteFile(context.temporary);
-  }
-  return context.result;
+  return Guarded(state, -1, [&] {
+    OperationScope operation(state, OperationReport::Operation::kPackage);
+    if (!operation.MayWrite()) {
+      return -1;
+    }
+    const Restored unpackFolder(state.unpackFolder);
+    const CString target = package != nullptr ? package : "";
+    PackContext context{.state = state,
+                        .description = description != nullptr ? description : "",
+                        .target = target,
+                        .product = product,
+                        .repackage = repackage,
+                        .progress = progress,
+                        .portable = portable,
+                        .asStep = !operation.IsOutermost() && !private_folders::Holds(target)};
+    state.unpackFolder = CKestPath(context.description).GetFolder();
+    bool done = true;
+    for (const Phase phase : kPhases) {
+      done = done && !state.IsCancelled() && phase(context);
+    }
+    if (operation.IsOutermost()) {
+      state.report.extension = context.extension.GetName();
+      state.report.version = context.extension.GetVersion().ToText();
+      state.report.author = context.extension.GetAuthorName();
+    }
+    if (done) {
+      return 0;
+    }
+    state.Fail(Failure::kOther, context.description, "the package could not be made");
+    if (!context.temporary.empty()) {
+      CKestOS::DeleteFile(context.temporary);
+    }
+    return context.result;
+  });
 }
 
 } // namespace kest

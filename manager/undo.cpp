@@ -281,44 +281,48 @@ const HistoryEntry* FindOperation(State& state, const History& history, long num
 
 int CKestExtensionManager::UndoOperation(long number) {
   State& state = *m_state;
-  OperationScope operation(state, OperationReport::Operation::kUndo);
-  if (!operation.MayWrite()) {
-    return -1;
-  }
-  const History history = history::Read();
-  if (!history.isComplete) {
-    state.FailByMachine(CString(), "the history of the machine cannot be read");
-    return -1;
-  }
-  const HistoryEntry* entry = FindOperation(state, history, number);
-  if (entry == nullptr) {
-    return -1;
-  }
-  state.report.undoes = entry->number;
-  state.report.extension = entry->extension;
-  state.report.author = entry->author;
-  state.report.version = entry->version;
-  state.report.product = entry->product;
-  UndoContext context{.state = state, .history = history, .entry = *entry};
-  if (entry->kept.empty() || !history::ReadEffects(entry->kept, context.effects)) {
-    state.Fail(Failure::kNotFound, entry->kept,
-               entry->kept.empty() ? "the trash does not keep what it replaced and deleted any more"
-                                   : "what the trash keeps of it cannot be read");
-    return -1;
-  }
-  StepScope steps(state, "undo of operation " + std::to_string(entry->number));
-  if (!RunPhases(context) || !steps.Commit()) {
-    state.Fail(Failure::kOther, CString(), "the operation could not be undone");
-    return -1;
-  }
-  for (const auto& product : state.products) {
-    CString name;
-    product->GetName(name);
-    state.report.restartProduct = state.report.restartProduct || (name == entry->product && product->IsRunning());
-  }
-  state.catalogue.Clear();
-  Load();
-  return 0;
+  return Guarded(state, -1, [&] {
+    OperationScope operation(state, OperationReport::Operation::kUndo);
+    if (!operation.MayWrite()) {
+      return -1;
+    }
+    const History history = history::Read();
+    if (!history.isComplete) {
+      state.FailByMachine(CString(), "the history of the machine cannot be read");
+      return -1;
+    }
+    const HistoryEntry* entry = FindOperation(state, history, number);
+    if (entry == nullptr) {
+      return -1;
+    }
+    state.report.undoes = entry->number;
+    state.report.extension = entry->extension;
+    state.report.author = entry->author;
+    state.report.version = entry->version;
+    state.report.product = entry->product;
+    UndoContext context{.state = state, .history = history, .entry = *entry};
+    if (entry->kept.empty() || !history::ReadEffects(entry->kept, context.effects)) {
+      state.Fail(Failure::kNotFound, entry->kept,
+                 entry->kept.empty() ? "the trash does not keep what it replaced and deleted any more"
+                                     : "what the trash keeps of it cannot be read");
+      return -1;
+    }
+    StepScope steps(state, "undo of operation " + std::to_string(entry->number));
+    if (!RunPhases(context) || !steps.Commit()) {
+      state.Fail(Failure::kOther, CString(), "the operation could not be undone");
+      return -1;
+    }
+    AfterDone([&] {
+      for (const auto& product : state.products) {
+        CString name;
+        product->GetName(name);
+        state.report.restartProduct = state.report.restartProduct || (name == entry->product && product->IsRunning());
+      }
+      state.catalogue.Clear();
+      Load();
+    });
+    return 0;
+  });
 }
 
 History CKestExtensionManager::GetHistory() const { return history::Read(); }

@@ -379,7 +379,7 @@ int Run(Context& context) {
   }
   done = done && (!own || steps->Commit());
   if (done) {
-    TellRestart(context);
+    AfterDone([&] { TellRestart(context); });
     if (context.remove) {
       state.owner.RemoveExtension(&context.product, &context.extension);
     }
@@ -403,31 +403,33 @@ int CKestExtensionManager::UninstallExtension(const CKestProduct* product, CKest
   if (state.ui == nullptr || product == nullptr || extension == nullptr) {
     return -1;
   }
-  // an uninstall that leaves its steps to its caller is part of the caller's operation, the list of backups included
-  std::optional<OperationScope> operation;
-  if (ownJournal || state.depth == 0) {
-    operation.emplace(state, OperationReport::Operation::kUninstall);
-    if (!operation->MayWrite()) {
+  return Guarded(state, -1, [&] {
+    // an uninstall that leaves its steps to its caller is part of the caller's operation, the list of backups included
+    std::optional<OperationScope> operation;
+    if (ownJournal || state.depth == 0) {
+      operation.emplace(state, OperationReport::Operation::kUninstall);
+      if (!operation->MayWrite()) {
+        return -1;
+      }
+    }
+    if (state.depth == 1 && operation) {
+      state.NameInReport(*product, *extension);
+    }
+    if (!state.HasWholeRecord(*extension)) {
       return -1;
     }
-  }
-  if (state.depth == 1 && operation) {
-    state.NameInReport(*product, *extension);
-  }
-  if (!state.HasWholeRecord(*extension)) {
-    return -1;
-  }
-  uninstall::Context context{.state = state,
-                             .product = *product,
-                             .extension = *extension,
-                             .refresh = refresh,
-                             .quiet = quiet,
-                             .ownJournal = ownJournal,
-                             .remove = remove,
-                             .deleteDisabled = deleteDisabled,
-                             .restart = restart,
-                             .progress = progress};
-  return uninstall::Run(context);
+    uninstall::Context context{.state = state,
+                               .product = *product,
+                               .extension = *extension,
+                               .refresh = refresh,
+                               .quiet = quiet,
+                               .ownJournal = ownJournal,
+                               .remove = remove,
+                               .deleteDisabled = deleteDisabled,
+                               .restart = restart,
+                               .progress = progress};
+    return uninstall::Run(context);
+  });
 }
 
 CKestExtension CKestExtensionManager::GetConverted(const CKestProduct& product, const CKestExtension& extension) const {

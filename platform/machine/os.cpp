@@ -98,7 +98,11 @@ Machine::~Machine() {
   // whoever frees the machine in force leaves none behind, rather than a stray pointer
   if (State().machine == this) {
     State() = InForce();
-    text::SetCodePage(0);
+    try {
+      text::SetCodePage(0);
+    } catch (const std::bad_alloc&) {
+      return;
+    }
   }
 }
 

@@ -30,6 +30,8 @@ int OpenBeneath(int root, const char* path, int flags) {
   return fd;
 }
 
+constexpr std::size_t kLargestWhole = std::size_t{512} << 20;
+
 bool ReadWhole(int fd, CString& content) {
   struct stat info {};
   if (fstat(fd, &info) != 0) {
@@ -38,6 +40,10 @@ bool ReadWhole(int fd, CString& content) {
   content.resize(static_cast<std::size_t>(info.st_size));
   std::size_t have = 0;
   while (true) {
+    if (have > kLargestWhole) {
+      errno = EFBIG;
+      return false;
+    }
     if (have == content.size()) {
       content.resize(have + 4096); // grown meanwhile, or a file of no stated size
     }

@@ -25,6 +25,9 @@ CString RealPath(const CString& path) {
 
 } // namespace
 
+// The registries of large machines have some ten megabytes.
+constexpr off_t kLargestRootFile = 256 << 20;
+
 MachineFolder::State::State(const CString& folder)
     : m_registries{Registry{"system.reg", RegistryFile(R"(\\Machine)", kDefaultCodePage), false, {}},
                    Registry{"user.reg", RegistryFile(R"(\\User\\S-1-5-21-0-0-0-1000)", kDefaultCodePage), false, {}}} {
@@ -450,10 +453,20 @@ MachineFolder::State::Mark MachineFolder::State::MarkOf(const char* name) const 
 }
 
 int MachineFolder::State::ReadRootFile(const char* name, CString& content) const {
-  const HostDescriptor file(openat(root.Get(), name, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const HostDescriptor file(openat(root.Get(), name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
   content.clear();
   if (!file.IsOpen()) {
     return errno == ENOENT ? 0 : errno;
+  }
+  struct stat info {};
+  if (fstat(file.Get(), &info) != 0) {
+    return errno;
+  }
+  if (!S_ISREG(info.st_mode)) {
+    return EINVAL;
+  }
+  if (info.st_size > kLargestRootFile) {
+    return EFBIG;
   }
   return ReadWhole(file.Get(), content) ? 0 : errno;
 }
@@ -482,10 +495,13 @@ MachineIni& MachineFolder::State::GetIni() {
   const Mark mark = MarkOf("machine.ini");
   if (!m_iniLoaded || !(mark == m_iniMark)) {
     CString content;
-    (void)ReadRootFile("machine.ini", content);
+    const int code = root.IsOpen() ? ReadRootFile("machine.ini", content) : 0;
+    if (code != 0) {
+      (void)CannotTell(code, hostFolder + "/machine.ini");
+    }
     m_ini.SetText(content);
     m_iniMark = mark;
-    m_iniLoaded = true;
+    m_iniLoaded = code == 0;
   }
   return m_ini;
 }

@@ -1,6 +1,7 @@
 #include "platform/package/inflater.h"
 
 #include <algorithm>
+#include <new>
 
 #include <libdeflate.h>
 #include <zlib.h>
@@ -50,7 +51,7 @@ Inflater::Result Inflater::InflateAtOnce(std::string_view packed, std::size_t si
   if (!m_decompressor) {
     m_decompressor.reset(libdeflate_alloc_decompressor());
     if (!m_decompressor) {
-      return Result::kNoMemory;
+      throw std::bad_alloc();
     }
   }
   char* const output = Output(size);
@@ -71,7 +72,7 @@ Inflater::Result Inflater::InflateInPieces(std::uint64_t packedSize, std::uint64
   }
   Stream& stream = *m_stream;
   if (!stream.ready || inflateReset(&stream) != Z_OK) {
-    return Result::kNoMemory;
+    throw std::bad_alloc();
   }
   char* const output = Output(kPiece);
   std::uint64_t written = 0;

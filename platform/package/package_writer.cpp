@@ -51,8 +51,12 @@ class PackageWriter::Spool final : public PackedBytes {
 public:
   ~Spool() override {
     m_file.reset();
-    if (!m_path.empty()) {
-      CKestOS::DeleteFile(m_path);
+    try {
+      if (!m_path.empty()) {
+        CKestOS::DeleteFile(m_path);
+      }
+    } catch (const std::bad_alloc&) {
+      return; // it goes with the private folder
     }
   }
 

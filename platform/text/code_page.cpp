@@ -1,7 +1,9 @@
 #include "platform/text/code_page.h"
 
 #include <array>
+#include <cerrno>
 #include <iconv.h>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -31,7 +33,11 @@ bool IsStray(char16_t unit) { return unit >= kStrayByte + 0x80 && unit <= kStray
 /// One conversion descriptor, closed with its scope.
 class Converter {
 public:
-  Converter(const char* to, const char* from) : m_handle(iconv_open(to, from)) {}
+  Converter(const char* to, const char* from) : m_handle(iconv_open(to, from)) {
+    if (!IsOpen() && errno == ENOMEM) {
+      throw std::bad_alloc(); // the table would lack a code page that there is
+    }
+  }
   ~Converter() {
     if (IsOpen()) {
       iconv_close(m_handle);

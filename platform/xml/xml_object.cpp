@@ -291,8 +291,14 @@ void CKestXmlObject::RemoveAllChildren() {
     const std::unique_ptr<CKestXmlObject> next = std::move(doomed.back());
     doomed.pop_back();
     if (next != nullptr && next->m_body != nullptr) {
-      std::move(next->m_body->children.begin(), next->m_body->children.end(), std::back_inserter(doomed));
-      next->m_body->children.clear();
+      Children& below = next->m_body->children;
+      try {
+        doomed.reserve(std::max(doomed.size() + below.size(), 2 * doomed.size()));
+      } catch (const std::bad_alloc&) {
+        continue; // then through the destructors after all
+      }
+      std::move(below.begin(), below.end(), std::back_inserter(doomed));
+      below.clear();
     }
   }
 }

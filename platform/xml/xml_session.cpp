@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <random>
 
 namespace kest {
@@ -34,7 +35,11 @@ XML_Parser TakeExpat(const char* encoding) {
     XML_ParserReset(parser, encoding);
     return parser;
   }
-  return XML_ParserCreate(encoding);
+  XML_Parser parser = XML_ParserCreate(encoding);
+  if (parser == nullptr) {
+    throw std::bad_alloc();
+  }
+  return parser;
 }
 
 unsigned long HashSalt() {
@@ -138,7 +143,7 @@ CKestXMLParser::Session::Session(CKestXMLParser& owner) : m_owner(owner) {
 CKestXMLParser::Session::~Session() {
   m_owner.m_session = nullptr;
   ExpatOwner expat(m_expat);
-  if (m_keepExpat && expat != nullptr) {
+  if (m_isWhole && m_keepExpat && expat != nullptr) {
     t_idleExpat = std::move(expat);
   }
 }
@@ -164,6 +169,7 @@ int CKestXMLParser::Session::Run(std::string_view content, bool lines, bool seve
   } else {
     Deliver(content, true);
   }
+  m_isWhole = true;
   return m_code;
 }
 
@@ -293,10 +299,6 @@ bool CKestXMLParser::Session::Start(std::string_view piece, bool ascii) {
     return false;
   }
   m_expat = TakeExpat(ascii ? "UTF-8" : "ISO-8859-1");
-  if (m_expat == nullptr) {
-    Fail(kUnreadable, 0, "there is no memory");
-    return false;
-  }
   XML_SetHashSalt(m_expat, HashSalt());
   XML_SetUserData(m_expat, this);
   XML_SetElementHandler(m_expat, OnStart, OnEnd);
@@ -320,14 +322,16 @@ void CKestXMLParser::Session::Feed(std::initializer_list<std::string_view> parts
   // nothing at all wants a buffer, too
   auto* to = static_cast<char*>(XML_GetBuffer(m_expat, static_cast<int>(std::max<std::size_t>(size, 1))));
   if (to == nullptr) {
-    Fail(kUnreadable, 0, "there is no memory");
-    return;
+    throw std::bad_alloc();
   }
   for (const std::string_view part : parts) {
     to = std::copy(part.begin(), part.end(), to);
   }
   if (XML_ParseBuffer(m_expat, static_cast<int>(size), final ? 1 : 0) == XML_STATUS_OK) {
     return;
+  }
+  if (XML_GetErrorCode(m_expat) == XML_ERROR_NO_MEMORY) {
+    throw std::bad_alloc(); // which says nothing of the document
   }
   if (!HasFailed()) {
     FlushText();

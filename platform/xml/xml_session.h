@@ -63,6 +63,7 @@ private:
   bool m_inCData = false;
   bool m_checkAttributeSize = false;
   bool m_keepExpat = true;
+  bool m_isWhole = false; ///< no exception went through expat
   std::size_t m_depth = 0;
   std::size_t m_elements = 0;
   int m_lineOffset = 0; ///< lines that went with the declaration

@@ -33,7 +33,7 @@ struct Kind {
 constexpr Kind kKinds[] = {
     {"open", EIO},     {"stat", EIO},  {"read", EIO},   {"list", EIO},    {"open", EACCES}, {"open", EMFILE},
     {"stat", EACCES},  {"link", EIO},  {"rename", EIO}, {"make", EACCES}, {"remove", EIO},  {"mark", EPERM},
-    {"write", ENOSPC}, {"write", EIO}, {"sync", EIO},   {"lock", ENOLCK}, {"map", ENOMEM},
+    {"write", ENOSPC}, {"write", EIO}, {"sync", EIO},   {"lock", ENOLCK}, {"map", ENOMEM},  {"memory", ENOMEM},
 };
 
 struct Options {
@@ -175,9 +175,13 @@ private:
       return "does not say that nothing was changed";
     }
     if (!m_old.difference(found).empty()) {
-      const ProcessResult next = RunProcess(command({"list"}), options());
+      // a log-on that stopped half-way is taken up by the next one
+      const bool isLogon = m_operation == "logon";
+      const ProcessResult next =
+          RunProcess(command(isLogon ? std::vector<std::string>{"machine", "logon"} : std::vector<std::string>{"list"}),
+                     options());
       const PcState later = m_pc.state();
-      if (next.exit != 0 || !m_old.difference(later).empty()) {
+      if (next.exit != 0 || !(isLogon ? m_done : m_old).difference(later).empty()) {
         return "not as before after the next start either:\n" + m_old.difference(later) + next.err;
       }
     }
