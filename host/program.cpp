@@ -114,11 +114,16 @@ int Run(Session& session, int count, const char* const* arguments) {
 }
 
 bool s_isRunning = false;
+int s_told = -1; ///< the exit code, once the user knows it
 
 } // namespace
 
 void EndAtOnce() {
+  if (s_told >= 0) {
+    _exit(s_told); // only the clean-up of a command that is over
+  }
   OperationReport report;
+  report.failure = OperationReport::Failure::kNoMemory;
   report.operation = OperationReport::Operation::kUndo;
   report.rolledBack = false;
   _exit(ReportThrown(s_isRunning ? &report : nullptr, false, std::bad_alloc().what()));
@@ -129,11 +134,12 @@ int RunProgram(int count, const char* const* arguments) {
   std::optional<Session> session;
   try {
     session.emplace();
-    return Run(*session, count, arguments);
+    s_told = Run(*session, count, arguments);
   } catch (const std::exception& thrown) {
-    return ReportThrown(session ? session->FindReport() : nullptr, session && session->options.arguments.size() > 1,
-                        thrown.what());
+    s_told = ReportThrown(session ? session->FindReport() : nullptr, session && session->options.arguments.size() > 1,
+                          thrown.what());
   }
+  return s_told;
 }
 
 } // namespace kest::host

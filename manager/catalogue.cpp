@@ -17,7 +17,26 @@ void FreeDistinct(const std::unordered_set<CKestExtension*>& records) {
 
 } // namespace
 
-Catalogue::~Catalogue() { Clear(); }
+Catalogue::~Catalogue() {
+  try {
+    Clear();
+  } catch (const std::bad_alloc&) {
+    ClearSlowly();
+  }
+}
+
+// Without memory for a set of them.
+void Catalogue::ClearSlowly() {
+  for (auto at = m_lists.begin(); at != m_lists.end(); ++at) {
+    for (CKestExtension*& record : at->second) {
+      const std::unique_ptr<CKestExtension> freed(record);
+      for (auto later = at; freed != nullptr && later != m_lists.end(); ++later) {
+        std::replace(later->second.begin(), later->second.end(), freed.get(), static_cast<CKestExtension*>(nullptr));
+      }
+    }
+  }
+  m_lists.clear();
+}
 
 void Catalogue::Clear() {
   std::unordered_set<CKestExtension*> records;

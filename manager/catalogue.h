@@ -36,6 +36,8 @@ public:
   [[nodiscard]] const std::map<const CKestProduct*, List>& All() const { return m_lists; }
 
 private:
+  void ClearSlowly();
+
   struct Gap {
     const CKestProduct* product = nullptr;
     const CKestExtension* extension = nullptr;
