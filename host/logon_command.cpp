@@ -84,17 +84,24 @@ int RunMachineLogon(Session& session) {
                                             0});
   }
   int failed = 0;
+  int half = 0;
   int done = 0;
   MachineError error;
   ErrorReport report;
   for (const WaitingFile& replacement : waiting) {
     Carried carried = Carried::kHalf;
+    session.own.operation = OperationReport::Operation::kRepair;
+    session.own.failure = OperationReport::Failure::kOther;
+    session.own.rolledBack = false;
     try {
       carried = CarryOut(replacement);
     } catch (const std::exception&) {
       machine.ClearLastError(); // it may or may not have been done
     }
     (carried == Carried::kDone ? done : failed) += 1;
+    half += carried == Carried::kHalf ? 1 : 0;
+    session.own.failure = failed == 0 ? OperationReport::Failure::kNone : OperationReport::Failure::kOther;
+    session.own.rolledBack = done + half == 0;
     const std::string destination = Shown(replacement.destination);
     if (carried != Carried::kDone) {
       error = machine.GetLastError();

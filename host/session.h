@@ -60,7 +60,11 @@ public:
   /// Reports an error on the terminal and in the document; returns the code.
   int Fail(ExitCode exit, const ErrorReport& error);
   /// Of the last operation; null before the engine started.
-  [[nodiscard]] const OperationReport* FindReport() const { return m_manager ? &m_manager->GetLastReport() : nullptr; }
+  [[nodiscard]] const OperationReport* FindReport() const {
+    const bool isOwn = own.operation != OperationReport::Operation::kNone;
+    return isOwn ? &own : m_manager ? &m_manager->GetLastReport() : nullptr;
+  }
+  OperationReport own; ///< how far a command came that changes the machine without the engine
   [[nodiscard]] const std::optional<ErrorReport>& GetError() const { return m_error; }
   /// Before the next of several operations.
   void ForgetError() { m_error.reset(); }
