@@ -188,17 +188,53 @@ TEST_F(Package, ReadsWhatOtherToolsWrite) {
 
 TEST_F(Package, RefusesNamesThatLeadElsewhere) {
   for (const char* name :
-       {"",        "\\abs",       "C:\\x",   "C:x",  "x:stream", "..",   "..\\x",  "a\\..\\..\\x", "a\\..\\x",
-        ".\\x",    "a\\\\x",      "a\"b",    "a\nb", "a\x7F",    "dot.", "blank ", "a\\b.\\c",     "CON",
-        "nul.txt", "a\\Com1.htm", "lpt9 .x", "q?",   "a*",       "a|b",  "\x01"}) {
+       {"",         "\\abs",       "C:\\x",         "C:x",           "x:stream", "..",    "..\\x", "a\\..\\..\\x",
+        "a\\..\\x", ".\\x",        "a\\\\x",        "a\"b",          "a\nb",     "a\x7F", "dot.",  "blank ",
+        "a\\b.\\c", "CON",         "nul.txt",       "a\\Com1.htm",   "lpt9 .x",  "q?",    "a*",    "a|b",
+        "\x01",     "COM\xC2\xB9", "lpt\xC2\xB3.x", "a\\com\xB2.htm"}) {
     EXPECT_NE(JudgePackageName(name), nullptr) << name;
   }
-  for (const char* name : {"com10", "a\\.hidden", "Tom's console.htm"}) {
+  EXPECT_NE(JudgePackageName(std::string(256, 'n')), nullptr);
+  EXPECT_EQ(JudgePackageName(std::string(255, 'n') + "\\" + std::string(255, 'm')), nullptr);
+  for (const char* name : {"com10", "com\xC2\xB4", "a\\.hidden", "Tom's console.htm"}) {
     EXPECT_EQ(JudgePackageName(name), nullptr) << name;
   }
   for (const char* name : {"a/../../x", "/abs", "\\abs", "../"}) {
     ExpectRefused(BuildZip({{.name = "ok", .content = "1"}, {.name = name, .attributes = 0}}), name);
   }
+}
+
+// Another program that looks at the package would see other names.
+TEST_F(Package, RefusesNamesThatCanBeReadInTwoWays) {
+  const auto pathField = [](const std::string& name) {
+    std::string field = "up";
+    PutLittle(field, name.size() + 5, 2);
+    return field +
+           std::string("\x01"
+                       "abcd",
+                       5) +
+           name;
+  };
+  constexpr std::uint16_t kUtf8 = 0x0800;
+  const ZipItem refused[] = {{.name = "a\xC0\xAE\xC0\xAEx"},
+                             {.name = "a\xC0\xAFx", .flags = kUtf8},
+                             {.name = "a\xE0\x80\xAFx"},
+                             {.name = "a\xF0\x80\x80\xAFx"},
+                             {.name = "a\xFFx", .flags = kUtf8},
+                             {.name = "a.htm", .extra = pathField("..\\a.htm")},
+                             {.name = "a.htm", .extra = "up"},
+                             {.name = "a.htm", .extra = std::string("UT\x09\0\x01", 5)},
+                             {.name = "a.htm", .extra = TimestampField(1) + "x"}};
+  for (const ZipItem& item : refused) {
+    ExpectRefused(BuildZip({{.name = "ok", .content = "1"}, item}), item.name.c_str());
+  }
+  CString problem;
+  EXPECT_EQ(Unpack(BuildZip({{.name = "\xE0 la carte\xC0"},
+                             {.name = "a\xC3\xA9.htm", .flags = kUtf8, .extra = pathField("a\xC3\xA9.htm")},
+                             {.name = "b\xE9.htm", .extra = pathField("b\xC3\xA9.htm") + std::string(3, '\0')}}),
+                   problem),
+            0)
+      << problem;
 }
 
 TEST_F(Package, RefusesNamesThatClash) {

@@ -1,6 +1,7 @@
 #include "platform/package/zip_directory.h"
 
 #include "platform/package/package_names.h"
+#include "platform/text/utf8.h"
 
 #include <algorithm>
 
@@ -20,6 +21,8 @@ constexpr std::uint32_t kEndSignature = 0x06054B50;
 constexpr std::uint32_t kEnd64Signature = 0x06064B50;
 constexpr std::uint32_t kLocator64Signature = 0x07064B50;
 constexpr std::uint16_t kTimestampField = 0x5455;
+constexpr std::uint16_t kUnicodePathField = 0x7075;
+constexpr std::uint16_t kUtf8Flag = 0x0800;
 // A directory is read into memory, so it has bounds of its own. A path on a PC has less than 260 characters, and tools
 // add well under 100 bytes of fields; a few entries may have more.
 constexpr std::uint64_t kMostDirectory = 24ull << 20;
@@ -128,6 +131,56 @@ std::int64_t DaysFromCivil(std::int64_t year, std::int64_t month, std::int64_t d
   const std::int64_t yearOfEra = year - era * 400;
   const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
   return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
+}
+
+// Another program may take the name from the field and unpack something else than was judged here.
+bool IsOtherName(std::string_view field, std::string_view name) {
+  constexpr std::size_t kBeforeName = 5; // version, check sum
+  if (field.size() < kBeforeName) {
+    return true;
+  }
+  field.remove_prefix(kBeforeName);
+  return field != name && field != text::ToUtf8(name);
+}
+
+// The block of extra fields of a header; the bytes that some tools fill it up with are zero.
+const char* JudgeExtra(std::string_view extra, std::string_view name) {
+  constexpr std::size_t kFieldHeader = 4;
+  while (extra.size() >= kFieldHeader) {
+    const std::size_t length = U16(extra, 2);
+    if (length > extra.size() - kFieldHeader) {
+      return "has a field that is longer than its block";
+    }
+    if (U16(extra, 0) == kUnicodePathField && IsOtherName(extra.substr(kFieldHeader, length), name)) {
+      return "has a second name that differs";
+    }
+    extra.remove_prefix(kFieldHeader + length);
+  }
+  return extra.find_first_not_of('\0') == std::string_view::npos ? nullptr
+                                                                 : "has a field that is longer than its block";
+}
+
+// A letter spelled in more bytes than it takes hides from whoever looks for it.
+bool IsSpelledWrong(std::string_view name, bool isUtf8) {
+  if (isUtf8) {
+    return !text::IsUtf8(name);
+  }
+  const auto isTrail = [&name](std::size_t at) {
+    return at < name.size() && (static_cast<unsigned char>(name[at]) & 0xC0) == 0x80;
+  };
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(name[at]);
+    if (text::IsLeadByte(name[at])) {
+      ++at; // of a code page with characters of two bytes
+      continue;
+    }
+    const auto next = at + 1 < name.size() ? static_cast<unsigned char>(name[at + 1]) : 0;
+    if (isTrail(at + 1) && ((byte == 0xC0 || byte == 0xC1) || (byte == 0xE0 && next < 0xA0 && isTrail(at + 2)) ||
+                            (byte == 0xF0 && next < 0x90 && isTrail(at + 2) && isTrail(at + 3)))) {
+      return true;
+    }
+  }
+  return false;
 }
 
 // To the second where the archive says so, else the two-second date of the header, taken as UTC.
@@ -252,7 +305,14 @@ private:
       return "is damaged in the directory";
     }
     m_at += length;
-    TakeName(entry, header.substr(kCentralHeaderSize, nameLength));
+    const std::string_view stored = header.substr(kCentralHeaderSize, nameLength);
+    TakeName(entry, stored);
+    if (IsSpelledWrong(stored, (U16(header, 8) & kUtf8Flag) != 0)) {
+      return "is no sound UTF-8";
+    }
+    if (const char* reason = JudgeExtra(header.substr(kCentralHeaderSize + nameLength, extraLength), stored)) {
+      return reason;
+    }
     entry.method = U16(header, 10);
     entry.crc = U32(header, 16);
     entry.packedSize = U32(header, 20);
@@ -394,7 +454,17 @@ bool FindZipData(FileWindow& window, const ZipEntry& entry, std::uint64_t& offse
     problem = DescribeEntryProblem(entry.name, "differs from what the directory says of it");
     return false;
   }
-  offset = entry.offset + kLocalHeaderSize + stored.size() + U16(header, 28);
+  const std::size_t extraLength = U16(header, 28);
+  offset = entry.offset + kLocalHeaderSize + stored.size() + extraLength;
+  if (extraLength > 0) {
+    const std::string_view whole = window.At(entry.offset, kLocalHeaderSize + stored.size() + extraLength);
+    const char* const reason =
+        whole.empty() ? "is damaged" : JudgeExtra(whole.substr(kLocalHeaderSize + stored.size(), extraLength), stored);
+    if (reason != nullptr) {
+      problem = DescribeEntryProblem(entry.name, reason);
+      return false;
+    }
+  }
   if (offset > entry.end || entry.packedSize > entry.end - offset) {
     problem = DescribeEntryProblem(entry.name, "overlaps another");
     return false;

@@ -28,6 +28,17 @@ const char* JudgeByte(char c) {
   }
 }
 
+// A digit, or one of the raised ones that a PC takes for it: in UTF-8, or in a code page of single bytes.
+bool IsPortNumber(std::string_view text) {
+  constexpr std::string_view kRaised = "\xB9\xB2\xB3";
+  if (text.size() == 2) {
+    return text[0] == '\xC2' && kRaised.find(text[1]) != std::string_view::npos;
+  }
+  constexpr int kFirstOfWindows = 1250;
+  return text.size() == 1 && ((text[0] >= '0' && text[0] <= '9') || (text::GetCodePage() >= kFirstOfWindows &&
+                                                                     kRaised.find(text[0]) != std::string_view::npos));
+}
+
 bool IsDeviceName(std::string_view component) {
   if (std::string_view("cpanlCPANL").find(component[0]) == std::string_view::npos) {
     return false; // none of them begins so
@@ -40,7 +51,7 @@ bool IsDeviceName(std::string_view component) {
                   [&](std::string_view device) { return text::EqualNoCase(stem, device); })) {
     return true;
   }
-  return stem.size() == 4 && stem[3] >= '0' && stem[3] <= '9' &&
+  return stem.size() >= 4 && IsPortNumber(stem.substr(3)) &&
          (text::StartsWithNoCase(stem, "com") || text::StartsWithNoCase(stem, "lpt"));
 }
 
@@ -49,6 +60,10 @@ bool IsDeviceName(std::string_view component) {
 const char* JudgePathComponent(std::string_view component) {
   if (component.empty()) {
     return "has an empty component";
+  }
+  constexpr std::size_t kLongest = 255;
+  if (component.size() > kLongest) {
+    return "has a component of more than 255 bytes";
   }
   if (component == "." || component == "..") {
     return "has a component \".\" or \"..\"";
