@@ -9,7 +9,6 @@
 namespace kest {
 namespace {
 
-constexpr const char* kFileName = "descriptions.index";
 constexpr std::string_view kHeader = "kest-descriptions 2";
 constexpr std::uint64_t kMostBytes = 64u << 20;
 

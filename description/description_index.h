@@ -15,6 +15,8 @@ class KEST_API DescriptionIndex {
 public:
   /// Fewer descriptions than this are read without an index.
   static constexpr std::size_t kWorthwhile = 64;
+  /// Of the index, beside the descriptions.
+  static constexpr const char* kFileName = "descriptions.index";
 
   /// Reads the index of a folder, given with a trailing backslash.
   explicit DescriptionIndex(const CString& folder);

@@ -47,16 +47,27 @@ bool ReadTokens(Session& session, std::map<std::string, std::string>& tokens, in
   return true;
 }
 
-// The tokens that an extension asks for, by their names.
-std::vector<std::string> AskedTokens(const CKestExtension& record) {
-  std::vector<std::string> names;
+/// A token for which a folder may be asked.
+struct AskedToken {
+  std::string name;
+  CString asked;           ///< what the question is about
+  bool mustAnswer = false; ///< without a prompt: it may lead anywhere, and nobody has been asked
+};
+
+// Those with a prompt first: of two that ask alike, the stricter one counts.
+std::vector<AskedToken> AskedTokens(const CKestExtension& record) {
+  std::vector<AskedToken> asked;
+  std::vector<AskedToken> strict;
   for (const auto& child : record.GetTokens().GetChildren()) {
-    if (const auto* token = dynamic_cast<const CKestExtensionToken*>(child.get());
-        token && !token->GetPrompt().empty()) {
-      names.push_back(PlainText(token->GetName()));
+    const auto* token = dynamic_cast<const CKestExtensionToken*>(child.get());
+    if (token && !token->GetPrompt().empty()) {
+      asked.push_back({PlainText(token->GetName()), token->GetPrompt(), false});
+    } else if (token && !token->GetDefinition().empty()) {
+      strict.push_back({PlainText(token->GetName()), token->GetName(), true});
     }
   }
-  return names;
+  asked.insert(asked.end(), strict.begin(), strict.end());
+  return asked;
 }
 
 // Whether each folder of --set is asked for by one of the files. What cannot be read has its own error later.
@@ -68,7 +79,7 @@ bool CheckTokens(Session& session, const std::map<std::string, std::string>& tok
     if (!file.record || file.code != 0) {
       return true;
     }
-    for (const std::string& name : AskedTokens(*file.record)) {
+    for (const auto& [name, question, mustAnswer] : AskedTokens(*file.record)) {
       if (asked.insert(text::Lower(name)).second) {
         names += (names.empty() ? "" : ", ") + ForTerminal(name);
       }
@@ -91,12 +102,9 @@ bool CheckTokens(Session& session, const std::map<std::string, std::string>& tok
 
 void TellTokens(Session& session, const CKestExtension& record, const std::map<std::string, std::string>& given) {
   std::map<std::string, ConsoleUi::Token> byPrompt;
-  for (const auto& child : record.GetTokens().GetChildren()) {
-    if (const auto* token = dynamic_cast<const CKestExtensionToken*>(child.get());
-        token && !token->GetPrompt().empty()) {
-      const auto found = given.find(text::Lower(PlainText(token->GetName())));
-      byPrompt[token->GetPrompt()] = {ShownText(token->GetName()), found == given.end() ? "" : found->second};
-    }
+  for (const AskedToken& token : AskedTokens(record)) {
+    const auto found = given.find(text::Lower(token.name));
+    byPrompt[token.asked] = {ForTerminal(token.name), found == given.end() ? "" : found->second, token.mustAnswer};
   }
   session.GetUi().SetTokens(std::move(byPrompt));
 }

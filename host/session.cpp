@@ -179,6 +179,10 @@ bool Session::OpenEngine(int& exit, bool load) {
   StartEngine();
   if (load) {
     m_manager->Load();
+    if (!m_manager->IsSettled()) {
+      terminal.Say(terminal.Paint(Style::kWarning, "notice:") +
+                   " another program is changing this machine; what is told may be of a moment in between");
+    }
   }
   const MachineError& unread = m_manager->GetUnread();
   if (unread.kind == MachineError::Kind::kNone) {

@@ -47,8 +47,11 @@ public:
   /// Takes back what a process that died left behind (see GetRecoveryReport), finds the products, makes the extensions
   /// folders of those found. Called again it starts anew, with an empty catalogue. Always 0.
   int Init();
-  /// Reads the installed descriptions of every product into the catalogue, in place of what was there. Always 0.
+  /// Reads the installed descriptions of every product into the catalogue, in place of what was there; again, for two
+  /// seconds at most, while another process changes the machine. Always 0.
   int Load();
+  /// Whether nobody changed the machine while the catalogue was read; if not, it may be of a moment in between.
+  [[nodiscard]] bool IsSettled() const;
   /// Recovers on a machine in which the user never changed anything, which Init leaves alone
   /// (RecoveryReport::isForeign); from then on the machine is relied on. Before Load. The report is
   /// GetRecoveryReport's.

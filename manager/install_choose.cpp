@@ -2,6 +2,9 @@
 #include "manager/install.h"
 #include "manager/operation_scope.h"
 #include "platform/machine/os.h"
+#include "platform/text/path.h"
+
+#include <algorithm>
 
 namespace kest::install {
 namespace {
@@ -83,19 +86,28 @@ bool DisableOther(Context& context, CKestExtension& existing) {
   return true;
 }
 
-bool AskFolder(Context& context, CKestExtensionToken& token) {
-  const CString initial =
-      token.GetDefault().empty()
-          ? CString()
-          : context.state.placement.LocalizeFolder(token.GetDefault(), context.product, context.extension.get());
+bool AskFolder(Context& context, CKestExtensionToken& token, const CString& prompt, const CString& initial) {
   CString folder;
-  while (!context.state.Ui().ChooseFolder(token.GetPrompt(), initial, folder)) {
+  while (!context.state.Ui().ChooseFolder(prompt, initial, folder)) {
+    if (context.state.IsCancelled()) {
+      return false;
+    }
     if (context.state.Ui().Ask(Message::kCancelInstall, {}, kYesNo) == kNo) {
       return context.Declined(Message::kCancelInstall);
     }
   }
   token.SetDefinition(folder);
   return true;
+}
+
+/// Whether a folder is one of a product, where an extension may put files without asking, or lies in one that the user
+/// chose for it. What leads nowhere is refused with the files that go there.
+bool NeedsNoAnswer(const Context& context, const CString& folder, const std::vector<CString>& chosen) {
+  return folder.size() < 2 || folder[1] != ':' || !FindUnsafeComponent(folder).empty() ||
+         context.state.placement.IsReserved(WithBackslash(folder), {}) || context.state.FindOwner(folder) != nullptr ||
+         std::any_of(chosen.begin(), chosen.end(), [&folder](const CString& one) {
+           return text::StartsWithNoCase(WithBackslash(folder), WithBackslash(one));
+         });
 }
 
 } // namespace
@@ -191,15 +203,29 @@ bool ResolveTokens(Context& context) {
   if (!context.resolveTokens) {
     return true;
   }
+  constexpr std::size_t kMostTokens = 5000; // each may lead on to others
+  std::size_t count = 0;
+  std::vector<CString> chosen;
+  FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
   for (CKestExtensionToken& token : context.extension->GetTokens()) {
-    if (!token.GetPrompt().empty()) {
-      if (!AskFolder(context, token)) {
-        return false;
-      }
-    } else if (!token.GetDefinition().empty()) {
-      token.SetDefinition(
-          context.state.placement.LocalizeFolder(token.GetDefinition(), context.product, context.extension.get()));
+    if (++count > kMostTokens) {
+      context.state.Fail(Failure::kBadDescription, context.path, "it has more than 5000 folder tokens");
+      return false;
     }
+    if (context.state.IsCancelled()) {
+      return false;
+    }
+    const CString& prompt = token.GetPrompt();
+    const CString& given = prompt.empty() ? token.GetDefinition() : token.GetDefault();
+    const CString folder = given.empty() ? CString() : resolver.ResolveFolder(given);
+    if (prompt.empty() && (folder.empty() || NeedsNoAnswer(context, folder, chosen))) {
+      token.SetDefinition(folder);
+    } else if (AskFolder(context, token, prompt.empty() ? token.GetName() : prompt, folder)) {
+      chosen.push_back(token.GetDefinition());
+    } else {
+      return false;
+    }
+    resolver.SetOwnToken(token.GetName(), token.GetDefinition());
   }
   return true;
 }

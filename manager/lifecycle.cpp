@@ -2,6 +2,7 @@
 #include "manager/manager_state.h"
 #include "manager/reach.h"
 #include "platform/machine/os.h"
+#include "platform/machine/timer.h"
 #include "products/product_table.h"
 
 namespace kest {
@@ -81,17 +82,40 @@ void State::Start() {
   }
 }
 
-void State::ReadCatalogue() {
-  CKestOS::GetMachine().ForgetUnanswered();
-  for (const auto& product : products) {
+static void LoadOnce(State& state) {
+  for (const auto& product : state.products) {
     const std::unique_ptr<CKestTypedList<CKestExtension*>> found(product->GetExtensions());
     if (found != nullptr) {
-      catalogue.Replace(product.get(), *found);
-    } else if (catalogue.Find(product.get()) != nullptr) {
-      catalogue.Replace(product.get(), {}); // its last description went since
+      state.catalogue.Replace(product.get(), *found);
+    } else if (state.catalogue.Find(product.get()) != nullptr) {
+      state.catalogue.Replace(product.get(), {}); // its last description went since
     }
   }
-  unreadCatalogue = CKestOS::GetMachine().GetUnanswered();
+}
+
+void State::ReadCatalogue() {
+  constexpr std::int64_t kLongestWait = 2000;
+  constexpr int kMostReads = 400; // whatever the clock says
+  Machine& machine = CKestOS::GetMachine();
+  CKestTimer timer(kLongestWait);
+  timer.Start();
+  isSettled = false;
+  for (int reads = 0; !isSettled && reads < kMostReads; ++reads) {
+    const ChangeMark before = machine.GetChangeMark();
+    machine.ForgetUnanswered();
+    LoadOnce(*this);
+    const ChangeMark after = machine.GetChangeMark();
+    // somebody who changes the machine meanwhile may have taken away what is about to come back
+    isSettled = !before.isChanging && !after.isChanging && before.state == after.state;
+    if (timer.IsDone() || WantsCancel()) {
+      break;
+    }
+    if (!isSettled) {
+      machine.ForgetFolders();
+      machine.AllowBackgroundProcessing();
+    }
+  }
+  unreadCatalogue = machine.GetUnanswered();
 }
 
 int CKestExtensionManager::Init() {
@@ -111,6 +135,8 @@ int CKestExtensionManager::Load() {
   }
   return 0;
 }
+
+bool CKestExtensionManager::IsSettled() const { return m_state->isSettled; }
 
 const RecoveryReport& CKestExtensionManager::RecoverTrusting() {
   m_state->recovery = RecoverInterruptedOperations({.findReach = FindReachOfMachine, .trustMachine = true});

@@ -35,6 +35,7 @@ struct CKestExtensionManager::State {
   FilePlacement placement{products, folderKeywords, unpackFolder};
   CKestInstallJournal journal;
   Reach reach; ///< of the products served
+  bool isSettled = true;
 
   RecoveryReport recovery;
   MachineError unread;          ///< what kept us from seeing all products when we started; kNone as a rule

@@ -1,6 +1,9 @@
 #include "manager/placement.h"
 
+#include "description/description_index.h"
 #include "description/extension.h"
+#include "journal/history.h"
+#include "platform/machine/os.h"
 #include "platform/text/path_component.h"
 #include "products/product.h"
 
@@ -80,7 +83,66 @@ std::string_view FindUnsafeComponent(const CString& path) {
 FilePlacement::FilePlacement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder)
     : m_products(products), m_folderKeywords(folderKeywords), m_unpackFolder(unpackFolder) {}
 
-void FilePlacement::Forget() { m_tokens.clear(); }
+void FilePlacement::Forget() {
+  m_tokens.clear();
+  m_reserved.reset();
+}
+
+const FilePlacement::Reserved& FilePlacement::GetReserved() const {
+  if (m_reserved) {
+    return *m_reserved;
+  }
+  m_reserved.emplace();
+  const auto add = [](std::vector<CString>& folders, const CString& folder) {
+    if (!folder.empty()) {
+      folders.push_back(text::Lower(WithBackslash(folder)));
+    }
+  };
+  CString folder;
+  if (CKestOS::GetMachine().GetTempRoot(folder)) {
+    add(m_reserved->whole, folder);
+  }
+  if (history::GetFolder(folder)) {
+    add(m_reserved->whole, folder);
+  }
+  for (const auto& product : m_products) {
+    if (!product->IsInstalled()) {
+      continue;
+    }
+    add(m_reserved->descriptions, product->GetExtensionsFolder());
+    product->GetSharedExtensionsFolder(folder);
+    add(m_reserved->descriptions, folder);
+    CKestTypedList<CKestString> users;
+    static_cast<void>(product->GetAllUserBinPaths(users)); // users who cannot be told have no folders to keep
+    for (const CKestString& user : users) {
+      CKestPath extensions;
+      product->GetExtensionsFolderFor(CKestPath(user), extensions);
+      add(m_reserved->descriptions, extensions.GetText());
+    }
+  }
+  return *m_reserved;
+}
+
+bool FilePlacement::IsReserved(const CString& path, const CString& own) const {
+  constexpr std::string_view kAside = "disabled\\";
+  const CString folded = text::Lower(path);
+  for (const CString& folder : GetReserved().whole) {
+    if (folded.starts_with(folder)) {
+      return true;
+    }
+  }
+  for (const CString& folder : GetReserved().descriptions) {
+    if (!folded.starts_with(folder)) {
+      continue;
+    }
+    const std::string_view name = std::string_view(folded).substr(folder.size());
+    if (name.starts_with(kAside) || name == text::Lower(DescriptionIndex::kFileName) ||
+        (text::FindBackslash(name) == CString::npos && name.ends_with(".kei") && !text::EqualNoCase(name, own))) {
+      return true;
+    }
+  }
+  return false;
+}
 
 int FilePlacement::LocalizeSource(CKestPath& source) const {
   if (!source.IsEmpty()) {
@@ -109,9 +171,7 @@ int FilePlacement::LocalizeFiles(CKestPath& source, CKestPath& destination, cons
 
 CString FilePlacement::LocalizeFolder(const CString& folder, const CKestProduct* product,
                                       const CKestExtension* extension) const {
-  CKestPath destination(folder);
-  (void)LocalizeDestination(destination, product, CKestPath(), CKestPath(), extension, CString());
-  return destination.GetText();
+  return Resolver(*this, product, extension).ResolveFolder(folder);
 }
 
 CString FilePlacement::GetPlacedName(const CKestExtensionFile& file) {
@@ -141,7 +201,8 @@ const CKestTokenMap& FilePlacement::GetTokens(const CKestProduct& product, const
 
 FilePlacement::Resolver::Resolver(const FilePlacement& placement, const CKestProduct* product,
                                   const CKestExtension* extension)
-    : m_placement(placement), m_product(product), m_extension(extension) {}
+    : m_placement(placement), m_product(product), m_extension(extension),
+      m_descriptionName(extension != nullptr ? CKestPath(extension->GetPath()).GetFileName() : CString()) {}
 
 FilePlace FilePlacement::Resolver::Locate(const CKestExtensionFile& file) const {
   FilePlace place;
@@ -152,10 +213,14 @@ FilePlace FilePlacement::Resolver::Locate(const CKestExtensionFile& file) const 
   place.result = Resolve(place.destination, place.source, CKestPath(), winExtension);
   std::string_view component = FindUnsafeComponent(place.source.GetText());
   component = component.empty() ? FindUnsafeComponent(place.destination.GetText()) : component;
-  place.unsafe = !component.empty() || winExtension.find_first_of("\\/:") != CString::npos ||
-                 (place.result == FilePlace::kResolved && !IsAbsolute(place.destination.GetText()));
+  const bool isResolved = place.result == FilePlace::kResolved;
+  const bool isReserved = isResolved && m_placement.IsReserved(place.destination.GetText(), m_descriptionName);
+  place.unsafe = !component.empty() || winExtension.find_first_of("\\/:") != CString::npos || isReserved ||
+                 (isResolved && !IsAbsolute(place.destination.GetText()));
   if (!component.empty() && component != "." && component != "..") {
     place.why = "its name \"" + CString(component) + "\" " + JudgePathComponent(component);
+  } else if (isReserved) {
+    place.why = "its place is one of Kest's own, where no extension puts files";
   }
   return place;
 }
@@ -167,6 +232,13 @@ int FilePlacement::Resolver::Resolve(CKestPath& destination, const CKestPath& so
     destination = CKestPath(std::move(folder));
     return FilePlace::kNoToken;
   }
+  const CString first = text::Lower(std::string_view(folder).substr(0, text::FindBackslash(folder)));
+  const std::size_t length = folder.size();
+  const auto hopeless = m_hopeless.find(first);
+  if (hopeless != m_hopeless.end() && length >= hopeless->second) {
+    destination = CKestPath(std::move(folder));
+    return FilePlace::kUnresolved;
+  }
   const CKestProduct* placing = m_product;
   for (int pass = 0; BeginsWithToken(folder); ++pass) {
     const std::size_t end = text::FindBackslash(folder);
@@ -174,6 +246,8 @@ int FilePlacement::Resolver::Resolve(CKestPath& destination, const CKestPath& so
                                                           folder, reference, placing)
                                               : nullptr;
     if (value == nullptr || value->size() + folder.size() > kLongestDestination) {
+      // a rest that is longer does not lead further; one that is too long may have been shorter
+      m_hopeless[first] = value == nullptr ? 0 : length;
       destination = CKestPath(std::move(folder));
       return FilePlace::kUnresolved;
     }
@@ -222,16 +296,33 @@ const CString* FilePlacement::Resolver::FindValue(const CString& token, const CS
   return FindOwnToken(token);
 }
 
-const CString* FilePlacement::Resolver::FindOwnToken(const CString& token) const {
-  if (!m_ownTokens) {
-    m_ownTokens.emplace();
-    CKestTokenMap tokens;
-    if (m_extension != nullptr && m_extension->GetUserDefinedTokens(tokens)) {
-      for (auto& [name, definition] : tokens) {
-        m_ownTokens->try_emplace(text::Lower(name), definition);
-      }
+CString FilePlacement::Resolver::ResolveFolder(const CString& folder) const {
+  CKestPath destination(folder);
+  (void)Resolve(destination, CKestPath(), CKestPath(), CString());
+  return destination.GetText();
+}
+
+void FilePlacement::Resolver::GatherOwnTokens() const {
+  if (m_ownTokens) {
+    return;
+  }
+  m_ownTokens.emplace();
+  CKestTokenMap tokens;
+  if (m_extension != nullptr && m_extension->GetUserDefinedTokens(tokens)) {
+    for (auto& [name, definition] : tokens) {
+      m_ownTokens->try_emplace(text::Lower(name), definition);
     }
   }
+}
+
+void FilePlacement::Resolver::SetOwnToken(const CString& name, const CString& definition) {
+  GatherOwnTokens();
+  (*m_ownTokens)[text::Lower(name)] = definition;
+  m_hopeless.clear();
+}
+
+const CString* FilePlacement::Resolver::FindOwnToken(const CString& token) const {
+  GatherOwnTokens();
   const auto found = m_ownTokens->find(token);
   return found == m_ownTokens->end() ? nullptr : &found->second;
 }

@@ -20,7 +20,8 @@ struct FilePlace {
   CKestPath source;
   CKestPath destination;
   int result = kUnresolved;
-  /// A path leads upwards or is not absolute, or the file extension is none: never touch such a file.
+  /// A path leads upwards, is not absolute or is one of the engine's own, or the file extension is none: never touch
+  /// such a file.
   bool unsafe = false;
   CString why; ///< of an unsafe place, when it is not that it leads elsewhere: "its name "nul" is that of a device"
   /// The same as a sentence about the file, with a blank behind it.
@@ -45,6 +46,10 @@ public:
                           const CString& winExtension) const;
   int LocalizeFiles(CKestPath& source, CKestPath& destination, const CKestProduct* product, const CKestPath& reference,
                     const CKestExtension* extension, const CString& winExtension) const;
+  /// Whether a path is one of the engine's own, where no extension puts anything: the temporary folder, the folder of
+  /// the history, descriptions and their index, packages set aside. `own`: file name of the description that is asked
+  /// for, which may stand among the others.
+  [[nodiscard]] bool IsReserved(const CString& path, const CString& own) const;
   /// A folder given with tokens, as an absolute folder with trailing backslash; a text without a token comes back with
   /// native separators.
   [[nodiscard]] CString LocalizeFolder(const CString& folder, const CKestProduct* product,
@@ -60,6 +65,10 @@ public:
     [[nodiscard]] FilePlace Locate(const CKestExtensionFile& file) const;
     [[nodiscard]] int Resolve(CKestPath& destination, const CKestPath& source, const CKestPath& reference,
                               const CString& winExtension) const;
+    /// As LocalizeFolder.
+    [[nodiscard]] CString ResolveFolder(const CString& folder) const;
+    /// The extension's own token leads here from now on.
+    void SetOwnToken(const CString& name, const CString& definition);
 
   private:
     [[nodiscard]] const CString* FindValue(const CString& token, const CString& destination, const CKestPath& reference,
@@ -68,7 +77,11 @@ public:
     const FilePlacement& m_placement;
     const CKestProduct* m_product;
     const CKestExtension* m_extension;
+    CString m_descriptionName;
+    void GatherOwnTokens() const;
     mutable std::optional<std::unordered_map<CString, CString>> m_ownTokens;
+    /// First tokens that lead nowhere: from how long a destination on.
+    mutable std::unordered_map<CString, std::size_t> m_hopeless;
     mutable CKestTokenMap m_referenceTokens;
   };
 
@@ -80,9 +93,17 @@ private:
   };
   [[nodiscard]] const CKestTokenMap& GetTokens(const CKestProduct& product, const CString& destination) const;
 
+  /// Lower case, with trailing backslashes.
+  struct Reserved {
+    std::vector<CString> whole;        ///< with all they hold
+    std::vector<CString> descriptions; ///< folders of descriptions
+  };
+  [[nodiscard]] const Reserved& GetReserved() const;
+
   const Products& m_products;
   const CKestTokenMap& m_folderKeywords;
   const CString& m_unpackFolder;
+  mutable std::optional<Reserved> m_reserved;
   mutable std::unordered_map<const CKestProduct*, ProductTokens> m_tokens;
 };
 

@@ -306,10 +306,12 @@ bool ConfigRun::MakeChanges(const CKestHelpChanges& set, CKestXmlFile& file) {
 // ---- the file at hand -----------------------------------------------------------------------------------------------
 
 /// Where several users share a machine, a file that cannot be changed belongs to somebody else: no use in waiting for
-/// it.
+/// it. Nor is there in waiting for a right.
 bool ConfigRun::MakeUpdatable() {
-  const bool updatable =
-      AppendMakeWritable(m_steps, m_path) == 0 && (!m_multiUserMachine || CKestOS::CanUpdateFile(m_path));
+  const auto mayWait = [this] {
+    return !m_multiUserMachine && CKestOS::GetMachine().GetLastError().kind == MachineError::Kind::kInUse;
+  };
+  const bool updatable = AppendMakeWritable(m_steps, m_path) == 0 && (CKestOS::CanUpdateFile(m_path) || mayWait());
   return !updatable && Stop(ConfigCode::kFileNotUpdatable);
 }
 

@@ -211,6 +211,17 @@ TEST_F(Operations, AFolderForATokenThatNobodyAsksForIsAMistake) {
   EXPECT_EQ(kest({"install", package(asking), "--accept-agreement", "--set", "HOME=C:\\x"}).exit, 0);
 }
 
+TEST_F(Operations, YesIsNoAnswerToWhereATokenWithoutAPromptLeads) {
+  Extension silent;
+  silent.more = "<file-tokens><token name=\"home\" definition=\"C:\\windows\\own\" /></file-tokens>\r\n"
+                "<files><file source=\"tabletools.htm\" destination=\"$home\" /></files>\r\n";
+  const std::string file = package(silent);
+  const ProcessResult refused = kest({"install", file, "--accept-agreement", "-y"});
+  EXPECT_EQ(refused.exit, 3);
+  EXPECT_NE(refused.err.find("--set home=DIR"), std::string::npos) << refused.err;
+  EXPECT_EQ(kest({"install", file, "--accept-agreement", "-y", "--set", "home=C:\\windows\\own"}).exit, 0);
+}
+
 TEST_F(Operations, AFolderOnADriveThatIsNotThereIsNoFileInUse) {
   Extension asking;
   asking.more = "<file-tokens><token name=\"home\" prompt=\"Where?\" default=\"Q:\\Sites\" /></file-tokens>\r\n"

@@ -1,5 +1,7 @@
 #include "description/extension.h"
 #include "manager/manager_state.h"
+#include "platform/machine/forwarding_machine.h"
+#include "platform/machine/os.h"
 #include "support/kest_fixture.h"
 
 namespace kest::test {
@@ -16,6 +18,36 @@ std::unique_ptr<CKestExtension> Record(const char* name, const char* version, co
   record->SetType(type);
   record->SetEnabled(enabled);
   return record;
+}
+
+/// Between its first two moments the descriptions are gone; from then on they are back.
+class ReplacingMachine : public ForwardingMachine {
+public:
+  explicit ReplacingMachine(Machine& next, bool forEver) : ForwardingMachine(next), m_forEver(forEver) {}
+  ChangeMark GetChangeMark() override { return {m_forEver, std::to_string(std::min(++m_asked, 2))}; }
+  Answer ListFolder(const CString& path, std::vector<FolderEntry>& entries) override {
+    const Answer answer = ForwardingMachine::ListFolder(path, entries);
+    if (m_asked < 2) {
+      entries.clear();
+    }
+    return answer;
+  }
+
+private:
+  bool m_forEver;
+  int m_asked = 0;
+};
+
+TEST_F(CatalogueTest, ALookAtAMachineThatSomebodyChangesIsTakenAgain) {
+  m_pc.Write(kDescriptions + "b.kei", package("Beta").text());
+  for (const bool forEver : {false, true}) {
+    ReplacingMachine machine(m_pc.Get(), forEver);
+    CKestOS::SetMachine(&machine);
+    start();
+    EXPECT_NE(find("Beta"), nullptr);
+    EXPECT_EQ(manager().IsSettled(), !forEver);
+    CKestOS::SetMachine(&m_pc.Get());
+  }
 }
 
 TEST_F(CatalogueTest, InitMakesTheExtensionsFoldersOfTheProductsFoundAlone) {

@@ -1,7 +1,9 @@
+#include "description/description_index.h"
 #include "description/extension.h"
 #include "platform/machine/os.h"
 #include "support/kest_fixture.h"
 
+#include <chrono>
 #include <tuple>
 
 namespace kest::test {
@@ -75,6 +77,17 @@ TEST_F(InstallTest, BadInputIsRefusedWithItsMessageAndChangesNothing) {
        Failure::kBadDescription},
       {"a device's name", package("X").file("a.htm", "$tidemark/nul"), 0, Failure::kBadDescription},
       {"no description", package("X").changes("</broken>"), 4031, Failure::kBadDescription},
+      {"another's description", package("X").file("other.kei", "$tidemark/Configuration/Extensions"), 0,
+       Failure::kBadDescription},
+      {"the index", package("X").file(DescriptionIndex::kFileName, "$tidemark/Configuration/EXTENSIONS"), 0,
+       Failure::kBadDescription},
+      {"what is set aside", package("X").file("a.kep", "$tidemark/Configuration/Extensions/disabled"), 0,
+       Failure::kBadDescription},
+      {"the temporary folder",
+       package("X").file("a", "$t/kest-1-a").token("name=\"t\" definition=\"C:\\windows\\temp\""), 0,
+       Failure::kBadDescription},
+      {"the history", package("X").file("a", "$t").token("name=\"t\" definition=\"c:/programdata/KEST/trash\""), 0,
+       Failure::kBadDescription},
   };
   for (const auto& [claim, extension, message, failure] : rows) {
     SCOPED_TRACE(claim);
@@ -191,6 +204,40 @@ TEST_F(InstallTest, FoldersOfTokensAreAskedForAndAGivenUpQuestionMayCancel) {
   EXPECT_EQ(m_pc.Read("C:\\Sites\\mine\\s.txt"), "s");
   start(); // the stored definition serves the uninstall of a later run
   EXPECT_EQ(manager().GetInstalledFiles(nova(), find("Snippets")), std::vector<CString>{"C:\\Sites\\mine\\s.txt"});
+}
+
+TEST_F(InstallTest, ATokenWithoutAPromptLeadsOutOfTheProductsOnlyWhenTheUserSaysSo) {
+  m_host.accept();
+  ASSERT_NE(
+      install(pack(package("Inside").token("name=\"in\" definition=\"$tidemark/Own\"").file("i.txt", "$in", "i"))),
+      nullptr);
+  const CString kep = pack(package("Outside")
+                               .token("name=\"out\" definition=\"C:\\windows\\own\"")
+                               .token("name=\"below\" definition=\"$out/below\"")
+                               .file("o.txt", "$below", "o"));
+  const MachineSnapshot before = m_pc.Snapshot();
+  m_host.accept().noFolder().answer(Message::kCancelInstall, kNo);
+  EXPECT_EQ(install(kep), nullptr);
+  expectUntouched(before);
+  m_host.accept().folder("C:\\Sites");
+  ASSERT_NE(install(kep), nullptr) << "what lies below the answer needs none";
+  EXPECT_EQ(m_pc.Read("C:\\Sites\\below\\o.txt"), "o");
+}
+
+// Each leads to the next; whoever looks each one up among all of them would look for hours.
+TEST_F(InstallTest, TokensThatLeadToTokensCostNoMoreThanTheirNumber) {
+  for (const int count : {4999, 5001}) {
+    ExtensionBuilder extension = package("Chain");
+    std::string tokens;
+    for (int i = 0; i < count; ++i) {
+      tokens += "<token name=\"t" + std::to_string(i) + "\" definition=\"$t" + std::to_string(i + 1) + "\\x\" />\n";
+    }
+    extension.token("name=\"a\" definition=\"$a\" />" + tokens.substr(0, tokens.rfind(" />")));
+    m_host.accept();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(install(lay(extension)) != nullptr, count < 5000) << count;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20)) << count;
+  }
 }
 
 TEST_F(InstallTest, ARunningProductReloadsOrIsToBeRestarted) {

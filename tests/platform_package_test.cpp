@@ -208,7 +208,7 @@ TEST_F(Package, RefusesNamesThatLeadElsewhere) {
 TEST_F(Package, RefusesNamesThatCanBeReadInTwoWays) {
   const auto pathField = [](const std::string& name) {
     std::string field = "up";
-    PutLittle(field, name.size() + 5, 2);
+    test::PutLittle(field, name.size() + 5, 2);
     return field +
            std::string("\x01"
                        "abcd",
@@ -224,7 +224,7 @@ TEST_F(Package, RefusesNamesThatCanBeReadInTwoWays) {
                              {.name = "a.htm", .extra = pathField("..\\a.htm")},
                              {.name = "a.htm", .extra = "up"},
                              {.name = "a.htm", .extra = std::string("UT\x09\0\x01", 5)},
-                             {.name = "a.htm", .extra = TimestampField(1) + "x"}};
+                             {.name = "a.htm", .extra = test::TimestampField(1) + "x"}};
   for (const ZipItem& item : refused) {
     ExpectRefused(BuildZip({{.name = "ok", .content = "1"}, item}), item.name.c_str());
   }

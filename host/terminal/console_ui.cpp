@@ -321,7 +321,7 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
     return true;
   }
   if (!m_terminal.CanAsk()) {
-    if (initialFolder.empty()) {
+    if (initialFolder.empty() || (token != m_tokens.end() && token->second.mustAnswer)) {
       Miss(("--set " + (token != m_tokens.end() ? token->second.name : "TOKEN") + "=DIR").c_str(), Shown(asked));
       return false;
     }

@@ -53,7 +53,8 @@ public:
 
   struct Token {
     std::string name;
-    std::string chosen; ///< Windows path from --set; empty when not given
+    std::string chosen;      ///< Windows path from --set; empty when not given
+    bool mustAnswer = false; ///< what the extension proposes is never taken unasked
   };
   /// Folder tokens of the extension to come, by their prompts.
   void SetTokens(std::map<std::string, Token> tokens) { m_tokens = std::move(tokens); }

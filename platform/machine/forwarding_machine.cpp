@@ -128,6 +128,7 @@ WriterLock ForwardingMachine::LockWriter(std::int64_t milliseconds) {
 }
 void ForwardingMachine::UnlockWriter() { m_next.UnlockWriter(); }
 void ForwardingMachine::ForgetFolders() { m_next.ForgetFolders(); }
+ChangeMark ForwardingMachine::GetChangeMark() { return m_next.GetChangeMark(); }
 PrivateFolder ForwardingMachine::LookAtPrivateFolder(const CString& path) {
   return Ask({"LookAtPrivateFolder", false, &path}) ? m_next.LookAtPrivateFolder(path) : PrivateFolder::kNo;
 }

@@ -10,8 +10,8 @@ namespace kest {
 /// false, kCannotTell (or its empty value). The files it hands out ask too, under the names "Read", "ReadAt", "Write",
 /// "WriteAt", "GetSize", "SetDate", "Sync" and "Close"; a Close that is not allowed drops what a kReplace file wrote.
 /// What cannot fail on any machine is asked about and passed on whatever the answer: the clock, GetCodePage,
-/// AllowBackgroundProcessing. Not asked about: UnlockWriter, ForgetFolders, HoldsDriveOf,
-/// IsOwn, NoteOwn, IsNotedPlace, GetLastError, ClearLastError.
+/// AllowBackgroundProcessing. Not asked about: UnlockWriter, ForgetFolders, GetChangeMark,
+/// HoldsDriveOf, IsOwn, NoteOwn, IsNotedPlace, GetLastError, ClearLastError.
 class KEST_API ForwardingMachine : public Machine {
 public:
   explicit ForwardingMachine(Machine& next) : m_next(next) {} ///< `next` is borrowed and must live longer
@@ -59,6 +59,7 @@ public:
   WriterLock LockWriter(std::int64_t milliseconds) override;
   void UnlockWriter() override;
   void ForgetFolders() override;
+  [[nodiscard]] ChangeMark GetChangeMark() override;
   [[nodiscard]] PrivateFolder LookAtPrivateFolder(const CString& path) override;
   [[nodiscard]] bool HoldsDriveOf(const CString& path) override;
   [[nodiscard]] bool IsOwn() override;

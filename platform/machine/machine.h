@@ -80,6 +80,12 @@ enum class PrivateFolder {
   kYes,      ///< and with the mark that CreatePrivateDirectory gives
 };
 
+/// Whether another process changes the machine.
+struct ChangeMark {
+  bool isChanging = false; ///< it holds the right to, just now
+  CString state;           ///< another one after each operation, whether done or undone
+};
+
 /// How a caller got, or did not get, the right to change the machine.
 struct WriterLock {
   bool held = false; ///< whether the caller has it
@@ -184,6 +190,9 @@ public:
   virtual void UnlockWriter() = 0; ///< gives one LockWriter back; harmless without one
   /// Forgets what was learned of folders; called where an operation begins.
   virtual void ForgetFolders() = 0;
+
+  /// Asked before and after a look at many files: whether they may be of two moments.
+  [[nodiscard]] virtual ChangeMark GetChangeMark() { return {}; }
 
   // ---- whose it is
   // ---------------------------------------------------------------------------------------------------------------

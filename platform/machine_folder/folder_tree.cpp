@@ -2,8 +2,12 @@
 
 #include "platform/machine_folder/host_listing.h"
 
+#include <sys/stat.h>
+
 namespace kest {
 namespace {
+
+constexpr std::uint64_t kUnchangeable = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
 
 // Folders below this are first moved up to the top of the tree.
 constexpr int kDeepest = 32;
@@ -67,6 +71,48 @@ int RemoveFolderTree(int parent, const CString& name) {
     return 0;
   }
   return remover.GetFailure() != 0 ? remover.GetFailure() : errno;
+}
+
+int FindFolderPin(int folder) {
+  struct statx info {};
+  if (statx(folder, "", AT_EMPTY_PATH, STATX_TYPE, &info) != 0) {
+    return errno == ENOSYS ? 0 : errno;
+  }
+  return (info.stx_attributes & kUnchangeable) != 0 ? EPERM : 0;
+}
+
+int FindPin(int folder, const char* name) {
+  struct statx entry {};
+  if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_UID, &entry) != 0) {
+    return errno == ENOSYS ? 0 : errno;
+  }
+  if ((entry.stx_attributes & kUnchangeable) != 0) {
+    return EPERM;
+  }
+  if ((entry.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+    return EBUSY;
+  }
+  struct stat above {};
+  if (geteuid() == 0 || entry.stx_uid == geteuid()) {
+    return 0;
+  }
+  if (fstat(folder, &above) != 0) {
+    return errno;
+  }
+  return (above.st_mode & S_ISVTX) != 0 && above.st_uid != geteuid() ? EPERM : 0;
+}
+
+int FindPinBelow(int folder) {
+  int pin = 0;
+  const int listed = ForEachEntry(folder, [&](const dirent& entry) {
+    pin = FindPin(folder, entry.d_name);
+    if (pin == 0 && (entry.d_type == DT_DIR || entry.d_type == DT_UNKNOWN)) {
+      const HostDescriptor below(openat(folder, entry.d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+      pin = below.IsOpen() ? FindPinBelow(below.Get()) : errno == ENOTDIR || errno == ELOOP ? 0 : errno;
+    }
+    return pin == 0;
+  });
+  return pin != 0 ? pin : listed;
 }
 
 } // namespace kest

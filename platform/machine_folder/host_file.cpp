@@ -106,6 +106,20 @@ int CopyContents(int from, const struct stat& info, int to) {
   return fchmod(to, info.st_mode & 0777) == 0 && futimens(to, times) == 0 ? 0 : errno;
 }
 
+int KeepOwner(const struct stat& old, int file) {
+  struct stat info {};
+  if (fstat(file, &info) != 0) {
+    return errno;
+  }
+  if (info.st_uid == old.st_uid && info.st_gid == old.st_gid) {
+    return 0;
+  }
+  // whoever is not root may keep a group of his own at most, and has always replaced files of others by his own; root
+  // cannot give a file to an owner whom this system does not know
+  const uid_t owner = geteuid() == 0 ? old.st_uid : static_cast<uid_t>(-1);
+  return fchown(file, owner, old.st_gid) == 0 || errno == EPERM || errno == EINVAL ? 0 : errno;
+}
+
 HostFile::HostFile(std::shared_ptr<HostFileOwner> owner, HostDescriptor file, HostTarget target, OpenMode mode)
     : m_owner(std::move(owner)), m_file(std::move(file)), m_target(std::move(target)), m_mode(mode) {}
 

@@ -34,6 +34,9 @@ private:
 /// Contents, read-only mark and last-write time of an open file to another. 0, or an errno.
 [[nodiscard]] int CopyContents(int from, const struct stat& info, int to);
 
+/// Gives an open file the owner and group of the one that it replaces, as far as the user may. 0, or an errno.
+[[nodiscard]] int KeepOwner(const struct stat& old, int file);
+
 /// Stays valid when the machine goes first.
 class HostFileOwner {
 public:

@@ -1,6 +1,7 @@
 #include "platform/machine_folder/machine_folder.h"
 
 #include "platform/machine/version_resource.h"
+#include "platform/machine_folder/folder_tree.h"
 #include "platform/machine_folder/machine_folder_state.h"
 #include "platform/text/code_page.h"
 
@@ -229,8 +230,34 @@ bool MachineFolder::SetFileReadOnly(const CString& path, bool readOnly) {
   // Who may read may write again, as far as new files let them.
   const mode_t mode = info.st_mode & 07777;
   const mode_t wanted = readOnly ? mode & ~mode_t{0222} : mode | 0200 | (((mode & 0444) >> 1) & ~m_state->creationMask);
-  return mode == wanted || (!readOnly && (mode & 0222) != 0) || fchmod(file.Get(), wanted) == 0 ||
-         m_state->Fail(errno, path);
+  if (mode == wanted || (!readOnly && (mode & 0222) != 0)) {
+    return true;
+  }
+  if (info.st_nlink > 1 && !entry.IsLink()) {
+    const int code = m_state->PartFromOtherNames(entry, file.Get(), info, wanted);
+    return code == 0 || m_state->Fail(code, path);
+  }
+  return fchmod(file.Get(), wanted) == 0 || m_state->Fail(errno, path);
+}
+
+int MachineFolder::State::PartFromOtherNames(const FoundEntry& entry, int file, const struct stat& info, mode_t mode) {
+  const HostTarget target = TargetFor(entry);
+  UnnamedFile copy;
+  int code = copy.Open(target, 0600);
+  code = code != 0 ? code : CopyContents(file, info, copy.Get());
+  code = code != 0 ? code : KeepOwner(info, copy.Get());
+  if (code == 0 && fchmod(copy.Get(), mode) != 0) {
+    code = errno;
+  }
+  if (code == 0) {
+    m_folders.BeginChange(entry.folder);
+    code = copy.Place(target, true);
+  }
+  if (code == 0) {
+    m_folders.Added(entry.folder, target.name);
+  }
+  copy.Drop(target);
+  return code;
 }
 
 bool MachineFolder::CanUpdateFile(const CString& path) {
@@ -243,6 +270,11 @@ bool MachineFolder::CanUpdateFile(const CString& path) {
   }
   if (!m_state->MayUserChange(entry.folder)) {
     return m_state->Fail(errno, path);
+  }
+  int pin = FindFolderPin(entry.folder.Get());
+  pin = pin == 0 && entry.Exists() ? FindPin(entry.folder.Get(), entry.stored.c_str()) : pin;
+  if (pin != 0) {
+    return m_state->Fail(pin, path);
   }
   if (!entry.Exists() || entry.IsLink()) {
     return true; // made, or the link replaced
@@ -408,9 +440,11 @@ std::unique_ptr<MachineFile> MachineFolder::Open(const CString& path, OpenMode m
     UnnamedFile file;
     target = m_state->TargetFor(entry);
     int code = file.Open(target, 0666);
-    if (code == 0 && entry.Exists() && S_ISREG(entry.info.st_mode) &&
-        fchmod(file.Get(), entry.info.st_mode & 0777) != 0) {
-      code = errno;
+    if (code == 0 && entry.Exists() && S_ISREG(entry.info.st_mode)) {
+      code = KeepOwner(entry.info, file.Get());
+      if (code == 0 && fchmod(file.Get(), entry.info.st_mode & 0777) != 0) {
+        code = errno;
+      }
     }
     if (code != 0) {
       file.Drop(target);

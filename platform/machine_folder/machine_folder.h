@@ -93,6 +93,7 @@ public:
   WriterLock LockWriter(std::int64_t milliseconds) override;
   void UnlockWriter() override;
   void ForgetFolders() override;
+  [[nodiscard]] ChangeMark GetChangeMark() override;
   [[nodiscard]] PrivateFolder LookAtPrivateFolder(const CString& path) override;
   [[nodiscard]] bool HoldsDriveOf(const CString& path) override;
   [[nodiscard]] bool IsOwn() override;

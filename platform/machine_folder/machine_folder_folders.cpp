@@ -208,9 +208,15 @@ bool MachineFolder::MoveEmptyFolder(const CString& from, const CString& to) {
 bool MachineFolder::MoveFolder(const CString& from, const CString& to) {
   FoundEntry source;
   FoundEntry target;
-  return FindFolderMove(*m_state, from, to, source, target) &&
-         (RenameFolder(*m_state, source.folder, source.stored, target.folder, target.name) ||
-          m_state->Fail(errno, from));
+  if (!FindFolderMove(*m_state, from, to, source, target)) {
+    return false;
+  }
+  const HostDescriptor folder(
+      openat(source.folder.Get(), source.stored.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  const int pin = folder.IsOpen() ? FindPinBelow(folder.Get()) : errno;
+  return pin != 0 ? m_state->Fail(pin, from)
+                  : (RenameFolder(*m_state, source.folder, source.stored, target.folder, target.name) ||
+                     m_state->Fail(errno, from));
 }
 
 bool MachineFolder::RemoveTree(const CString& path) {

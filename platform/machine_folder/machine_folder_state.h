@@ -70,6 +70,9 @@ public:
   /// Opens an existing plain file, also through a link that stays in the drive.
   [[nodiscard]] HostDescriptor OpenFile(const FoundEntry& entry, int flags, struct stat& info);
   [[nodiscard]] HostTarget TargetFor(const FoundEntry& entry);
+  /// Puts a copy with this mode in place of a file that has other names as well, which stay as they are. 0, or an
+  /// errno.
+  [[nodiscard]] int PartFromOtherNames(const FoundEntry& entry, int file, const struct stat& info, mode_t mode);
   [[nodiscard]] CString AddMount(const CString& hostFolder, bool writable);
   /// "/a/b" as "\\a\\b".
   [[nodiscard]] CString ToWindowsTail(std::string_view hostPath) const;

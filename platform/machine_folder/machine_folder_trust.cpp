@@ -1,9 +1,10 @@
 #include "platform/machine_folder/machine_folder.h"
 #include "platform/machine_folder/machine_folder_state.h"
+#include "platform/machine_folder/process_list.h"
 
 #include <unistd.h>
 
-// Whose a machine folder is, and what lies in it.
+// Whose a machine folder is, what lies in it, and who is at work in it.
 
 namespace kest {
 
@@ -15,6 +16,19 @@ PrivateFolder MachineFolder::LookAtPrivateFolder(const CString& path) {
     return PrivateFolder::kNo;
   }
   return (info.st_mode & 07777) == kPrivateMode ? PrivateFolder::kYes : PrivateFolder::kUnmarked;
+}
+
+// Every operation makes a private folder in the temporary folder, and removes it at its end.
+ChangeMark MachineFolder::GetChangeMark() {
+  ChangeMark mark;
+  CString temp;
+  FoundFolder folder;
+  struct stat info {};
+  if (GetTempRoot(temp) && m_state->FindFolder(temp, folder, true) && fstat(folder.Get(), &info) == 0) {
+    mark.state = std::to_string(info.st_mtim.tv_sec) + '.' + std::to_string(info.st_mtim.tv_nsec);
+  }
+  mark.isChanging = m_state->lockCount == 0 && !FindLockHolder(m_state->rootIdentity).empty();
+  return mark;
 }
 
 bool MachineFolder::HoldsDriveOf(const CString& path) {

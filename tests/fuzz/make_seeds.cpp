@@ -127,6 +127,14 @@ private:
     const std::string steps = "S\t0\t0\tcreate-folder\tfolder=C:\\x\n"
                               "S\t1\t0\tcopy\tto=C:\\x\\new.txt\tstage=^new1.tmp\n"
                               "S\t2\t0\tcopy\tto=C:\\x\\old.txt\tstage=^new2.tmp\tkept=^cpy1.tmp\n";
+    for (const char* target : {"C:\\safe\\keep.txt", "C:\\x\\..\\safe\\keep.txt", "D:\\keep.txt",
+                               "C:\\windows\\temp\\keep.txt"}) { // where no operation goes
+      const std::string at = target;
+      Write("journal", files + head + "S\t0\t0\tcopy\tto=" + at + "\tstage=^none\tkept=^del1.tmp\n");
+      Write("journal", files + head + "S\t0\t0\tdelete\tpath=" + at + "\tkept=^del1.tmp\n");
+      Write("journal", files + head + "S\t0\t0\tmove\tfrom=C:\\x\\old.txt\tto=" + at + "\n");
+      Write("journal", files + head + "S\t0\t0\tnew-file\tpath=" + at + "\taside=^new1.tmp\n");
+    }
     Write("journal", files + head + steps);
     Write("journal", files + head + steps + "D\n");
     Write("journal", files + head + steps + "U\t2\nR\t0\t1\nB\nX\n!torn\n");

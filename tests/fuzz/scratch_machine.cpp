@@ -47,7 +47,6 @@ ScratchMachine::ScratchMachine() {
   fs::create_directories(Scratch() / "pc/dosdevices/d:");
   m_machine.emplace((Scratch() / "pc").string());
   CKestOS::SetMachine(&*m_machine);
-  m_machine->NoteOwn({}); // else nothing in it is followed
 }
 
 ScratchMachine::~ScratchMachine() { CKestOS::SetMachine(nullptr); }
