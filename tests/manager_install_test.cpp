@@ -226,8 +226,8 @@ TEST_F(InstallTest, ATokenWithoutAPromptLeadsOutOfTheProductsOnlyWhenTheUserSays
 
 // Each leads to the next; whoever looks each one up among all of them would look for hours.
 TEST_F(InstallTest, TokensThatLeadToTokensCostNoMoreThanTheirNumber) {
-  for (const int count : {4999, 5001}) {
-    ExtensionBuilder extension = package("Chain");
+  for (const int count : {1999, 2001}) {
+    ExtensionBuilder extension = package("Chain " + std::to_string(count));
     std::string tokens;
     for (int i = 0; i < count; ++i) {
       tokens += "<token name=\"t" + std::to_string(i) + "\" definition=\"$t" + std::to_string(i + 1) + "\\x\" />\n";
@@ -235,7 +235,7 @@ TEST_F(InstallTest, TokensThatLeadToTokensCostNoMoreThanTheirNumber) {
     extension.token("name=\"a\" definition=\"$a\" />" + tokens.substr(0, tokens.rfind(" />")));
     m_host.accept();
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(install(lay(extension)) != nullptr, count < 5000) << count;
+    EXPECT_EQ(install(lay(extension)) != nullptr, count < 2000) << count;
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20)) << count;
   }
 }

@@ -43,6 +43,25 @@ std::size_t CountNewFolders(std::string_view before, std::string_view key, bool 
   return static_cast<std::size_t>(folders) + (isFolder && common < key.size() ? 1 : 0);
 }
 
+// A letter spelled in more bytes than it takes hides from whoever looks for it.
+bool IsSpelledTooLong(std::string_view name) {
+  const auto byteAt = [&name](std::size_t at) { return at < name.size() ? static_cast<unsigned char>(name[at]) : 0U; };
+  const auto isTrail = [&byteAt](std::size_t at) { return (byteAt(at) & 0xC0U) == 0x80U; };
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    if (text::IsLeadByte(name[at])) {
+      ++at; // of a code page with characters of two bytes
+      continue;
+    }
+    const unsigned byte = byteAt(at);
+    const unsigned next = byteAt(at + 1);
+    if (isTrail(at + 1) && (byte == 0xC0 || byte == 0xC1 || (byte == 0xE0 && next < 0xA0 && isTrail(at + 2)) ||
+                            (byte == 0xF0 && next < 0x90 && isTrail(at + 2) && isTrail(at + 3)))) {
+      return true;
+    }
+  }
+  return false;
+}
+
 } // namespace
 
 const char* JudgePackageName(std::string_view name) {
@@ -54,6 +73,9 @@ const char* JudgePackageName(std::string_view name) {
   }
   if (name[0] == kSeparator) {
     return "is absolute";
+  }
+  if (IsSpelledTooLong(name)) {
+    return "spells a letter in more bytes than it takes";
   }
   for (std::size_t begin = 0; begin <= name.size();) {
     const std::size_t end = std::min(text::FindBackslash(name, begin), name.size());

@@ -160,27 +160,12 @@ const char* JudgeExtra(std::string_view extra, std::string_view name) {
                                                                  : "has a field that is longer than its block";
 }
 
-// A letter spelled in more bytes than it takes hides from whoever looks for it.
-bool IsSpelledWrong(std::string_view name, bool isUtf8) {
-  if (isUtf8) {
-    return !text::IsUtf8(name);
-  }
-  const auto isTrail = [&name](std::size_t at) {
-    return at < name.size() && (static_cast<unsigned char>(name[at]) & 0xC0) == 0x80;
-  };
-  for (std::size_t at = 0; at < name.size(); ++at) {
-    const auto byte = static_cast<unsigned char>(name[at]);
-    if (text::IsLeadByte(name[at])) {
-      ++at; // of a code page with characters of two bytes
-      continue;
-    }
-    const auto next = at + 1 < name.size() ? static_cast<unsigned char>(name[at + 1]) : 0;
-    if (isTrail(at + 1) && ((byte == 0xC0 || byte == 0xC1) || (byte == 0xE0 && next < 0xA0 && isTrail(at + 2)) ||
-                            (byte == 0xF0 && next < 0x90 && isTrail(at + 2) && isTrail(at + 3)))) {
-      return true;
-    }
-  }
-  return false;
+// Whether there is a byte that stands nowhere in UTF-8; tools that mark a name are not all strict about the rest.
+bool HasNoUtf8(std::string_view name) {
+  return std::any_of(name.begin(), name.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte == 0xC0 || byte == 0xC1 || byte > 0xF4;
+  });
 }
 
 // To the second where the archive says so, else the two-second date of the header, taken as UTC.
@@ -307,7 +292,7 @@ private:
     m_at += length;
     const std::string_view stored = header.substr(kCentralHeaderSize, nameLength);
     TakeName(entry, stored);
-    if (IsSpelledWrong(stored, (U16(header, 8) & kUtf8Flag) != 0)) {
+    if ((U16(header, 8) & kUtf8Flag) != 0 && HasNoUtf8(stored)) {
       return "is no sound UTF-8";
     }
     if (const char* reason = JudgeExtra(header.substr(kCentralHeaderSize + nameLength, extraLength), stored)) {
