@@ -37,6 +37,21 @@ CString WhyRefused(CString path) {
   return {};
 }
 
+// Folders that are the engine's own on every PC; what else is, an install finds out.
+bool IsOfTheEngine(CString folder) {
+  CKestPath::LocalizePathSeparators(folder);
+  folder = text::Lower(WithBackslash(folder));
+  return folder.find("\\windows\\temp\\") != CString::npos || folder.find("\\programdata\\kest\\") != CString::npos;
+}
+
+// Descriptions and what lies beside them.
+bool IsDescriptionPlace(CString destination, const CString& source) {
+  CKestPath::LocalizePathSeparators(destination);
+  const CString folder = text::Lower(WithBackslash(destination));
+  return folder.ends_with("\\configuration\\extensions\\disabled\\") ||
+         (folder.ends_with("\\configuration\\extensions\\") && text::Lower(source).ends_with(".kei"));
+}
+
 /// One pass over the files of a description.
 class FileRules {
 public:
@@ -100,6 +115,10 @@ private:
     for (const char* attribute : {"default", "definition"}) {
       const CString value = token.Get(attribute);
       const CString inner = TokenOf(value);
+      if (IsOfTheEngine(value)) {
+        m_findings.Error(token.line, "reserved-place",
+                         "the token \"" + name + "\" leads to " + value + ", where no extension puts files");
+      }
       m_used.insert(inner);
       m_folders[name] = value.empty() ? m_folders[name] : value;
       if (!inner.empty() && inner != name) {
@@ -124,6 +143,9 @@ private:
       m_findings.Error(file.line, "unknown-token",
                        source + ": nothing is called $" + token + ", and the file is left out" +
                            (near.empty() ? CString() : "; did you mean $" + near + "?"));
+    }
+    if (isPlaced && IsDescriptionPlace(destination, source)) {
+      m_findings.Error(file.line, "reserved-place", source + ": it would lie among the installed descriptions");
     }
     for (const CString& path : {destination, source}) {
       if (const CString why = WhyRefused(path); isPlaced && !why.empty()) {

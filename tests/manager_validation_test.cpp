@@ -174,6 +174,8 @@ constexpr Mutation kMutations[] = {
     {"unsafe-path", "destination=\"$tidemark/Help\"", "destination=\"$tidemark/../Help\""},
     {"unsafe-path", "source=\"Commands/wc.htm\"", "source=\"Commands/con\""},
     {"unsafe-path", "destination=\"$tidemark/Help\"", "destination=\"$tidemark/He:lp\""},
+    {"reserved", "default=\"$tidemark/Conf", "default=\"C:/Windows/TEMP/Conf"},
+    {"reserved", "destination=\"$tidemark/Help\"", "destination=\"$tidemark/Configuration/Extensions/Disabled\""},
     {"destination", "destination=\"$tidemark/Help\"", "destination=\"tidemark/Help\""},
     {"destination", "destination=\"$tidemark/Help\"", "destination=\"C:/Help\""},
     {"destination", "destination=\"$system\"", "destination=\"$fonts\""},
