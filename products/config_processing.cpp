@@ -308,10 +308,12 @@ bool ConfigRun::MakeChanges(const CKestHelpChanges& set, CKestXmlFile& file) {
 /// Where several users share a machine, a file that cannot be changed belongs to somebody else: no use in waiting for
 /// it. Nor is there in waiting for a right.
 bool ConfigRun::MakeUpdatable() {
-  const auto mayWait = [this] {
-    return !m_multiUserMachine && CKestOS::GetMachine().GetLastError().kind == MachineError::Kind::kInUse;
-  };
-  const bool updatable = AppendMakeWritable(m_steps, m_path) == 0 && (CKestOS::CanUpdateFile(m_path) || mayWait());
+  Machine& machine = CKestOS::GetMachine();
+  bool updatable = AppendMakeWritable(m_steps, m_path) == 0;
+  machine.ClearLastError();
+  if (updatable && !machine.CanUpdateFile(m_path)) {
+    updatable = !m_multiUserMachine && machine.GetLastError().kind != MachineError::Kind::kAccess;
+  }
   return !updatable && Stop(ConfigCode::kFileNotUpdatable);
 }
 

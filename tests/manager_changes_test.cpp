@@ -277,5 +277,23 @@ TEST_F(ManagerChanges, AFileInUseIsWaitedForAndACancelUndoesEverything) {
   CKestOS::SetMachine(&m_pc.Get());
 }
 
+TEST_F(ManagerChanges, AFileThatMayNotBeReplacedIsNotWaitedForAndNothingIsLeft) {
+  struct : HoldingMachine {
+    using HoldingMachine::HoldingMachine;
+    MachineError GetLastError() override { return {MachineError::Kind::kAccess, held, "no permission"}; }
+  } pinned(m_pc.Get());
+  const CString kep = pack(package("Ten").file("t.htm", "$tidemark/Configuration/New").changes(kChangesOfTenFiles));
+  m_host.clear();
+  CKestOS::SetMachine(&pinned);
+  start();
+  const MachineSnapshot before = m_pc.Snapshot();
+  pinned.held = std::string(kNova) + kMenus;
+  EXPECT_EQ(tryInstall(kep), nullptr);
+  expectUntouched(before);
+  EXPECT_EQ(report().failure, Failure::kNoPermission);
+  m_manager.reset();
+  CKestOS::SetMachine(&m_pc.Get());
+}
+
 } // namespace
 } // namespace kest::test
