@@ -35,6 +35,11 @@ constexpr FlagSpec kProductFlag = {"--product", 'p', "PRODUCT", nullptr, &Option
 constexpr FlagSpec kStateFlag = {
     "--state", 0, "STATE", "enabled|disabled", &Options::state, "only those in this state"};
 
+constexpr FlagSpec kDryRunFlag = {
+    "--dry-run", 'n', nullptr, nullptr, &Options::dryRun, "show what would be done, and change nothing"};
+constexpr FlagSpec kDiffFlag = {
+    "--diff", 0, nullptr, nullptr, &Options::diff, "with --dry-run: each configuration file line by line, too"};
+
 constexpr FlagSpec kMachineNewFlags[] = {
     {"--product", 'p', "NAME", nullptr, &Options::products, "a product to put on it (all eight when none is named)"},
     {"--multi-user", 0, nullptr, nullptr, &Options::multiUser, "users have configurations of their own"},
@@ -59,10 +64,14 @@ constexpr FlagSpec kInfoFlags[] = {
     {"--changes", 0, nullptr, nullptr, &Options::changes, "what it changes in configuration files"},
 };
 constexpr FlagSpec kInstallFlags[] = {
+    kDryRunFlag,
+    kDiffFlag,
     kProductFlag,
     {"--set", 0, "TOKEN=DIR", nullptr, &Options::tokens, "the folder of a token that the extension asks for"},
 };
 constexpr FlagSpec kExtensionFlags[] = {kProductFlag, kStateFlag};
+constexpr FlagSpec kChangeFlags[] = {kDryRunFlag, kDiffFlag, kProductFlag, kStateFlag};
+constexpr FlagSpec kDryRunFlags[] = {kDryRunFlag, kDiffFlag};
 constexpr FlagSpec kPackFlags[] = {
     {"--output", 'o', "OUT.kep", nullptr, &Options::output, "the package to write (else beside the description)"},
     {"--portable", 0, nullptr, nullptr, &Options::portable, "names must suit the other platform too"},
@@ -73,6 +82,8 @@ constexpr FlagSpec kValidateFlags[] = {
     {"--strict", 0, nullptr, nullptr, &Options::strict, "warnings count as errors"},
 };
 constexpr FlagSpec kImportFlags[] = {
+    kDryRunFlag,
+    kDiffFlag,
     {"--from", 0, "PRODUCT", nullptr, &Options::from, "where the extensions are"},
     {"--to", 0, "PRODUCT", nullptr, &Options::to, "where they are to go"},
     kStateFlag,
@@ -107,7 +118,7 @@ constexpr CommandSpec kCommands[] = {
      "machine", RunMachineStop},
     {"machine user", "NAME", 1, 1, Completes::kNothing, NO_FLAGS, "make NAME the current user", "", "machine",
      RunMachineUser},
-    {"machine logon", "", 0, 0, Completes::kNothing, NO_FLAGS, "do what the next log-on would do",
+    {"machine logon", "", 0, 0, Completes::kNothing, FLAGS(kDryRunFlags), "do what the next log-on would do",
      "Carries out the run-once replacements of system files and removes them from the registry.", "logon",
      RunMachineLogon},
     {"products", "", 0, 0, Completes::kNothing, FLAGS(kProductsFlags), "list the products that were found", "",
@@ -117,13 +128,14 @@ constexpr CommandSpec kCommands[] = {
      "show an installed extension, a package or a description",
      "EXT is a name, name@version, author/name, or the file name of the description.", "info", RunInfo},
     {"install", "FILE...", 1, -1, Completes::kFiles, FLAGS(kInstallFlags), "install packages or descriptions",
-     "Each file is an operation of its own: one that fails takes back what it did, and the next is tried.", "result",
-     RunInstall},
-    {"uninstall", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kExtensionFlags), "remove extensions",
+     "Each file is an operation of its own: one that fails takes back what it did, and the next is tried.\n"
+     "For example, to see before what it does: kest install -n --diff table-tools.kep",
+     "result", RunInstall},
+    {"uninstall", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kChangeFlags), "remove extensions",
      "Says before it asks what goes, what stays, and why.", "result", RunUninstall},
-    {"disable", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kExtensionFlags),
+    {"disable", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kChangeFlags),
      "set extensions aside, to be enabled later", "", "result", RunDisable},
-    {"enable", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kExtensionFlags), "bring disabled extensions back", "",
+    {"enable", "EXT...", 1, -1, Completes::kExtensions, FLAGS(kChangeFlags), "bring disabled extensions back", "",
      "result", RunEnable},
     {"pack", "FILE.kei", 1, 1, Completes::kFiles, FLAGS(kPackFlags), "build a package from a description and its files",
      "Prints what went in. The same input gives the same bytes.", "pack", RunPack},
@@ -141,7 +153,8 @@ constexpr CommandSpec kCommands[] = {
     {"history", "[EXT]", 0, 1, Completes::kExtensions, NO_FLAGS, "list the operations that changed the machine",
      "With EXT, the name of an extension, those that were about it. The numbers are for: kest undo", "history",
      RunHistory},
-    {"undo", "[N]", 0, 1, Completes::kNothing, NO_FLAGS, "take back an operation of the history, or the last one",
+    {"undo", "[N]", 0, 1, Completes::kNothing, FLAGS(kDryRunFlags),
+     "take back an operation of the history, or the last one",
      "Puts every file back as it was before, and says why when it cannot. An undo can be undone.", "result", RunUndo},
     {"trash", "", 0, 0, Completes::kNothing, NO_FLAGS, "list what operations replaced and deleted",
      "What is older than 30 days or beyond 1 GB goes with the next operation.", "trash", RunTrash},

@@ -1,6 +1,7 @@
 #include "host/commands.h"
 
 #include "host/operation.h"
+#include "host/preview_output.h"
 #include "host/session.h"
 #include "host/terminal/table_printer.h"
 #include "host/terminal/text_width.h"
@@ -239,8 +240,12 @@ int RunUndo(Session& session) {
   const OperationReport& report = manager.GetLastReport();
   const ExitCode code = ExitCodeOf(report, ui.GetOutcome());
   session.document = ResultJson(session, "undo", report, code);
+  int done = code;
   if (code != kDone) {
-    return session.Fail(code, DescribeFailure(report, ui.GetOutcome(), subject, "undone"));
+    done = session.Fail(code, DescribeFailure(report, ui.GetOutcome(), subject, "undone"));
+  }
+  if (session.options.dryRun || done != kDone) {
+    return session.options.dryRun ? ShowPreview(session, report, done) : done;
   }
   session.terminal.Notice(fmt::format("Undid {}: {} created, {} changed, {} deleted.", subject, report.created.size(),
                                       report.changed.size(), report.deleted.size()));

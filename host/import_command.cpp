@@ -2,6 +2,7 @@
 
 #include "description/extension.h"
 #include "host/operation.h"
+#include "host/preview_output.h"
 #include "host/selector.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
@@ -58,7 +59,7 @@ int Summarize(Session& session, const CKestProduct& to) {
     failed += exit != kDone ? 1 : 0;
     const std::string quoted = fmt::format("\"{}\" {}", ShownText(part.extension), Shown(part.version));
     session.terminal.Notice(
-        part.Succeeded() ? fmt::format("Imported {}.", quoted)
+        part.Succeeded() ? fmt::format("{} {}.", session.options.dryRun ? "Would import" : "Imported", quoted)
         : there          ? fmt::format("{} is there already.", quoted)
                          : fmt::format("Left out {}: {}", quoted, DescribeFailure(part, {}, quoted, "imported").why));
   }
@@ -70,7 +71,14 @@ int Summarize(Session& session, const CKestProduct& to) {
       error.what = fmt::format("the import into {} was not completed", NameOf(to));
       error.changed = fmt::format("what was imported stays ({} of it); the rest is as it was", imported);
     }
-    return session.Fail(exit != kDone ? exit : outcome.interrupted ? kInterrupted : kDeclinedOrUnanswered, error);
+    const int code = session.Fail(exit != kDone         ? exit
+                                  : outcome.interrupted ? kInterrupted
+                                                        : kDeclinedOrUnanswered,
+                                  error);
+    return session.options.dryRun ? ShowPreview(session, report, code) : code;
+  }
+  if (session.options.dryRun) {
+    return ShowPreview(session, report, failed == 0 ? kDone : kSomeFailed);
   }
   const auto incomplete = std::find_if(report.parts.begin(), report.parts.end(),
                                        [](const OperationReport& one) { return !one.rolledBack; });

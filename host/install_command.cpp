@@ -3,6 +3,7 @@
 #include "description/extension.h"
 #include "host/extension_file.h"
 #include "host/operation.h"
+#include "host/preview_output.h"
 #include "host/selector.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
@@ -170,7 +171,7 @@ int Finish(Session& session, const CKestExtension& record, const CKestProduct* p
   if (!report.Succeeded() && exit == kDone) {
     session.terminal.Notice(
         fmt::format("{} is installed already: nothing to do. Install it again with --reinstall.", Quote(record)));
-    return kDone;
+    return session.options.dryRun ? ShowPreview(session, report, kDone) : kDone;
   }
   if (exit != kDone) {
     ErrorReport error = DescribeFailure(report, outcome, Quote(record), "installed", name);
@@ -178,7 +179,11 @@ int Finish(Session& session, const CKestExtension& record, const CKestProduct* p
     if (error.next.ends_with(kFile)) {
       error.next.replace(error.next.size() - kFile.size(), kFile.size(), name);
     }
-    return session.Fail(exit, error);
+    const int code = session.Fail(exit, error);
+    return session.options.dryRun ? ShowPreview(session, report, code) : code;
+  }
+  if (session.options.dryRun) {
+    return ShowPreview(session, report, exit);
   }
   session.terminal.ClearProgress();
   const auto keptByUser = std::count_if(report.kept.begin(), report.kept.end(), [](const OperationReport::Kept& kept) {

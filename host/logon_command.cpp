@@ -1,5 +1,6 @@
 #include "host/commands.h"
 
+#include "host/preview_output.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
 #include "journal/waiting_file.h"
@@ -56,7 +57,7 @@ int RunMachineLogon(Session& session) {
   if (!session.OpenMachine(exit)) {
     return exit;
   }
-  Machine& machine = session.GetMachine();
+  Machine& machine = CKestOS::GetMachine();
   const WriterLock lock = machine.LockWriter(std::int64_t{std::max(session.options.wait, 0)} * 1000);
   if (!lock.held) {
     const MachineError refused = machine.GetLastError();
@@ -88,6 +89,7 @@ int RunMachineLogon(Session& session) {
   int done = 0;
   MachineError error;
   ErrorReport report;
+  OperationReport changes;
   for (const WaitingFile& replacement : waiting) {
     Carried carried = Carried::kHalf;
     session.own.operation = OperationReport::Operation::kRepair;
@@ -114,10 +116,20 @@ int RunMachineLogon(Session& session) {
         {{"destination", PathJson(&session.GetMachine(), replacement.destination)},
          {"pending", ToUtf8(replacement.pending)},
          {"done", carried == Carried::kDone}});
-    session.terminal.Notice((carried == Carried::kDone ? "Replaced " : "Not replaced: ") + destination);
+    if (carried == Carried::kDone) {
+      changes.changed.push_back(replacement.destination);
+      changes.deleted.push_back(replacement.pending);
+    }
+    if (!session.options.dryRun || carried != Carried::kDone) {
+      session.terminal.Notice((carried == Carried::kDone ? "Replaced " : "Not replaced: ") + destination);
+    }
   }
   machine.UnlockWriter();
-  return Tell(session, done, failed, error, report);
+  if (session.options.dryRun && failed == 0) {
+    return ShowPreview(session, changes, kDone);
+  }
+  const int code = Tell(session, done, failed, error, report);
+  return session.options.dryRun ? ShowPreview(session, changes, code) : code;
 }
 
 } // namespace kest::host

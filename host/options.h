@@ -26,6 +26,8 @@ struct Options {
   std::string progress = "auto";
 
   // of single commands
+  bool dryRun = false;
+  bool diff = false;
   std::string product;
   std::vector<std::string> products;
   bool multiUser = false;

@@ -61,6 +61,15 @@ int Dispatch(Session& session, const CommandLine& line) {
   if (!line.command) {
     return ReportUsage(session, line);
   }
+  if (line.options.diff && !line.options.dryRun) {
+    session.document = MakeDocument("error", false);
+    return session.Fail(kUsage, {"--diff goes with --dry-run",
+                                 "it shows what a dry run would change",
+                                 "nothing",
+                                 {},
+                                 fmt::format("as in: kest {} --dry-run --diff ...", line.command->name),
+                                 0});
+  }
   session.command = line.command;
   session.document = EmptyDocument(*line.command);
   return line.command->run(session);

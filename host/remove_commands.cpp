@@ -2,6 +2,7 @@
 
 #include "description/extension.h"
 #include "host/operation.h"
+#include "host/preview_output.h"
 #include "host/selector.h"
 #include "host/session.h"
 #include "host/terminal/text_width.h"
@@ -94,11 +95,15 @@ int Finish(Session& session, const Installed& one, const std::string& quoted, co
   }
   if (!report.Succeeded() && exit == kDone) {
     session.terminal.Notice(fmt::format("The same extension is enabled already: {} stays as it is.", quoted));
-    return kDone;
+    return session.options.dryRun ? ShowPreview(session, report, kDone) : kDone;
   }
   if (exit != kDone) {
-    return session.Fail(
+    const int code = session.Fail(
         exit, DescribeFailure(report, outcome, quoted, verbs.done, '"' + ShownText(one.extension->GetName()) + '"'));
+    return session.options.dryRun ? ShowPreview(session, report, code) : code;
+  }
+  if (session.options.dryRun) {
+    return ShowPreview(session, report, exit);
   }
   std::string done = verbs.done;
   done[0] = static_cast<char>(done[0] - 'a' + 'A');
@@ -148,7 +153,7 @@ int UninstallOne(Session& session, const Installed& one) {
   ConsoleUi& ui = session.GetUi();
   ui.Begin();
   SayTarget(session, "Uninstall", one);
-  if (session.terminal.ShowsNotices()) {
+  if (session.terminal.ShowsNotices() && !session.options.dryRun) {
     SayPreview(session, session.GetManager().PreviewUninstall(one.product, one.extension));
   }
   if (!ui.Confirm(fmt::format("Uninstall {}?", quoted), false, session.options.yes, "--yes")) {

@@ -2,6 +2,7 @@
 
 #include "host/sample/sample_machine.h"
 #include "host/terminal/text_width.h"
+#include "journal/history.h"
 #include "platform/machine/os.h"
 #include "platform/text/utf8.h"
 #include "products/product.h"
@@ -64,6 +65,8 @@ Session::~Session() {
   try {
     m_manager.reset();
     CKestOS::SetMachine(nullptr);
+    m_previews.reset();
+    m_overlay.reset();
     m_machine.reset();
     if (!m_temporaryMachine.empty()) {
       std::error_code error;
@@ -75,7 +78,6 @@ Session::~Session() {
 }
 
 int Session::Fail(ExitCode exit, const ErrorReport& error) {
-  PrintError(terminal, error);
   m_error = error;
   for (std::string* text : {&m_error->what, &m_error->why, &m_error->changed, &m_error->next}) {
     *text = terminal.GetTypedPaths().In(std::move(*text));
@@ -83,6 +85,10 @@ int Session::Fail(ExitCode exit, const ErrorReport& error) {
   for (std::string& left : m_error->left) {
     left = terminal.GetTypedPaths().In(std::move(left));
   }
+  if (options.dryRun) {
+    text::ReplaceAll(m_error->what, " was not ", " would not be ");
+  }
+  PrintError(terminal, *m_error);
   return exit;
 }
 
@@ -113,7 +119,42 @@ bool Session::OpenMachineAt(const std::string& hostFolder, int& exit) {
   }
   m_machine = std::move(machine);
   CKestOS::SetMachine(m_machine.get());
+  return !options.dryRun || BeginDryRun(exit);
+}
+
+std::uint64_t Session::MeasureHistory() {
+  CString path;
+  std::uint64_t size = 0;
+  if (history::GetFolder(path)) {
+    static_cast<void>(m_machine->GetFileSize(path + "history.log", size));
+  }
+  return size;
+}
+
+bool Session::BeginDryRun(int& exit) {
+  m_historySize = MeasureHistory();
+  const std::string writer = Shown(m_machine->GetWriter());
+  if (!writer.empty()) {
+    exit = Fail(kInUseOrLocked, {"it cannot be told what would happen",
+                                 "the machine is being changed by " + writer,
+                                 "nothing",
+                                 {},
+                                 "try again when it has finished",
+                                 0});
+    return false;
+  }
+  m_overlay = std::make_unique<OverlayMachine>(*m_machine);
+  m_previews = std::make_unique<PreviewMaker>(*m_overlay);
+  CKestOS::SetMachine(m_overlay.get());
   return true;
+}
+
+std::string Session::FindInterference() {
+  const std::string writer = Shown(m_machine->GetWriter());
+  if (!writer.empty()) {
+    return "the machine is being changed by " + writer;
+  }
+  return MeasureHistory() != m_historySize ? "another process changed the machine meanwhile" : "";
 }
 
 bool Session::OpenMachine(int& exit) {
@@ -132,7 +173,7 @@ bool Session::OpenMachine(int& exit) {
     return false;
   }
   std::error_code error;
-  if (!fs::exists(folder, error) && Environment("KEST_COMPLETING").empty()) {
+  if (!fs::exists(folder, error) && Environment("KEST_COMPLETING").empty() && !options.dryRun) {
     SampleMachine sample;
     sample.folder = folder;
     std::string why;
@@ -218,6 +259,9 @@ void Session::StartEngine() {
 }
 
 void Session::TellOfRecovery(const RecoveryReport& report) {
+  if (options.dryRun) {
+    return; // the preview says so
+  }
   for (const RecoveryReport::Entry& entry : report.entries) {
     std::string told = fmt::format("an operation had been interrupted ({}); ", Shown(entry.operation));
     if (!entry.refused.empty()) {

@@ -7,6 +7,7 @@
 #include "host/terminal/console_ui.h"
 #include "host/terminal/terminal.h"
 #include "manager/extension_manager.h"
+#include "manager/preview.h"
 #include "platform/machine_folder/machine_folder.h"
 #include "platform/text/windows_names.h"
 
@@ -46,6 +47,13 @@ public:
 
   [[nodiscard]] MachineFolder& GetMachine() { return *m_machine; }
   [[nodiscard]] MachineFolder* FindMachine() { return m_machine.get(); }
+  /// What stands before the machine in a dry run; null in any other.
+  [[nodiscard]] OverlayMachine* FindOverlay() { return m_overlay.get(); }
+  /// Of a dry run alone.
+  [[nodiscard]] PreviewMaker& GetPreviewMaker() { return *m_previews; }
+  /// In a dry run: why what it said may not hold, since somebody changed the machine meanwhile; else empty.
+  [[nodiscard]] std::string FindInterference();
+  [[nodiscard]] bool HasEngine() const { return m_manager != nullptr; }
   [[nodiscard]] CKestExtensionManager& GetManager() { return *m_manager; }
   [[nodiscard]] ConsoleUi& GetUi() { return *m_ui; }
   /// The machine as notices name it.
@@ -78,8 +86,13 @@ public:
 
 private:
   void TellOfRecovery(const RecoveryReport& report);
+  [[nodiscard]] bool BeginDryRun(int& exit);
+  [[nodiscard]] std::uint64_t MeasureHistory();
 
   std::unique_ptr<MachineFolder> m_machine;
+  std::unique_ptr<OverlayMachine> m_overlay;
+  std::unique_ptr<PreviewMaker> m_previews;
+  std::uint64_t m_historySize = 0; ///< when a dry run began
   std::unique_ptr<ConsoleUi> m_ui;
   std::unique_ptr<CKestExtensionManager> m_manager;
   std::string m_machineName;

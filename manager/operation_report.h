@@ -67,9 +67,11 @@ struct OperationReport {
   CString replacedVersion;                ///< its version, dotted
   long undoes = 0;                        ///< of an undo: the number of the operation that it takes back
 
-  std::vector<CString> created;    ///< files and folders that were not there before
-  std::vector<CString> changed;    ///< files that were there and have new content
-  std::vector<CString> deleted;    ///< files and folders that are gone
+  std::vector<CString> created; ///< files and folders that were not there before
+  std::vector<CString> changed; ///< files that were there and have new content
+  std::vector<CString> deleted; ///< files and folders that are gone
+  /// Those of `changed` and `created` that are configuration files of the product.
+  std::vector<CString> configuration;
   std::vector<Kept> kept;          ///< files that were left as they were
   std::vector<Problem> problems;   ///< in the order in which they were met
   std::vector<Leftover> leftovers; ///< see Leftover

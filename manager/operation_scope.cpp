@@ -4,6 +4,7 @@
 #include "journal/catalogue_steps.h"
 #include "journal/delete_steps.h"
 #include "journal/history.h"
+#include "journal/private_steps.h"
 #include "platform/machine/os.h"
 
 #include <algorithm>
@@ -196,6 +197,13 @@ StepScope::~StepScope() {
 /// What the steps have done, whoever made them. The engine's own records are nobody's business.
 void StepScope::NoteEffects(const std::vector<StepEffect>& effects) {
   OperationReport& report = m_state.report;
+  for (const CKestExtensionInstallStep* step : m_state.journal) {
+    const auto* const backup = dynamic_cast<const CInstallBackupFile*>(step);
+    const auto* const made = dynamic_cast<const CInstallNewFile*>(step);
+    if (backup != nullptr || made != nullptr) {
+      report.configuration.push_back(step->GetTarget());
+    }
+  }
   CString own;
   const bool hasOwn = history::GetFolder(own);
   for (MergedEffect& one : MergeEffects(effects)) {

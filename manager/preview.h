@@ -1,7 +1,9 @@
 #pragma once
 
-#include "platform/text/text.h"
+#include "platform/machine/overlay_machine.h"
+#include "platform/text/export.h"
 
+#include <map>
 #include <vector>
 
 namespace kest {
@@ -45,6 +47,37 @@ struct PreviewEntry {
 /// What an operation would do.
 struct Preview {
   std::vector<PreviewEntry> entries; ///< grouped by kind, each group in the order of the files
+  /// A configuration file that changes.
+  struct File {
+    CString path;   ///< windows path
+    CString before; ///< its bytes; empty for a file that is made
+    CString after;  ///< its bytes then
+  };
+  std::vector<File> files; ///< in the order in which they are changed
+};
+
+struct OperationReport;
+struct RecoveryReport;
+
+/// Tells what operations would do, from what they did on an overlay. One for each overlay, since an operation that
+/// follows another begins with what that one left.
+class KEST_API PreviewMaker {
+public:
+  explicit PreviewMaker(OverlayMachine& machine) : m_machine(machine) {} ///< borrowed
+
+  /// Of the operation that the report (the engine's last one) is about.
+  [[nodiscard]] Preview Make(const OperationReport& report);
+  /// What a start of the engine took back on the overlay: that would come first.
+  [[nodiscard]] static std::vector<PreviewEntry> Describe(const RecoveryReport& recovery);
+
+private:
+  void AddReport(const OperationReport& report, Preview& preview);
+  void AddConfiguration(const OperationReport& report, Preview& preview);
+  void AddFiles(const OperationReport& report, Preview& preview) const;
+
+  OverlayMachine& m_machine;
+  std::map<CString, CString> m_left; ///< configuration files as the operations before left them
+  std::size_t m_registryTold = 0;
 };
 
 } // namespace kest

@@ -92,6 +92,14 @@ void ConsoleUi::Miss(const char* flag, const std::string& question) {
   }
 }
 
+bool ConsoleUi::Leave(const char* flag, const std::string& question, bool isAnswered, const char* taken) {
+  if (!m_options.dryRun) {
+    return false;
+  }
+  m_outcome.open.push_back({question, flag, isAnswered, taken});
+  return true;
+}
+
 std::optional<int> ConsoleUi::Pick(const std::string& prompt, const std::vector<Choice>& choices, int byDefault) {
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     std::string line;
@@ -119,7 +127,7 @@ std::optional<int> ConsoleUi::Pick(const std::string& prompt, const std::vector<
 }
 
 bool ConsoleUi::Confirm(const std::string& question, bool byDefault, bool answered, const char* flag) {
-  if (answered) {
+  if (Leave(flag, question, answered, "yes") || answered) {
     return true;
   }
   if (!m_terminal.CanAsk()) {
@@ -145,7 +153,7 @@ int ConsoleUi::AnswerYesNo(int number, const std::string& text) {
     return Confirm(text, false, m_options.yes, "--yes") ? kYes : kNo;
   }
   const bool equal = rule->number == Message::kEqualVersion;
-  if (equal && !m_options.reinstall && (m_options.yes || !m_terminal.CanAsk())) {
+  if (equal && !m_options.reinstall && (m_options.yes || m_options.dryRun || !m_terminal.CanAsk())) {
     m_outcome.equal = true;
     return kNo;
   }
@@ -180,15 +188,20 @@ int ConsoleUi::AnswerOverwrite(int number, const std::string& text) {
     return kCancel;
   }
   const bool newer = number == NumberOf(Message::kExistingNewer);
+  const char* const flag = newer ? "--on-existing overwrite|keep" : "--yes, or --on-existing overwrite|keep";
   if (!m_options.onExisting.empty()) {
+    static_cast<void>(Leave(flag, DescribeExisting(number), true, m_options.onExisting.c_str()));
     m_outcome.declined = m_options.onExisting == "cancel";
     return m_options.onExisting == "overwrite" ? kYes : m_options.onExisting == "keep" ? kNo : kCancel;
+  }
+  if (Leave(flag, DescribeExisting(number), m_options.yes && !newer, newer ? "keep" : "overwrite")) {
+    return newer ? kNo : kYes;
   }
   if (m_options.yes && !newer) {
     return kYes;
   }
   if (!m_terminal.CanAsk()) {
-    Miss(newer ? "--on-existing overwrite|keep" : "--yes, or --on-existing overwrite|keep", text);
+    Miss(flag, text);
     return kCancel;
   }
   m_terminal.Say(DescribeExisting(number));
@@ -204,6 +217,10 @@ int ConsoleUi::AnswerInUse(const std::string& text) {
     return kCancel;
   }
   const MachineError error = CKestOS::GetMachine().GetLastError();
+  if (m_options.dryRun) {
+    m_outcome.inUse = !IsBeyondWaiting(error);
+    return kCancel;
+  }
   if (IsBeyondWaiting(error) && (m_options.wait >= 0 || !m_terminal.CanAsk())) {
     return kCancel; // the engine tells the reason
   }
@@ -290,6 +307,9 @@ bool ConsoleUi::ConfirmAgreement(const char* prompt, const char* agreement) {
   const int number = std::exchange(m_number, 0);
   ShownMessage shown{number, kYesNo, Lines(prompt), "no"};
   bool accepted = m_options.acceptAgreement && !GetOutcome().Stopped();
+  if (!GetOutcome().Stopped() && Leave("--accept-agreement", shown.text, accepted, "yes")) {
+    accepted = true;
+  }
   if (!accepted && !GetOutcome().Stopped()) {
     if (!m_terminal.CanAsk()) {
       Miss("--accept-agreement", shown.text);
@@ -320,7 +340,11 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
     folder = token->second.chosen;
     return true;
   }
-  if (!m_terminal.CanAsk()) {
+  if (m_options.dryRun && !initialFolder.empty()) {
+    static_cast<void>(Leave(("--set " + (token != m_tokens.end() ? token->second.name : "TOKEN") + "=DIR").c_str(),
+                            "Folder for \"" + Shown(asked) + "\"", false, Shown(initialFolder).c_str()));
+  }
+  if (!m_terminal.CanAsk() || m_options.dryRun) {
     if (initialFolder.empty() || (token != m_tokens.end() && token->second.mustAnswer)) {
       Miss(("--set " + (token != m_tokens.end() ? token->second.name : "TOKEN") + "=DIR").c_str(), Shown(asked));
       return false;

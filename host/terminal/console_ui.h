@@ -22,6 +22,14 @@ struct ShownMessage {
   std::string answer; ///< the button pressed, in a word; empty for a notice
 };
 
+/// A question that a dry run did not put.
+struct OpenQuestion {
+  std::string text;
+  std::string flag;        ///< what answers it
+  bool isAnswered = false; ///< the flag was given
+  std::string taken;       ///< the answer that the rest of the dry run is about
+};
+
 /// What became of the questions of one operation.
 struct Outcome {
   bool declined = false;    ///< the user said no or cancelled
@@ -32,6 +40,7 @@ struct Outcome {
   std::string missingFlag;  ///< the flag that would have answered a question that could not be put
   std::string question;     ///< what that question was about
   std::vector<ShownMessage> messages;
+  std::vector<OpenQuestion> open; ///< of a dry run
   [[nodiscard]] bool Stopped() const {
     return declined || interrupted || inUse || equal || !missingFlag.empty() || !notThere.empty();
   }
@@ -93,6 +102,8 @@ private:
   std::optional<int> Pick(const std::string& prompt, const std::vector<Choice>& choices, int byDefault);
   bool ShowPages(const std::string& text);
   void Miss(const char* flag, const std::string& question);
+  /// In a dry run: notes the question, once for each text. False in any other.
+  bool Leave(const char* flag, const std::string& question, bool isAnswered, const char* taken);
   [[nodiscard]] std::string DescribeExisting(int number) const;
 
   Terminal& m_terminal;

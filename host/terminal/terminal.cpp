@@ -96,6 +96,12 @@ const char* CodeOf(Style style) {
     return "\033[1m";
   case Style::kFaint:
     return "\033[2m";
+  case Style::kAdded:
+    return "\033[32m";
+  case Style::kRemoved:
+    return "\033[31m";
+  case Style::kPlace:
+    return "\033[36m";
   case Style::kPlain:
     break;
   }

@@ -14,7 +14,7 @@ namespace kest::host {
 
 struct Options;
 
-enum class Style { kPlain, kError, kWarning, kStrong, kFaint };
+enum class Style { kPlain, kError, kWarning, kStrong, kFaint, kAdded, kRemoved, kPlace };
 
 /// The terminal, or what stands in its place: data goes to the standard output, everything else to the standard error;
 /// the standard input is read only where CanAsk says so.

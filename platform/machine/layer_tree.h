@@ -37,6 +37,7 @@ struct LayerFolder {
   /// Whether `entries` is all that it holds; else they are the folders in it that are known here, and whatever else
   /// lies below is there, too.
   bool isListed = false;
+  bool isPrivate = false;                               ///< made as a private one
   std::unordered_multimap<CString, LayerEntry> entries; ///< by folded name
   std::optional<bool> mayChange;                        ///< whether the user may; asked once
 };

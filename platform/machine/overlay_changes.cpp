@@ -281,7 +281,15 @@ bool OverlayMachine::CreatePrivateDirectory(const CString& path) {
   if (!m_state->FindPlace(path, place, true) || !m_state->MayChange(*place.folder, path)) {
     return false;
   }
-  return place.entry == nullptr ? CreateDirectory(path) : m_state->Fail(Kind::kExists, path, "the name is taken");
+  if (place.entry != nullptr) {
+    return m_state->Fail(Kind::kExists, path, "the name is taken");
+  }
+  LayerSpot spot;
+  const bool isMade = CreateDirectory(path) && m_state->Find(path, spot) && spot.isFolder;
+  if (isMade) {
+    spot.folder->isPrivate = true;
+  }
+  return isMade;
 }
 
 bool OverlayMachine::RemoveDirectory(const CString& path) {

@@ -351,6 +351,48 @@ WriterLock OverlayMachine::LockWriter(std::int64_t milliseconds) {
 
 void OverlayMachine::UnlockWriter() {}
 
+// ---- whose it is
+// ------------------------------------------------------------------------------------------------------------
+
+Answer OverlayMachine::IsSameFile(const CString& a, const CString& b) {
+  LayerSpot first;
+  LayerSpot second;
+  if (!m_state->Find(a, first, true) || !m_state->Find(b, second, true)) {
+    return Answer::kNo;
+  }
+  if (!first.below.empty() && !second.below.empty()) {
+    return m_state->below.IsSameFile(first.below, second.below);
+  }
+  const bool isSame = first.entry != nullptr && second.entry != nullptr && first.entry->file != nullptr &&
+                      first.entry->file == second.entry->file;
+  return isSame ? Answer::kYes : Answer::kNo;
+}
+
+PrivateFolder OverlayMachine::LookAtPrivateFolder(const CString& path) {
+  LayerSpot spot;
+  if (!m_state->Find(path, spot, true)) {
+    return PrivateFolder::kNo;
+  }
+  if (!spot.below.empty() || (spot.isFolder && !spot.folder->below.empty())) {
+    return m_state->below.LookAtPrivateFolder(spot.below.empty() ? spot.folder->below : spot.below);
+  }
+  return spot.isFolder && spot.folder->isPrivate ? PrivateFolder::kYes : PrivateFolder::kNo;
+}
+
+bool OverlayMachine::IsOwn() { return m_state->isOwn || m_state->below.IsOwn(); }
+
+void OverlayMachine::NoteOwn(const std::vector<CString>& places) {
+  m_state->isOwn = true;
+  m_state->notedPlaces.insert(m_state->notedPlaces.end(), places.begin(), places.end());
+}
+
+bool OverlayMachine::IsNotedPlace(const CString& path) {
+  return m_state->below.IsNotedPlace(path) ||
+         std::any_of(m_state->notedPlaces.begin(), m_state->notedPlaces.end(), [&](const CString& place) {
+           return text::StartsWithNoCase(WithBackslash(path), WithBackslash(place));
+         });
+}
+
 bool OverlayMachine::IsForeign() { return m_state->IsForeign(); }
 
 // ---- what was done

@@ -100,6 +100,11 @@ public:
   void StartSync(const CString& path) override;
   WriterLock LockWriter(std::int64_t milliseconds) override;
   void UnlockWriter() override;
+  [[nodiscard]] Answer IsSameFile(const CString& a, const CString& b) override;
+  [[nodiscard]] PrivateFolder LookAtPrivateFolder(const CString& path) override;
+  [[nodiscard]] bool IsOwn() override;
+  void NoteOwn(const std::vector<CString>& places) override;
+  [[nodiscard]] bool IsNotedPlace(const CString& path) override;
   void WinExec(const CString& commandLine) override;
   [[nodiscard]] Answer RegistryKeyExists(RegistryRoot root, const CString& key) override;
   [[nodiscard]] Answer ReadRegistryString(RegistryRoot root, const CString& key, const CString& name,

@@ -62,7 +62,9 @@ struct OverlayMachine::State {
   MachineError error;
   MachineError unanswered;
   std::optional<bool> isForeign;
-  std::map<CString, Key> keys; ///< by folded root and name
+  bool isOwn = false;               ///< the user changed something, in the layer
+  std::vector<CString> notedPlaces; ///< see NoteOwn
+  std::map<CString, Key> keys;      ///< by folded root and name
   std::vector<RegistryChange> registryChanges;
   std::vector<CString> startedPrograms;
   std::vector<CString> fonts;

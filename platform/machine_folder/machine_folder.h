@@ -51,6 +51,9 @@ public:
   [[nodiscard]] bool SetOperatingSystemVersion(int code); ///< the system's version code
   /// Puts an executable on the list of those that count as running, or takes it off.
   [[nodiscard]] bool SetProcessRunning(const CString& executable, bool running);
+  /// Who has the right to write now, e.g. "process 4711 (kest)"; empty when nobody has, or the system does not tell.
+  /// Takes no lock.
+  [[nodiscard]] CString GetWriter() const;
   /// Drive letters with the host folder each stands for.
   [[nodiscard]] std::vector<std::pair<char, CString>> GetDrives();
   /// Command lines that WinExec recorded since the machine was opened.

@@ -433,6 +433,8 @@ WriterLock MachineFolder::LockWriter(std::int64_t milliseconds) {
   return {true, {}};
 }
 
+CString MachineFolder::GetWriter() const { return FindLockHolder(m_state->rootIdentity); }
+
 void MachineFolder::UnlockWriter() {
   State& state = *m_state;
   if (state.lockCount > 0 && state.lockOwner == getpid() && --state.lockCount == 0) {
