@@ -7,6 +7,7 @@
 #include "manager/extension_manager.h"
 #include "manager/install_options.h"
 #include "manager/operation_report.h"
+#include "manager/preview.h"
 #include "manager/validation.h"
 #include "platform/machine/os.h"
 #include "platform/machine_folder/machine_folder.h"

@@ -194,16 +194,21 @@ StepScope::~StepScope() {
   }
 }
 
+/// Files that changes to the products' configuration were about: they alone are backed up and made anew in place.
+static std::vector<CString> FindConfiguration(const CKestInstallJournal& journal) {
+  std::vector<CString> paths;
+  for (const CKestExtensionInstallStep* step : journal) {
+    if (dynamic_cast<const CInstallBackupFile*>(step) != nullptr ||
+        dynamic_cast<const CInstallNewFile*>(step) != nullptr) {
+      paths.push_back(step->GetTarget());
+    }
+  }
+  return paths;
+}
+
 /// What the steps have done, whoever made them. The engine's own records are nobody's business.
 void StepScope::NoteEffects(const std::vector<StepEffect>& effects) {
   OperationReport& report = m_state.report;
-  for (const CKestExtensionInstallStep* step : m_state.journal) {
-    const auto* const backup = dynamic_cast<const CInstallBackupFile*>(step);
-    const auto* const made = dynamic_cast<const CInstallNewFile*>(step);
-    if (backup != nullptr || made != nullptr) {
-      report.configuration.push_back(step->GetTarget());
-    }
-  }
   CString own;
   const bool hasOwn = history::GetFolder(own);
   for (MergedEffect& one : MergeEffects(effects)) {
@@ -261,6 +266,7 @@ bool StepScope::Commit() {
   std::vector<StepEffect> effects;
   if (m_scope.IsLast() && m_state.undoing == 0) {
     m_scope.CollectEffects(effects); // a commit releases the steps
+    m_state.report.configuration = FindConfiguration(m_state.journal);
   }
   if (m_scope.IsOutermost() && WordOf(m_state.report.operation) != nullptr) {
     m_scope.SetNote(MakeNote());

@@ -1,10 +1,12 @@
 // The smallest host that is of use: lists the installed extensions of a machine folder, or installs a package first.
-// Usage: list_and_install MACHINE [PACKAGE]
+// With --preview it tells what the install would do, and does nothing.
+// Usage: list_and_install MACHINE [PACKAGE [--preview]]
 #include "kest/kest.h"
 
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <string_view>
 
 namespace {
 
@@ -50,17 +52,43 @@ void List(const kest::CKestExtensionManager& manager) {
   }
 }
 
+/// The same install on an overlay of the machine, which forgets it.
+bool Preview(kest::MachineFolder& machine, const char* package) {
+  kest::OverlayMachine overlay(machine);
+  kest::CKestOS::SetMachine(&overlay);
+  bool done = false;
+  {
+    Host host;
+    kest::CKestExtensionManager manager(&host);
+    manager.Init();
+    manager.Load();
+    done = Install(manager, machine, package);
+    for (const kest::PreviewEntry& entry : kest::PreviewMaker(overlay).Make(manager.GetLastReport()).entries) {
+      const bool isGone = entry.change == kest::PreviewEntry::Change::kRemoved;
+      std::cout << (isGone ? "- " : "+ ")
+                << kest::text::ToUtf8(entry.name + (entry.parent.empty() ? "" : " in ")) +
+                       kest::text::ToUtf8(entry.parent)
+                << '\n';
+    }
+  }
+  kest::CKestOS::SetMachine(&machine);
+  return done;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2 && argc != 3) {
-    std::cerr << "usage: list_and_install MACHINE [PACKAGE]\n";
+  const bool isPreview = argc == 4 && std::string_view(argv[3]) == "--preview";
+  if (argc != 2 && argc != 3 && !isPreview) {
+    std::cerr << "usage: list_and_install MACHINE [PACKAGE [--preview]]\n";
     return 2;
   }
   kest::MachineFolder machine(argv[1]);
   kest::CKestOS::SetMachine(&machine);
   bool done = machine.IsUsable();
-  if (done) {
+  if (done && isPreview) {
+    done = Preview(machine, argv[2]);
+  } else if (done) {
     Host host;
     kest::CKestExtensionManager manager(&host);
     manager.Init();

@@ -354,20 +354,6 @@ void OverlayMachine::UnlockWriter() {}
 // ---- whose it is
 // ------------------------------------------------------------------------------------------------------------
 
-Answer OverlayMachine::IsSameFile(const CString& a, const CString& b) {
-  LayerSpot first;
-  LayerSpot second;
-  if (!m_state->Find(a, first, true) || !m_state->Find(b, second, true)) {
-    return Answer::kNo;
-  }
-  if (!first.below.empty() && !second.below.empty()) {
-    return m_state->below.IsSameFile(first.below, second.below);
-  }
-  const bool isSame = first.entry != nullptr && second.entry != nullptr && first.entry->file != nullptr &&
-                      first.entry->file == second.entry->file;
-  return isSame ? Answer::kYes : Answer::kNo;
-}
-
 PrivateFolder OverlayMachine::LookAtPrivateFolder(const CString& path) {
   LayerSpot spot;
   if (!m_state->Find(path, spot, true)) {

@@ -100,7 +100,6 @@ public:
   void StartSync(const CString& path) override;
   WriterLock LockWriter(std::int64_t milliseconds) override;
   void UnlockWriter() override;
-  [[nodiscard]] Answer IsSameFile(const CString& a, const CString& b) override;
   [[nodiscard]] PrivateFolder LookAtPrivateFolder(const CString& path) override;
   [[nodiscard]] bool IsOwn() override;
   void NoteOwn(const std::vector<CString>& places) override;
