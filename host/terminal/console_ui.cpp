@@ -342,7 +342,7 @@ bool ConsoleUi::ChooseFolder(const CString& prompt, const CString& initialFolder
   }
   if (m_options.dryRun && !initialFolder.empty()) {
     static_cast<void>(Leave(("--set " + (token != m_tokens.end() ? token->second.name : "TOKEN") + "=DIR").c_str(),
-                            "Folder for \"" + Shown(asked) + "\"", false, Shown(initialFolder).c_str()));
+                            "Folder for \"" + Shown(asked) + "\"", !m_terminal.CanAsk(), Shown(initialFolder).c_str()));
   }
   if (!m_terminal.CanAsk() || m_options.dryRun) {
     if (initialFolder.empty() || (token != m_tokens.end() && token->second.mustAnswer)) {
