@@ -38,6 +38,12 @@ bool IsToldInFull(int number, const OperationReport& report) {
   });
 }
 
+// Told as a problem of the change, with what came of it, or before the install.
+bool IsToldElsewhere(const Clash& clash) {
+  constexpr std::string_view kRules[] = {"place-missing", "dropped-element", "unknown-token"};
+  return std::find(std::begin(kRules), std::end(kRules), std::string_view(clash.rule)) != std::end(kRules);
+}
+
 std::string WordOf(const OperationReport::Kept& kept) {
   switch (kept.why) {
   case OperationReport::Why::kShared:
@@ -108,6 +114,16 @@ Json ResultJson(Session& session, const char* operation, const OperationReport& 
     entry["why"] = WordOf(kept);
     json["kept"].push_back(std::move(entry));
   }
+  json["clashes"] = Json::array();
+  for (const Clash& clash : report.clashes) {
+    json["clashes"].push_back({{"rule", clash.rule},
+                               {"line", clash.line != 0 ? Json(clash.line) : Json(nullptr)},
+                               {"name", ToUtf8(clash.name)},
+                               {"file", clash.file.empty() ? Json(nullptr) : PathJson(machine, clash.file)},
+                               {"meets", clash.meets.empty() ? Json(nullptr) : Json(ToUtf8(clash.meets))},
+                               {"owner", clash.owner.empty() ? Json(nullptr) : Json(PlainText(clash.owner))},
+                               {"text", Shown(clash.text)}});
+  }
   json["rolled_back"] = exit != kDone && !report.Succeeded() && report.rolledBack;
   json["left"] = Json::array();
   for (const OperationReport::Leftover& left : report.leftovers) {
@@ -129,6 +145,12 @@ void SayWhatHappened(Session& session, const OperationReport& report) {
   for (const OperationReport::Problem& problem : report.problems) {
     if (!problem.fatal && (!problem.change.empty() || (problem.message == 0 && problem.path.empty()))) {
       terminal.Notice(terminal.Paint(Style::kWarning, "warning:") + " " + Shown(problem.reason));
+    }
+  }
+  for (const Clash& clash : report.clashes) {
+    if (!IsToldElsewhere(clash)) {
+      const std::string line = clash.line != 0 ? fmt::format("line {} of the description: ", clash.line) : "";
+      terminal.Notice(terminal.Paint(Style::kWarning, "warning:") + " " + line + Shown(clash.text) + ".");
     }
   }
   SayTrashDropped(session, report);

@@ -72,14 +72,18 @@ void Print(Session& session, const std::string& name, const std::vector<Validati
 }
 
 // The findings of one file, and the code of its load.
-std::vector<ValidationFinding> Check(const ExtensionFile& file, const CKestProduct* product, int& code) {
+std::vector<ValidationFinding> Check(Session& session, const ExtensionFile& file, const CKestProduct* product,
+                                     int& code) {
   code = file.code;
   if (!file.record) {
     const std::string what = file.isPackage ? "the package cannot be used: " : "";
     return {{Severity::kError, 0, "unusable", what + file.problem}};
   }
   CKestExtension record;
-  std::vector<ValidationFinding> findings = ValidateDescription({file.text, FileFinder(file), product}, record, code);
+  const CString name = CKestPath(file.isPackage ? file.descriptionName : file.path).GetFileName();
+  const CKestExtensionManager* manager = product == nullptr ? nullptr : &session.GetManager();
+  std::vector<ValidationFinding> findings =
+      ValidateDescription({file.text, FileFinder(file), product, manager, name}, record, code);
   if (file.isPackage) {
     // what an install would unpack and refuse
     CKestPackage package(file.path.c_str());
@@ -108,7 +112,7 @@ int ValidateOne(Session& session, const std::string& word, const CKestProduct* p
                                         0});
   }
   int code = 0;
-  std::vector<ValidationFinding> findings = Check(file, product, code);
+  std::vector<ValidationFinding> findings = Check(session, file, product, code);
   if (session.options.strict) {
     for (ValidationFinding& finding : findings) {
       finding.severity = Severity::kError;

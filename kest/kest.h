@@ -4,6 +4,7 @@
 #include "description/extension.h"
 #include "description/extension_records.h"
 #include "kest/version.h"
+#include "manager/clashes.h"
 #include "manager/extension_manager.h"
 #include "manager/install_options.h"
 #include "manager/operation_report.h"

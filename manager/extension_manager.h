@@ -3,6 +3,7 @@
 #include "journal/catalogue_operations.h"
 #include "journal/history.h"
 #include "journal/journal.h"
+#include "manager/clashes.h"
 #include "manager/install_options.h"
 #include "manager/operation_report.h"
 #include "manager/owners.h"
@@ -183,6 +184,11 @@ public:
   /// The extensions in the catalogue that put the thing there, disabled ones for what lies aside of them alone. For a
   /// file only descriptions that list one of that name are read.
   [[nodiscard]] std::vector<Owner> FindOwners(OwnedThing thing, const CString& name) const;
+
+  /// What an extension would meet in a product, and which parts of its description would have no effect there. Another
+  /// version of it that is installed counts for nothing. Reads alone: each configuration file once, and the other
+  /// descriptions only when something is met. An install has the same in its report.
+  [[nodiscard]] std::vector<Clash> FindClashes(const ClashQuestion& question) const;
 
   // ---- for hosts
   /// Which files an uninstall would delete and which would stay. Empty for null.

@@ -1,5 +1,6 @@
 #include "manager/install.h"
 
+#include "manager/clash_finder.h"
 #include "manager/installed_record.h"
 
 namespace kest {
@@ -7,9 +8,9 @@ namespace install {
 namespace {
 
 constexpr Phase kPhases[] = {
-    OpenFile,          UnpackPackage,    ReadDescription,  ChooseProduct,   CheckFreeSpace,   AskAgreement,
-    ReplaceExisting,   RemoveUserCopies, ResolveTokens,    CheckFiles,      ConvertExtension, CopyFiles,
-    NoteConfiguration, ApplyChanges,     PlaceDescription, RecordInstalled,
+    OpenFile,          UnpackPackage,    ReadDescription, ChooseProduct,    CheckFreeSpace,   AskAgreement,
+    ReplaceExisting,   RemoveUserCopies, ResolveTokens,   CheckFiles,       ConvertExtension, CopyFiles,
+    NoteConfiguration, NoteClashes,      ApplyChanges,    PlaceDescription, RecordInstalled,
 };
 
 bool RunPhases(Context& context) {
@@ -61,6 +62,19 @@ CKestExtension* Finish(Context& context, bool done) {
 }
 
 } // namespace
+
+bool NoteClashes(Context& context) {
+  CKestExtensionManager::State& state = context.state;
+  if (state.undoing == 0) {
+    const ClashHints hints{&context.configuration, &context.existing, context.descriptionPath, &context.dropped};
+    for (Clash& clash : FindClashes(
+             state, {context.product, context.extension.get(), {}, CKestPath(context.destination).GetFileName()},
+             hints)) {
+      state.report.clashes.push_back(std::move(clash));
+    }
+  }
+  return true;
+}
 
 void Context::Advance() {
   if (progress) {

@@ -43,6 +43,7 @@ struct Context {
   std::unordered_map<CString, int> sourceUses{}; ///< steps that use a source, by lower-case path
   std::unordered_set<CString> writableFolders{}; ///< folders in which a new file may be made
   std::map<CString, CString> configuration{};    ///< configuration files to be changed, with what they held before
+  std::vector<Clash> dropped{};                  ///< what the reader of the description passed over
   int position = 0;
   bool waiting = false; ///< the busy display is on
 
@@ -72,6 +73,7 @@ bool RemoveUserCopies(Context&);
 bool ResolveTokens(Context&);
 bool CheckFiles(Context&); ///< every destination is judged, questions are asked, read-only marks go
 bool ConvertExtension(Context&);
+bool NoteClashes(Context&); ///< for the report
 bool CopyFiles(Context&); ///< and plans the step that places the description
 bool ApplyChanges(Context&);
 bool PlaceDescription(Context&);

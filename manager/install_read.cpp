@@ -1,3 +1,4 @@
+#include "manager/clash_parts.h"
 #include "manager/install.h"
 #include "platform/machine/os.h"
 
@@ -125,12 +126,14 @@ bool UnpackPackage(Context& context) {
 
 bool ReadDescription(Context& context) {
   CKestTypedList<CKestString> errors;
+  clashes::DropListener listener;
   context.extension = std::make_unique<CKestExtension>();
-  if (context.extension->Load(context.descriptionPath.c_str(), &errors) != CKestExtension::kLoaded) {
+  if (context.extension->Load(context.descriptionPath.c_str(), &errors, &listener) != CKestExtension::kLoaded) {
     return context.Refuse(Failure::kBadDescription, Message::kDescriptionUnreadable, {}, context.path,
                           errors.IsEmpty() ? CString("its description cannot be read") : errors[errors.GetCount() - 1],
                           "see what a check of the file says");
   }
+  context.dropped = std::move(listener.dropped);
   OperationReport& report = context.state.report;
   if (context.state.depth == 1 || report.extension.empty()) {
     report.extension = context.extension->GetName();

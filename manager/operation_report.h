@@ -1,5 +1,6 @@
 #pragma once
 
+#include "manager/clashes.h"
 #include "platform/text/text.h"
 
 #include <cstdint>
@@ -75,6 +76,7 @@ struct OperationReport {
   std::vector<Kept> kept;          ///< files that were left as they were
   std::vector<Problem> problems;   ///< in the order in which they were met
   std::vector<Leftover> leftovers; ///< see Leftover
+  std::vector<Clash> clashes;      ///< of an install: what the extension met, and what of it has no effect
 
   bool restartProduct = false; ///< the running product has to restart
   bool restartMachine = false; ///< the machine has to restart

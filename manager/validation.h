@@ -10,6 +10,7 @@
 namespace kest {
 
 class CKestExtension;
+class CKestExtensionManager;
 class CKestProduct;
 
 /// Something in a description that will not do what its author meant.
@@ -27,9 +28,12 @@ struct ValidationSubject {
   std::string_view description; ///< its bytes
   /// Whether the file that an entry names as its source is there; null: nobody looks.
   std::function<bool(const CString& source)> hasFile;
-  /// A product that was found, for what only its own files can tell: whether it is served, and whether the places that
-  /// changes name are there. Borrowed; null: no product is asked.
+  /// A product that was found, to be asked whether it takes the extension. Borrowed; null: no product is asked.
   const CKestProduct* product = nullptr;
+  /// The manager that found the product, for what only the machine can tell: what is there already and whose it is.
+  /// Borrowed; null: only the product itself is asked.
+  const CKestExtensionManager* manager = nullptr;
+  std::string_view fileName{}; ///< of the description; empty when not known
 };
 
 /// What is wrong with a description, in the order of its lines; empty when all is in order. Loads it into `record` and

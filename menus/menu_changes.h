@@ -23,6 +23,8 @@ public:
   void SetInsertAfter(std::string_view id) { SetLocation(kInsertAfter, id); }
   void SetPrependTo(std::string_view id) { SetLocation(kPrependTo, id); }
   void SetAppendTo(std::string_view id) { SetLocation(kAppendTo, id); }
+  /// What stands in for a location that some releases of the products lack; empty when nothing does.
+  [[nodiscard]] static std::string_view SubstituteOf(std::string_view id);
 
   void BuildXml(int level, CString& text) const override;
   /// kMenuNotChanged when it is no menus file or the location is missing and nothing else takes the content;

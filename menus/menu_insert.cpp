@@ -21,15 +21,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kSubstitu
     {"TMMenu_Help_ResourceCenter", "TMMenu_TM_Help_ResourceCenter"},
 }};
 
-std::string_view SubstituteOf(std::string_view id) {
-  for (const auto& [missing, substitute] : kSubstitutes) {
-    if (text::EqualNoCase(id, missing)) {
-      return substitute;
-    }
-  }
-  return {};
-}
-
 CKestExtensionMenuBar* FirstBar(const CKestMenusXmlFile& file) {
   for (const auto& child : file.GetChildren()) {
     auto* bar = dynamic_cast<CKestExtensionMenuBar*>(child.get());
@@ -66,6 +57,15 @@ template <class T> bool MergeInto(MenusNode* existing, const T& payload) {
 }
 
 } // namespace
+
+std::string_view CKestMenuChangeInsert::SubstituteOf(std::string_view id) {
+  for (const auto& [missing, substitute] : kSubstitutes) {
+    if (text::EqualNoCase(id, missing)) {
+      return substitute;
+    }
+  }
+  return {};
+}
 
 void CKestMenuChangeInsert::SetLocation(int action, std::string_view id) {
   m_action = action;
