@@ -74,7 +74,7 @@ bool ResolveTokens(Context&);
 bool CheckFiles(Context&); ///< every destination is judged, questions are asked, read-only marks go
 bool ConvertExtension(Context&);
 bool NoteClashes(Context&); ///< for the report
-bool CopyFiles(Context&); ///< and plans the step that places the description
+bool CopyFiles(Context&);   ///< and plans the step that places the description
 bool ApplyChanges(Context&);
 bool PlaceDescription(Context&);
 /// The step of PlaceDescription, planned with those of the files, so that one wait for the disk does for all.
