@@ -10,7 +10,8 @@ set(KEST_PUBLIC_HEADERS
   description/extension_xml_parser.h description/typed_container.h
   journal/catalogue_operations.h journal/history.h journal/install_step.h journal/journal.h
   kest/kest.h kest/version.h
-  manager/clashes.h manager/extension_manager.h manager/install_options.h manager/operation_report.h manager/owners.h manager/preview.h
+  manager/clashes.h manager/explanation.h manager/extension_manager.h manager/install_options.h manager/operation_report.h manager/owners.h manager/preview.h
+  manager/repair.h
   manager/validation.h manager/verify.h
   platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h platform/machine/overlay_machine.h
   platform/machine/timer.h platform/machine/version_resource.h

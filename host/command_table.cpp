@@ -94,6 +94,13 @@ constexpr FlagSpec kOwnsFlags[] = {
     {"--key", 0, "KEYS", nullptr, &Options::key, "a shortcut by its keys, such as Ctrl+Shift+T"},
     {"--button", 0, "ID", nullptr, &Options::button, "anything in a toolbar or on the insert bar by its id"},
     {"--tag", 0, "NAME", nullptr, &Options::tag, "a tag or tag library by its name"},
+    {"--registry", 0, "KEY", nullptr, &Options::registry, "a run-once value that waits for the next log-on"},
+};
+constexpr FlagSpec kRepairFlags[] = {
+    kProductFlag,
+    kStateFlag,
+    {"--from", 0, "FILE.kep", nullptr, &Options::from, "the package to take missing files from"},
+    {"--all", 0, nullptr, nullptr, &Options::all, "put back what somebody changed, too"},
 };
 constexpr FlagSpec kTrashEmptyFlags[] = {
     {"--older-than", 0, "DAYS", nullptr, &Options::olderThan, "only what is older"},
@@ -144,12 +151,20 @@ constexpr CommandSpec kCommands[] = {
      "results", RunImport},
     {"validate", "FILE...", 1, -1, Completes::kFiles, FLAGS(kValidateFlags), "check descriptions and packages",
      "Exit code 8 when something is wrong.", "check", RunValidate},
+    {"explain", "FILE", 1, 1, Completes::kFiles, NO_FLAGS, "tell which products here take an extension, and why not",
+     "Each product line of the description against each product, and where each file would go. For example:\n"
+     "  kest explain table-tools.kep\nExit code 5 when no product here takes it.",
+     "explain", RunExplain},
     {"owns", "[PATH]", 0, 1, Completes::kFiles, FLAGS(kOwnsFlags), "tell which extension put something there",
      "PATH is a path of the machine or of this system. Exit code 4 when no extension did.", "owns", RunOwns},
     {"verify", "[EXT...]", 0, -1, Completes::kExtensions, FLAGS(kExtensionFlags),
      "compare installed extensions with what was installed",
      "Files by content, entries of configuration files by text and place. Exit code 8 when something is wrong.",
      "verify", RunVerify},
+    {"repair", "EXT", 1, 1, Completes::kExtensions, FLAGS(kRepairFlags), "put back what is missing of an extension",
+     "From the package given, the trash, or the package set aside; what somebody changed stays without --all. For "
+     "example:\n  kest repair \"Table Tools\" --from table-tools.kep\nkest undo takes it back.",
+     "result", RunRepair},
     {"history", "[EXT]", 0, 1, Completes::kExtensions, NO_FLAGS, "list the operations that changed the machine",
      "With EXT, the name of an extension, those that were about it. The numbers are for: kest undo", "history",
      RunHistory},

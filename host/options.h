@@ -51,6 +51,7 @@ struct Options {
   std::string key;
   std::string button;
   std::string tag;
+  std::string registry;
   int olderThan = -1; ///< days; -1: not given
   int keepSize = -1;  ///< megabytes; -1: not given
   bool trustMachine = false;

@@ -24,18 +24,20 @@ int RunOwns(Session& session) {
   for (const auto& [thing, word, value] : {Asked{OwnedThing::kMenu, "menu", options.menu},
                                            {OwnedThing::kKey, "key", options.key},
                                            {OwnedThing::kButton, "button", options.button},
-                                           {OwnedThing::kTag, "tag", options.tag}}) {
+                                           {OwnedThing::kTag, "tag", options.tag},
+                                           {OwnedThing::kRegistry, "registry value", options.registry}}) {
     if (!value.empty()) {
       asked.push_back({thing, word, value});
     }
   }
   if (asked.size() != 1) {
-    return session.Fail(kUsage, {"one thing is to be named, not " + std::to_string(asked.size()),
-                                 "the owner of one thing is looked for at a time",
-                                 "nothing",
-                                 {},
-                                 "name a file, or use one of --menu, --key, --button, --tag; see: kest help owns",
-                                 0});
+    return session.Fail(kUsage,
+                        {"one thing is to be named, not " + std::to_string(asked.size()),
+                         "the owner of one thing is looked for at a time",
+                         "nothing",
+                         {},
+                         "name a file, or use one of --menu, --key, --button, --tag, --registry; see: kest help owns",
+                         0});
   }
   int exit = kDone;
   if (!session.OpenEngine(exit)) {

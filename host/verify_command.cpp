@@ -115,13 +115,14 @@ int RunVerify(Session& session) {
     }
   }
   if (bad > 0) {
-    return session.Fail(kProblemsFound, {fmt::format("{} of {} extension{} not as installed", bad, all.size(),
-                                                     all.size() == 1 ? " is" : "s are"),
-                                         "somebody has changed, moved or taken away what is listed",
-                                         "nothing",
-                                         {},
-                                         "install them again, or leave it when the change was yours",
-                                         0});
+    return session.Fail(
+        kProblemsFound,
+        {fmt::format("{} of {} extension{} not as installed", bad, all.size(), all.size() == 1 ? " is" : "s are"),
+         "somebody has changed, moved or taken away what is listed",
+         "nothing",
+         {},
+         "put back what is missing: kest repair EXT; or leave it when the change was yours",
+         0});
   }
   if (all.empty()) {
     session.terminal.Notice(fmt::format("No extension is installed {} {}.", only ? "in" : "on",

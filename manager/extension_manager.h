@@ -4,9 +4,11 @@
 #include "journal/history.h"
 #include "journal/journal.h"
 #include "manager/clashes.h"
+#include "manager/explanation.h"
 #include "manager/install_options.h"
 #include "manager/operation_report.h"
 #include "manager/owners.h"
+#include "manager/repair.h"
 #include "manager/verify.h"
 #include "platform/messages/extension_manager_ui.h"
 #include "platform/text/containers.h"
@@ -181,6 +183,12 @@ public:
   /// extension and of null nothing is said to be as installed.
   [[nodiscard]] VerifyReport VerifyExtension(const CKestProduct* product, const CKestExtension* extension) const;
 
+  /// Puts back what is missing of an enabled extension: files by their recorded content from the package given, the
+  /// trash or the package set aside, entries of configuration files by its changes. One operation, with its line in the
+  /// history. What somebody changed stays unless `options.all`. What could not be put back is noted in GetLastReport.
+  /// 0, or -1: then nothing was changed.
+  int RepairExtension(const CKestProduct* product, CKestExtension* extension, const RepairOptions& options);
+
   /// The extensions in the catalogue that put the thing there, disabled ones for what lies aside of them alone. For a
   /// file only descriptions that list one of that name are read.
   [[nodiscard]] std::vector<Owner> FindOwners(OwnedThing thing, const CString& name) const;
@@ -189,6 +197,10 @@ public:
   /// version of it that is installed counts for nothing. Reads alone: each configuration file once, and the other
   /// descriptions only when something is met. An install has the same in its report.
   [[nodiscard]] std::vector<Clash> FindClashes(const ClashQuestion& question) const;
+
+  /// Which of the products found would take the extension, and by which rules; where its files would go. The catalogue
+  /// plays no part.
+  [[nodiscard]] Explanation Explain(const CKestExtension& extension) const;
 
   // ---- for hosts
   /// Which files an uninstall would delete and which would stay. Empty for null.

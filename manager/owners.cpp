@@ -2,6 +2,7 @@
 
 #include "config/config_change.h"
 #include "description/extension.h"
+#include "journal/waiting_file.h"
 #include "manager/manager_state.h"
 
 #include <algorithm>
@@ -30,6 +31,7 @@ std::string_view AttributeOf(OwnedThing thing, std::string_view tag) {
   case OwnedThing::kButton: // whatever else has an id and is put in
     return IsOneOf(tag, kMenuTags) || IsOneOf(tag, kNeitherTags) || tag.ends_with("-remove") ? "" : "id";
   case OwnedThing::kFile:
+  case OwnedThing::kRegistry:
     break;
   }
   return "";
@@ -114,6 +116,19 @@ CString FindFile(const CKestExtensionManager::State& state, const CKestProduct& 
 
 std::vector<Owner> CKestExtensionManager::FindOwners(OwnedThing thing, const CString& name) const {
   std::vector<Owner> owners;
+  if (thing == OwnedThing::kRegistry) {
+    std::vector<WaitingFile> files;
+    const std::size_t end = name.rfind('\\');
+    const CString value = end == CString::npos ? name : name.substr(end + 1);
+    const bool isOther = end != CString::npos && !text::ContainsNoCase(name, "\\runonce\\");
+    static_cast<void>(ListWaitingFiles(files));
+    for (const WaitingFile& file : files) {
+      if (!isOther && text::EqualNoCase(file.value, value)) {
+        return FindOwners(OwnedThing::kFile, file.destination);
+      }
+    }
+    return owners;
+  }
   if (m_state->depth == 0) {
     m_state->placement.Forget();
   }

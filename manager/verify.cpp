@@ -3,6 +3,7 @@
 #include "description/extension.h"
 #include "manager/installed_record.h"
 #include "manager/manager_state.h"
+#include "manager/references.h"
 #include "platform/machine/file.h"
 #include "platform/machine/os.h"
 
@@ -122,8 +123,7 @@ void VerifyLines(const installed_record::Record& record, VerifyReport& report) {
   }
 }
 
-void FindForeign(const CKestExtensionManager& manager, const CKestProduct& product, const CKestExtension& extension,
-                 const installed_record::Record& record, VerifyReport& report) {
+void FindForeign(References& references, const installed_record::Record& record, VerifyReport& report) {
   std::unordered_set<CString> own;
   for (const auto& [path, digest] : record.files) {
     own.insert(text::Lower(path));
@@ -135,8 +135,7 @@ void FindForeign(const CKestExtensionManager& manager, const CKestProduct& produ
     }
     for (const FolderEntry& entry : entries) {
       const CString path = WithBackslash(folder) + entry.name;
-      if (!entry.isFolder && !own.contains(text::Lower(path)) &&
-          !manager.IsFileReferenced(&product, path.c_str(), &extension)) {
+      if (!entry.isFolder && !own.contains(text::Lower(path)) && !references.Holds(path)) {
         Add(report, path, Standing::kForeign);
       }
     }
@@ -190,7 +189,11 @@ VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
     Add(report, path, JudgeFile(path, digest));
   }
   VerifyLines(record, report);
-  FindForeign(*this, *product, *extension, record, report);
+  if (m_state->depth == 0) {
+    m_state->placement.Forget();
+  }
+  References references(*m_state, product, extension);
+  FindForeign(references, record, report);
   return report;
 }
 

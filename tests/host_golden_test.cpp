@@ -122,6 +122,12 @@ TEST_F(Golden, EveryCommandPrintsItsDocument) {
   run({"owns", "--key", "Ctrl+T", "--tag", "b"});
   run({"verify"});
   run({"verify", "Nothing"});
+  run({"explain", description});
+  run({"explain", write("other.kei", "<kestrel-extension name=\"Other\" version=\"1.0\"><products><product "
+                                     "name=\"Prism\" version=\"4\" primary=\"true\" /></products>"
+                                     "</kestrel-extension>\r\n")});
+  run({"repair", "Table Tools", "-p", "Tidemark 4"});
+  run({"repair", "Nothing"});
   run({"history"});
   run({"history", "Nothing"});
   run({"undo", "-y"});

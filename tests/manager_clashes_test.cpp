@@ -110,5 +110,39 @@ TEST_F(ClashesTest, TheReportOfAnInstallTellsThemAndAnOlderVersionIsNone) {
   EXPECT_EQ(words(ask(tool("2.0"))), "");
 }
 
+TEST_F(ClashesTest, AnExplanationHoldsEachProductLineAgainstEachProduct) {
+  const auto explain = [this](const std::string& products) {
+    CKestExtension record;
+    EXPECT_EQ(record.LoadText("<kestrel-extension name=\"A\" version=\"1.0\"><products>" + products +
+                                  "</products><files><file source=\"a.htm\" destination=\"$tidemark/x\" />"
+                                  "<file source=\"b.htm\" destination=\"$nobody/x\" /></files></kestrel-extension>",
+                              nullptr),
+              CKestExtension::kLoaded);
+    const Explanation found = manager().Explain(record);
+    std::string words;
+    for (const Explanation::Candidate& one : found.candidates) {
+      words += one.fits ? "fits " : "no ";
+      EXPECT_EQ(one.files.size(), one.fits ? 2U : 0U);
+      EXPECT_TRUE(!one.fits || (one.files[0].why.empty() && one.files[1].destination.empty()));
+      for (const Explanation::Rule& rule : one.rules) {
+        words += rule.isMet ? "" : "(" + rule.words.substr(rule.words.rfind(' ') + 1) + ") ";
+      }
+    }
+    return words + (found.obstacles.empty() ? "" : "| obstacle ") + (found.nearest.empty() ? "" : "| nearest");
+  };
+  const std::size_t products = manager().Explain(CKestExtension()).candidates.size();
+  ASSERT_EQ(products, 2U);
+  EXPECT_EQ(explain("<product name=\"Tidemark\" version=\"4\" primary=\"true\" />"), "fits fits ");
+  const std::string six = explain("<product name=\"Tidemark\" version=\"6\" primary=\"true\" />");
+  EXPECT_TRUE(six == "fits no (older) " || six == "no (older) fits ") << six;
+  EXPECT_EQ(explain("<product name=\"Prism\" version=\"4\" primary=\"true\" />"),
+            "no (product) no (product) | nearest");
+  EXPECT_EQ(explain("<product name=\"Tidemark\" version=\"9\" primary=\"true\" />"),
+            "no (older) no (older) | nearest");
+  EXPECT_EQ(explain("<product name=\"Tidemark\" version=\"4\" primary=\"true\" /><product name=\"Prism\" "
+                    "version=\"4\" required=\"true\" />"),
+            "no (product) no (product) | obstacle | nearest");
+}
+
 } // namespace
 } // namespace kest::test

@@ -120,5 +120,45 @@ TEST_F(VerifyTest, WithoutAWholeRecordNothingIsAsInstalled) {
   EXPECT_TRUE(verify().recorded);
 }
 
+TEST_F(VerifyTest, ARepairPutsBackWhatIsMissingAndLeavesWhatSomebodyChanged) {
+  const auto repair = [this](const CString& from, bool all) {
+    return m_manager->RepairExtension(nova(), find("Tool"), {from, all});
+  };
+  const std::string menus = m_pc.Read(kConfiguration + "Menus\\Menus.xml");
+  EXPECT_EQ(repair("", false), 0) << "nothing is missing";
+  EXPECT_TRUE(report().created.empty() && report().changed.empty());
+
+  // nothing has it but a package
+  m_pc.Get().DeleteFile(kConfiguration + "Commands\\tool.htm");
+  m_pc.Write(kConfiguration + "Shared\\tool\\code.js", "mine");
+  EXPECT_EQ(repair("", false), -1);
+  EXPECT_EQ(report().failure, OperationReport::Failure::kNotFound);
+  const CString other = pack(package("Other").file("tool.htm", kToCommands, "tool"));
+  EXPECT_EQ(repair(other, false), -1) << "a package of something else";
+  const CString forged = pack(package("Tool").file("tool.htm", kToCommands, "forged"));
+  EXPECT_EQ(repair(forged, false), -1) << "not the content that was installed";
+  const CString own = pack(package("Tool").file("tool.htm", kToCommands, "tool").file(
+      "code.js", "$tidemark/Configuration/Shared/tool", "code"));
+  EXPECT_EQ(repair(own, false), 0) << report().problems.size();
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "tool");
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Shared\\tool\\code.js"), "mine");
+  EXPECT_EQ(manager().GetHistory().entries.back().operation, "repair");
+  EXPECT_EQ(repair(own, true), 0);
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Shared\\tool\\code.js"), "code");
+  EXPECT_EQ(told(), std::vector<std::string>{});
+
+  // entries; an undo takes the repair back
+  edit("Menus\\Menus.xml", [](std::string& text) {
+    cut(text, "Ten_Key");
+    cut(text, "Ten_Item");
+  });
+  edit("Extensions.txt", [](std::string& text) { text.erase(text.find(",SHTML"), 6); });
+  const std::string torn = m_pc.Read(kConfiguration + "Menus\\Menus.xml");
+  EXPECT_EQ(repair("", false), 0);
+  EXPECT_EQ(told(), std::vector<std::string>{});
+  EXPECT_EQ(m_manager->UndoOperation(0), 0);
+  EXPECT_EQ(m_pc.Read(kConfiguration + "Menus\\Menus.xml"), torn);
+}
+
 } // namespace
 } // namespace kest::test
