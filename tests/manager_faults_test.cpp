@@ -2,6 +2,7 @@
 #include "platform/machine/os.h"
 #include "support/config_on_machine.h"
 #include "support/failing_machine.h"
+#include "support/fake_windows_machine.h"
 #include "support/kest_fixture.h"
 #include "support/process.h"
 
@@ -14,8 +15,8 @@ namespace {
 /// Or it fails already among the calls of the start before.
 enum class Fault { kOnce, kForGood, kCancel, kAtStart };
 
-/// Runs an operation with a fault at its n-th machine call, n = 1, 2, ... until that call is never reached.
-class Faults : public KestFixture, public ::testing::WithParamInterface<Fault> {
+/// A state to start from, again and again, and packages to make it of.
+class PreparedMachine : public KestFixture {
 protected:
   static ExtensionBuilder tool(const char* version) {
     return package("Tool")
@@ -28,11 +29,45 @@ protected:
         .changesTheList();
   }
   static ExtensionBuilder plain() { return package("Plain").file("p.htm", "$tidemark/Configuration/Plain"); }
+  void scriptHost() {
+    m_host.clear();
+    m_host.otherwise(kYes).always(Message::kFileInUse, kCancel).always(Message::kFileInUseBy, kCancel);
+  }
 
+  void savePrepared() {
+    m_manager.reset();
+    m_prepared = m_pc.GetRoot().parent_path() / "prepared";
+    copyMachine(m_pc.GetRoot(), m_prepared);
+  }
+
+  void putPreparedBack() {
+    m_manager.reset();
+    for (const auto& entry : std::filesystem::directory_iterator(m_pc.GetRoot())) {
+      std::filesystem::remove_all(entry);
+    }
+    copyMachine(m_prepared, m_pc.GetRoot());
+    m_pc.Reopen();
+  }
+
+  /// With dates, which the engine goes by.
+  static void copyMachine(const std::filesystem::path& from, const std::filesystem::path& to) {
+    ASSERT_EQ(RunProcess({"/bin/cp", "-a", from / ".", to}).exit, 0);
+  }
+
+  std::filesystem::path m_prepared;
+  CString m_kep;
+};
+
+/// A fault, and whether the machine refuses what a PC refuses.
+using FaultOnMachine = std::pair<Fault, bool>;
+
+/// Runs an operation with a fault at its n-th machine call, n = 1, 2, ... until that call is never reached.
+class Faults : public PreparedMachine, public ::testing::WithParamInterface<FaultOnMachine> {
+protected:
   /// `prepare` makes the state to start from, once: a run that failed has to give it back, and after one that did not
   /// it is copied back. `run` is true when it succeeded.
   void loop(const std::function<void()>& prepare, const std::function<bool()>& run) {
-    const Fault fault = GetParam();
+    const auto [fault, isWindows] = GetParam();
     const bool persistent = fault == Fault::kForGood;
     scriptHost();
     prepare();
@@ -44,7 +79,9 @@ protected:
     m_manager.reset();
     putPreparedBack();
     for (int n = 1; n < 5000; ++n) {
-      FailingMachine failing(m_pc.Get());
+      FakeWindowsMachine windows(m_pc.Get());
+      Machine& below = isWindows ? static_cast<Machine&>(windows) : m_pc.Get();
+      FailingMachine failing(below);
       CKestOS::SetMachine(&failing);
       scriptHost();
       failing.arm(fault == Fault::kAtStart ? n : 0, false);
@@ -69,7 +106,7 @@ protected:
       if (persistent) {
         // undo and clean-up need a machine that works: what could not be done then is done at the next start
         m_manager.reset();
-        CKestOS::SetMachine(&m_pc.Get());
+        CKestOS::SetMachine(&below);
         start();
         // the machine died between the mark "done" and the word that it is on the disk: then the next start finds the
         // operation finished, and it has to be finished altogether
@@ -102,45 +139,6 @@ protected:
   void loopInstall(const std::function<void()>& prepare) {
     loop(prepare, [this] { return tryInstall(m_kep) != nullptr; });
   }
-
-  void scriptHost() {
-    m_host.clear();
-    m_host.otherwise(kYes).always(Message::kFileInUse, kCancel).always(Message::kFileInUseBy, kCancel);
-  }
-
-  void savePrepared() {
-    m_manager.reset();
-    m_prepared = m_pc.GetRoot().parent_path() / "prepared";
-    copyMachine(m_pc.GetRoot(), m_prepared);
-  }
-
-  void putPreparedBack() {
-    for (const auto& entry : std::filesystem::directory_iterator(m_pc.GetRoot())) {
-      std::filesystem::remove_all(entry);
-    }
-    copyMachine(m_prepared, m_pc.GetRoot());
-    m_pc.Reopen();
-  }
-
-  /// All but what tells of the operation's moment.
-  [[nodiscard]] MachineSnapshot contents() {
-    MachineSnapshot all = m_pc.Snapshot();
-    std::erase_if(all.entries, [](const auto& entry) {
-      return IsOfThePast(entry.first) || entry.first.find("/rpl") != std::string::npos || entry.first == "user.reg";
-    });
-    for (auto& [name, entry] : all.entries) {
-      entry.date = 0;
-    }
-    return all;
-  }
-
-  /// With dates, which the engine goes by.
-  static void copyMachine(const std::filesystem::path& from, const std::filesystem::path& to) {
-    ASSERT_EQ(RunProcess({"/bin/cp", "-a", from / ".", to}).exit, 0);
-  }
-
-  std::filesystem::path m_prepared;
-  CString m_kep;
 };
 
 TEST_P(Faults, Install) {
@@ -208,72 +206,112 @@ TEST_P(Faults, Import) {
   loop([this] { installed(plain(), four()); }, import);
 }
 
+constexpr const char* kFaultNames[] = {"Once", "ForGood", "Cancelled"};
+const auto kNameOfFault = [](const auto& row) { return kFaultNames[static_cast<int>(row.param.first)]; };
 INSTANTIATE_TEST_SUITE_P(Machine, Faults,
-                         ::testing::Values(Fault::kOnce, Fault::kForGood, Fault::kCancel, Fault::kAtStart),
-                         [](const auto& row) {
-                           return row.param == Fault::kOnce      ? "Once"
-                                  : row.param == Fault::kForGood ? "ForGood"
-                                  : row.param == Fault::kCancel  ? "Cancelled"
-                                                                 : "AtStart";
-                         });
+                         ::testing::Values(FaultOnMachine{Fault::kOnce, false}, FaultOnMachine{Fault::kForGood, false},
+                                           FaultOnMachine{Fault::kCancel, false}),
+                         kNameOfFault);
+INSTANTIATE_TEST_SUITE_P(Windows, Faults,
+                         ::testing::Values(FaultOnMachine{Fault::kOnce, true}, FaultOnMachine{Fault::kForGood, true}),
+                         kNameOfFault);
 
-/// Its journal, or its registry, takes no more from the n-th time on.
-class FullMachine : public ForwardingMachine {
-public:
-  using ForwardingMachine::ForwardingMachine;
-  int left = 0;
-  bool isJournal = false;
-  bool hasRefused = false;
-
+/// Another program has something of what an operation changes open. The operation is over before anything is changed,
+/// or the program does not hinder it.
+class Holders : public PreparedMachine {
 protected:
-  bool Allow(const Call& call) override {
-    const std::string name = call.name;
-    const bool concerns = isJournal ? (name == "Write" || name == "Sync") && call.path != nullptr &&
-                                          call.path->find("\\journal-") != CString::npos
-                                    : name == "WriteRegistryString";
-    hasRefused = hasRefused || (concerns && --left <= 0);
-    return !concerns || left > 0;
+  /// Windows paths of files and folders that are there before and change or go.
+  [[nodiscard]] static std::vector<CString> touched(const MachineSnapshot& before, const MachineSnapshot& after) {
+    std::vector<CString> paths;
+    for (const auto& [path, entry] : before.entries) {
+      const auto now = after.entries.find(path);
+      const bool isSame = now != after.entries.end() && now->second == entry;
+      if (!isSame && path.starts_with("drive_c/") && !IsOfThePast(path)) {
+        paths.push_back("C:" + path.substr(sizeof("drive_c") - 1));
+        std::replace(paths.back().begin(), paths.back().end(), '/', '\\');
+      }
+    }
+    return paths;
   }
-  MachineError Refusal(const Call&) override {
-    return {isJournal ? MachineError::Kind::kDiskFull : MachineError::Kind::kInUse, "/pc/registry/user.reg", "no more"};
+
+  void tryAll(const std::function<void()>& prepare, const std::function<bool()>& run) {
+    scriptHost();
+    prepare();
+    savePrepared();
+    const MachineSnapshot before = m_pc.Snapshot();
+    start();
+    ASSERT_TRUE(run());
+    m_manager.reset();
+    const MachineSnapshot after = m_pc.Snapshot();
+    const std::vector<CString> held = touched(before, after);
+    ASSERT_FALSE(held.empty());
+    int refused = 0;
+    for (const CString& path : held) {
+      for (const Sharing sharing : {Sharing::kNothing, Sharing::kReadAndWrite, Sharing::kAll}) {
+        SCOPED_TRACE(path + " held, sharing " + std::to_string(static_cast<int>(sharing)));
+        putPreparedBack();
+        refused += runWhileHeld(path, sharing, before, after, run) ? 0 : 1;
+        if (HasFailure()) {
+          return;
+        }
+      }
+    }
+    std::printf("%zu files and folders held in three ways, refused %d times\n", held.size(), refused);
+    EXPECT_GT(refused, 0);
+  }
+
+  bool runWhileHeld(const CString& path, Sharing sharing, const MachineSnapshot& before, const MachineSnapshot& after,
+                    const std::function<bool()>& run) {
+    FakeWindowsMachine windows(m_pc.Get());
+    CKestOS::SetMachine(&windows);
+    scriptHost();
+    start();
+    windows.Hold(path, sharing);
+    const bool done = run();
+    if (!done) {
+      EXPECT_TRUE(report().failure == Failure::kInUse || report().failure == Failure::kNoPermission)
+          << static_cast<int>(report().failure);
+      EXPECT_TRUE(report().leftovers.empty()) << "counted as left undone: " << report().leftovers[0].path;
+      EXPECT_TRUE(report().rolledBack);
+    }
+    windows.LetGo();
+    // what was out of reach of the clean-up goes with the next start, which has nothing to undo
+    m_manager.reset();
+    CKestOS::SetMachine(nullptr);
+    CKestOS::SetMachine(&m_pc.Get());
+    start();
+    EXPECT_TRUE(manager().GetRecoveryReport().entries.empty());
+    EXPECT_TRUE(isTempEmpty());
+    const auto isPast = [](const std::string& changed) { return IsOfThePast(changed); };
+    EXPECT_EQ(DescribeDifference(done ? after : before, m_pc.Snapshot(), isPast), "");
+    return done;
   }
 };
 
-using FullMachineTest = KestFixture;
+TEST_F(Holders, OfFilesThatAnInstallReplaces) {
+  const auto prepare = [this] {
+    m_pc.Write(kCommands + "over.htm", "the user's own");
+    installed(tool("1.0"));
+    m_kep = pack(tool("2.0"));
+  };
+  tryAll(prepare, [this] { return tryInstall(m_kep) != nullptr; });
+}
 
-TEST_F(FullMachineTest, AnInstallThatEndsForItSaysSoInTheMachinesOwnPaths) {
-  const CString path = pack(package("Parts").file("a.htm", kToCommands).file("part.dll", "$system"));
-  for (const bool isJournal : {true, false}) {
-    bool namesAFile = false;
-    for (int n = 1; n < 30; ++n) {
-      FullMachine machine(m_pc.Get());
-      CKestOS::SetMachine(&machine);
-      start();
-      machine.isJournal = isJournal;
-      machine.left = n;
-      m_host.clear();
-      m_host.otherwise(kCancel);
-      CKestExtension* record = tryInstall(path);
-      SCOPED_TRACE((isJournal ? "journal " : "registry ") + std::to_string(n));
-      std::vector<ScriptedHost::Shown> told = m_host.questions();
-      told.insert(told.end(), m_host.notices().begin(), m_host.notices().end());
-      for (const ScriptedHost::Shown& shown : told) {
-        EXPECT_EQ(shown.text.find("/pc/"), std::string::npos) << shown.text;
-      }
-      EXPECT_NE(record == nullptr, told.empty()) << report().problems.at(0).reason;
-      namesAFile = namesAFile || (!told.empty() && told[0].text.find("C:\\") != std::string::npos);
-      m_manager.reset();
-      CKestOS::SetMachine(&m_pc.Get());
-      if (!machine.hasRefused) {
-        EXPECT_GT(n, 1);
-        break;
-      }
-    }
-    restart();
-    m_host.clear();
-    EXPECT_TRUE(namesAFile);
-    EXPECT_EQ(uninstall(find("Parts")), 0);
-  }
+TEST_F(Holders, OfFilesThatAnUninstallTakes) {
+  tryAll([this] { installed(tool("1.0")); }, [this] { return uninstall(find("Tool")) == 0; });
+}
+
+TEST_F(Holders, OfFilesThatAreDisabled) {
+  tryAll([this] { installed(plain().changesTheList()); }, [this] { return disable(find("Plain")) == 0; });
+}
+
+TEST_F(Holders, OfFilesThatAreEnabled) {
+  tryAll([this] { EXPECT_EQ(disable(installed(plain().changesTheList())), 0); },
+         [this] { return enable(find("Plain")) == 0; });
+}
+
+TEST_F(Holders, OfFilesThatAreTakenBack) {
+  tryAll([this] { installed(plain().changesTheList()); }, [this] { return manager().UndoOperation(0) == 0; });
 }
 
 /// Lets somebody else act right before a folder is moved.
