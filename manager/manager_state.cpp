@@ -51,8 +51,15 @@ bool State::IsCancelled() {
 }
 
 bool State::HasWholeRecord(const CKestExtension& extension) {
+  Machine& machine = CKestOS::GetMachine();
+  machine.ClearLastError();
   if (extension.ReadRest()) {
     return true;
+  }
+  const MachineError::Kind why = machine.GetLastError().kind;
+  if (why == MachineError::Kind::kInUse || why == MachineError::Kind::kAccess) {
+    FailByMachine(extension.GetPath(), "the description cannot be read");
+    return false;
   }
   Fail(OperationReport::Failure::kBadDescription, extension.GetPath(),
        "the description is not there any more, or was changed since it was listed", 0, "list the extensions again");

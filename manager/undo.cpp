@@ -55,8 +55,12 @@ bool IsAsLeft(UndoContext& context, const OperationEffect& effect) {
     return false;
   }
   FileDigest digest;
-  if ((presence == Answer::kYes) != effect.exists ||
-      (effect.exists && (!DigestFile(effect.path, digest) || digest.hash != effect.hash))) {
+  const bool isThere = presence == Answer::kYes;
+  if (isThere && effect.exists && !DigestFile(effect.path, digest)) {
+    context.state.FailByMachine(effect.path, "it cannot be read");
+    return false;
+  }
+  if (isThere != effect.exists || (effect.exists && digest.hash != effect.hash)) {
     return context.Refuse(effect.path, WhoChanged(context, effect.path), Failure::kOther,
                           "take back what came later first");
   }
