@@ -1,5 +1,6 @@
 #include "manager/clash_parts.h"
 #include "manager/install.h"
+#include "manager/read_failure.h"
 #include "platform/machine/os.h"
 
 namespace kest::install {
@@ -47,11 +48,13 @@ bool HasSpace(Context& context, const CString& folder, std::uint64_t need) {
 
 /// Lists the package and finds the description in it.
 bool ListPackage(Context& context, CKestPackage& package) {
+  CKestOS::GetMachine().ClearLastError();
   const int listed = package.GetEntries(context.entries);
   if (listed != CKestPackage::kGood) {
     const bool damaged = listed == CKestPackage::kUnreadable || listed == CKestPackage::kDamaged;
-    return context.Refuse(Failure::kBadPackage, damaged ? Message::kPackageUnreadable : Message::kPackageNotReadable,
-                          {}, context.path, package.GetProblem());
+    return context.Refuse(FailureOfReading(Failure::kBadPackage),
+                          damaged ? Message::kPackageUnreadable : Message::kPackageNotReadable, {}, context.path,
+                          package.GetProblem());
   }
   if (context.progress) {
     const int range = static_cast<int>((2.0 * static_cast<double>(context.entries.size()) + 2.0) * 1.05);
@@ -128,8 +131,9 @@ bool ReadDescription(Context& context) {
   CKestTypedList<CKestString> errors;
   clashes::DropListener listener;
   context.extension = std::make_unique<CKestExtension>();
+  CKestOS::GetMachine().ClearLastError();
   if (context.extension->Load(context.descriptionPath.c_str(), &errors, &listener) != CKestExtension::kLoaded) {
-    return context.Refuse(Failure::kBadDescription, Message::kDescriptionUnreadable, {}, context.path,
+    return context.Refuse(FailureOfReading(Failure::kBadDescription), Message::kDescriptionUnreadable, {}, context.path,
                           errors.IsEmpty() ? CString("its description cannot be read") : errors[errors.GetCount() - 1],
                           "see what a check of the file says");
   }

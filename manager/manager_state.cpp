@@ -1,5 +1,7 @@
 #include "manager/manager_state.h"
 
+#include "manager/read_failure.h"
+
 #include "description/extension.h"
 #include "platform/machine/os.h"
 
@@ -51,13 +53,12 @@ bool State::IsCancelled() {
 }
 
 bool State::HasWholeRecord(const CKestExtension& extension) {
-  Machine& machine = CKestOS::GetMachine();
-  machine.ClearLastError();
+  constexpr auto kBad = OperationReport::Failure::kBadDescription;
+  CKestOS::GetMachine().ClearLastError();
   if (extension.ReadRest()) {
     return true;
   }
-  const MachineError::Kind why = machine.GetLastError().kind;
-  if (why == MachineError::Kind::kInUse || why == MachineError::Kind::kAccess) {
+  if (FailureOfReading(kBad) != kBad) {
     FailByMachine(extension.GetPath(), "the description cannot be read");
     return false;
   }

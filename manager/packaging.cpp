@@ -3,6 +3,7 @@
 #include "journal/private_folders.h"
 #include "journal/waiting_file.h"
 #include "manager/operation_scope.h"
+#include "manager/read_failure.h"
 #include "manager/validation.h"
 #include "platform/machine/os.h"
 #include "platform/machine/timer.h"
@@ -72,13 +73,13 @@ bool LoadDescription(PackContext& context) {
   if (code == CKestExtension::kLoaded) {
     return true;
   }
+  const Failure why = FailureOfReading(Failure::kBadDescription);
   const bool missing = CKestOS::GetMachine().FileExists(context.description) == Answer::kNo;
   const Message message = code == CKestExtension::kParentPath  ? Message::kParentInDescription
                           : code == kSeveralPrimaries          ? Message::kSeveralPrimaries
                           : code == CKestExtension::kBrokenTag ? Message::kStraySlash
                                                                : Message::kDescriptionUnreadable;
-  return context.Refuse(code, missing ? Failure::kNotFound : Failure::kBadDescription, message, {}, context.description,
-                        reason);
+  return context.Refuse(code, missing ? Failure::kNotFound : why, message, {}, context.description, reason);
 }
 
 /// What a published description must have; an installed one is taken as it is.
