@@ -73,6 +73,12 @@ int CKestExtension::FinishLoad(int parsed, CKestExtensionXMLParser& parser, CKes
   m_shiftJis = parser.IsShiftJIS();
   int result = parsed;
   CString reason = parser.GetErrorText();
+  int line = parser.GetErrorLine();
+  if (parser.GetLineTooMuch() != 0) {
+    result = CKestXMLParser::kRefused;
+    line = parser.GetLineTooMuch();
+    reason = "it holds more than is read of a file of its size";
+  }
   if (result == kLoaded && !parser.FoundExtensionTag()) {
     result = kNoRoot;
     reason = "there is no kestrel-extension element";
@@ -90,11 +96,14 @@ int CKestExtension::FinishLoad(int parsed, CKestExtensionXMLParser& parser, CKes
     }
   }
   if (result != kLoaded && observer != nullptr) {
-    observer->OnFailure(parser.GetErrorLine(), reason);
+    observer->OnFailure(line, reason);
   }
   if (errors != nullptr) {
     for (const CKestString& message : parser.GetErrorStrings()) {
       errors->Append(message);
+    }
+    if (parser.GetLineTooMuch() != 0) {
+      errors->Append("line " + std::to_string(line) + ": " + reason);
     }
   }
   return result;

@@ -7,12 +7,24 @@
 #include "menus/menu_changes.h"
 #include "menus/shortcut_changes.h"
 
+#include <algorithm>
+
 namespace kest {
 
 namespace {
 
 constexpr std::string_view kBrokenEnd = "/ >";
 constexpr std::string_view kSectionEnd = "]]>";
+
+// What a plain object takes, an attribute of one, and a message about one that is not known: as measured, rounded up.
+constexpr std::size_t kObjectBytes = 208;
+constexpr std::size_t kAttributeBytes = 112;
+constexpr std::size_t kLeastOfElement = 3;   // "</>"
+constexpr std::size_t kLeastOfAttribute = 4; // blank, sign, quotes
+// What all of them may take: so much in any case, and so many times what they have in the file. With the file itself,
+// twice in memory while it is read, and the program this stays below 64 MiB and eight times the file.
+constexpr std::size_t kMostBytes = 48u << 20;
+constexpr std::size_t kMostTimes = 5;
 
 bool IsChangeSet(const CKestXmlObject* object) {
   return dynamic_cast<const CKestConfigChanges*>(object) != nullptr ||
@@ -49,8 +61,8 @@ CKestExtensionXMLParser::~CKestExtensionXMLParser() = default;
 CKestExtensionXMLParser::CKestExtensionXMLParser(const CKestExtensionXMLParser& other)
     : CKestXMLParser(other), m_inComment(other.m_inComment), m_inDescription(other.m_inDescription),
       m_inUIAccess(other.m_inUIAccess), m_inCData(other.m_inCData), m_inLicense(other.m_inLicense),
-      m_record(other.m_record), m_foundRoot(other.m_foundRoot), m_errors(other.m_errors), m_observer(other.m_observer) {
-}
+      m_record(other.m_record), m_foundRoot(other.m_foundRoot), m_taken(other.m_taken), m_read(other.m_read),
+      m_lineTooMuch(other.m_lineTooMuch), m_errors(other.m_errors), m_observer(other.m_observer) {}
 
 CKestExtensionXMLParser& CKestExtensionXMLParser::operator=(const CKestExtensionXMLParser& other) {
   if (this != &other) {
@@ -62,6 +74,9 @@ CKestExtensionXMLParser& CKestExtensionXMLParser::operator=(const CKestExtension
     m_inLicense = other.m_inLicense;
     m_record = other.m_record;
     m_foundRoot = other.m_foundRoot;
+    m_taken = other.m_taken;
+    m_read = other.m_read;
+    m_lineTooMuch = other.m_lineTooMuch;
     m_errors = other.m_errors;
     m_observer = other.m_observer;
   }
@@ -88,8 +103,23 @@ int CKestExtensionXMLParser::OnPreProcessLine(CString& line) {
 // ---- elements
 // ----------------------------------------------------------------------------------------------------------
 
+bool CKestExtensionXMLParser::Afford(std::string_view name, CKestXMLAttributes attributes) {
+  const ElementRow* row = FindElement(name);
+  std::size_t read = name.size() + kLeastOfElement;
+  while (const char* attribute = attributes.GetNextAttr()) {
+    read += std::string_view(attribute).size() + std::string_view(attributes.GetValue()).size() + kLeastOfAttribute;
+    m_taken += row == nullptr || FindAttributeRow(*row, attribute) == nullptr ? kAttributeBytes : 0;
+  }
+  m_read += read;
+  m_taken += read + (row == nullptr ? kObjectBytes : 0);
+  if (m_lineTooMuch == 0 && m_taken > kMostBytes + kMostTimes * m_read) {
+    m_lineTooMuch = std::max(GetCurrentLine(), 1);
+  }
+  return m_lineTooMuch == 0;
+}
+
 void CKestExtensionXMLParser::OnElementStart(const char* name, CKestXMLAttributes& attributes) {
-  if (m_record == nullptr) {
+  if (m_record == nullptr || !Afford(name, attributes)) {
     return;
   }
   const CKestXmlObject* current = m_record->GetCurrentObject();

@@ -27,6 +27,10 @@ public:
   /// What the document says wrongly, in the order of discovery.
   [[nodiscard]] const CKestTypedList<CKestString>& GetErrorStrings() const { return m_errors; }
 
+  /// Line from which on nothing more was read, since what the document holds takes far more memory than its own size;
+  /// 0 when all of it was.
+  [[nodiscard]] int GetLineTooMuch() const { return m_lineTooMuch; }
+
   int OnPreProcessLine(CString& line) override;
   void OnElementStart(const char* name, CKestXMLAttributes& attributes) override;
   void OnElementEnd(const char* name) override;
@@ -44,6 +48,8 @@ private:
   [[nodiscard]] CKestXmlObject* ContainerOf(const ElementRow& row) const;
   [[nodiscard]] CKestXmlObject* HomeOf(const ElementRow& row) const;
   [[nodiscard]] CKestExtensionFile::SharedDestinations& GetDestinations();
+  /// Counts what an element takes in memory, and has in the file at least. False when that is too much.
+  [[nodiscard]] bool Afford(std::string_view name, CKestXMLAttributes attributes);
   void StartText(const ElementRow& row);
   void AppendText(std::string_view text, bool closed);
   void ReportUnknown(std::string_view element, std::string_view attribute);
@@ -57,6 +63,9 @@ private:
   bool m_inLicense = false;
   CKestExtension* m_record;
   bool m_foundRoot = false;
+  std::size_t m_taken = 0; ///< bytes of memory for what has no class of its own, roughly
+  std::size_t m_read = 0;  ///< bytes of the file that it had, at least
+  int m_lineTooMuch = 0;
   CKestTypedList<CKestString> m_errors;
   DescriptionObserver* m_observer;
   CKestExtensionFile::SharedDestinations* m_destinations = nullptr; ///< borrowed

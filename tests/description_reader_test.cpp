@@ -4,7 +4,9 @@
 #include "support/description_text.h"
 
 #include <gmock/gmock.h>
+
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include <map>
 
@@ -150,6 +152,27 @@ TEST(DescriptionReader, TellsAnObserverWhatHasNoEffectAndWhere) {
 
 TEST(DescriptionReader, RefusesATextOfSixteenMebibytes) {
   EXPECT_GT(CodeOf(Description(std::string(16u << 20, ' '))), 0);
+}
+
+// Elements that are kept as they are written take many times their size: so many of them only as a file has room for.
+TEST(DescriptionReader, RefusesWhatTakesFarMoreMemoryThanItsSize) {
+  const std::tuple<const char*, bool, const char*> rows[] = {
+      {"<file/>\n", true, "files"},
+      {"<a/>\n", false, "files"},
+      {"<a/>\n", false, "other"},
+      {"<file a=\"\" b=\"\" c=\"\" d=\"\"/>\n", false, "files"},
+  };
+  for (const auto& [element, isRead, container] : rows) {
+    std::string many = "<" + std::string(container) + ">";
+    for (int i = 0; i < 390000; ++i) {
+      many += element;
+    }
+    Listener listener;
+    CKestExtension record;
+    const int code = record.LoadText(Description(many + "</" + container + ">"), nullptr, &listener);
+    EXPECT_EQ(code, isRead ? CKestExtension::kLoaded : static_cast<int>(CKestXMLParser::kRefused)) << element;
+    EXPECT_TRUE(isRead || std::stoi(listener.heard.back()) > 100000) << "the line where it became too much";
+  }
 }
 
 // Cut or changed anywhere, a description gives a code or a record.
