@@ -175,9 +175,9 @@ int Finish(Session& session, const CKestExtension& record, const CKestProduct* p
   }
   if (exit != kDone) {
     ErrorReport error = DescribeFailure(report, outcome, Quote(record), "installed", name);
-    constexpr std::string_view kFile = "FILE";
-    if (error.next.ends_with(kFile)) {
-      error.next.replace(error.next.size() - kFile.size(), kFile.size(), name);
+    constexpr std::string_view kPlace = "FILE"; // only where it stands for what was to be installed
+    if (error.next.ends_with("kest validate FILE")) {
+      error.next.replace(error.next.size() - kPlace.size(), kPlace.size(), name);
     }
     const int code = session.Fail(exit, error);
     return session.options.dryRun ? ShowPreview(session, report, code) : code;

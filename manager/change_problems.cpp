@@ -114,7 +114,8 @@ OperationReport::Problem DescribeChangeProblem(const ConfigProblem& problem, con
   told.path = problem.path;
   told.change = OnOneLine(problem.change);
   if (problem.noChange) {
-    told.reason = told.change + " is no change that could be made in " + name;
+    told.reason = told.change + " is no change that could be made in " +
+                  (problem.help && problem.path.empty() ? CString("the product's help") : name);
     told.message = static_cast<int>(problem.message);
     told.fatal = problem.critical;
     told.next = kFaultyDescription;

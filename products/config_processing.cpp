@@ -86,6 +86,9 @@ bool ConfigRun::Run(const CKestHelpChanges* set) {
   m_path = CKestOS::GetMachine().GetStoredPath(JoinPath({m_product.m_helpFolder.GetText(), relativePath}));
   // a set that names no file of its own leads to the help folder itself
   if (m_path.empty() || CKestOS::DirectoryExists(m_path)) {
+    m_path.clear();
+    m_change = "<" + set->GetChildren().front()->GetTag() + ">";
+    m_isNoChange = true;
     return Stop(HelpCode::kFailed);
   }
   if (MakeUpdatable()) {
@@ -296,7 +299,8 @@ bool ConfigRun::MakeChanges(const CKestHelpChanges& set, CKestXmlFile& file) {
       result = IsApplying() ? change->MakeChange(&set, &file, nullptr) : change->UndoChange(&set, &file, nullptr);
     }
     if (CKestHelpChange::IsCriticalError(result)) {
-      m_change = change != nullptr ? change->DescribeInWords() : CString();
+      m_isNoChange = change == nullptr;
+      m_change = change != nullptr ? change->DescribeInWords() : "<" + child->GetTag() + ">";
       return Stop(result);
     }
   }

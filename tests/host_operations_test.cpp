@@ -46,6 +46,8 @@ constexpr FailureRow kFailures[] = {
     {"install rootless.kei", 6, "there is no \"kestrel-extension\" element", "kest validate rootless.kei"},
     {"install inserts.kei --accept-agreement", 1, "<menu-inserts> is no change that could be made in Menus\\Menus.xml",
      "ask the extension's author"},
+    {"install help.kei --accept-agreement", 1,
+     "<helpbook-insert> is no change that could be made in the product's help", "ask the extension's author"},
     {"install token.kei --accept-agreement -y", 3, "a question needs an answer: Where?", "--set where=DIR"},
     {"install token.kei --accept-agreement --set nosuch=C:/x", 2, "these are asked for: where", "kest info FILE"},
     {"install lonely.kei --accept-agreement", 6, "gone.htm: the file is not there", "kest validate lonely.kei"},
@@ -82,6 +84,8 @@ TEST_F(Operations, EveryFailureSaysWhyThatNothingChangedAndWhatNext) {
   description("good", "Tidemark", "");
   description("other", "Quarry", "");
   description("inserts", "Tidemark", menus);
+  description("help", "Tidemark",
+              "<help-changes><helpbook-insert><book-id id=\"B\"/></helpbook-insert></help-changes>");
   description("token", "Tidemark",
               "<file-tokens><token name=\"where\" prompt=\"Where?\"/></file-tokens><files><file source=\"good.kei\" "
               "destination=\"$where\"/></files>");
