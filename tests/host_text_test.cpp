@@ -97,7 +97,7 @@ TEST(TablePrinter, FitsATerminalAndIsNeverCutWithoutOne) {
   TablePrinter table({"NAME", "VERSION", "AUTHOR"});
   table.AddRow({"画像ツール", "1.2", "山田"});
   table.AddRow({std::string(70, 'n'), "10.20.30", std::string(40, 'a')});
-  for (const int width : {30, 40, 80, 200}) {
+  for (const int width : {8, 14, 30, 40, 80, 200}) {
     for (const std::string& line : LinesOf(table.Print(width))) {
       EXPECT_LE(DisplayWidth(line), width);
     }

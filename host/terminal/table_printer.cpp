@@ -11,15 +11,21 @@ namespace {
 constexpr int kGap = 2;
 constexpr int kNarrowest = 6;
 
-// Takes columns away until the row fits or nothing more can be taken: the last ones first, as the first one names the
+int Sum(const std::vector<int>& widths) {
+  return std::accumulate(widths.begin(), widths.end(), kGap * (static_cast<int>(widths.size()) - 1));
+}
+
+// Makes columns narrower until the row fits, then leaves columns out: the last ones first, as the first one names the
 // row.
 void Shrink(std::vector<int>& widths, int width) {
-  const int gaps = kGap * (static_cast<int>(widths.size()) - 1);
-  int surplus = std::accumulate(widths.begin(), widths.end(), gaps) - width;
+  int surplus = Sum(widths) - width;
   for (auto column = widths.rbegin(); column != widths.rend() && surplus > 0; ++column) {
     const int taken = std::clamp(*column - kNarrowest, 0, surplus);
     *column -= taken;
     surplus -= taken;
+  }
+  while (widths.size() > 1 && Sum(widths) > width) {
+    widths.pop_back();
   }
 }
 
@@ -38,9 +44,9 @@ std::string TablePrinter::Print(int width) const {
   std::string out;
   for (const auto& row : m_rows) {
     std::string line;
-    for (std::size_t i = 0; i < row.size(); ++i) {
+    for (std::size_t i = 0; i < widths.size(); ++i) {
       const std::string cell = FitToWidth(row[i], widths[i]);
-      line += PadToWidth(cell, widths[i] + (i + 1 < row.size() ? kGap : 0));
+      line += PadToWidth(cell, widths[i] + (i + 1 < widths.size() ? kGap : 0));
     }
     line.erase(line.find_last_not_of(' ') + 1);
     out += line + "\n";
