@@ -62,7 +62,7 @@ void Say(Session& session, const Installed& one, const VerifyReport& report) {
   const std::string looked = fmt::format("{} file{}, {} configuration entr{}", report.files,
                                          report.files == 1 ? "" : "s", report.lines, report.lines == 1 ? "y" : "ies");
   if (wrong > 0) {
-    text += fmt::format("{} of {} not as installed\n", wrong, looked);
+    text += fmt::format("{} not as installed, of {}\n", wrong, looked);
   } else if (unknown > 0) {
     text += fmt::format("nothing is missing; whether {} as installed is unknown, since {}\n",
                         report.files == 1 ? "it is" : "all is",

@@ -49,13 +49,14 @@ protected:
 
 TEST_F(PreviewTest, WhatAnOperationLeavesIsForetoldAndTheMachineLeftAlone) {
   const CString first = pack(package("Word Count").file("a.htm", kToCommands).changesTheList());
-  const CString second = pack(package("Word Count").version("2.0").file("b.htm", kToCommands).changesTheList());
   Preview preview = foretold([&] { return tryInstall(first) != nullptr; });
   EXPECT_TRUE(has(preview, Kind::kListEntry, Change::kChanged, "SHTML") ||
               has(preview, Kind::kListEntry, Change::kAdded, "SHTML"));
   EXPECT_TRUE(has(preview, Kind::kFile, Change::kAdded, "a.htm"));
   ASSERT_EQ(preview.files.size(), 1U);
   EXPECT_EQ(preview.files[0].after, m_pc.Read(preview.files[0].path));
+  const CString second = pack(package("Word Count").version("2.0").file("b.htm", kToCommands).changesTheList());
+  m_host.otherwise(kYes);
   preview = foretold([&] { return tryInstall(second) != nullptr; });
   EXPECT_TRUE(has(preview, Kind::kExtension, Change::kRemoved, "Word Count 1.0"));
   EXPECT_TRUE(has(preview, Kind::kFile, Change::kRemoved, "a.htm"));
