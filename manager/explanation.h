@@ -13,12 +13,12 @@ class CKestProduct;
 struct KEST_API Explanation {
   /// One product line of the description, held against one product of the machine.
   struct Rule {
-    CString wantedName;    ///< as the description writes it
-    CString wantedVersion; ///< empty when it names none
-    bool isPrimary = false;
-    bool isRequired = false;
-    bool isMet = false;
-    CString words; ///< why, as a sentence without its full stop
+    CString wantedName;      ///< as the description writes it
+    CString wantedVersion;   ///< empty when it names none
+    bool isPrimary = false;  ///< of the description's products
+    bool isRequired = false; ///< as the description has it
+    bool isMet = false;      ///< the product of the machine is one that the line means
+    CString words;           ///< why, as a sentence without its full stop
   };
   /// Where one file would go.
   struct Place {

@@ -6,13 +6,16 @@ fail() { printf 'FAILED: %s\n' "$*"; exit 1; }
 installed() { "$kest" list -m "$work/pc" --json | tr '{' '\n' | grep -c "\"name\":\"$1\"" || true; }
 
 rm -rf "$work" && mkdir -p "$work"
-[ "$(wc -l < "$source/examples/host/list_and_install.cpp")" -lt 80 ] || fail "the first example has 80 lines or more"
+[ "$(wc -l < "$source/examples/host/list_and_install.cpp")" -le 101 ] || fail "the first example has more than a hundred lines"
 "$kest" machine new "$work/pc" -q
 for example in table-tools snippet-shelf; do
   "$kest" pack "$source/examples/$example/$example.kei" -o "$work/$example.kep" -q -m "$work/pc" > /dev/null
 done
 
 [ -z "$("$list" "$work/pc")" ] || fail "a new machine has extensions"
+"$list" "$work/pc" "$work/table-tools.kep" --preview > "$work/out" || { cat "$work/out"; fail "there is no preview"; }
+grep -q '^+ .*Table Tools' "$work/out" || { cat "$work/out"; fail "the preview does not tell of the menu item"; }
+[ -z "$("$list" "$work/pc")" ] || fail "a preview installed something"
 "$list" "$work/pc" "$work/table-tools.kep" > "$work/out" || { cat "$work/out"; fail "the install failed"; }
 grep -q '^Tidemark.*: Table Tools$' "$work/out" || { cat "$work/out"; fail "the installed extension is not listed"; }
 [ "$(installed 'Table Tools')" -ge 1 ] || fail "kest does not know what the example installed"

@@ -137,8 +137,7 @@ TEST_F(ClashesTest, AnExplanationHoldsEachProductLineAgainstEachProduct) {
   EXPECT_TRUE(six == "fits no (older) " || six == "no (older) fits ") << six;
   EXPECT_EQ(explain("<product name=\"Prism\" version=\"4\" primary=\"true\" />"),
             "no (product) no (product) | nearest");
-  EXPECT_EQ(explain("<product name=\"Tidemark\" version=\"9\" primary=\"true\" />"),
-            "no (older) no (older) | nearest");
+  EXPECT_EQ(explain("<product name=\"Tidemark\" version=\"9\" primary=\"true\" />"), "no (older) no (older) | nearest");
   EXPECT_EQ(explain("<product name=\"Tidemark\" version=\"4\" primary=\"true\" /><product name=\"Prism\" "
                     "version=\"4\" required=\"true\" />"),
             "no (product) no (product) | obstacle | nearest");

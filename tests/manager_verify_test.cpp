@@ -137,8 +137,9 @@ TEST_F(VerifyTest, ARepairPutsBackWhatIsMissingAndLeavesWhatSomebodyChanged) {
   EXPECT_EQ(repair(other, false), -1) << "a package of something else";
   const CString forged = pack(package("Tool").file("tool.htm", kToCommands, "forged"));
   EXPECT_EQ(repair(forged, false), -1) << "not the content that was installed";
-  const CString own = pack(package("Tool").file("tool.htm", kToCommands, "tool").file(
-      "code.js", "$tidemark/Configuration/Shared/tool", "code"));
+  const CString own = pack(package("Tool")
+                               .file("tool.htm", kToCommands, "tool")
+                               .file("code.js", "$tidemark/Configuration/Shared/tool", "code"));
   EXPECT_EQ(repair(own, false), 0) << report().problems.size();
   EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "tool");
   EXPECT_EQ(m_pc.Read(kConfiguration + "Shared\\tool\\code.js"), "mine");
