@@ -14,11 +14,9 @@ namespace kest::clashes {
 namespace {
 
 constexpr std::uint64_t kMostFileBytes = 16u << 20;
-constexpr std::string_view kMenus = "menubar|menu|menuitem|format";
 constexpr std::string_view kWindows = "menubar|shortcutlist|toolbar|category";
 /// Those that stay at an uninstall while they hold something.
 constexpr std::string_view kHolders = "menubar|menu|toolbar|category|separator|comment";
-constexpr std::string_view kPlaces = "insertbefore|insertafter|prependto|appendto|listid";
 
 /// An entry of a configuration file.
 struct Entry {

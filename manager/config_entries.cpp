@@ -239,7 +239,8 @@ void MarkMoved(const std::vector<Entry>& before, std::vector<Entry>& after) {
       holders[after[i].parent].push_back(i);
     }
   }
-  for (const auto& [parent, children] : holders) {
+  for (const auto& holder : holders) {
+    const std::vector<std::size_t>& children = holder.second;
     std::vector<std::size_t> ends; // of runs, by length: the entry that ends the best one
     std::vector<std::size_t> previous(children.size(), kNone);
     const auto was = [&](std::size_t child) { return after[children[child]].match; };
