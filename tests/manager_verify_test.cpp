@@ -129,7 +129,7 @@ TEST_F(VerifyTest, ARepairPutsBackWhatIsMissingAndLeavesWhatSomebodyChanged) {
   EXPECT_TRUE(report().created.empty() && report().changed.empty());
 
   // nothing has it but a package
-  m_pc.Get().DeleteFile(kConfiguration + "Commands\\tool.htm");
+  ASSERT_TRUE(m_pc.Get().DeleteFile(kConfiguration + "Commands\\tool.htm"));
   m_pc.Write(kConfiguration + "Shared\\tool\\code.js", "mine");
   EXPECT_EQ(repair("", false), -1);
   EXPECT_EQ(report().failure, OperationReport::Failure::kNotFound);

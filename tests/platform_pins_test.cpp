@@ -61,8 +61,9 @@ TEST_F(Pins, AFileThatTheSystemHoldsIsNeitherReplacedNorTakenAlong) {
          return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                 mount(host(kFile).c_str(), host(kFile).c_str(), nullptr, MS_BIND, nullptr) == 0;
        }}};
-  for (const auto& [name, pin] : rows) {
-    const int result = inChild([&] { return pin() ? judge() : kCannotMake; });
+  for (const auto& row : rows) {
+    const char* const name = row.first;
+    const int result = inChild([&] { return row.second() ? judge() : kCannotMake; });
     setFlags(host(kFile), 0);
     if (result == kCannotMake) {
       GTEST_SKIP() << "not to be made here: " << name;
