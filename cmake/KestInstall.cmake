@@ -8,7 +8,8 @@ set(KEST_PUBLIC_HEADERS
   config/config_change.h config/help_change.h config/named.h
   description/description_observer.h description/extension.h description/extension_records.h
   description/extension_xml_parser.h description/typed_container.h
-  journal/catalogue_operations.h journal/history.h journal/install_step.h journal/journal.h
+  journal/catalogue_operations.h journal/history.h journal/install_step.h journal/journal.h journal/record_judge.h
+  journal/step_record.h journal/waiting_file.h
   kest/kest.h kest/version.h
   manager/clashes.h manager/explanation.h manager/extension_manager.h manager/install_options.h manager/operation_report.h manager/owners.h manager/preview.h
   manager/repair.h

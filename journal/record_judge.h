@@ -32,6 +32,7 @@ class KEST_API RecordJudge {
 public:
   /// `folders`: the private folders of the process that wrote the file, with trailing backslashes.
   explicit RecordJudge(std::vector<CString> folders) : m_folders(std::move(folders)) {}
+  /// One more such folder, with trailing backslash.
   void AddFolder(CString folder) { m_folders.push_back(std::move(folder)); }
 
   /// An absolute path with a drive, without "." and "..", empty components, control bytes and further colons.

@@ -15,10 +15,13 @@ public:
   void SetKind(CString kind) { m_kind = std::move(kind); }
   /// A field may stand more than once; Get gives the first.
   void Add(const char* name, CString value) { m_fields.emplace_back(name, std::move(value)); }
+  /// A field that is read with GetFlag.
   void AddFlag(const char* name, bool value) { Add(name, value ? "1" : "0"); }
   /// Empty when the field is missing.
   [[nodiscard]] CString Get(std::string_view name) const;
+  /// False when the field is missing.
   [[nodiscard]] bool GetFlag(std::string_view name) const { return Get(name) == "1"; }
+  /// All fields of this name, in their order.
   [[nodiscard]] std::vector<CString> GetAll(std::string_view name) const;
 
   /// "kind TAB name=value TAB ...", values escaped.
