@@ -1,6 +1,5 @@
 #include "config/extensions_changes.h"
 
-#include "config/config_file.h"
 #include "config/text_level.h"
 #include "config/text_lines.h"
 
@@ -80,13 +79,7 @@ void CKestExtensionsChangeInsert::BuildXml(int level, CString& text) const {
   text.append(GetExtension()).append("\" description=\"").append(GetDescription()).append("\" />\r\n");
 }
 
-CKestConfigChange::ErrorCode CKestExtensionsChangeInsert::MakeChange(const CKestConfigChanges* /*changes*/,
-                                                                     CKestXmlFile* file,
-                                                                     const CKestXmlFile* /*referenceFile*/) {
-  auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile) {
-    return kExtensionsNotText;
-  }
+CKestConfigChange::ErrorCode CKestExtensionsChangeInsert::PutIn(CKestTextConfigFile& file) const {
   const CString list = Value(GetExtension());
   const CString description = Value(GetDescription());
   if (list.empty()) {
@@ -95,7 +88,7 @@ CKestConfigChange::ErrorCode CKestExtensionsChangeInsert::MakeChange(const CKest
   if (description.empty()) {
     return kExtensionsInsertWithoutDescription;
   }
-  CString& content = textFile->EditContent();
+  CString& content = file.EditContent();
   (void)RemoveList(content, list, description);
   EndLastLine(content);
   const std::size_t colon = FindGroupColon(content, description);
@@ -107,12 +100,8 @@ CKestConfigChange::ErrorCode CKestExtensionsChangeInsert::MakeChange(const CKest
   return kSuccess;
 }
 
-CKestConfigChange::ErrorCode CKestExtensionsChangeInsert::UndoChange(const CKestConfigChanges* /*changes*/,
-                                                                     CKestXmlFile* file,
-                                                                     const CKestXmlFile* /*referenceFile*/) {
-  auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  return textFile ? RemoveList(textFile->EditContent(), Value(GetExtension()), Value(GetDescription()))
-                  : kExtensionsNotText;
+CKestConfigChange::ErrorCode CKestExtensionsChangeInsert::TakeOut(CKestTextConfigFile& file) const {
+  return RemoveList(file.EditContent(), Value(GetExtension()), Value(GetDescription()));
 }
 
 CString CKestExtensionsChangeInsert::DescribeInWords() const {
@@ -126,18 +115,6 @@ void CKestExtensionsChangeRemove::BuildXml(int level, CString& text) const {
     text.append(" description=\"").append(GetDescription()).append("\"");
   }
   text += " />\r\n";
-}
-
-CKestConfigChange::ErrorCode CKestExtensionsChangeRemove::MakeChange(const CKestConfigChanges* changes,
-                                                                     CKestXmlFile* file,
-                                                                     const CKestXmlFile* referenceFile) {
-  return CKestExtensionsChangeInsert::UndoChange(changes, file, referenceFile);
-}
-
-CKestConfigChange::ErrorCode CKestExtensionsChangeRemove::UndoChange(const CKestConfigChanges* /*changes*/,
-                                                                     CKestXmlFile* /*file*/,
-                                                                     const CKestXmlFile* /*referenceFile*/) {
-  return kSuccess;
 }
 
 CString CKestExtensionsChangeRemove::DescribeInWords() const {

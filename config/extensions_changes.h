@@ -1,12 +1,13 @@
 #pragma once
 
-#include "config/config_change.h"
+#include "config/text_file_change.h"
 
 namespace kest {
 
 /// Edits "Extensions.txt": a line per group, extensions separated by commas, a colon, the group's description.
 class KEST_API CKestExtensionsChange : public CKestConfigChange {
 public:
+  static constexpr ErrorCode kNotText = kExtensionsNotText;
   void SetExtension(std::string_view list) { m_extension = list; }
   void GetExtension(CString& list) const { list = m_extension; }
   [[nodiscard]] const CString& GetExtension() const { return m_extension; }
@@ -20,27 +21,27 @@ private:
 };
 
 /// Adds the extensions to the group of the description, or as a new line. The undo removes them.
-class KEST_API CKestExtensionsChangeInsert : public Named<CKestExtensionsChangeInsert, CKestExtensionsChange> {
+class KEST_API CKestExtensionsChangeInsert : public TextInsert<CKestExtensionsChangeInsert, CKestExtensionsChange> {
 public:
   static constexpr std::string_view kTag = "extension-insert";
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode PutIn(CKestTextConfigFile& file) const override;
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override;
 };
 
 /// Removes the extensions from every group, or from the group of the description. No undo.
-class KEST_API CKestExtensionsChangeRemove : public Named<CKestExtensionsChangeRemove, CKestExtensionsChangeInsert> {
+class KEST_API CKestExtensionsChangeRemove
+    : public TextRemove<CKestExtensionsChangeRemove, CKestExtensionsChangeInsert> {
 public:
   static constexpr std::string_view kTag = "extension-remove";
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override { return CKestExtensionsChangeInsert::TakeOut(file); }
 };
 
 } // namespace kest

@@ -1,6 +1,5 @@
 #include "config/ftp_map_changes.h"
 
-#include "config/config_file.h"
 #include "config/text_level.h"
 #include "config/text_lines.h"
 
@@ -51,6 +50,15 @@ void InsertLine(CString& content, const CString& extension, std::string_view kin
   content.insert(place, CString(extension).append("\t").append(kind).append(kLineEnd));
 }
 
+CKestConfigChange::ErrorCode RemoveExtension(CKestTextConfigFile& file, const CString& written) {
+  const CString extension = Value(written);
+  if (extension.empty()) {
+    return CKestConfigChange::kFtpRemoveWithoutExtension;
+  }
+  RemoveLine(file.EditContent(), extension);
+  return CKestConfigChange::kSuccess;
+}
+
 } // namespace
 
 void CKestFTPExtensionMapChangeInsert::BuildXml(int level, CString& text) const {
@@ -60,28 +68,18 @@ void CKestFTPExtensionMapChangeInsert::BuildXml(int level, CString& text) const 
   text.append(m_type == kAscii ? "ASCII" : "BINARY").append("\" />\r\n");
 }
 
-CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeInsert::MakeChange(const CKestConfigChanges* /*changes*/,
-                                                                          CKestXmlFile* file,
-                                                                          const CKestXmlFile* /*referenceFile*/) {
-  auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile) {
-    return kFtpMapNotText;
-  }
+CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeInsert::PutIn(CKestTextConfigFile& file) const {
   const CString extension = Value(GetExtension());
   if (extension.empty()) {
     return kFtpInsertWithoutExtension;
   }
-  RemoveLine(textFile->EditContent(), extension);
-  InsertLine(textFile->EditContent(), extension, m_type == kAscii ? "ASCII" : "BINARY");
+  RemoveLine(file.EditContent(), extension);
+  InsertLine(file.EditContent(), extension, m_type == kAscii ? "ASCII" : "BINARY");
   return kSuccess;
 }
 
-CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeInsert::UndoChange(const CKestConfigChanges* changes,
-                                                                          CKestXmlFile* file,
-                                                                          const CKestXmlFile* referenceFile) {
-  CKestFTPExtensionMapChangeRemove remove;
-  remove.SetExtension(GetExtension());
-  return remove.MakeChange(changes, file, referenceFile);
+CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeInsert::TakeOut(CKestTextConfigFile& file) const {
+  return RemoveExtension(file, GetExtension());
 }
 
 CString CKestFTPExtensionMapChangeInsert::DescribeInWords() const {
@@ -93,25 +91,8 @@ void CKestFTPExtensionMapChangeRemove::BuildXml(int level, CString& text) const 
   text.append(GetExtension()).append("\" />\r\n");
 }
 
-CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeRemove::MakeChange(const CKestConfigChanges* /*changes*/,
-                                                                          CKestXmlFile* file,
-                                                                          const CKestXmlFile* /*referenceFile*/) {
-  auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile) {
-    return kFtpMapNotText;
-  }
-  const CString extension = Value(GetExtension());
-  if (extension.empty()) {
-    return kFtpRemoveWithoutExtension;
-  }
-  RemoveLine(textFile->EditContent(), extension);
-  return kSuccess;
-}
-
-CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeRemove::UndoChange(const CKestConfigChanges* /*changes*/,
-                                                                          CKestXmlFile* /*file*/,
-                                                                          const CKestXmlFile* /*referenceFile*/) {
-  return kSuccess;
+CKestConfigChange::ErrorCode CKestFTPExtensionMapChangeRemove::TakeOut(CKestTextConfigFile& file) const {
+  return RemoveExtension(file, GetExtension());
 }
 
 CString CKestFTPExtensionMapChangeRemove::DescribeInWords() const {

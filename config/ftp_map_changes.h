@@ -1,12 +1,13 @@
 #pragma once
 
-#include "config/config_change.h"
+#include "config/text_file_change.h"
 
 namespace kest {
 
 /// Edits "FTPExtensionMap.txt": a line per extension, the extension, a tab, ASCII or BINARY.
 class KEST_API CKestFTPExtensionMapChange : public CKestConfigChange {
 public:
+  static constexpr ErrorCode kNotText = kFtpMapNotText;
   void SetExtension(std::string_view extension) { m_extension = extension; }
   void GetExtension(CString& extension) const { extension = m_extension; }
   [[nodiscard]] const CString& GetExtension() const { return m_extension; }
@@ -17,7 +18,7 @@ private:
 
 /// Puts the extension's line in its place by name, replacing one that is there. The undo removes it.
 class KEST_API CKestFTPExtensionMapChangeInsert
-    : public Named<CKestFTPExtensionMapChangeInsert, CKestFTPExtensionMapChange> {
+    : public TextInsert<CKestFTPExtensionMapChangeInsert, CKestFTPExtensionMapChange> {
 public:
   enum Type : int { kBinary = 0, kAscii = 1 };
   static constexpr std::string_view kTag = "ftp-extension-insert";
@@ -28,11 +29,11 @@ public:
   void SetMacFileType(std::string_view fileType) { m_macFileType = fileType; }
   [[nodiscard]] const CString& GetMacFileType() const { return m_macFileType; }
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode PutIn(CKestTextConfigFile& file) const override;
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override;
 
 private:
   int m_type = kBinary;
@@ -42,15 +43,14 @@ private:
 
 /// Removes the extension's line. No undo.
 class KEST_API CKestFTPExtensionMapChangeRemove
-    : public Named<CKestFTPExtensionMapChangeRemove, CKestFTPExtensionMapChange> {
+    : public TextRemove<CKestFTPExtensionMapChangeRemove, CKestFTPExtensionMapChange> {
 public:
   static constexpr std::string_view kTag = "ftp-extension-remove";
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override;
 };
 
 } // namespace kest

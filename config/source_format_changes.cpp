@@ -175,14 +175,10 @@ CKestConfigChange::ErrorCode CKestSourceFormatChange::RemoveTag(CKestTextConfigF
   return kSuccess;
 }
 
-CKestConfigChange::ErrorCode CKestSourceFormatChange::Edit(CKestXmlFile* file, const Section& section, bool insert,
-                                                           ErrorCode nameMissing) const {
-  auto* textFile = dynamic_cast<CKestTextConfigFile*>(file);
-  if (!textFile) {
-    return kSourceFormatNotText;
-  }
-  const ErrorCode result = insert ? InsertTag(*textFile, section.startMarker, section.endMarker)
-                                  : RemoveTag(*textFile, section.startMarker, section.endMarker);
+CKestConfigChange::ErrorCode CKestSourceFormatChange::Edit(CKestTextConfigFile& file, const Section& section,
+                                                           bool insert, ErrorCode nameMissing) const {
+  const ErrorCode result = insert ? InsertTag(file, section.startMarker, section.endMarker)
+                                  : RemoveTag(file, section.startMarker, section.endMarker);
   if (result == kNameMissing) {
     return nameMissing;
   }
@@ -219,15 +215,11 @@ void CKestSourceFormatChangeElementInsert::BuildXml(int level, CString& text) co
   text += " />\r\n";
 }
 
-CKestConfigChange::ErrorCode CKestSourceFormatChangeElementInsert::MakeChange(const CKestConfigChanges* /*changes*/,
-                                                                              CKestXmlFile* file,
-                                                                              const CKestXmlFile* /*referenceFile*/) {
+CKestConfigChange::ErrorCode CKestSourceFormatChangeElementInsert::PutIn(CKestTextConfigFile& file) const {
   return Edit(file, kElements, true, kElementInsertWithoutName);
 }
 
-CKestConfigChange::ErrorCode CKestSourceFormatChangeElementInsert::UndoChange(const CKestConfigChanges* /*changes*/,
-                                                                              CKestXmlFile* file,
-                                                                              const CKestXmlFile* /*referenceFile*/) {
+CKestConfigChange::ErrorCode CKestSourceFormatChangeElementInsert::TakeOut(CKestTextConfigFile& file) const {
   return Edit(file, kElements, false, kElementInsertWithoutName);
 }
 
@@ -240,16 +232,8 @@ void CKestSourceFormatChangeElementRemove::BuildXml(int level, CString& text) co
   text += " />\r\n";
 }
 
-CKestConfigChange::ErrorCode CKestSourceFormatChangeElementRemove::MakeChange(const CKestConfigChanges* /*changes*/,
-                                                                              CKestXmlFile* file,
-                                                                              const CKestXmlFile* /*referenceFile*/) {
+CKestConfigChange::ErrorCode CKestSourceFormatChangeElementRemove::TakeOut(CKestTextConfigFile& file) const {
   return Edit(file, kElements, false, kElementRemoveWithoutName);
-}
-
-CKestConfigChange::ErrorCode CKestSourceFormatChangeElementRemove::UndoChange(const CKestConfigChanges* /*changes*/,
-                                                                              CKestXmlFile* /*file*/,
-                                                                              const CKestXmlFile* /*referenceFile*/) {
-  return kSuccess;
 }
 
 CString CKestSourceFormatChangeElementRemove::DescribeInWords() const {
@@ -276,15 +260,11 @@ void CKestSourceFormatChangeAttributeInsert::BuildXml(int level, CString& text) 
   text += " />\r\n";
 }
 
-CKestConfigChange::ErrorCode CKestSourceFormatChangeAttributeInsert::MakeChange(const CKestConfigChanges* /*changes*/,
-                                                                                CKestXmlFile* file,
-                                                                                const CKestXmlFile* /*referenceFile*/) {
+CKestConfigChange::ErrorCode CKestSourceFormatChangeAttributeInsert::PutIn(CKestTextConfigFile& file) const {
   return Edit(file, kAttributes, true, kAttributeInsertWithoutName);
 }
 
-CKestConfigChange::ErrorCode CKestSourceFormatChangeAttributeInsert::UndoChange(const CKestConfigChanges* /*changes*/,
-                                                                                CKestXmlFile* file,
-                                                                                const CKestXmlFile* /*referenceFile*/) {
+CKestConfigChange::ErrorCode CKestSourceFormatChangeAttributeInsert::TakeOut(CKestTextConfigFile& file) const {
   return Edit(file, kAttributes, false, kAttributeInsertWithoutName);
 }
 
@@ -297,16 +277,8 @@ void CKestSourceFormatChangeAttributeRemove::BuildXml(int level, CString& text) 
   text += " />\r\n";
 }
 
-CKestConfigChange::ErrorCode CKestSourceFormatChangeAttributeRemove::MakeChange(const CKestConfigChanges* /*changes*/,
-                                                                                CKestXmlFile* file,
-                                                                                const CKestXmlFile* /*referenceFile*/) {
+CKestConfigChange::ErrorCode CKestSourceFormatChangeAttributeRemove::TakeOut(CKestTextConfigFile& file) const {
   return Edit(file, kAttributes, false, kAttributeRemoveWithoutName);
-}
-
-CKestConfigChange::ErrorCode CKestSourceFormatChangeAttributeRemove::UndoChange(const CKestConfigChanges* /*changes*/,
-                                                                                CKestXmlFile* /*file*/,
-                                                                                const CKestXmlFile* /*referenceFile*/) {
-  return kSuccess;
 }
 
 CString CKestSourceFormatChangeAttributeRemove::DescribeInWords() const {

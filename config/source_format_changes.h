@@ -1,7 +1,6 @@
 #pragma once
 
-#include "config/config_change.h"
-#include "config/config_file.h"
+#include "config/text_file_change.h"
 
 namespace kest {
 
@@ -11,6 +10,7 @@ enum class TriStateBool : int { kNotGiven = 0, kTrue = 1, kFalse = 2 };
 /// attributes.
 class KEST_API CKestSourceFormatChange : public CKestConfigChange {
 public:
+  static constexpr ErrorCode kNotText = kSourceFormatNotText;
   void SetName(std::string_view name) { m_name = name; }
   void GetName(CString& name) const { name = m_name; }
   [[nodiscard]] const CString& GetName() const { return m_name; }
@@ -35,7 +35,7 @@ protected:
   static const Section kElements;
   static const Section kAttributes;
   /// Runs InsertTag or RemoveTag on the section and gives the caller's codes for a missing name or section.
-  ErrorCode Edit(CKestXmlFile* file, const Section& section, bool insert, ErrorCode nameMissing) const;
+  ErrorCode Edit(CKestTextConfigFile& file, const Section& section, bool insert, ErrorCode nameMissing) const;
 
 private:
   CString m_name;
@@ -43,7 +43,7 @@ private:
 
 /// Puts an element's entry in its place by name, replacing one that is there. The undo removes it.
 class KEST_API CKestSourceFormatChangeElementInsert
-    : public Named<CKestSourceFormatChangeElementInsert, CKestSourceFormatChange> {
+    : public TextInsert<CKestSourceFormatChangeElementInsert, CKestSourceFormatChange> {
 public:
   static constexpr std::string_view kTag = "element-insert";
   void SetBreak(std::string_view value) { m_break = value; }
@@ -59,11 +59,11 @@ public:
   [[nodiscard]] TriStateBool GetNoFormat() const { return m_noFormat; }
   void CreateTag(CString& line, bool withLineEnd) const override;
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode PutIn(CKestTextConfigFile& file) const override;
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override;
 
 private:
   CString m_break;
@@ -74,20 +74,19 @@ private:
 };
 
 class KEST_API CKestSourceFormatChangeElementRemove
-    : public Named<CKestSourceFormatChangeElementRemove, CKestSourceFormatChange> {
+    : public TextRemove<CKestSourceFormatChangeElementRemove, CKestSourceFormatChange> {
 public:
   static constexpr std::string_view kTag = "element-remove";
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override;
 };
 
 /// Puts an attribute's entry in its place by name, replacing one that is there. The undo removes it.
 class KEST_API CKestSourceFormatChangeAttributeInsert
-    : public Named<CKestSourceFormatChangeAttributeInsert, CKestSourceFormatChange> {
+    : public TextInsert<CKestSourceFormatChangeAttributeInsert, CKestSourceFormatChange> {
 public:
   static constexpr std::string_view kTag = "attribute-insert";
   void SetNameCase(std::string_view value) { m_nameCase = value; }
@@ -96,11 +95,11 @@ public:
   [[nodiscard]] TriStateBool GetSameCase() const { return m_sameCase; }
   void CreateTag(CString& line, bool withLineEnd) const override;
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode PutIn(CKestTextConfigFile& file) const override;
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override;
 
 private:
   CString m_nameCase;
@@ -108,15 +107,14 @@ private:
 };
 
 class KEST_API CKestSourceFormatChangeAttributeRemove
-    : public Named<CKestSourceFormatChangeAttributeRemove, CKestSourceFormatChange> {
+    : public TextRemove<CKestSourceFormatChangeAttributeRemove, CKestSourceFormatChange> {
 public:
   static constexpr std::string_view kTag = "attribute-remove";
   void BuildXml(int level, CString& text) const override;
-  ErrorCode MakeChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
-  ErrorCode UndoChange(const CKestConfigChanges* changes, CKestXmlFile* file,
-                       const CKestXmlFile* referenceFile) override;
   [[nodiscard]] CString DescribeInWords() const override;
+
+protected:
+  ErrorCode TakeOut(CKestTextConfigFile& file) const override;
 };
 
 } // namespace kest

@@ -9,13 +9,13 @@
 
 namespace kest {
 
-CInstallDeleteFile::CInstallDeleteFile(const CString& path) : m_path(CKestOS::GetMachine().GetStoredPath(path)) {
+DeleteByRename::DeleteByRename(const CString& path) : m_path(CKestOS::GetMachine().GetStoredPath(path)) {
   if (m_path.empty()) {
     m_path = path;
   }
 }
 
-int CInstallDeleteFile::Prepare() {
+int DeleteByRename::Prepare() {
   if (m_prepared) {
     return 0;
   }
@@ -23,20 +23,34 @@ int CInstallDeleteFile::Prepare() {
   if (!private_folders::GetDeletedFor(m_path, folder)) {
     return -1;
   }
-  m_backup = folder + private_folders::NextDeletedName(CKestPath(m_path).GetFileName());
+  m_kept = folder + private_folders::NextDeletedName(CKestPath(m_path).GetFileName());
   m_prepared = true;
   return 0;
 }
 
-int CInstallDeleteFile::Do() {
+int DeleteByRename::Do() {
   if (Prepare() != 0) {
     return -1;
   }
-  if (m_open) {
-    return 0;
+  return m_open || Take() ? 0 : -1;
+}
+
+void DeleteByRename::Release() {
+  if (!m_open || private_folders::IsTrashedWhole()) {
+    return;
   }
-  m_open = CKestOS::GetMachine().MoveFile(m_path, m_backup);
-  return m_open ? 0 : -1;
+  GiveToTrash();
+  m_open = false;
+}
+
+void DeleteByRename::CollectTouched(CKestTypedList<CKestString>& paths) const {
+  AppendFolderOf(paths, m_path);
+  AppendFolderOf(paths, m_kept);
+}
+
+bool CInstallDeleteFile::Take() {
+  m_open = CKestOS::GetMachine().MoveFile(m_path, m_kept);
+  return m_open;
 }
 
 int CInstallDeleteFile::Undo() {
@@ -44,12 +58,12 @@ int CInstallDeleteFile::Undo() {
   if (!m_open) {
     return -1;
   }
-  if (CKestOS::GetMachine().MoveFile(m_backup, m_path)) {
+  if (CKestOS::GetMachine().MoveFile(m_kept, m_path)) {
     m_restored = true;
     m_open = false;
     return 0;
   }
-  if (ProbeFile(m_backup) != Presence::kAbsent) {
+  if (ProbeFile(m_kept) != Presence::kAbsent) {
     return -1;
   }
   // not kept: it was never taken, or is back already (and may be gone again since, by the undo of a step before this
@@ -58,32 +72,23 @@ int CInstallDeleteFile::Undo() {
   return 0;
 }
 
-void CInstallDeleteFile::Release() {
-  if (!m_open || private_folders::IsTrashedWhole()) {
-    return;
-  }
+void CInstallDeleteFile::GiveToTrash() const {
   Machine& machine = CKestOS::GetMachine();
-  if (!machine.MoveFileToTrash(m_backup) && CKestOS::MakeFileWritable(m_backup)) {
-    static_cast<void>(machine.DeleteFile(m_backup));
+  if (!machine.MoveFileToTrash(m_kept) && CKestOS::MakeFileWritable(m_kept)) {
+    static_cast<void>(machine.DeleteFile(m_kept));
   }
-  m_open = false;
 }
 
 bool CInstallDeleteFile::Describe(StepRecord& record) const {
   record.SetKind(kKind);
   record.Add("path", m_path);
-  record.Add("kept", m_backup);
+  record.Add("kept", m_kept);
   return true;
-}
-
-void CInstallDeleteFile::CollectTouched(CKestTypedList<CKestString>& paths) const {
-  AppendFolderOf(paths, m_path);
-  AppendFolderOf(paths, m_backup);
 }
 
 void CInstallDeleteFile::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_open) {
-    effects.push_back({.path = m_path, .existed = true, .exists = false, .kept = m_backup});
+    effects.push_back({.path = m_path, .existed = true, .exists = false, .kept = m_kept});
   }
 }
 
@@ -91,10 +96,8 @@ std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteFile::FromRecord(const 
                                                                           const RecordJudge& judge) {
   std::unique_ptr<CInstallDeleteFile> step(new CInstallDeleteFile);
   step->m_path = record.Get("path");
-  step->m_backup = record.Get("kept");
-  step->m_prepared = true;
-  step->m_open = true;
-  if (!RecordJudge::IsPlain(step->m_path) || !judge.IsPrivate(step->m_backup)) {
+  step->m_kept = record.Get("kept");
+  if (!RecordJudge::IsPlain(step->m_path) || !judge.IsPrivate(step->m_kept)) {
     return nullptr;
   }
   return step;

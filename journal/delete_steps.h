@@ -7,28 +7,47 @@
 
 namespace kest {
 
+/// What deletes by a rename into the private folder.
+class KEST_API DeleteByRename : public CKestExtensionInstallStep {
+public:
+  int Prepare() override;
+  int Do() override;
+  void Release() override;
+  void CollectTouched(CKestTypedList<CKestString>& paths) const override;
+  [[nodiscard]] CString GetTarget() const override { return m_path; }
+  [[nodiscard]] CString GetKept() const override { return m_kept; }
+  [[nodiscard]] bool IsUndoOpen() const override { return m_open; }
+
+protected:
+  /// Made again from a line that an operation left.
+  DeleteByRename() : m_prepared(true), m_open(true) {}
+  /// Takes the path in its spelling on disk when there is such a thing.
+  explicit DeleteByRename(const CString& path);
+
+  virtual bool Take() = 0;              ///< renames it; whether it may be gone from its place is left in m_open
+  virtual void GiveToTrash() const = 0; ///< deletes it where the trash refuses
+
+  CString m_path;
+  CString m_kept;
+  bool m_prepared = false;
+  bool m_open = false; ///< it may be in the private folder
+};
+
 /// Deletes a file.
 /// Do:      renames it into the private folder.
 /// Keeps:   the file itself.
 /// Undo:    renames it back, in the letter case that it had.
 /// Release: gives it to the trash; deletes it where the trash refuses. (A whole operation sends them all as one
 /// folder.)
-class KEST_API CInstallDeleteFile : public CKestExtensionInstallStep {
+class KEST_API CInstallDeleteFile : public DeleteByRename {
 public:
   /// Takes the path in its spelling on disk when the file exists.
-  explicit CInstallDeleteFile(const CString& path);
+  explicit CInstallDeleteFile(const CString& path) : DeleteByRename(path) {}
 
-  int Prepare() override;
-  int Do() override;
   /// -1, touching nothing, when Do did not get the file.
   int Undo() override;
-  void Release() override;
   bool Describe(StepRecord& record) const override;
-  void CollectTouched(CKestTypedList<CKestString>& paths) const override;
   void CollectEffects(std::vector<StepEffect>& effects) const override;
-  [[nodiscard]] CString GetTarget() const override { return m_path; }
-  [[nodiscard]] CString GetKept() const override { return m_backup; }
-  [[nodiscard]] bool IsUndoOpen() const override { return m_open; }
 
   static constexpr const char* kKind = "delete";
   [[nodiscard]] static std::unique_ptr<CKestExtensionInstallStep> FromRecord(const StepRecord& record,
@@ -36,11 +55,8 @@ public:
 
 private:
   CInstallDeleteFile() = default;
-
-  CString m_path;
-  CString m_backup;
-  bool m_prepared = false;
-  bool m_open = false; ///< the file may be in the private folder
+  bool Take() override;
+  void GiveToTrash() const override;
 };
 
 /// Leaves a copy of a file beside it before the file is changed.

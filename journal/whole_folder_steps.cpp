@@ -166,44 +166,18 @@ std::unique_ptr<CKestExtensionInstallStep> CInstallPlaceFolder::FromRecord(const
   return step;
 }
 
-CInstallDeleteWholeFolder::CInstallDeleteWholeFolder(const CString& folder, std::vector<CString> names)
-    : m_folder(CKestOS::GetMachine().GetStoredPath(folder)), m_names(std::move(names)) {
-  if (m_folder.empty()) {
-    m_folder = folder;
-  }
-}
-
-int CInstallDeleteWholeFolder::Prepare() {
-  if (m_prepared) {
-    return 0;
-  }
-  CString folder;
-  if (!private_folders::GetDeletedFor(m_folder, folder)) {
-    return -1;
-  }
-  m_kept = folder + private_folders::NextDeletedName(CKestPath(m_folder).GetFileName());
-  m_prepared = true;
-  return 0;
-}
-
-int CInstallDeleteWholeFolder::Do() {
-  if (Prepare() != 0) {
-    return -1;
-  }
-  if (m_open) {
-    return 0;
-  }
-  // looked into before and after, since somebody may put something into it meanwhile
+// looked into before and after, since somebody may put something into it meanwhile
+bool CInstallDeleteWholeFolder::Take() {
   Machine& machine = CKestOS::GetMachine();
-  if (!HoldsOnly(m_folder, m_names, true) || !machine.MoveFolder(m_folder, m_kept)) {
-    return -1;
+  if (!HoldsOnly(m_path, m_names, true) || !machine.MoveFolder(m_path, m_kept)) {
+    return false;
   }
   m_open = true;
   if (HoldsOnly(m_kept, m_names, true)) {
-    return 0;
+    return true;
   }
-  m_open = !machine.MoveFolder(m_kept, m_folder);
-  return -1;
+  m_open = !machine.MoveFolder(m_kept, m_path);
+  return false;
 }
 
 int CInstallDeleteWholeFolder::Undo() {
@@ -220,7 +194,7 @@ int CInstallDeleteWholeFolder::Undo() {
   case Presence::kPresent:
     break;
   }
-  if (!CKestOS::GetMachine().MoveFolder(m_kept, m_folder) && !PutFilesBack()) {
+  if (!CKestOS::GetMachine().MoveFolder(m_kept, m_path) && !PutFilesBack()) {
     return -1;
   }
   m_restored = true;
@@ -230,39 +204,30 @@ int CInstallDeleteWholeFolder::Undo() {
 
 bool CInstallDeleteWholeFolder::PutFilesBack() {
   Machine& machine = CKestOS::GetMachine();
-  if (!IsYes(machine.DirectoryExists(m_folder))) {
+  if (!IsYes(machine.DirectoryExists(m_path))) {
     return false;
   }
   std::vector<FolderEntry> entries;
   bool all = IsYes(machine.ListFolder(m_kept, entries));
   for (const FolderEntry& entry : entries) {
-    all = machine.MoveFile(In(m_kept, entry.name), In(m_folder, entry.name)) && all;
+    all = machine.MoveFile(In(m_kept, entry.name), In(m_path, entry.name)) && all;
   }
   return all && machine.RemoveDirectory(m_kept);
 }
 
-void CInstallDeleteWholeFolder::Release() {
-  if (!m_open || private_folders::IsTrashedWhole()) {
-    return;
-  }
+void CInstallDeleteWholeFolder::GiveToTrash() const {
   Machine& machine = CKestOS::GetMachine();
-  if (!machine.MoveFolderToTrash(m_kept, CKestPath(m_folder).GetFileName())) {
+  if (!machine.MoveFolderToTrash(m_kept, CKestPath(m_path).GetFileName())) {
     static_cast<void>(machine.RemoveTree(m_kept));
   }
-  m_open = false;
 }
 
 bool CInstallDeleteWholeFolder::Describe(StepRecord& record) const {
   record.SetKind(kKind);
-  record.Add("path", m_folder);
+  record.Add("path", m_path);
   record.Add("kept", m_kept);
   AddNames(record, m_names);
   return true;
-}
-
-void CInstallDeleteWholeFolder::CollectTouched(CKestTypedList<CKestString>& paths) const {
-  AppendFolderOf(paths, m_folder);
-  AppendFolderOf(paths, m_kept);
 }
 
 void CInstallDeleteWholeFolder::CollectEffects(std::vector<StepEffect>& effects) const {
@@ -270,19 +235,17 @@ void CInstallDeleteWholeFolder::CollectEffects(std::vector<StepEffect>& effects)
     return;
   }
   for (const CString& name : m_names) {
-    effects.push_back({.path = m_folder + '\\' + name, .existed = true, .exists = false, .kept = m_kept + '\\' + name});
+    effects.push_back({.path = m_path + '\\' + name, .existed = true, .exists = false, .kept = m_kept + '\\' + name});
   }
-  effects.push_back({.path = m_folder, .isFolder = true, .existed = true, .exists = false});
+  effects.push_back({.path = m_path, .isFolder = true, .existed = true, .exists = false});
 }
 
 std::unique_ptr<CKestExtensionInstallStep> CInstallDeleteWholeFolder::FromRecord(const StepRecord& record,
                                                                                  const RecordJudge& judge) {
   std::unique_ptr<CInstallDeleteWholeFolder> step(new CInstallDeleteWholeFolder);
-  step->m_folder = record.Get("path");
+  step->m_path = record.Get("path");
   step->m_kept = record.Get("kept");
-  step->m_prepared = true;
-  step->m_open = true;
-  if (!judge.IsPrivate(step->m_kept) || !ReadNames(record, step->m_folder, step->m_names)) {
+  if (!judge.IsPrivate(step->m_kept) || !ReadNames(record, step->m_path, step->m_names)) {
     return nullptr;
   }
   return step;

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "journal/install_step.h"
-#include "journal/record_judge.h"
+#include "journal/delete_steps.h"
 
-#include <memory>
 #include <vector>
 
 namespace kest {
@@ -59,21 +57,15 @@ private:
 /// Keeps:   the folder itself.
 /// Undo:    renames it back, in the letter case that it had; where somebody made it anew, the files go back into it.
 /// Release: gives it to the trash. (A whole operation sends them all as one folder.)
-class KEST_API CInstallDeleteWholeFolder : public CKestExtensionInstallStep {
+class KEST_API CInstallDeleteWholeFolder : public DeleteByRename {
 public:
   /// Takes the path in its spelling on disk; `names` in theirs.
-  CInstallDeleteWholeFolder(const CString& folder, std::vector<CString> names);
+  CInstallDeleteWholeFolder(const CString& folder, std::vector<CString> names)
+      : DeleteByRename(folder), m_names(std::move(names)) {}
 
-  int Prepare() override;
-  int Do() override;
   int Undo() override;
-  void Release() override;
   bool Describe(StepRecord& record) const override;
-  void CollectTouched(CKestTypedList<CKestString>& paths) const override;
   void CollectEffects(std::vector<StepEffect>& effects) const override;
-  [[nodiscard]] CString GetTarget() const override { return m_folder; }
-  [[nodiscard]] CString GetKept() const override { return m_kept; }
-  [[nodiscard]] bool IsUndoOpen() const override { return m_open; }
 
   static constexpr const char* kKind = "delete-whole-folder";
   /// Null when the record is not one that this program would act on.
@@ -82,13 +74,11 @@ public:
 
 private:
   CInstallDeleteWholeFolder() = default;
+  bool Take() override;
+  void GiveToTrash() const override;
   [[nodiscard]] bool PutFilesBack();
 
-  CString m_folder;
-  CString m_kept;
   std::vector<CString> m_names;
-  bool m_prepared = false;
-  bool m_open = false; ///< the folder may be in the private one
 };
 
 } // namespace kest

@@ -16,7 +16,8 @@ constexpr ProductConstants kMarlin5 = {"Marlin 5",
                                        "marlin",
                                        "Marlin.exe",
                                        "Software\\Kestrel\\Marlin\\5\\Installation",
-                                       true};
+                                       true,
+                                       Restart::kAlways};
 constexpr ProductConstants kMarlin6 = {"Marlin Nova",
                                        6.0,
                                        SignatureOf("MRL6"),
@@ -24,7 +25,8 @@ constexpr ProductConstants kMarlin6 = {"Marlin Nova",
                                        "marlin",
                                        "Marlin.exe",
                                        "Software\\Kestrel\\Marlin\\6\\Installation",
-                                       true};
+                                       true,
+                                       Restart::kAlways};
 
 /// Folders of the program that files go to even when the rest goes to the user's configuration.
 constexpr const char* kProgramFolders[] = {"configuration\\include\\", "configuration\\helpmrf\\"};
@@ -38,14 +40,7 @@ void EnsureFolder(const CString& folder) {
 
 } // namespace
 
-void CKestMarlin::SetPaths(const CString& installFolder, const CString&) {
-  m_installFolder = CKestPath(WithBackslash(installFolder));
-  GetExtensionsFolderFor(m_installFolder, m_extensionsFolder);
-}
-
 bool CKestMarlin::CanDelete(const char*) const { return !IsRunning(); }
-bool CKestMarlin::RequiresRestart(const char*, bool) const { return true; }
-bool CKestMarlin::RequiresRestart(CKestExtension*, bool) const { return true; }
 
 CKestMarlin5::CKestMarlin5() : CKestMarlin(kMarlin5) {}
 

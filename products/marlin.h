@@ -7,12 +7,8 @@ namespace kest {
 /// The animation tool.
 class KEST_API CKestMarlin : public CKestShippedProduct {
 public:
-  /// The user name is not used.
-  void SetPaths(const CString& installFolder, const CString& userName) override;
   /// False while the product runs.
   [[nodiscard]] bool CanDelete(const char* path) const override;
-  [[nodiscard]] bool RequiresRestart(const char* path, bool installing) const override;
-  [[nodiscard]] bool RequiresRestart(CKestExtension* extension, bool installing) const override;
 
 protected:
   using CKestShippedProduct::CKestShippedProduct;

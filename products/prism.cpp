@@ -1,31 +1,30 @@
 #include "products/prism.h"
 
-#include "description/extension.h"
 #include "platform/machine/os.h"
 
 namespace kest {
 
 namespace {
 
-constexpr int kCommandType = 1;
-
 constexpr const char* kPrism3Executables[] = {"Prism 3.exe", "Prism 3J.exe"};
 constexpr const char* kPrism4Executables[] = {"Prism 4.exe", "Prism 4J.exe"};
 constexpr const char* kPrism6Executables[] = {"Prism.exe"};
 
 constexpr GraphicsEditorConstants kPrism3 = {{"Prism 3", 3.0, SignatureOf("PRM3"), "Prism", "prism",
-                                              kPrism3Executables[0], "Software\\Kestrel\\Prism\\3\\Installation",
-                                              false},
+                                              kPrism3Executables[0], "Software\\Kestrel\\Prism\\3\\Installation", false,
+                                              Restart::kButForCommands},
                                              kPrism3Executables,
                                              "Settings",
                                              "Configuration"};
 constexpr GraphicsEditorConstants kPrism4 = {{"Prism 4", 4.0, SignatureOf("PRM4"), "Prism", "prism",
-                                              kPrism4Executables[0], "Software\\Kestrel\\Prism\\4\\Installation", true},
+                                              kPrism4Executables[0], "Software\\Kestrel\\Prism\\4\\Installation", true,
+                                              Restart::kButForCommands},
                                              kPrism4Executables,
                                              "Configuration",
                                              "Settings"};
 constexpr GraphicsEditorConstants kPrism6 = {{"Prism Nova", 6.0, SignatureOf("PRM6"), "Prism", "prism",
-                                              kPrism6Executables[0], "Software\\Kestrel\\Prism\\6\\Installation", true},
+                                              kPrism6Executables[0], "Software\\Kestrel\\Prism\\6\\Installation", true,
+                                              Restart::kButForCommands},
                                              kPrism6Executables,
                                              "Configuration",
                                              "Settings"};
@@ -35,20 +34,7 @@ constexpr GraphicsEditorConstants kPrism6 = {{"Prism Nova", 6.0, SignatureOf("PR
 CKestPrism::CKestPrism(const GraphicsEditorConstants& constants)
     : CKestShippedProduct(constants.product), m_constants(constants) {}
 
-void CKestPrism::SetPaths(const CString& installFolder, const CString&) {
-  m_installFolder = CKestPath(WithBackslash(installFolder));
-  GetExtensionsFolderFor(m_installFolder, m_extensionsFolder);
-}
-
 void CKestPrism::GetConfigurationFolderName(CString& name) const { name = m_constants.configurationFolder; }
-
-bool CKestPrism::RequiresRestart(const char* path, bool installing) const {
-  return path != nullptr && installing && text::ContainsNoCase(path, "JSExtensions");
-}
-
-bool CKestPrism::RequiresRestart(CKestExtension* extension, bool) const {
-  return extension == nullptr || extension->GetType() != kCommandType;
-}
 
 void CKestPrism::SetVersion(CKestVersionNumber& version) { m_version = version; }
 

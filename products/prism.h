@@ -15,11 +15,7 @@ struct GraphicsEditorConstants {
 /// The graphics editor.
 class KEST_API CKestPrism : public CKestShippedProduct {
 public:
-  /// The user name is not used.
-  void SetPaths(const CString& installFolder, const CString& userName) override;
   void GetConfigurationFolderName(CString& name) const override;
-  [[nodiscard]] bool RequiresRestart(const char* path, bool installing) const override;
-  [[nodiscard]] bool RequiresRestart(CKestExtension* extension, bool installing) const override;
   void MassageDestination(CString& destination) const override;
   void DetermineExecutableFileName(const CString& installFolder) override;
   virtual void SetVersion(CKestVersionNumber& version);

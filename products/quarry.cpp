@@ -4,8 +4,15 @@ namespace kest {
 
 namespace {
 
-constexpr ProductConstants kQuarry2 = {
-    "Quarry 2", 2.0, SignatureOf("QRY2"), "Quarry", "quarry", "", "Software\\Kestrel\\Quarry\\2\\Installation", false};
+constexpr ProductConstants kQuarry2 = {"Quarry 2",
+                                       2.0,
+                                       SignatureOf("QRY2"),
+                                       "Quarry",
+                                       "quarry",
+                                       "",
+                                       "Software\\Kestrel\\Quarry\\2\\Installation",
+                                       false,
+                                       Restart::kNever};
 
 } // namespace
 
@@ -21,14 +28,7 @@ void CKestQuarry::Initialize() {
   }
 }
 
-void CKestQuarry::SetPaths(const CString& installFolder, const CString&) {
-  m_installFolder = CKestPath(WithBackslash(installFolder));
-  GetExtensionsFolderFor(m_installFolder, m_extensionsFolder);
-}
-
 bool CKestQuarry::IsRunning() const { return false; }
-bool CKestQuarry::RequiresRestart(const char*, bool) const { return false; }
-bool CKestQuarry::RequiresRestart(CKestExtension*, bool) const { return false; }
 bool CKestQuarry::IsFolderPartOfInstall(const CString&, CString&) const { return false; }
 
 CKestQuarry2::CKestQuarry2() : CKestQuarry(kQuarry2) {}

@@ -1,8 +1,16 @@
 #include "products/shipped_product.h"
 
+#include "description/extension.h"
 #include "platform/machine/os.h"
 
 namespace kest {
+
+namespace {
+
+constexpr int kCommandType = 1;
+constexpr const char* kCompiledScripts = "JSExtensions";
+
+} // namespace
 
 CKestShippedProduct::CKestShippedProduct(const ProductConstants& constants)
     : m_constants(constants), m_name(constants.name), m_executable(constants.executable) {}
@@ -12,6 +20,11 @@ void CKestShippedProduct::Initialize() {
   if (FindProgram(found)) {
     TakeFound(found);
   }
+}
+
+void CKestShippedProduct::SetPaths(const CString& installFolder, const CString&) {
+  m_installFolder = CKestPath(WithBackslash(installFolder));
+  GetExtensionsFolderFor(m_installFolder, m_extensionsFolder);
 }
 
 void CKestShippedProduct::TakeFound(const FoundProgram& found) {
@@ -64,6 +77,21 @@ void CKestShippedProduct::GetExtensionsFolder(CString& folder) const { folder = 
 bool CKestShippedProduct::BelongsTo(const char* path) const { return LiesBelow(path, m_installFolder); }
 bool CKestShippedProduct::CanDelete(const char*) const { return true; }
 void CKestShippedProduct::Refresh() const {}
+
+bool CKestShippedProduct::RequiresRestart(const char* path, bool installing) const {
+  if (m_constants.restart == Restart::kButForCommands) {
+    return path != nullptr && installing && text::ContainsNoCase(path, kCompiledScripts);
+  }
+  return m_constants.restart == Restart::kAlways;
+}
+
+bool CKestShippedProduct::RequiresRestart(CKestExtension* extension, bool) const {
+  if (m_constants.restart == Restart::kButForCommands) {
+    return extension == nullptr || extension->GetType() != kCommandType;
+  }
+  return m_constants.restart == Restart::kAlways;
+}
+
 void CKestShippedProduct::GetBazaarName(CString& name) const { name = m_constants.token; }
 bool CKestShippedProduct::IsSupported() const { return m_constants.supported; }
 void CKestShippedProduct::GetVersion(CKestVersionNumber& version) const { version = m_version; }

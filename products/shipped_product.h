@@ -7,6 +7,13 @@
 
 namespace kest {
 
+/// When a running product has to restart to see an extension come or go.
+enum class Restart {
+  kNever,
+  kButForCommands, ///< commands are read again; a file only when it comes into a folder of compiled scripts
+  kAlways,
+};
+
 /// What tells one product from another. One row a class, in the source of its family.
 struct ProductConstants {
   const char* name; ///< as shown to users
@@ -17,15 +24,17 @@ struct ProductConstants {
   const char* executable;  ///< the first choice where there are several
   const char* registryKey; ///< of the value "InstallPath"; empty for a product that looks for itself
   bool supported;          ///< whether extensions can be installed into it
+  Restart restart;
 };
 
 /// What the products that we serve have in common: a row of constants, the folders and the version that were found, and
-/// the search for the program. As it stands it is a product that keeps everything below its install folder. Where the
-/// folders are (SetPaths) and what needs a restart is left to the families.
+/// the search for the program. As it stands it is a product that keeps everything below its install folder.
 class KEST_API CKestShippedProduct : public CKestProduct {
 public:
   /// Looks for the program; found: its version and folders are set.
   void Initialize() override;
+  /// The user name is not used.
+  void SetPaths(const CString& installFolder, const CString& userName) override;
   void GetName(CString& name) const override;
   void GetExtensionsFolderFor(const CKestPath& binPath, CKestPath& out) const override;
   [[nodiscard]] bool IsInstalled() const override;
@@ -35,6 +44,8 @@ public:
   [[nodiscard]] bool BelongsTo(const char* path) const override;
   [[nodiscard]] bool CanDelete(const char* path) const override; ///< always
   void Refresh() const override;
+  [[nodiscard]] bool RequiresRestart(const char* path, bool installing) const override;
+  [[nodiscard]] bool RequiresRestart(CKestExtension* extension, bool installing) const override;
   void GetBazaarName(CString& name) const override;
   [[nodiscard]] bool IsSupported() const override;
   void GetVersion(CKestVersionNumber& version) const override;

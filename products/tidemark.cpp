@@ -30,20 +30,20 @@ constexpr const char* kTidemark6Paths[] = {"Software\\Kestrel\\Tidemark\\6\\Inst
                                            "Software\\Kestrel\\Tidemark 6 Beta 2\\Registration\\Location"};
 
 constexpr WebEditorConstants kTidemark3 = {
-    {"Tidemark 3", 3.0, SignatureOf("TDM3"), kFamily, kFamilyName, "Tidemark.exe", "", true},
+    {"Tidemark 3", 3.0, SignatureOf("TDM3"), kFamily, kFamilyName, "Tidemark.exe", "", true, Restart::kButForCommands},
     "",
     kTidemark3Paths,
     false};
 constexpr WebEditorConstants kTidemark4 = {
-    {"Tidemark 4", 4.0, SignatureOf("TDM4"), kFamily, kFamilyName, "Tidemark.exe", "", true},
+    {"Tidemark 4", 4.0, SignatureOf("TDM4"), kFamily, kFamilyName, "Tidemark.exe", "", true, Restart::kButForCommands},
     "",
     kTidemark4Paths,
     false};
-constexpr WebEditorConstants kTidemark6 = {
-    {"Tidemark Nova", 6.0, SignatureOf("TDM6"), kFamily, kFamilyName, "Tidemark.exe", "", true},
-    "TidemarkD.exe",
-    kTidemark6Paths,
-    true};
+constexpr WebEditorConstants kTidemark6 = {{"Tidemark Nova", 6.0, SignatureOf("TDM6"), kFamily, kFamilyName,
+                                            "Tidemark.exe", "", true, Restart::kButForCommands},
+                                           "TidemarkD.exe",
+                                           kTidemark6Paths,
+                                           true};
 
 std::string_view Given(const char* value) { return value != nullptr ? value : ""; }
 
@@ -162,10 +162,6 @@ bool CKestTidemark::BelongsTo(const char* path) const {
 
 void CKestTidemark::Refresh() const {
   CKestOS::WinExec(m_installFolder.GetText() + GetExecutableFileName() + " " + kReloadArgument, kShowNormal);
-}
-
-bool CKestTidemark::RequiresRestart(const char* path, bool installing) const {
-  return path != nullptr && installing && text::ContainsNoCase(path, "JSExtensions");
 }
 
 bool CKestTidemark::RequiresRestart(CKestExtension* extension, bool installing) const {

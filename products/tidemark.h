@@ -25,7 +25,7 @@ public:
   void GetSharedExtensionsFolder(CString& folder) const override;
   [[nodiscard]] bool BelongsTo(const char* path) const override;
   void Refresh() const override;
-  [[nodiscard]] bool RequiresRestart(const char* path, bool installing) const override;
+  using CKestShippedProduct::RequiresRestart;
   [[nodiscard]] bool RequiresRestart(CKestExtension* extension, bool installing) const override;
   [[nodiscard]] bool Supports(const char* productName, const char* version) const override;
   void GetAppRegPaths(CKestTypedList<CKestString>& paths) const override;

@@ -20,16 +20,16 @@ constexpr const char* kVantage4Paths[] = {"Software\\Kestrel\\Tidemark Vantage\\
                                           "Software\\Kestrel\\Tidemark Vantage\\4\\Registration\\Location"};
 constexpr std::array kVantage4Executables = {"Vantage.exe", "VantageStudio.exe"};
 
-constexpr WebEditorConstants kVantage1 = {
-    {"Tidemark Vantage 1", 1.0, SignatureOf("VTG1"), "Tidemark", kVantageName, "Vantage.exe", "", true},
-    "",
-    kVantage1Paths,
-    false};
-constexpr WebEditorConstants kVantage4 = {
-    {"Tidemark Vantage 4", 4.0, SignatureOf("VTG4"), "Tidemark", kVantageName, kVantage4Executables[0], "", true},
-    "",
-    kVantage4Paths,
-    false};
+constexpr WebEditorConstants kVantage1 = {{"Tidemark Vantage 1", 1.0, SignatureOf("VTG1"), "Tidemark", kVantageName,
+                                           "Vantage.exe", "", true, Restart::kButForCommands},
+                                          "",
+                                          kVantage1Paths,
+                                          false};
+constexpr WebEditorConstants kVantage4 = {{"Tidemark Vantage 4", 4.0, SignatureOf("VTG4"), "Tidemark", kVantageName,
+                                           kVantage4Executables[0], "", true, Restart::kButForCommands},
+                                          "",
+                                          kVantage4Paths,
+                                          false};
 
 } // namespace
 
