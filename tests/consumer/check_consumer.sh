@@ -59,12 +59,13 @@ with_cmake() {
   run "$way" "$work/use/$way/consumer"
 }
 with_pkg_config() {
-  local kind=$1 prefix=$work/prefix-$1 way=pkg-config-$1 pc flags
+  local kind=$1 program=${2:-$source/tests/consumer/consumer.cpp} prefix=$work/prefix-$1 pc flags
+  local way=pkg-config-$1-$(basename "$program" .cpp)
   pc=$(dirname "$(find "$prefix" -name kest.pc)")
   flags=$(PKG_CONFIG_PATH=$pc pkg-config $([ "$kind" = static ] && echo --static) --cflags --libs kest) ||
     { fail "$way: kest.pc"; return 0; }
   # shellcheck disable=SC2086
-  "${CXX:-c++}" -std=c++20 -fvisibility=hidden -o "$work/use/$way.bin" "$source/tests/consumer/consumer.cpp" $flags \
+  "${CXX:-c++}" -std=c++20 -fvisibility=hidden -o "$work/use/$way.bin" "$program" $flags \
     $([ "$kind" = shared ] && echo "-Wl,-rpath,$(dirname "$pc")") || { fail "$way does not build"; return 0; }
   run "$way" "$work/use/$way.bin"
 }
@@ -72,6 +73,9 @@ with_cmake cmake-static "$work/prefix-static" -DKEST_WAY=cmake
 with_cmake cmake-shared "$work/prefix-shared" -DKEST_WAY=cmake
 with_pkg_config static
 with_pkg_config shared
+# a host that was written when the headers of platform/ lay side by side
+sed -E 's|"platform/[a-z_]+/|"platform/|' "$source/tests/consumer/consumer.cpp" > "$work/use/old_paths.cpp"
+with_pkg_config static "$work/use/old_paths.cpp"
 with_cmake cmake-both-static "$work/prefix-both" -DKEST_WAY=cmake -DBUILD_SHARED_LIBS=OFF
 with_cmake cmake-both-shared "$work/prefix-both" -DKEST_WAY=cmake -DBUILD_SHARED_LIBS=ON
 
