@@ -95,6 +95,7 @@ std::string Sentence(const PreviewEntry& entry) {
   const std::string note = Shown(entry.note);
   if (!note.empty()) {
     text += entry.kind == Kind::kFile       ? " (" + note + ")"
+            : entry.kind == Kind::kQuestion ? " (" + note + ")" // behind a sentence
             : text.empty()                  ? note
             : entry.kind == Kind::kRegistry ? " = " + note
             : note.starts_with("of ")       ? " " + note
