@@ -173,10 +173,7 @@ bool CKestExtension::ReadRest() const {
   return true;
 }
 
-namespace {
-
-/// The same in every process: it stands in files.
-std::uint16_t KeyOf(std::string_view fileName) {
+std::uint16_t CKestExtension::GetFileKey(std::string_view fileName) {
   std::uint32_t key = 2166136261u;
   for (const char each : text::Lower(fileName.substr(0, fileName.find('.')))) {
     key = (key ^ static_cast<unsigned char>(each)) * 16777619u;
@@ -184,11 +181,9 @@ std::uint16_t KeyOf(std::string_view fileName) {
   return static_cast<std::uint16_t>(key ^ key >> 16);
 }
 
-} // namespace
-
 bool CKestExtension::MayListFile(std::string_view fileName) const {
   const std::vector<std::uint16_t> keys = GetFileKeys();
-  return std::find(keys.begin(), keys.end(), KeyOf(fileName)) != keys.end();
+  return std::find(keys.begin(), keys.end(), GetFileKey(fileName)) != keys.end();
 }
 
 std::vector<std::uint16_t> CKestExtension::GetFileKeys() const {
@@ -199,7 +194,7 @@ std::vector<std::uint16_t> CKestExtension::GetFileKeys() const {
   for (const CKestExtensionFile& file : m_files) {
     CKestPath source(file.GetSource());
     source.LocalizePathSeparators();
-    keys.push_back(KeyOf(source.GetFileName()));
+    keys.push_back(GetFileKey(source.GetFileName()));
   }
   return keys;
 }

@@ -155,7 +155,9 @@ public:
   [[nodiscard]] int GetFileCount() const;
   /// Whether a file of this name (without folder) may be one of those that the description lists; never reads it.
   [[nodiscard]] bool MayListFile(std::string_view fileName) const;
-  /// What MayListFile goes by: of each file a number made of its name up to the first dot, letter case aside.
+  /// Of a file's name up to the first dot, letter case aside: the same in every process.
+  [[nodiscard]] static std::uint16_t GetFileKey(std::string_view fileName);
+  /// What MayListFile goes by: of each file its key.
   [[nodiscard]] std::vector<std::uint16_t> GetFileKeys() const;
   void SetFileKeys(std::vector<std::uint16_t> keys) { m_fileKeys = std::move(keys); } ///< while the rest is unread
   /// The description's file as it was before it was read; nothing when that is not known.

@@ -8,34 +8,17 @@
 namespace kest {
 namespace {
 
-/// Calls `visit` with each file of every record but one, until it answers true. So it ends at a record that cannot be
-/// read any more, too, which goes into `unread`; one whose description is gone by now uses nothing.
-template <class Visit>
-bool AnyFile(const CKestExtensionManager::State& state, const CKestExtension* except, CString& unread,
-             const Visit& visit) {
-  for (const auto& [owner, list] : state.catalogue.All()) {
-    for (const CKestExtension* extension : list) {
-      if (extension == except) {
-        continue;
-      }
-      if (!extension->ReadRest()) {
-        if (CKestOS::GetMachine().FileExists(extension->GetPath()) == Answer::kNo) {
-          continue;
-        }
-        unread = extension->GetPath();
-        return true;
-      }
-      for (const CKestExtensionFile& file : extension->GetFiles()) {
-        if (IsPlaced(file) && visit(*extension, file)) {
-          return true;
-        }
-      }
-    }
+/// Whether its files can be looked at; one whose description is gone by now uses none. One that cannot be read goes
+/// into `unread`.
+bool CanRead(const CKestExtension& extension, CString& unread) {
+  if (extension.ReadRest()) {
+    return true;
+  }
+  if (CKestOS::GetMachine().FileExists(extension.GetPath()) != Answer::kNo) {
+    unread = extension.GetPath();
   }
   return false;
 }
-
-std::size_t HashOf(std::string_view name) { return std::hash<CString>{}(text::Lower(name)); }
 
 } // namespace
 
@@ -44,44 +27,70 @@ void References::Gather() {
     return;
   }
   m_isGathered = true;
-  (void)AnyFile(m_state, m_except, m_unread, [this](const CKestExtension& extension, const CKestExtensionFile& file) {
-    m_files.push_back({HashOf(FilePlacement::GetPlacedName(file)), &extension, &file});
-    return false;
-  });
-  std::stable_sort(m_files.begin(), m_files.end(), [](const Named& a, const Named& b) { return a.name < b.name; });
+  for (const auto& [owner, list] : m_state.catalogue.All()) {
+    for (const CKestExtension* extension : list) {
+      if (extension == m_except) {
+        continue;
+      }
+      std::vector<std::uint16_t> keys = extension->GetFileKeys();
+      std::sort(keys.begin(), keys.end());
+      keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+      for (const std::uint16_t key : keys) {
+        m_candidates.push_back({key, extension});
+      }
+    }
+  }
+  std::stable_sort(m_candidates.begin(), m_candidates.end(),
+                   [](const Candidate& a, const Candidate& b) { return a.key < b.key; });
 }
 
-void References::Locate(std::size_t name) {
-  if (!m_looked.insert(name).second) {
-    return;
-  }
-  const auto begin = std::lower_bound(m_files.begin(), m_files.end(), name,
-                                      [](const Named& file, std::size_t wanted) { return file.name < wanted; });
+void References::Locate(const CKestExtension& extension, const CString& name) {
   std::optional<FilePlacement::Resolver> resolver;
-  const CKestExtension* resolved = nullptr;
-  for (auto file = begin; file != m_files.end() && file->name == name; ++file) {
-    if (resolved != file->extension) {
-      resolver.emplace(m_state.placement, m_product, file->extension);
-      resolved = file->extension;
+  for (const CKestExtensionFile& file : extension.GetFiles()) {
+    if (!IsPlaced(file) || !text::EqualNoCase(FilePlacement::GetPlacedName(file), name)) {
+      continue;
     }
-    const FilePlace place = resolver->Locate(*file->file);
+    if (!resolver) {
+      resolver.emplace(m_state.placement, m_product, &extension);
+    }
+    const FilePlace place = resolver->Locate(file);
     if (place.result == FilePlace::kResolved) {
-      m_places.try_emplace(text::Lower(place.destination.GetText()), file->extension);
+      m_places.try_emplace(text::Lower(place.destination.GetText()), &extension);
     }
   }
 }
 
 const CKestExtension* References::FindHolder(const CString& path) {
   Gather();
-  if (!m_unread.empty()) {
-    return nullptr;
+  const CString name = CKestPath(path).GetFileName();
+  const auto [look, isNew] = m_looks.try_emplace(text::Lower(name));
+  if (isNew) {
+    const auto [begin, end] =
+        std::equal_range(m_candidates.begin(), m_candidates.end(), Candidate{CKestExtension::GetFileKey(name), nullptr},
+                         [](const Candidate& a, const Candidate& b) { return a.key < b.key; });
+    look->second.next = static_cast<std::size_t>(begin - m_candidates.begin());
+    look->second.end = static_cast<std::size_t>(end - m_candidates.begin());
   }
-  Locate(HashOf(CKestPath(path).GetFileName()));
-  const auto found = m_places.find(text::Lower(path));
-  return found == m_places.end() ? nullptr : found->second;
+  const CString wanted = text::Lower(path);
+  m_canTell = true;
+  auto found = m_places.find(wanted);
+  for (Look& at = look->second; found == m_places.end() && at.next < at.end; found = m_places.find(wanted)) {
+    const CKestExtension& candidate = *m_candidates[at.next++].extension;
+    if (CanRead(candidate, at.unread)) {
+      Locate(candidate, name);
+    }
+  }
+  if (found != m_places.end()) {
+    return found->second;
+  }
+  if (!look->second.unread.empty()) {
+    m_canTell = false;
+    m_unread = look->second.unread;
+  }
+  return nullptr;
 }
 
-bool References::Holds(const CString& path) { return FindHolder(path) != nullptr || !m_unread.empty(); }
+bool References::Holds(const CString& path) { return FindHolder(path) != nullptr || !m_canTell; }
 
 bool CKestExtensionManager::IsFileReferenced(const CKestProduct* product, const char* path,
                                              const CKestExtension* except) const {
@@ -91,15 +100,8 @@ bool CKestExtensionManager::IsFileReferenced(const CKestProduct* product, const 
   if (path == nullptr) {
     return false;
   }
-  const CString name = CKestPath(path).GetFileName();
-  CString unread;
-  return AnyFile(*m_state, except, unread, [&](const CKestExtension& extension, const CKestExtensionFile& file) {
-    if (!text::EqualNoCase(FilePlacement::GetPlacedName(file), name)) {
-      return false;
-    }
-    const FilePlace place = FilePlacement::Resolver(m_state->placement, product, &extension).Locate(file);
-    return place.result == FilePlace::kResolved && text::EqualNoCase(place.destination.GetText(), path);
-  });
+  References references(*m_state, product, except);
+  return references.Holds(path);
 }
 
 } // namespace kest

@@ -3,12 +3,14 @@
 #include "manager/manager_state.h"
 
 #include <unordered_map>
+#include <vector>
 
 namespace kest {
 
-/// Where the extensions in the catalogue, but for one, place their files. Their names are gathered in one walk, at the
-/// first question; where a file lies is found out when one of its name is asked for. When the description of one of
-/// them cannot be read any more every path may be one of its files, and GetUnread names it.
+/// Where the extensions in the catalogue, but for one, place their files. What they may list is gathered in one walk,
+/// at the first question; a description is read when it may list a file of the name that is asked for, up to the first
+/// one that does. When one of those cannot be read any more, and no other holds the file, that cannot be told, and
+/// GetUnread names it.
 class References {
 public:
   /// All borrowed. The catalogue must not change while the object lives.
@@ -21,21 +23,28 @@ public:
   [[nodiscard]] const CString& GetUnread() const { return m_unread; }
 
 private:
-  struct Named {
-    std::size_t name; ///< hash of it
+  /// An extension that may list files of a name.
+  struct Candidate {
+    std::uint16_t key; ///< of the name
     const CKestExtension* extension;
-    const CKestExtensionFile* file;
+  };
+  /// How far the candidates of a name were looked at.
+  struct Look {
+    std::size_t next = 0;
+    std::size_t end = 0;
+    CString unread{}; ///< one of them that could not be read
   };
   void Gather();
-  void Locate(std::size_t name);
+  void Locate(const CKestExtension& extension, const CString& name);
 
   const CKestExtensionManager::State& m_state;
   const CKestProduct* m_product;
   const CKestExtension* m_except;
   bool m_isGathered = false;
+  bool m_canTell = true; ///< whether the last question had an answer
   CString m_unread;
-  std::vector<Named> m_files;                                  ///< by name
-  std::unordered_set<std::size_t> m_looked;                    ///< names whose files are among the places
+  std::vector<Candidate> m_candidates;                         ///< by key, then as the catalogue has them
+  std::unordered_map<CString, Look> m_looks;                   ///< by lower-case name
   std::unordered_map<CString, const CKestExtension*> m_places; ///< by lower-case path
 };
 

@@ -33,11 +33,15 @@ protected:
   static inline const std::string kIndex = kDescriptions + "descriptions.index";
 
   static ExtensionBuilder one(int number) {
-    return package("One " + std::to_string(number))
-        .version("1." + std::to_string(number))
+    ExtensionBuilder made = package("One " + std::to_string(number));
+    made.version("1." + std::to_string(number))
         .author(number % 2 == 0 ? "Jane % Doe" : "")
         .file("own.htm", kToCommands, "own", "shared=\"true\"")
         .file("f" + std::to_string(number) + ".htm", kToCommands);
+    if (number == 7 || number == 11) {
+      made.file("pair.htm", kToCommands, "pair", "shared=\"true\"");
+    }
+    return made;
   }
   static std::string pathOf(int number) { return kDescriptions + one(number).descriptionName(); }
   /// Nobody can tell a change from the one before when both fall into one tick of the file system's clock.
@@ -49,6 +53,7 @@ protected:
       m_pc.Write(pathOf(i), one(i).text());
     }
     m_pc.Write(kCommands + "own.htm", "own");
+    m_pc.Write(kCommands + "pair.htm", "pair");
     m_pc.Write(kCommands + "f7.htm", "seven");
     m_pc.Write(kCommands + "f8.htm", "eight");
     settle();
@@ -123,10 +128,20 @@ TEST_F(IndexTest, DamageCostsNoMoreThanReading) {
 }
 
 TEST_F(IndexTest, OperationsReadWhatTheyNeed) {
+  m_manager.reset();
+  m_pc.Reopen();
+  ReadingMachine machine(m_pc.Get());
+  CKestOS::SetMachine(&machine);
+  start();
+  EXPECT_EQ(uninstall(find("One 7")), 0);
+  EXPECT_LE(machine.opened, 4) << "its own, one that has own.htm, one that has pair.htm";
+  m_manager.reset();
+  CKestOS::SetMachine(&m_pc.Get());
   restart();
-  ASSERT_EQ(uninstall(find("One 7")), 0);
   EXPECT_FALSE(m_pc.Exists(kCommands + "f7.htm"));
-  EXPECT_TRUE(m_pc.Exists(kCommands + "own.htm")) << "others use it";
+  for (const char* name : {"own.htm", "pair.htm"}) {
+    EXPECT_TRUE(m_pc.Exists(kCommands + name)) << name << " is used by others";
+  }
   EXPECT_FALSE(m_pc.Exists(pathOf(7)));
   ASSERT_EQ(disable(find("One 8")), 0);
   restart();
@@ -145,7 +160,7 @@ TEST_F(IndexTest, WhatCannotBeReadAnyMoreFailsTheOperation) {
   EXPECT_EQ(report().failure, Failure::kBadDescription);
   EXPECT_NE(disable(changed), 0);
   EXPECT_EQ(report().failure, Failure::kBadDescription);
-  // whether the changed one shares a file cannot be told; the one that is gone shares none
+  // whether the changed one still shares pair.htm cannot be told; the one that is gone shares nothing
   EXPECT_NE(uninstall(find("One 7")), 0);
   EXPECT_EQ(report().failure, Failure::kBadDescription);
   EXPECT_EQ(report().problems.front().path, pathOf(11));
