@@ -1,6 +1,7 @@
 #include "platform/package/zip_directory.h"
 
 #include "platform/package/package_names.h"
+#include "platform/package/zip_format.h"
 #include "platform/text/utf8.h"
 
 #include <algorithm>
@@ -12,17 +13,9 @@ namespace {
 constexpr std::size_t kLocalHeaderSize = 30;
 constexpr std::size_t kCentralHeaderSize = 46;
 constexpr std::size_t kEndSize = 22;
-constexpr std::size_t kEnd64Size = 56;
 constexpr std::size_t kLocator64Size = 20;
 constexpr std::size_t kMostComment = 0xFFFF;
-constexpr std::uint32_t kLocalSignature = 0x04034B50;
-constexpr std::uint32_t kCentralSignature = 0x02014B50;
-constexpr std::uint32_t kEndSignature = 0x06054B50;
-constexpr std::uint32_t kEnd64Signature = 0x06064B50;
-constexpr std::uint32_t kLocator64Signature = 0x07064B50;
-constexpr std::uint16_t kTimestampField = 0x5455;
 constexpr std::uint16_t kUnicodePathField = 0x7075;
-constexpr std::uint16_t kUtf8Flag = 0x0800;
 // A directory is read into memory, so it has bounds of its own. A path on a PC has less than 260 characters, and tools
 // add well under 100 bytes of fields; a few entries may have more.
 constexpr std::uint64_t kMostDirectory = 24ull << 20;
@@ -68,7 +61,7 @@ bool ReadExactly(MachineFile& file, std::uint64_t offset, std::size_t count, CSt
 // The end record is the last one whose comment ends the file.
 std::size_t FindEnd(std::string_view tail) {
   for (std::size_t at = tail.size() - kEndSize + 1; at-- > 0;) {
-    if (tail[at] == 'P' && U32(tail, at) == kEndSignature && at + kEndSize + U16(tail, at + 20) == tail.size()) {
+    if (tail[at] == 'P' && U32(tail, at) == kZipEndSignature && at + kEndSize + U16(tail, at + 20) == tail.size()) {
       return at;
     }
   }
@@ -78,18 +71,18 @@ std::size_t FindEnd(std::string_view tail) {
 // More than 65,535 entries need the larger end record; its numbers take the place of the small one's.
 bool ReadEnd64(MachineFile& file, std::uint64_t endAt, Place& place) {
   CString locator;
-  if (endAt < kLocator64Size + kEnd64Size || !ReadExactly(file, endAt - kLocator64Size, kLocator64Size, locator) ||
-      U32(locator, 0) != kLocator64Signature || U32(locator, 4) != 0 ||
-      U64(locator, 8) != endAt - kLocator64Size - kEnd64Size) {
+  if (endAt < kLocator64Size + kZipEnd64Size || !ReadExactly(file, endAt - kLocator64Size, kLocator64Size, locator) ||
+      U32(locator, 0) != kZipLocator64Signature || U32(locator, 4) != 0 ||
+      U64(locator, 8) != endAt - kLocator64Size - kZipEnd64Size) {
     return false;
   }
   CString record;
-  if (!ReadExactly(file, endAt - kLocator64Size - kEnd64Size, kEnd64Size, record) ||
-      U32(record, 0) != kEnd64Signature || U64(record, 4) != kEnd64Size - 12 || U32(record, 16) != 0 ||
+  if (!ReadExactly(file, endAt - kLocator64Size - kZipEnd64Size, kZipEnd64Size, record) ||
+      U32(record, 0) != kZipEnd64Signature || U64(record, 4) != kZipEnd64Size - 12 || U32(record, 16) != 0 ||
       U32(record, 20) != 0 || U64(record, 24) != U64(record, 32)) {
     return false;
   }
-  place = {U64(record, 32), U64(record, 48), U64(record, 40), endAt - kLocator64Size - kEnd64Size};
+  place = {U64(record, 32), U64(record, 48), U64(record, 40), endAt - kLocator64Size - kZipEnd64Size};
   return true;
 }
 
@@ -115,7 +108,7 @@ int FindDirectory(MachineFile& file, Place& place, CString& problem) {
   const std::string_view end = std::string_view(tail).substr(found);
   const std::uint64_t endAt = size - tail.size() + found;
   place = {U16(end, 10), U32(end, 16), U32(end, 12), endAt};
-  const bool large = place.count == 0xFFFF || place.offset == 0xFFFFFFFF || place.size == 0xFFFFFFFF;
+  const bool large = place.count == kZipMany || place.offset == 0xFFFFFFFF || place.size == 0xFFFFFFFF;
   const bool oneDisk = U16(end, 4) == 0 && U16(end, 6) == 0 && U16(end, 8) == U16(end, 10);
   if (!oneDisk || (large && !ReadEnd64(file, endAt, place)) || place.offset > place.end ||
       place.size != place.end - place.offset) {
@@ -172,7 +165,7 @@ bool HasNoUtf8(std::string_view name) {
 CKestDateTime ReadDate(std::string_view header, std::string_view extra) {
   for (std::size_t at = 0; at + 4 <= extra.size();) {
     const std::size_t length = U16(extra, at + 2);
-    if (U16(extra, at) == kTimestampField && length >= 5 && at + 9 <= extra.size() && (extra[at + 4] & 1) != 0) {
+    if (U16(extra, at) == kZipTimestampField && length >= 5 && at + 9 <= extra.size() && (extra[at + 4] & 1) != 0) {
       return CKestDateTime(static_cast<std::int32_t>(U32(extra, at + 5)));
     }
     at += 4 + length;
@@ -280,7 +273,7 @@ private:
   const char* ReadRecord() {
     ZipEntry& entry = m_entries.emplace_back();
     const std::string_view header = std::string_view(m_bytes).substr(m_at);
-    if (header.size() < kCentralHeaderSize || U32(header, 0) != kCentralSignature) {
+    if (header.size() < kCentralHeaderSize || U32(header, 0) != kZipCentralSignature) {
       return "is damaged in the directory";
     }
     const std::size_t nameLength = U16(header, 28);
@@ -292,7 +285,7 @@ private:
     m_at += length;
     const std::string_view stored = header.substr(kCentralHeaderSize, nameLength);
     TakeName(entry, stored);
-    if ((U16(header, 8) & kUtf8Flag) != 0 && HasNoUtf8(stored)) {
+    if ((U16(header, 8) & kZipUtf8Flag) != 0 && HasNoUtf8(stored)) {
       return "is no sound UTF-8";
     }
     if (const char* reason = JudgeExtra(header.substr(kCentralHeaderSize + nameLength, extraLength), stored)) {
@@ -433,7 +426,7 @@ int ReadZipDirectory(MachineFile& file, const PackageLimits& limits, std::vector
 bool FindZipData(FileWindow& window, const ZipEntry& entry, std::uint64_t& offset, CString& problem) {
   const CString& stored = entry.storedName.empty() ? entry.name : entry.storedName;
   const std::string_view header = window.At(entry.offset, kLocalHeaderSize + stored.size());
-  if (header.empty() || U32(header, 0) != kLocalSignature || U16(header, 8) != entry.method ||
+  if (header.empty() || U32(header, 0) != kZipLocalSignature || U16(header, 8) != entry.method ||
       (U16(header, 6) & kRefusedFlags) != 0 || U16(header, 26) != stored.size() ||
       header.substr(kLocalHeaderSize, stored.size()) != stored) {
     problem = DescribeEntryProblem(entry.name, "differs from what the directory says of it");
