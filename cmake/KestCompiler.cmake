@@ -18,6 +18,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   # this compiler warns of its own strings' assign() where it optimizes
   target_compile_options(kest_options INTERFACE "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-Wno-restrict>")
 endif()
+if(WIN32)
+  # Windows 10; names of Windows by themselves mean those for all characters; libraries are linked into the program
+  target_compile_definitions(kest_options INTERFACE _WIN32_WINNT=0x0A00 UNICODE NOMINMAX _POSIX_THREAD_SAFE_FUNCTIONS=1
+                                                    ZIP_STATIC XML_STATIC)
+endif()
 if(KEST_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)

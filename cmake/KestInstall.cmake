@@ -14,7 +14,7 @@ set(KEST_PUBLIC_HEADERS
   manager/clashes.h manager/explanation.h manager/extension_manager.h manager/install_options.h manager/operation_report.h manager/owners.h manager/preview.h
   manager/repair.h
   manager/validation.h manager/verify.h
-  platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/machine.h platform/machine/os.h platform/machine/overlay_machine.h
+  platform/machine/file.h platform/machine/forwarding_machine.h platform/machine/hosted_machine.h platform/machine/machine.h platform/machine/os.h platform/machine/overlay_machine.h
   platform/machine/timer.h platform/machine/version_resource.h
   platform/machine_folder/machine_folder.h
   platform/messages/extension_manager_ui.h platform/messages/message_file.h platform/messages/messages.h
@@ -22,6 +22,9 @@ set(KEST_PUBLIC_HEADERS
   platform/text/containers.h platform/text/export.h platform/text/nearest.h platform/text/path.h platform/text/text.h platform/text/utf8.h platform/text/values.h platform/text/windows_names.h
   platform/xml/xml_object.h platform/xml/xml_parser.h
   products/product.h)
+if(WIN32)
+  list(APPEND KEST_PUBLIC_HEADERS platform/windows/windows_machine.h)
+endif()
 foreach(header IN LISTS KEST_PUBLIC_HEADERS)
   get_filename_component(folder "${header}" DIRECTORY)
   install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kest/${folder}" COMPONENT devel)

@@ -51,7 +51,7 @@ Json NamedJson(const CString& name, const CString& author, const CString& versio
   return json;
 }
 
-Json EntryJson(MachineFolder* machine, const HistoryEntry& entry) {
+Json EntryJson(HostedMachine* machine, const HistoryEntry& entry) {
   Json json;
   json["number"] = entry.number;
   json["time"] = TimeJson(entry.time);

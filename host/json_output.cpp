@@ -3,7 +3,7 @@
 #include "description/extension.h"
 #include "host/terminal/text_width.h"
 #include "manager/extension_manager.h"
-#include "platform/machine_folder/machine_folder.h"
+#include "platform/machine/hosted_machine.h"
 #include "products/product.h"
 
 namespace kest::host {
@@ -15,7 +15,7 @@ Json MakeDocument(const char* name, bool ok) {
   return document;
 }
 
-Json PathJson(MachineFolder* machine, const CString& windowsPath) {
+Json PathJson(HostedMachine* machine, const CString& windowsPath) {
   if (windowsPath.empty()) {
     return nullptr;
   }
@@ -36,7 +36,7 @@ Json TypeJson(const CKestExtensionManager& manager, const CKestExtension& extens
   return json;
 }
 
-Json ExtensionJson(const CKestExtensionManager& manager, MachineFolder* machine, const CKestProduct* product,
+Json ExtensionJson(const CKestExtensionManager& manager, HostedMachine* machine, const CKestProduct* product,
                    const CKestExtension& extension) {
   Json json;
   CString name;

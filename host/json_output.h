@@ -11,7 +11,7 @@ namespace kest {
 class CKestExtension;
 class CKestProduct;
 class CKestExtensionManager;
-class MachineFolder;
+class HostedMachine;
 } // namespace kest
 
 namespace kest::host {
@@ -22,11 +22,11 @@ using Json = nlohmann::ordered_json;
 /// A document of a schema: {"schema": "kest.<name>/1", "ok": ok, ...}.
 [[nodiscard]] Json MakeDocument(const char* name, bool ok);
 /// {"windows": ..., "host": ...}; null for an empty path.
-[[nodiscard]] Json PathJson(MachineFolder* machine, const CString& windowsPath);
+[[nodiscard]] Json PathJson(HostedMachine* machine, const CString& windowsPath);
 /// The number, keyword and label of an extension's type.
 [[nodiscard]] Json TypeJson(const CKestExtensionManager& manager, const CKestExtension& extension);
 /// What `kest list` says of one extension.
-[[nodiscard]] Json ExtensionJson(const CKestExtensionManager& manager, MachineFolder* machine,
+[[nodiscard]] Json ExtensionJson(const CKestExtensionManager& manager, HostedMachine* machine,
                                  const CKestProduct* product, const CKestExtension& extension);
 /// The document as it is printed, with its line end.
 [[nodiscard]] std::string Printed(const Json& document);

@@ -15,7 +15,7 @@ namespace kest::host {
 namespace {
 
 Json ProductJson(Session& session, const CKestProduct& product) {
-  MachineFolder* machine = &session.GetMachine();
+  HostedMachine* machine = &session.GetMachine();
   CString family;
   CString install;
   CString extensions;

@@ -78,12 +78,12 @@ std::optional<ErrorReport> CheckSample(const Options& options, SampleMachine& ma
 }
 
 Json MachineJson(Session& session) {
-  MachineFolder& machine = session.GetMachine();
+  HostedMachine& machine = session.GetMachine();
   machine.InitMultiUserMembers();
   Json json = MakeDocument("machine", true);
-  json["machine"] = ToUtf8(machine.GetHostFolder());
+  json["machine"] = ToUtf8(machine.GetDisplayName());
   json["users"] = Json::array();
-  for (const MachineFolder::User& user : machine.GetUsers()) {
+  for (const HostedMachine::User& user : machine.GetUsers()) {
     json["users"].push_back({{"name", ToUtf8(user.name)}, {"type", user.type}});
   }
   json["current_user"] = ToUtf8(machine.GetCurrentUser());
@@ -267,9 +267,9 @@ int RunMachineUser(Session& session) {
     return exit;
   }
   const std::string& name = session.options.arguments.front();
-  MachineFolder& machine = session.GetMachine();
+  HostedMachine& machine = session.GetMachine();
   std::string names;
-  for (const MachineFolder::User& user : machine.GetUsers()) {
+  for (const HostedMachine::User& user : machine.GetUsers()) {
     names += (names.empty() ? "" : ", ") + Shown(user.name);
     if (!text::EqualNoCase(ToUtf8(user.name), name)) {
       continue;

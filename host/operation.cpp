@@ -82,7 +82,7 @@ const char* RestartWord(const OperationReport& report) {
 }
 
 Json ResultJson(Session& session, const char* operation, const OperationReport& report, ExitCode exit) {
-  MachineFolder* machine = session.FindMachine();
+  HostedMachine* machine = session.FindMachine();
   Json json = MakeDocument("result", exit == kDone);
   json["exit"] = static_cast<int>(exit);
   json["operation"] = operation;

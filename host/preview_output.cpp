@@ -196,7 +196,7 @@ std::string PrintDiff(Session& session, const Preview::File& file) {
   return plain;
 }
 
-Json ToJson(MachineFolder* machine, const PreviewEntry& entry) {
+Json ToJson(HostedMachine* machine, const PreviewEntry& entry) {
   const auto* const row =
       std::find_if(std::begin(kKinds), std::end(kKinds), [&](const auto& one) { return one.kind == entry.kind; });
   const auto orNull = [](const CString& text) { return text.empty() ? Json(nullptr) : Json(ToUtf8(text)); };

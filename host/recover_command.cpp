@@ -43,7 +43,7 @@ int RunRecover(Session& session) {
   if (!session.OpenEngine(exit, false)) {
     return exit;
   }
-  MachineFolder* machine = &session.GetMachine();
+  HostedMachine* machine = &session.GetMachine();
   if (session.GetManager().GetRecoveryReport().isForeign) {
     if (!session.options.trustMachine) {
       return RefuseForeign(session);

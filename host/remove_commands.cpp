@@ -126,7 +126,7 @@ OperationReport ReportOf(const Installed& one, OperationReport::Failure failure)
 // Everybody's extension is not for everybody to take away: the engine would look for its files among the user's own.
 bool MayChange(Session& session, const Installed& one) {
   int type = 0;
-  MachineFolder& machine = session.GetMachine();
+  HostedMachine& machine = session.GetMachine();
   return !one.extension->IsShared() || !one.product->SupportsMultiUserAdmin() ||
          !machine.IsSupportedMultiUserSystem() ||
          (machine.GetCurrentUserType(type) && type == kSharedConfigurationUser);

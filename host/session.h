@@ -8,7 +8,7 @@
 #include "host/terminal/terminal.h"
 #include "manager/extension_manager.h"
 #include "manager/preview.h"
-#include "platform/machine_folder/machine_folder.h"
+#include "platform/machine/hosted_machine.h"
 #include "platform/text/windows_names.h"
 
 #include <memory>
@@ -45,8 +45,8 @@ public:
   /// The engine on the machine that is open, without a catalogue.
   void StartEngine();
 
-  [[nodiscard]] MachineFolder& GetMachine() { return *m_machine; }
-  [[nodiscard]] MachineFolder* FindMachine() { return m_machine.get(); }
+  [[nodiscard]] HostedMachine& GetMachine() { return *m_machine; }
+  [[nodiscard]] HostedMachine* FindMachine() { return m_machine.get(); }
   /// What stands before the machine in a dry run; null in any other.
   [[nodiscard]] OverlayMachine* FindOverlay() { return m_overlay.get(); }
   /// Of a dry run alone.
@@ -86,10 +86,12 @@ public:
 
 private:
   void TellOfRecovery(const RecoveryReport& report);
+  /// What the session works on from now on; in a dry run before it what keeps the changes.
+  [[nodiscard]] bool UseMachine(std::unique_ptr<HostedMachine> machine, int& exit);
   [[nodiscard]] bool BeginDryRun(int& exit);
   [[nodiscard]] std::uint64_t MeasureHistory();
 
-  std::unique_ptr<MachineFolder> m_machine;
+  std::unique_ptr<HostedMachine> m_machine;
   std::unique_ptr<OverlayMachine> m_overlay;
   std::unique_ptr<PreviewMaker> m_previews;
   std::uint64_t m_historySize = 0; ///< when a dry run began
@@ -100,6 +102,8 @@ private:
   std::optional<ErrorReport> m_error;
 };
 
+/// A path of this system from its root, without anything superfluous; as given when that cannot be told.
+[[nodiscard]] std::string Absolute(const std::string& path);
 /// The name of a product, for a user to read.
 [[nodiscard]] std::string NameOf(const CKestProduct& product);
 /// What a command's JSON document holds before anything is known.

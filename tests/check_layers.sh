@@ -24,7 +24,7 @@ declare -A allowed=(
   [kest]="kest $platform description products manager"
   [host/sample]="host/sample $platform"
   [host/terminal]="host/terminal host kest $platform manager products description config menus journal"
-  [host]="host kest host/sample host/terminal $platform manager products description config menus journal"
+  [host]="host kest host/sample host/terminal $platform platform/windows manager products description config menus journal"
 )
 # the room or folder a file lies in
 room_of() {

@@ -1,89 +1,26 @@
 #include "host/terminal/terminal.h"
 
 #include "host/options.h"
+#include "host/terminal/console.h"
 #include "host/terminal/text_width.h"
 #include "manager/extension_manager.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <termios.h>
-#include <unistd.h>
 
 namespace kest::host {
 namespace {
 
-constexpr int kInput = 0;
-constexpr int kOutput = 1;
-constexpr int kError = 2;
-
-// Ctrl-C is a byte in a pipe, so that a question waiting for input wakes up whenever it comes.
-volatile std::sig_atomic_t g_interrupted = 0;
-int g_wake[2] = {-1, -1};
-std::atomic<CKestExtensionManager*> g_engine{nullptr};
-std::atomic<bool> g_working{false};
-std::atomic<bool> g_saysWhatItDoes{false};
-
-extern "C" void OnInterrupt(int) {
-  const int saved = errno;
-  g_interrupted = 1;
-  if (CKestExtensionManager* const engine = g_engine.load()) {
-    engine->RequestCancel();
-    if (g_working && g_saysWhatItDoes) {
-      constexpr char kLine[] = "\r\033[KTaking back what was done ...\n";
-      const ssize_t unseen = write(kError, kLine, sizeof kLine - 1);
-      (void)unseen;
-    }
-  }
-  const char byte = 0;
-  const ssize_t ignored = write(g_wake[1], &byte, 1);
-  (void)ignored;
-  errno = saved;
-}
-
-bool WriteAll(int descriptor, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = write(descriptor, text.data(), text.size());
-    if (count < 0 && errno == EAGAIN) {
-      pollfd ready{descriptor, POLLOUT, 0};
-      poll(&ready, 1, -1);
-    } else if (count < 0 && errno != EINTR) {
-      return false;
-    } else if (count > 0) {
-      text.remove_prefix(static_cast<std::size_t>(count));
-    }
-  }
-  return true;
-}
-
-// A file opened later must not take the place of a closed output: what is written there has to fail.
-void OccupyStandardDescriptors() {
-  for (int descriptor = kInput; descriptor <= kError; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) {
-      static_cast<void>(open("/dev/null", descriptor == kInput ? O_WRONLY : O_RDONLY));
-    }
-  }
-}
+using console::kError;
+using console::kOutput;
+using console::WriteAll;
 
 int NumberFrom(const char* variable) {
   const char* text = std::getenv(variable);
   const int number = text ? std::atoi(text) : 0;
   return number > 0 && number < 10000 ? number : 0;
-}
-
-winsize SizeOf(int descriptor) {
-  winsize size{};
-  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0) {
-    size = {};
-  }
-  return size;
 }
 
 const char* CodeOf(Style style) {
@@ -116,30 +53,21 @@ std::string Painted(bool colour, Style style, std::string_view text) {
 } // namespace
 
 Terminal::Terminal() {
-  OccupyStandardDescriptors();
-  std::signal(SIGPIPE, SIG_IGN);
-  if (g_wake[0] < 0 && pipe2(g_wake, O_CLOEXEC | O_NONBLOCK) == 0) {
-    struct sigaction action {};
-    action.sa_handler = OnInterrupt;
-    // A second Ctrl-C ends the process; what it left is taken back at the next start.
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
-  }
-  m_outIsTerminal = isatty(kOutput) == 1;
+  console::Prepare();
+  m_outIsTerminal = console::IsTerminal(kOutput);
 }
 
 Terminal::~Terminal() {
   ClearProgress();
   if (m_log >= 0) {
-    close(m_log);
+    console::CloseLog(m_log);
   }
 }
 
 bool Terminal::Configure(const Options& options) {
-  const bool errorIsTerminal = isatty(kError) == 1;
-  const char* term = std::getenv("TERM");
+  const bool errorIsTerminal = console::IsTerminal(kError);
   const char* noColor = std::getenv("NO_COLOR");
-  const bool dumb = !term || !*term || std::string_view(term) == "dumb";
+  const bool dumb = !console::UnderstandsColours();
   const auto wanted = [&](const std::string& when, bool terminal, bool fit) {
     return when == "always" || (when != "never" && terminal && fit);
   };
@@ -147,11 +75,11 @@ bool Terminal::Configure(const Options& options) {
   m_colorError = wanted(options.color, errorIsTerminal, colours);
   m_colorData = wanted(options.color, m_outIsTerminal, colours) && !options.json;
   m_progress = wanted(options.progress, errorIsTerminal, !dumb) && !options.quiet;
-  m_canAsk = isatty(kInput) == 1 && errorIsTerminal && !options.noInput;
+  m_canAsk = console::IsTerminal(console::kInput) && errorIsTerminal && !options.noInput;
   m_quiet = options.quiet;
-  g_saysWhatItDoes = errorIsTerminal && !dumb && !options.quiet;
+  console::SetSaysWhatItDoes(errorIsTerminal && !dumb && !options.quiet);
   if (!options.log.empty()) {
-    m_log = open(options.log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    m_log = console::OpenLog(options.log);
     return m_log >= 0;
   }
   return true;
@@ -162,19 +90,19 @@ int Terminal::GetTableWidth() const {
     return 0;
   }
   const int columns = NumberFrom("COLUMNS");
-  const int window = SizeOf(kOutput).ws_col;
+  const int window = console::SizeOf(kOutput).columns;
   return columns ? columns : window ? window : 80;
 }
 
 int Terminal::GetWidth() const {
   const int columns = NumberFrom("COLUMNS");
-  const int window = SizeOf(kError).ws_col;
+  const int window = console::SizeOf(kError).columns;
   return columns ? columns : window ? window : 80;
 }
 
 int Terminal::GetHeight() const {
   const int lines = NumberFrom("LINES");
-  const int window = SizeOf(kError).ws_row;
+  const int window = console::SizeOf(kError).lines;
   return lines ? lines : window ? window : 24;
 }
 
@@ -216,17 +144,17 @@ void Terminal::Log(std::string_view line) {
 std::string Terminal::Paint(Style style, std::string_view text) const { return Painted(m_colorError, style, text); }
 std::string Terminal::PaintData(Style style, std::string_view text) const { return Painted(m_colorData, style, text); }
 
-bool Terminal::WasInterrupted() { return g_interrupted != 0; }
-void Terminal::SetInterruptible(CKestExtensionManager* engine) { g_engine.store(engine); }
+bool Terminal::WasInterrupted() { return console::WasInterrupted(); }
+void Terminal::SetInterruptible(CKestExtensionManager* engine) { console::SetInterruptible(engine); }
 
 void Terminal::PassOnInterrupt() {
-  CKestExtensionManager* const engine = g_engine.load();
+  CKestExtensionManager* const engine = console::GetInterruptible();
   if (WasInterrupted() && engine) {
     engine->RequestCancel();
   }
 }
 
-void Terminal::SetWorking(bool working) { g_working = working; }
+void Terminal::SetWorking(bool working) { console::SetWorking(working); }
 
 Terminal::Answer Terminal::Ask(std::string_view prompt, std::string& line) {
   WriteError(prompt);
@@ -246,21 +174,12 @@ Terminal::Answer Terminal::Ask(std::string_view prompt, std::string& line) {
 
 Terminal::Answer Terminal::AskKey(std::string_view prompt, char& key) {
   WriteError(prompt);
-  termios before{};
-  const bool isTerminal = tcgetattr(kInput, &before) == 0;
-  if (isTerminal) {
-    termios byKey = before;
-    byKey.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    byKey.c_cc[VMIN] = 1;
-    byKey.c_cc[VTIME] = 0;
-    tcsetattr(kInput, TCSANOW, &byKey);
-  }
   Answer answer = Answer::kLine;
-  while (m_typed.empty() && answer == Answer::kLine) {
-    answer = ReadMore();
-  }
-  if (isTerminal) {
-    tcsetattr(kInput, TCSANOW, &before);
+  {
+    const console::KeyByKey keys;
+    while (m_typed.empty() && answer == Answer::kLine) {
+      answer = ReadMore();
+    }
   }
   if (answer != Answer::kLine) {
     return answer;
@@ -275,25 +194,12 @@ Terminal::Answer Terminal::AskKey(std::string_view prompt, char& key) {
 // Waits for what is typed next. kLine: something was; kEnd and kInterrupted as they say.
 Terminal::Answer Terminal::ReadMore() {
   for (;;) {
-    pollfd waiting[2] = {{kInput, POLLIN, 0}, {g_wake[0], POLLIN, 0}};
-    if (!WasInterrupted() && poll(waiting, 2, -1) < 0 && errno != EINTR) {
-      return Answer::kEnd;
-    }
-    if (WasInterrupted()) {
+    const console::Typed typed = console::Read(m_typed);
+    if (typed == console::Typed::kInterrupted || typed == console::Typed::kEnd) {
       WriteAll(kError, "\n");
-      return Answer::kInterrupted;
+      return typed == console::Typed::kEnd ? Answer::kEnd : Answer::kInterrupted;
     }
-    if (waiting[0].revents == 0) {
-      continue;
-    }
-    char buffer[512];
-    const ssize_t count = read(kInput, buffer, sizeof buffer);
-    if (count <= 0 && errno != EINTR) {
-      WriteAll(kError, "\n");
-      return Answer::kEnd;
-    }
-    if (count > 0) {
-      m_typed.append(buffer, static_cast<std::size_t>(count));
+    if (typed == console::Typed::kBytes) {
       return Answer::kLine;
     }
   }

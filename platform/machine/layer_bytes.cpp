@@ -1,74 +1,26 @@
 #include "platform/machine/layer_bytes.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <filesystem>
-#include <system_error>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace kest {
 namespace {
 
 constexpr std::size_t kBlock = 256 * 1024; // small writes are not worth a call each
 
-int OpenUnnamed(const CString& folder) {
-  std::error_code error;
-  const std::filesystem::path place = folder.empty() ? std::filesystem::temp_directory_path(error) : folder.c_str();
-  std::string name = (place / "kest-layer-XXXXXX").string();
-  const int file = error ? -1 : mkostemp(name.data(), O_CLOEXEC);
-  if (file >= 0) {
-    unlink(name.c_str());
-  }
-  return file;
-}
-
 } // namespace
 
 LayerStore::LayerStore(std::uint64_t memoryBound, CString folder) : m_bound(memoryBound), m_folder(std::move(folder)) {}
 
-LayerStore::~LayerStore() {
-  if (m_file >= 0) {
-    close(m_file);
-  }
-}
-
 int LayerStore::Put(std::string_view bytes, std::uint64_t& at) {
-  if (m_file < 0 && (m_file = OpenUnnamed(m_folder)) < 0) {
-    return errno != 0 ? errno : EIO;
+  if (!m_file.IsOpen()) {
+    if (const int failure = m_file.Open(m_folder); failure != 0) {
+      return failure;
+    }
   }
-  const int code = WriteAt(m_end, bytes);
+  const int code = m_file.WriteAt(m_end, bytes);
   at = m_end;
   m_end += code == 0 ? bytes.size() : 0;
   return code;
-}
-
-int LayerStore::WriteAt(std::uint64_t at, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = pwrite(m_file, bytes.data(), bytes.size(), static_cast<off_t>(at));
-    if (written < 0 && errno != EINTR) {
-      return errno;
-    }
-    const auto done = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
-    bytes.remove_prefix(done);
-    at += done;
-  }
-  return 0;
-}
-
-int LayerStore::ReadAt(std::uint64_t at, char* buffer, std::size_t count) const {
-  while (count > 0) {
-    const ssize_t got = pread(m_file, buffer, count, static_cast<off_t>(at));
-    if (got == 0 || (got < 0 && errno != EINTR)) {
-      return got == 0 ? EIO : errno;
-    }
-    const auto done = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-    buffer += done;
-    at += done;
-    count -= done;
-  }
-  return 0;
 }
 
 LayerBytes::~LayerBytes() {
@@ -106,7 +58,8 @@ int LayerBytes::WriteAt(std::uint64_t offset, std::string_view bytes) {
   for (const Extent& extent : m_extents) {
     if (!bytes.empty() && offset >= extent.offset && offset < extent.offset + extent.size) {
       const std::size_t count = std::min<std::uint64_t>(bytes.size(), extent.offset + extent.size - offset);
-      if (const int code = m_store->WriteAt(extent.at + (offset - extent.offset), bytes.substr(0, count)); code != 0) {
+      if (const int code = m_store->m_file.WriteAt(extent.at + (offset - extent.offset), bytes.substr(0, count));
+          code != 0) {
         return code;
       }
       bytes.remove_prefix(count);
@@ -129,7 +82,7 @@ int LayerBytes::ReadAt(std::uint64_t offset, char* buffer, std::size_t& count) c
                                           [&](const Extent& extent) { return extent.offset + extent.size <= offset; });
   for (auto extent = first; extent != m_extents.end() && left > 0; ++extent) {
     const std::size_t part = std::min<std::uint64_t>(left, extent->offset + extent->size - offset);
-    if (const int code = m_store->ReadAt(extent->at + (offset - extent->offset), buffer, part); code != 0) {
+    if (const int code = m_store->m_file.ReadAt(extent->at + (offset - extent->offset), buffer, part); code != 0) {
       return code;
     }
     buffer += part;

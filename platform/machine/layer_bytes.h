@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/machine/unnamed_host_file.h"
 #include "platform/text/text.h"
 
 #include <cstdint>
@@ -14,7 +15,6 @@ class LayerStore {
 public:
   /// `folder` of this system for the file; empty: where temporary files lie.
   LayerStore(std::uint64_t memoryBound, CString folder);
-  ~LayerStore();
   LayerStore(const LayerStore&) = delete;
   LayerStore& operator=(const LayerStore&) = delete;
 
@@ -24,14 +24,12 @@ public:
 
 private:
   friend class LayerBytes;
-  /// Each answers 0 or an errno.
+  /// 0, or an errno.
   [[nodiscard]] int Put(std::string_view bytes, std::uint64_t& at);
-  [[nodiscard]] int WriteAt(std::uint64_t at, std::string_view bytes);
-  [[nodiscard]] int ReadAt(std::uint64_t at, char* buffer, std::size_t count) const;
 
   std::uint64_t m_bound;
   CString m_folder;
-  int m_file = -1;
+  UnnamedHostFile m_file;
   std::uint64_t m_end = 0;
   std::uint64_t m_inMemory = 0;
   std::uint64_t m_held = 0;

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "platform/machine/machine.h"
+#include "platform/machine/hosted_machine.h"
 #include "platform/text/windows_names.h"
-
-#include <utility>
 
 namespace kest {
 
@@ -13,7 +11,7 @@ namespace kest {
 ///   system.reg    HKEY_LOCAL_MACHINE    user.reg   HKEY_CURRENT_USER   ("WINE REGISTRY Version 2", unknown lines kept)
 ///   drive_c/      C:\        dosdevices/d: ...  further drives (links), optional
 ///   trash/        what MoveFileToTrash took
-class KEST_API MachineFolder : public Machine {
+class KEST_API MachineFolder : public HostedMachine {
 public:
   /// Opens the folder; IsUsable tells whether there is a machine in it. Changes nothing.
   explicit MachineFolder(CString hostFolder);
@@ -22,40 +20,36 @@ public:
   MachineFolder& operator=(const MachineFolder&) = delete;
 
   /// Whether the folder is there and has a drive_c. Everything fails on one that has not.
-  [[nodiscard]] bool IsUsable() const;
+  [[nodiscard]] bool IsUsable() const override;
   [[nodiscard]] const CString& GetHostFolder() const; ///< as given to the constructor
+  [[nodiscard]] CString GetDisplayName() const override { return GetHostFolder(); }
 
   // ---- host paths
   /// The path on this system that a Windows path stands for (existing components in their stored spelling); empty when
   /// refused.
-  [[nodiscard]] CString ToHostPath(const CString& windowsPath);
+  [[nodiscard]] CString ToHostPath(const CString& windowsPath) override;
   /// Makes a folder outside the machine reachable, for packages that a user names: returns its Windows path (on a drive
   /// of its own). Only folders given here are reachable there; nothing is ever written below one given without
   /// `writable`.
-  [[nodiscard]] CString AddHostFolder(const CString& hostFolder, bool writable);
+  [[nodiscard]] CString AddHostFolder(const CString& hostFolder, bool writable) override;
 
   // ---- machine.ini
-  /// A line of machine.ini.
-  struct User {
-    CString name; ///< also the name of the user's folder
-    int type = 1; ///< 2: the user whose configuration is the shared one
-  };
-  [[nodiscard]] std::vector<User> GetUsers();               ///< in the order of machine.ini
-  [[nodiscard]] CString GetCurrentUser();                   ///< name of the current user; empty when there is none
-  [[nodiscard]] std::vector<CString> GetRunningProcesses(); ///< executables that count as running, as Windows paths
+  [[nodiscard]] std::vector<User> GetUsers() override; ///< in the order of machine.ini
+  [[nodiscard]] CString GetCurrentUser() override;     ///< name of the current user; empty when there is none
+  [[nodiscard]] std::vector<CString>
+  GetRunningProcesses() override; ///< executables that count as running, as Windows paths
   /// Each writes machine.ini at once. False when it cannot be written or the value makes no sense.
   [[nodiscard]] bool SetUsers(const std::vector<User>& users, const CString& current);
-  [[nodiscard]] bool SetCurrentUser(const CString& name); ///< false for a name that is none of the users
-  [[nodiscard]] bool SetMultiUser(bool multiUser);        ///< whether users have configurations of their own
-  [[nodiscard]] bool SetCodePageNumber(int codePage);     ///< the code page of texts and names
-  [[nodiscard]] bool SetOperatingSystemVersion(int code); ///< the system's version code
+  [[nodiscard]] bool SetCurrentUser(const CString& name) override; ///< false for a name that is none of the users
+  [[nodiscard]] bool SetMultiUser(bool multiUser);                 ///< whether users have configurations of their own
+  [[nodiscard]] bool SetCodePageNumber(int codePage);              ///< the code page of texts and names
+  [[nodiscard]] bool SetOperatingSystemVersion(int code);          ///< the system's version code
   /// Puts an executable on the list of those that count as running, or takes it off.
-  [[nodiscard]] bool SetProcessRunning(const CString& executable, bool running);
-  /// Who has the right to write now, e.g. "process 4711 (kest)"; empty when nobody has, or the system does not tell.
+  [[nodiscard]] bool SetProcessRunning(const CString& executable, bool running) override;
   /// Takes no lock.
-  [[nodiscard]] CString GetWriter() const;
+  [[nodiscard]] CString GetWriter() const override;
   /// Drive letters with the host folder each stands for.
-  [[nodiscard]] std::vector<std::pair<char, CString>> GetDrives();
+  [[nodiscard]] std::vector<std::pair<char, CString>> GetDrives() override;
   /// Command lines that WinExec recorded since the machine was opened.
   [[nodiscard]] const std::vector<CString>& GetStartedPrograms() const;
   /// Font files that AddFontResource registered since the machine was opened.

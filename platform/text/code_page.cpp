@@ -1,9 +1,8 @@
 #include "platform/text/code_page.h"
 
+#include "platform/text/shift_jis.h"
+
 #include <array>
-#include <cerrno>
-#include <iconv.h>
-#include <new>
 #include <optional>
 #include <string>
 
@@ -29,42 +28,6 @@ bool IsAscii(std::string_view bytes) {
 }
 
 bool IsStray(char16_t unit) { return unit >= kStrayByte + 0x80 && unit <= kStrayByte + 0xFF; }
-
-/// One conversion descriptor, closed with its scope.
-class Converter {
-public:
-  Converter(const char* to, const char* from) : m_handle(iconv_open(to, from)) {
-    if (!IsOpen() && errno == ENOMEM) {
-      throw std::bad_alloc(); // the table would lack a code page that there is
-    }
-  }
-  ~Converter() {
-    if (IsOpen()) {
-      iconv_close(m_handle);
-    }
-  }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-  [[nodiscard]] bool IsOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
-  /// Converts one character; false when the bytes are none.
-  [[nodiscard]] bool Convert(std::string_view in, std::string& out) {
-    iconv(m_handle, nullptr, nullptr, nullptr, nullptr);
-    std::string input(in);
-    std::array<char, 16> buffer{};
-    char* from = input.data();
-    char* to = buffer.data();
-    std::size_t inLeft = input.size();
-    std::size_t outLeft = buffer.size();
-    if (iconv(m_handle, &from, &inLeft, &to, &outLeft) == static_cast<std::size_t>(-1) || inLeft != 0) {
-      return false;
-    }
-    out.assign(buffer.data(), buffer.size() - outLeft);
-    return true;
-  }
-
-private:
-  iconv_t m_handle;
-};
 
 void AppendUtf8(std::string& out, char32_t c) {
   const auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(static_cast<unsigned char>(byte))); };
@@ -152,24 +115,18 @@ std::u16string FromUtf8(std::string_view bytes) {
 
 std::u16string FromShiftJis(std::string_view bytes) {
   std::u16string out;
-  Converter converter("UTF-16LE", "CP932");
-  Converter back("CP932", "UTF-16LE");
+  ShiftJis table;
   for (std::size_t at = 0; at < bytes.size();) {
     const auto byte = static_cast<unsigned char>(bytes[at]);
     const std::size_t length = IsLeadByteOf(932, bytes[at]) && at + 1 < bytes.size() ? 2 : 1;
-    std::string units;
-    std::string again;
+    const char16_t unit = byte < 0x80 ? byte : table.ToUnit(bytes.substr(at, length));
     // Some characters stand in the code page twice; the spelling that would come back as the other one counts as
     // stray bytes.
-    const bool isCharacter = byte >= 0x80 && converter.IsOpen() && back.IsOpen() &&
-                             converter.Convert(bytes.substr(at, length), units) && units.size() == 2 &&
-                             back.Convert(units, again) && again == bytes.substr(at, length);
     if (byte < 0x80) {
-      out.push_back(byte);
+      out.push_back(unit);
       ++at;
-    } else if (isCharacter) {
-      out.push_back(
-          static_cast<char16_t>(static_cast<unsigned char>(units[0]) | (static_cast<unsigned char>(units[1]) << 8)));
+    } else if (unit != 0 && table.ToBytes(unit) == bytes.substr(at, length)) {
+      out.push_back(unit);
       at += length;
     } else {
       out.push_back(static_cast<char16_t>(kStrayByte + byte));
@@ -181,21 +138,16 @@ std::u16string FromShiftJis(std::string_view bytes) {
 
 std::optional<CString> ToShiftJis(std::u16string_view units) {
   CString out;
-  Converter converter("CP932", "UTF-16LE");
-  Converter back("UTF-16LE", "CP932");
+  ShiftJis table;
   for (const char16_t unit : units) {
-    std::string bytes;
-    std::string again;
     if (unit < 0x80) {
       out.push_back(static_cast<char>(unit));
     } else if (IsStray(unit)) {
       out.push_back(static_cast<char>(static_cast<unsigned char>(unit - kStrayByte)));
     } else {
-      const std::string pair = {static_cast<char>(static_cast<unsigned char>(unit & 0xFF)),
-                                static_cast<char>(static_cast<unsigned char>(unit >> 8))};
       // a character that only looks like this one is none: a yen sign would come as a backslash
-      if (!converter.IsOpen() || !back.IsOpen() || !converter.Convert(pair, bytes) || !back.Convert(bytes, again) ||
-          again != pair) {
+      const std::string bytes = table.ToBytes(unit);
+      if (bytes.empty() || table.ToUnit(bytes) != unit) {
         return std::nullopt;
       }
       out += bytes;

@@ -1,0 +1,358 @@
+#include "platform/text/code_page.h"
+#include "platform/windows/windows_machine_state.h"
+
+#include <algorithm>
+#include <set>
+
+#include <sddl.h>
+
+// Folders, volumes, durability and the right to write.
+
+namespace kest {
+namespace {
+
+using Kind = MachineError::Kind;
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+bool IsDots(const wchar_t* name) { return wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0; }
+
+/// Hands each entry of a folder to `take` until it answers false. 0, or an error of Windows.
+template <class Take> DWORD ForEachEntry(const std::wstring& folder, const Take& take) {
+  WIN32_FIND_DATAW found{};
+  const HANDLE search =
+      FindFirstFileExW((folder + L"\\*").c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr, 0);
+  if (search == INVALID_HANDLE_VALUE) {
+    const DWORD code = ::GetLastError();
+    return code == ERROR_FILE_NOT_FOUND ? 0 : code; // the root of an empty drive
+  }
+  bool goesOn = true;
+  do {
+    goesOn = IsDots(found.cFileName) || take(found);
+  } while (goesOn && FindNextFileW(search, &found));
+  const DWORD code = goesOn ? ::GetLastError() : ERROR_NO_MORE_FILES;
+  FindClose(search);
+  return code == ERROR_NO_MORE_FILES ? 0 : code;
+}
+
+/// 0, ERROR_DIR_NOT_EMPTY, or why it cannot be told.
+DWORD LookIfEmpty(const std::wstring& folder) {
+  bool isEmpty = true;
+  const DWORD code = ForEachEntry(folder, [&](const WIN32_FIND_DATAW&) { return isEmpty = false; });
+  return code != 0 ? code : isEmpty ? 0 : ERROR_DIR_NOT_EMPTY;
+}
+
+/// Everything below a folder, links themselves alone. The first failure; the rest goes all the same.
+DWORD EmptyFolder(const std::wstring& folder) {
+  std::vector<WIN32_FIND_DATAW> entries;
+  DWORD first = ForEachEntry(folder, [&](const WIN32_FIND_DATAW& found) {
+    entries.push_back(found);
+    return true;
+  });
+  for (const WIN32_FIND_DATAW& entry : entries) {
+    const std::wstring path = folder + L'\\' + entry.cFileName;
+    const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    DWORD code = isFolder && !isLink ? EmptyFolder(path) : 0;
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
+      SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    if (code == 0 && !(isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str()))) {
+      code = ::GetLastError();
+    }
+    first = first != 0 ? first : code;
+  }
+  return first;
+}
+
+/// The two ends of a folder's rename, both to be changed; the target is free.
+bool FindFolderMove(WindowsMachine::State& state, const CString& from, const CString& to, WindowsPlace& source,
+                    WindowsPlace& target) {
+  if (!state.FindExisting(from, source, true) || !state.FindEntry(to, target, true) || !state.MayChange(source) ||
+      !state.MayChange(target)) {
+    return false;
+  }
+  if (!source.IsFolder()) {
+    return state.Fail(Kind::kRefused, from, "it is no folder");
+  }
+  return !target.exists || state.Fail(ERROR_ALREADY_EXISTS, to);
+}
+
+/// Who may enter a private folder: the user, the system and the administrators.
+CString PrivateRights() {
+  HANDLE opened = nullptr;
+  char buffer[256];
+  DWORD size = 0;
+  LPSTR text = nullptr;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened)) {
+    return {};
+  }
+  const WindowsHandle token(opened);
+  if (!GetTokenInformation(token.Get(), TokenUser, buffer, sizeof buffer, &size) ||
+      !ConvertSidToStringSidA(reinterpret_cast<TOKEN_USER*>(buffer)->User.Sid, &text)) {
+    return {};
+  }
+  CString rights = CString("D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;") + text + ")";
+  LocalFree(text);
+  return rights;
+}
+
+std::wstring VolumeOf(const std::wstring& path) {
+  std::wstring root(path.size() + 2, L'\0');
+  if (!GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size()))) {
+    return {};
+  }
+  root.resize(wcslen(root.c_str()));
+  return root;
+}
+
+} // namespace
+
+Answer WindowsMachine::DirectoryExists(const CString& path) {
+  const MachineError keep = m_state->error;
+  WindowsPlace folder;
+  const Answer answer = m_state->OpenFolder(path, folder) ? Answer::kYes : m_state->AnswerForMiss(true);
+  if (answer != Answer::kCannotTell) {
+    m_state->error = keep;
+  }
+  return answer;
+}
+
+bool WindowsMachine::CreateDirectory(const CString& path) {
+  WindowsPlace folder;
+  std::vector<CString> rest;
+  if (!m_state->FindDeepest(path, folder, rest)) {
+    return false;
+  }
+  for (const CString& part : rest) {
+    WindowsPlace place;
+    if (!m_state->FindEntry(folder.storedFolder + part, place) || !m_state->MayChange(place)) {
+      return false;
+    }
+    if (place.exists && !place.IsFolder()) {
+      return m_state->Fail(Kind::kExists, path, "a file has the name");
+    }
+    if (!place.exists && !CreateDirectoryW(place.GetAsAsked().c_str(), nullptr) &&
+        ::GetLastError() != ERROR_ALREADY_EXISTS) {
+      return m_state->Fail(::GetLastError(), path);
+    }
+    const CString next = folder.storedFolder + part + '\\';
+    if (!m_state->OpenFolder(next, folder)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool WindowsMachine::CreatePrivateDirectory(const CString& path) {
+  WindowsPlace place;
+  if (!m_state->FindEntry(path, place, true) || !m_state->MayChange(place)) {
+    return false;
+  }
+  if (place.exists) {
+    return m_state->Fail(ERROR_ALREADY_EXISTS, path);
+  }
+  SECURITY_ATTRIBUTES rights{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
+  const CString wanted = PrivateRights();
+  if (wanted.empty() || !ConvertStringSecurityDescriptorToSecurityDescriptorA(wanted.c_str(), SDDL_REVISION_1,
+                                                                              &rights.lpSecurityDescriptor, nullptr)) {
+    return m_state->Fail(::GetLastError(), path);
+  }
+  const bool isMade = CreateDirectoryW(place.GetAsAsked().c_str(), &rights) != FALSE;
+  const DWORD code = ::GetLastError();
+  LocalFree(rights.lpSecurityDescriptor);
+  return isMade || m_state->Fail(code, path);
+}
+
+bool WindowsMachine::RemoveDirectory(const CString& path) {
+  WindowsPlace place;
+  if (!m_state->FindExisting(path, place, true) || !m_state->MayChange(place)) {
+    return false;
+  }
+  if (!place.IsFolder()) {
+    return m_state->Fail(Kind::kRefused, path, "it is no folder");
+  }
+  return RemoveDirectoryW(place.GetFull().c_str()) || m_state->Fail(::GetLastError(), path);
+}
+
+bool WindowsMachine::MoveEmptyFolder(const CString& from, const CString& to) {
+  WindowsPlace source;
+  WindowsPlace target;
+  if (!FindFolderMove(*m_state, from, to, source, target)) {
+    return false;
+  }
+  const std::wstring first = source.GetFull();
+  const std::wstring second = target.GetAsAsked();
+  DWORD code = LookIfEmpty(first);
+  code = code != 0 ? code : m_state->Rename(first, second, false);
+  if (code != 0) {
+    return m_state->Fail(code, from);
+  }
+  // somebody may have put a file there meanwhile
+  code = LookIfEmpty(second);
+  return code == 0 || m_state->Rename(second, first, false) != 0 || m_state->Fail(code, from);
+}
+
+bool WindowsMachine::MoveFolder(const CString& from, const CString& to) {
+  WindowsPlace source;
+  WindowsPlace target;
+  if (!FindFolderMove(*m_state, from, to, source, target)) {
+    return false;
+  }
+  const DWORD code = m_state->Rename(source.GetFull(), target.GetAsAsked(), false);
+  return code == 0 || m_state->Fail(code, from);
+}
+
+bool WindowsMachine::RemoveTree(const CString& path) {
+  WindowsPlace place;
+  if (!m_state->FindExisting(path, place, true) || !m_state->MayChange(place)) {
+    return false;
+  }
+  if (!place.IsFolder()) {
+    return m_state->Fail(Kind::kRefused, path, "it is no folder");
+  }
+  const DWORD code = EmptyFolder(place.GetFull());
+  return (code == 0 || m_state->Fail(code, path)) &&
+         (RemoveDirectoryW(place.GetFull().c_str()) || m_state->Fail(::GetLastError(), path));
+}
+
+Answer WindowsMachine::ListFolder(const CString& path, std::vector<FolderEntry>& entries) {
+  entries.clear();
+  WindowsPlace folder;
+  if (!m_state->OpenFolder(path, folder)) {
+    return m_state->AnswerForMiss(false);
+  }
+  std::vector<std::pair<CString, FolderEntry>> folded;
+  const DWORD code = ForEachEntry(folder.folderPath, [&](const WIN32_FIND_DATAW& found) {
+    WindowsPlace entry;
+    entry.found = found;
+    entry.exists = true;
+    const CString name = FromWide(found.cFileName);
+    folded.emplace_back(FoldName(name, GetSystemCodePage()), FolderEntry{name, entry.IsFolder(), entry.IsLink()});
+    return true;
+  });
+  if (code != 0) {
+    return m_state->CannotTell(code, path);
+  }
+  std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
+    return a.first != b.first ? a.first < b.first : a.second.name < b.second.name;
+  });
+  for (auto& [key, entry] : folded) {
+    entries.push_back(std::move(entry));
+  }
+  return Answer::kYes;
+}
+
+// ---- volumes, durability
+// ----------------------------------------------------------------------------------------------
+
+bool WindowsMachine::SameVolume(const CString& a, const CString& b) {
+  WindowsPlace first;
+  WindowsPlace second;
+  std::vector<CString> rest;
+  if (!m_state->FindDeepest(a, first, rest) || !m_state->FindDeepest(b, second, rest)) {
+    return false;
+  }
+  WindowsIdentity one;
+  WindowsIdentity other;
+  DWORD links = 0;
+  return m_state->GetIdentity(first.folderPath + L'\\', one, links) &&
+         m_state->GetIdentity(second.folderPath + L'\\', other, links) && one.volume == other.volume &&
+         VolumeOf(first.folderPath) == VolumeOf(second.folderPath);
+}
+
+bool WindowsMachine::GetFreeSpace(const CString& path, std::uint64_t& bytes) {
+  WindowsPlace folder;
+  std::vector<CString> rest;
+  ULARGE_INTEGER free{};
+  if (!m_state->FindDeepest(path, folder, rest)) {
+    return false;
+  }
+  if (!GetDiskFreeSpaceExW((folder.folderPath + L'\\').c_str(), &free, nullptr, nullptr)) {
+    return m_state->Fail(::GetLastError(), path);
+  }
+  bytes = free.QuadPart;
+  return true;
+}
+
+bool WindowsMachine::SyncPaths(const std::vector<CString>& paths) {
+  std::set<std::wstring> folders;
+  for (const CString& path : paths) {
+    WindowsPlace folder;
+    std::vector<CString> rest;
+    if (!m_state->FindDeepest(path, folder, rest)) {
+      if (m_state->error.kind == Kind::kNotFound) {
+        continue;
+      }
+      return false;
+    }
+    folders.insert(folder.folderPath);
+    WindowsPlace place;
+    if (rest.size() != 1 || !m_state->FindEntry(folder.storedFolder + rest[0], place) || !place.exists ||
+        place.IsFolder() || place.IsLink()) {
+      continue;
+    }
+    // a file that is marked read-only was flushed before it got the mark, or cannot be
+    WindowsHandle file(
+        CreateFileW(place.GetFull().c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (file.IsOpen() ? !FlushFileBuffers(file.Get()) : !place.IsReadOnly()) {
+      return m_state->Fail(::GetLastError(), path);
+    }
+  }
+  for (const std::wstring& folder : folders) {
+    const WindowsHandle handle(CreateFileW((folder + L'\\').c_str(), FILE_ADD_FILE | SYNCHRONIZE, kShareAll, nullptr,
+                                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (handle.IsOpen()) {
+      FlushFileBuffers(handle.Get()); // where the system knows such a thing
+    }
+  }
+  return true;
+}
+
+void WindowsMachine::StartSync(const CString& path) { static_cast<void>(path); }
+
+WriterLock WindowsMachine::LockWriter(std::int64_t milliseconds) {
+  if (m_state->lockCount > 0) {
+    ++m_state->lockCount;
+    return {true, {}};
+  }
+  // one for all users and sessions of the PC; it goes with the process, however that ends
+  SECURITY_ATTRIBUTES rights{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorA("D:(A;;0x1F0001;;;WD)", SDDL_REVISION_1,
+                                                            &rights.lpSecurityDescriptor, nullptr)) {
+    (void)m_state->Fail(::GetLastError(), "C:\\");
+    return {};
+  }
+  WindowsHandle lock(CreateMutexW(&rights, FALSE, L"Global\\Kest writer"));
+  LocalFree(rights.lpSecurityDescriptor);
+  if (!lock.IsOpen()) {
+    (void)m_state->Fail(::GetLastError(), "C:\\");
+    return {};
+  }
+  const std::int64_t end = MonotonicMilliseconds() + std::max<std::int64_t>(milliseconds, 0);
+  for (;;) {
+    const DWORD got = WaitForSingleObject(lock.Get(), 0);
+    if (got == WAIT_OBJECT_0 || got == WAIT_ABANDONED) {
+      break;
+    }
+    if (got == WAIT_FAILED || MonotonicMilliseconds() >= end) {
+      (void)m_state->Fail(Kind::kInUse, "C:\\", "another program is changing this machine");
+      return {};
+    }
+    AllowBackgroundProcessing();
+  }
+  m_state->lock = std::move(lock);
+  m_state->lockCount = 1;
+  return {true, {}};
+}
+
+void WindowsMachine::UnlockWriter() {
+  if (m_state->lockCount > 0 && --m_state->lockCount == 0) {
+    ReleaseMutex(m_state->lock.Get());
+    m_state->lock.Reset();
+  }
+}
+
+void WindowsMachine::ForgetFolders() {}
+
+} // namespace kest
