@@ -28,8 +28,9 @@ public:
   [[nodiscard]] virtual CString AddHostFolder(const CString& hostFolder, bool writable) = 0;
   [[nodiscard]] virtual std::vector<User> GetUsers() = 0; ///< in the machine's order
   [[nodiscard]] virtual CString GetCurrentUser() = 0;     ///< empty when there is none
-  /// Makes another user the current one, or has an executable count as running: for a stand-in, a PC refuses.
+  /// Makes another user the current one, on a stand-in; a PC refuses.
   [[nodiscard]] virtual bool SetCurrentUser(const CString& name) = 0;
+  /// Has an executable count as running, or no longer, on a stand-in; a PC refuses.
   [[nodiscard]] virtual bool SetProcessRunning(const CString& executable, bool running) = 0;
   /// Who has the right to write now, e.g. "process 4711 (kest)"; empty when nobody has, or the system does not tell.
   /// Takes no lock.
