@@ -21,7 +21,7 @@ endif()
 if(WIN32)
   # Windows 10; names of Windows by themselves mean those for all characters; libraries are linked into the program
   target_compile_definitions(kest_options INTERFACE _WIN32_WINNT=0x0A00 UNICODE NOMINMAX _POSIX_THREAD_SAFE_FUNCTIONS=1
-                                                    ZIP_STATIC XML_STATIC)
+                                                    XML_STATIC)
 endif()
 if(KEST_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
