@@ -55,7 +55,8 @@ Clash ClashOf(const CKestExtensionFile& file, const char* rule) {
 } // namespace
 
 void FindInFiles(Search& search) {
-  const FilePlacement::Resolver resolver(search.state.placement, search.product, search.extension);
+  FilePlacement::Resolver resolver(search.state.placement, search.product, search.extension);
+  resolver.ResolveOwnTokens();
   std::vector<Present> present;
   std::size_t elsewhere = 0;
   const CKestExtensionFile* first = nullptr;

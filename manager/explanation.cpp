@@ -48,11 +48,23 @@ Explanation::Rule JudgeRule(const CKestProduct& product, const CKestExtensionPro
   return rule;
 }
 
+/// What an install asks before a destination leads anywhere; null when the destination waits for no answer.
+const CString* FindQuestion(const CKestExtension& extension, const CString& destination) {
+  const std::size_t end = destination.find_first_of("/\\:");
+  for (const CKestExtensionToken& token : extension.GetTokens()) {
+    if (text::EqualNoCase("$" + token.GetName(), destination.substr(0, end)) && !token.GetPrompt().empty()) {
+      return &token.GetPrompt();
+    }
+  }
+  return nullptr;
+}
+
 std::vector<Explanation::Place> FindPlaces(const CKestExtensionManager::State& state, const CKestProduct& product,
                                            const CKestExtension& extension) {
   std::vector<Explanation::Place> places;
   const CKestExtension converted = state.owner.GetConverted(product, extension);
-  const FilePlacement::Resolver resolver(state.placement, &product, &converted);
+  FilePlacement::Resolver resolver(state.placement, &product, &converted);
+  resolver.ResolveOwnTokens();
   for (const CKestExtensionFile& file : converted.GetFiles()) {
     Explanation::Place& place = places.emplace_back();
     place.source = file.GetSource();
@@ -61,12 +73,15 @@ std::vector<Explanation::Place> FindPlaces(const CKestExtensionManager::State& s
       continue;
     }
     const FilePlace found = resolver.Locate(file);
-    if (found.result != FilePlace::kResolved) {
-      place.why = "nothing here is what " + file.GetDestination() + " begins with";
-    } else if (found.unsafe) {
-      place.why = found.why.empty() ? CString("it would leave its folder") : found.why;
-    } else {
+    const CString* const question = FindQuestion(converted, file.GetDestination());
+    if (found.result == FilePlace::kResolved && !found.unsafe) {
       place.destination = found.destination.GetText();
+    } else if (question != nullptr) {
+      place.why = "an install asks for its folder: " + *question;
+    } else if (found.result != FilePlace::kResolved) {
+      place.why = "nothing here is what " + file.GetDestination() + " begins with";
+    } else {
+      place.why = found.why.empty() ? CString("it would leave its folder") : found.why;
     }
   }
   return places;

@@ -203,12 +203,11 @@ bool ResolveTokens(Context& context) {
   if (!context.resolveTokens) {
     return true;
   }
-  constexpr std::size_t kMostTokens = 2000; // each may lead on to others
   std::size_t count = 0;
   std::vector<CString> chosen;
   FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
   for (CKestExtensionToken& token : context.extension->GetTokens()) {
-    if (++count > kMostTokens) {
+    if (++count > FilePlacement::kMostTokens) {
       context.state.Fail(Failure::kBadDescription, context.path, "it has more than 2000 folder tokens");
       return false;
     }

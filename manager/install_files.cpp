@@ -90,14 +90,17 @@ bool MayUpdate(Context& context, const CString& path, bool exists) {
   }
   // one that is still to be made is as good as the one that it will be made in
   CString existing = folder;
+  CString missing = CKestPath(path).GetFileName(); // a name that stands in there says nothing about a deeper one
   while (!CKestOS::DirectoryExists(existing)) {
-    CString above = CKestPath(WithoutBackslash(existing)).GetFolder();
+    const CKestPath made(WithoutBackslash(existing));
+    CString above = made.GetFolder();
     if (above.size() >= existing.size()) {
       return false; // not even the drive answers
     }
     existing = std::move(above);
+    missing = made.GetFileName();
   }
-  if (!CKestOS::CanUpdateFile(existing + CKestPath(path).GetFileName())) {
+  if (!CKestOS::CanUpdateFile(existing + missing)) {
     return false;
   }
   context.writableFolders.insert(folder);

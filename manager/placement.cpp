@@ -321,6 +321,20 @@ void FilePlacement::Resolver::SetOwnToken(const CString& name, const CString& de
   m_hopeless.clear();
 }
 
+void FilePlacement::Resolver::ResolveOwnTokens() {
+  std::size_t count = 0;
+  for (const CKestExtensionToken& token : m_extension->GetTokens()) {
+    if (++count > kMostTokens) {
+      break; // an install refuses them
+    }
+    const bool isAsked = token.GetDefinition().empty() && !token.GetPrompt().empty();
+    const CString& given = isAsked ? token.GetDefault() : token.GetDefinition();
+    if (!given.empty()) {
+      SetOwnToken(token.GetName(), ResolveFolder(given));
+    }
+  }
+}
+
 const CString* FilePlacement::Resolver::FindOwnToken(const CString& token) const {
   GatherOwnTokens();
   const auto found = m_ownTokens->find(token);

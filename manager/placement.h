@@ -33,6 +33,7 @@ struct FilePlace {
 class FilePlacement {
 public:
   using Products = std::vector<std::unique_ptr<CKestProduct>>;
+  static constexpr std::size_t kMostTokens = 2000; ///< of an extension's own: each may lead on to others
   /// All borrowed, for the life of the object.
   FilePlacement(const Products& products, const CKestTokenMap& folderKeywords, const CString& unpackFolder);
 
@@ -69,6 +70,8 @@ public:
     [[nodiscard]] CString ResolveFolder(const CString& folder) const;
     /// The extension's own token leads here from now on.
     void SetOwnToken(const CString& name, const CString& definition);
+    /// The extension's own tokens lead where an install takes them when nobody chooses other folders.
+    void ResolveOwnTokens();
 
   private:
     [[nodiscard]] const CString* FindValue(const CString& token, const CString& destination, const CKestPath& reference,

@@ -85,6 +85,7 @@ TEST_F(ClashesTest, EachThingThatAnExtensionMeetsIsFoundWithItsLineAndItsOwner) 
        "description-taken|Other|C:\\Program Files\\Kestrel\\Tidemark 6\\Configuration\\Extensions\\other.kei|"},
       {package("Tool").file("m.htm", kToCommands, "m", "platform=\"mac\""), "other-platform|||"},
       {package("Tool").file("m.htm", "$nobody/m", "m"), "unknown-token|||"},
+      {package("Tool").file("m.htm", "$own/m", "m").token("name=\"own\" definition=\"$tidemark/Own\""), ""},
       {package("Tool").author("Jane\" /><flies x=\""), "dropped-element|||"},
       {package("Other").version("2.0").file("other.htm", kToCommands).changes(item("id=\"Other_Item\"")), ""},
   };
@@ -114,16 +115,21 @@ TEST_F(ClashesTest, AnExplanationHoldsEachProductLineAgainstEachProduct) {
   const auto explain = [this](const std::string& products) {
     CKestExtension record;
     EXPECT_EQ(record.LoadText("<kestrel-extension name=\"A\" version=\"1.0\"><products>" + products +
-                                  "</products><files><file source=\"a.htm\" destination=\"$tidemark/x\" />"
-                                  "<file source=\"b.htm\" destination=\"$nobody/x\" /></files></kestrel-extension>",
+                                  "</products><file-tokens><token name=\"own\" definition=\"$tidemark/x\" /><token "
+                                  "name=\"asked\" prompt=\"?\" default=\"$own/y\" /><token name=\"where\" "
+                                  "prompt=\"Where?\" /></file-tokens>"
+                                  "<files><file source=\"a.htm\" destination=\"$asked/x\" />"
+                                  "<file source=\"b.htm\" destination=\"$nobody/x\" />"
+                                  "<file source=\"c.htm\" destination=\"$Where\" /></files></kestrel-extension>",
                               nullptr),
               CKestExtension::kLoaded);
     const Explanation found = manager().Explain(record);
     std::string words;
     for (const Explanation::Candidate& one : found.candidates) {
       words += one.fits ? "fits " : "no ";
-      EXPECT_EQ(one.files.size(), one.fits ? 2U : 0U);
+      EXPECT_EQ(one.files.size(), one.fits ? 3U : 0U);
       EXPECT_TRUE(!one.fits || (one.files[0].why.empty() && one.files[1].destination.empty()));
+      EXPECT_TRUE(!one.fits || one.files[2].why == "an install asks for its folder: Where?") << one.files[2].why;
       for (const Explanation::Rule& rule : one.rules) {
         words += rule.isMet ? "" : "(" + rule.words.substr(rule.words.rfind(' ') + 1) + ") ";
       }

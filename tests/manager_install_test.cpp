@@ -29,6 +29,7 @@ protected:
 
 TEST_F(InstallTest, FilesLandTheDescriptionIsStoredAndTheCatalogueKnows) {
   const CString kep = pack(wordCount());
+  m_pc.Write(kConfiguration + "wc.js\\x", ""); // a folder of a file's name, above where the file goes
   const MachineSnapshot before = m_pc.Snapshot();
   m_host.accept(false);
   EXPECT_EQ(install(kep), nullptr);

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Compares kest with a second, simple reading of its rules on random input.
 
-Usage: compare.py KEST SUBJECT [--count N] [--seed N] [--keep DIR]
-SUBJECT: installs (files that are placed, and what an uninstall leaves), menus (files after an install and after
-the uninstall). Exit status 1 and the first differences when there are any.
+Usage: compare.py KEST SUBJECT [--count N] [--seed N] [--most N]
+SUBJECT: descriptions (what they say, packed too and as the copy that an install writes), installs (files that are
+placed, and what an uninstall leaves), menus (files after an install and after the uninstall), placements (which
+products take an extension, where its files go). Exit status 1 and the first differences when there are any.
 """
 import argparse
 import random

@@ -9,15 +9,15 @@ class Refused(Exception):
 
 
 def native(path):
-    return path.replace("/", "\\")
+    return path[:2].replace("/", "\\") + path[2:].replace("/", "\\").replace(":", "\\")
 
 
 def file_name(path):
     return path[path.rfind("\\") + 1:]
 
 
-def resolve(destination, source, win_extension, tokens):
-    """The place in lower case; None when a token is not known. Refused when there is no token at all."""
+def resolve(destination, source, win_extension, tokens, known=None, left=None):
+    """The place in lower case; `left`, a list, takes what a token that is not known leaves. Refused without any token."""
     destination = native(destination)
     name = file_name(native(source))
     if file_name(destination).lower() == name.lower():
@@ -28,7 +28,7 @@ def resolve(destination, source, win_extension, tokens):
         destination += "\\"
     if not destination.startswith("$"):
         raise Refused()
-    known = {"tidemark": INSTALL_FOLDER, "vantage": INSTALL_FOLDER}
+    known = dict(known or {"tidemark": INSTALL_FOLDER, "vantage": INSTALL_FOLDER})
     for token, value in tokens.items():
         known.setdefault(token.lower(), value)
     for _ in range(MOST_PASSES):
@@ -37,6 +37,7 @@ def resolve(destination, source, win_extension, tokens):
         end = destination.find("\\")
         value = known.get(destination[1:end].lower())
         if value is None:
+            (left if left is not None else []).append(destination)
             return None
         destination = (value if value.endswith("\\") else value + "\\") + destination[end + 1:]
     else:

@@ -7,12 +7,12 @@ import tempfile
 
 
 class Machine:
-    def __init__(self, program, product):
+    def __init__(self, program, *products, flags=()):
         self.program = program
         self.folder = tempfile.mkdtemp(prefix="kest-second-reading-", dir=os.environ.get("TMPDIR"))
         self.pc = os.path.join(self.folder, "pc")
         self.environment = {"PATH": os.environ.get("PATH", ""), "HOME": self.folder, "LC_ALL": "C.UTF-8"}
-        answer = self.run("machine", "new", self.pc, "--product", product, "-q")
+        answer = self.run("machine", "new", self.pc, "-q", *flags, *["--product=" + product for product in products])
         if answer.returncode != 0:
             raise RuntimeError("no sample machine: " + answer.stderr)
         self.environment["KEST_MACHINE"] = self.pc
