@@ -10,57 +10,20 @@ REPAIRS = [("&", "&amp;"), ("<%", "&lt;%"), ("%>", "%&gt;"), ("+<", "+&lt;"), ("
 CLEAN = [("&amp;", "&"), ("&apos;", "'"), ("+&lt;", "+<"), ("+&gt;", "+>"), ("  ", " "), ("\r\n\r\n", "\r\n"), ("\r\r", "\r"),
          ("\n\n", "\n"), ("<BR>", "<br>"), (" <br>", "<br>"), ("<br> ", "<br>"), ("<br>\r\n", "<br>"), ("<br>\r", "<br>"),
          ("<br>\n", "<br>"), ("\r", "<br>"), ("\n", "<br>")]
-TYPES = [line.split("|") for line in """command
-object
-action|behavior
-browserprofile|browser profile
-translator
-dictionary
-encoding
-floater
-inspector|property inspector|propertyinspector
-jsextension|js extension|javascript extension
-query
-template
-thirdpartytags|third party tags|3rd party tags
-plugin
-serverbehavior|server behavior
-serverformat|server format
-datasource|data source
-servermodel|server model
-suite
-report
-marlinbuttontemplate|marlin button template|marlinbutton template|marlin buttontemplate|marlin button style|\
-marlinbutton style|marlin buttonstyle|marlinbuttonstyle
-snap reel|snapreel
-marlin script|marlinscript
-lesson
-sample
-utility
-library
-style
-texture
-modlet
-pattern
-keyboard shortcuts|keyboard shortcut|keyboardshortcuts|keyboardshortcut
-quarryobject|quarry object|quarry
-publish|publish template|publishtemplate
-marlin component|marlincomponent
-marlin custom action|marlin custom marlinscript|marlincustommarlinscript|marlincustomaction
-marlin panel|marlin mrf panel|marlin dynamic panel|marlinpanel
-marlin importer|marlinimporter
-marlin template|marlintemplate
-tag library|taglibrary
-tag importer|tagimporter
-coloring scheme|coloringscheme
-document type|documenttype
-code hint|codehint
-code snippet|codesnippet
-site
-toolbar
-help book|helpbook
-connection
-sample content|samplecontent|content""".split("\n")]
+TYPES = [words.split("|") for words in (
+    "command;object;action|behavior;browserprofile|browser "
+    "profile;translator;dictionary;encoding;floater;inspector|property inspector|propertyinspector;jsextension|js "
+    "extension|javascript extension;query;template;thirdpartytags|third party tags|3rd party "
+    "tags;plugin;serverbehavior|server behavior;serverformat|server format;datasource|data source;servermodel|server "
+    "model;suite;report;marlinbuttontemplate|marlin button template|marlinbutton template|marlin buttontemplate|marlin "
+    "button style|marlinbutton style|marlin buttonstyle|marlinbuttonstyle;snap reel|snapreel;marlin "
+    "script|marlinscript;lesson;sample;utility;library;style;texture;modlet;pattern;keyboard shortcuts|keyboard "
+    "shortcut|keyboardshortcuts|keyboardshortcut;quarryobject|quarry object|quarry;publish|publish "
+    "template|publishtemplate;marlin component|marlincomponent;marlin custom action|marlin custom "
+    "marlinscript|marlincustommarlinscript|marlincustomaction;marlin panel|marlin mrf panel|marlin dynamic "
+    "panel|marlinpanel;marlin importer|marlinimporter;marlin template|marlintemplate;tag library|taglibrary;tag "
+    "importer|tagimporter;coloring scheme|coloringscheme;document type|documenttype;code hint|codehint;code "
+    "snippet|codesnippet;site;toolbar;help book|helpbook;connection;sample content|samplecontent|content").split(";")]
 
 ACTIONS = ["insertBefore", "insertAfter", "appendTo", "prependTo"]
 FOLDER = "server=folder servermodel=folder folder servermodelfolder=folder"

@@ -74,11 +74,12 @@ def chosen(products, record):
 
 def placed(product, record):
     """(entry, place or None) of every file, in the order in which they are copied. Refused when one has no token at all."""
-    tokens = {token.get("name"): token.get("default" if token.get("prompt") else "definition") for token in record.records("file-tokens")}
-    for name, definition in tokens.items():
-        if definition:  # one that names a later one keeps that one's text
-            left = [installs.native(definition)]
-            tokens[name] = definition.startswith("$") and product.resolve(definition, "", "", tokens, left) or left[-1]
+    tokens = {token.get("name"): token.get("definition") for token in record.records("file-tokens")}
+    for token in record.records("file-tokens"):
+        given = token.get("default" if token.get("prompt") else "definition")
+        if given:  # one that names a later one keeps that one's text
+            left = [installs.native(given)]
+            tokens[token.get("name")] = given.startswith("$") and product.resolve(given, "", "", tokens, left) or left[-1]
     if product.name == "Tidemark Nova":
         descriptions.convert(record)
     out = []
@@ -101,21 +102,25 @@ def restart(product, record, places):
 
 # ---- random ones
 
-NAMES = ["Tidemark"] * 12 + ["Tidemark 4", "tidemark  6", "Tidemark Nova", "Tide", "T", "", "9", "Tidemark ", "Tidemarks", "Vantage", "vantage", "Vantage 4",
-                            "Tidemark Vantage", "Prism", "prism", "Prism Nova", "Prisma", "Marlin", "marlin nova", "Mar", "Quarry", "QUARRY 2", "Other"]
-VERSIONS = ["", "0", "1", "1.5", "2", "2", "2.0.1", "3", "3.9.9", "4", "4", "4.0", "4.0.1", "4.0.2", "4.0.3", "4.1", "5", "5.0.1", "6", "6.0.1", "6.0.1.9", "6.0.2",
-            "7", "10"]
+NAMES = ["Tidemark"] * 12 + ["Tidemark 4", "tidemark  6", "Tidemark Nova", "Tide", "T", "", "9", "Tidemark ", "Tidemarks", "Vantage",
+                             "vantage", "Vantage 4", "Tidemark Vantage", "Prism", "prism", "Prism Nova", "Prisma", "Marlin",
+                             "marlin nova", "Mar", "Quarry", "QUARRY 2", "Other"]
+VERSIONS = ["", "0", "1", "1.5", "2", "2", "2.0.1", "3", "3.9.9", "4", "4", "4.0", "4.0.1", "4.0.2", "4.0.3",
+            "4.1", "5", "5.0.1", "6", "6.0.1", "6.0.1.9", "6.0.2", "7", "10"]
 SOURCES = ["f1.htm", "sub/f2.HTM", "sub\\f3.gif", "read me", "f.tar.gz", "Settings"]
-INSIDE = ["Configuration/Second", "configuration\\Second/deep", "Settings/Second", "Second/settings/Settings/x", "Settingsx/Second",
-          "Configuration/Include/Second", "Second/Configuration\\HelpMRF/x", "Second", "Configuration/JSExtensions/Second", "Second.Configuration/x",
+INSIDE = ["Configuration/Second", "configuration\\Second/deep", "Settings/Second", "Second/settings/Settings/x",
+          "Settingsx/Second", "Configuration/Include/Second", "Second/Configuration\\HelpMRF/x", "Second",
+          "Configuration/JSExtensions/Second", "Second.Configuration/x",
           "Configuration/Objects/Second", "Configuration/ServerBehaviors/ASP/Second", "Configuration/Reference/Second"]
-DEFINITIONS = ["$tidemark/Configuration/Second", "$vantage", "$Prism\\Settings\\Second", "$nowhere/x", "$marlin:Second", "$quarry/Second"]
+DEFINITIONS = ["$tidemark/Configuration/Second", "$vantage", "$Prism\\Settings\\Second", "$nowhere/x", "$marlin:Second",
+               "$quarry/Second"]
 
 
 def random_document(random, products, system=True):
     here = [product.family for product in products]
-    lines = [[("name", random.choice(NAMES if random.random() < 0.4 else here)), ("version", some(random, VERSIONS, 0.8)), ("primary", some(random, ["true", "1", "no"], 0.4)),
-              ("required", some(random, ["true", "0", "0"], 0.15))] for _ in range(random.choice([0] + [1, 2] * 4 + [3]))]
+    lines = [[("name", random.choice(NAMES if random.random() < 0.4 else here)), ("version", some(random, VERSIONS, 0.8)),
+              ("primary", some(random, ["true", "1", "no"], 0.4)), ("required", some(random, ["true", "0", "0"], 0.15))]
+             for _ in range(random.choice([0] + [1, 2] * 4 + [3]))]
     heads = ["$Tidemark", "$tidemark", "$VANTAGE", "$prism", "$Marlin", "$quarry", "$home", "$Shelf", "$unknown"] + (
         ["$system", "$fonts"] if system else [])
     files = []
@@ -126,13 +131,17 @@ def random_document(random, products, system=True):
         if random.random() < 0.02:
             place = random.choice(["\\" + place, "Second/", "C:/Second", "\\\\" + place])
         files.append([("source", source), ("destination", place), ("platform", some(random, ["win", "mac", "any"], 0.4)),
-                      ("shared", some(random, ["true"], 0.2)), ("win-extension", some(random, ["txt"], 0.4)), ("systemfile", some(random, ["true"], 0.1 if system else 0))])
+                      ("shared", some(random, ["true"], 0.2)), ("win-extension", some(random, ["txt"], 0.4)),
+                      ("systemfile", some(random, ["true"], 0.1 if system else 0))])
     tokens = []
     for name in random.sample(["Home", "SHELF", "tidemark", "prism"], random.randrange(4)):
         asked = random.random() < 0.3
-        tokens.append([("name", name)] + ([("prompt", "Where?"), ("default", some(random, ["$system/Second", "C:/Sites/Second"], 0.9))] if asked else
-                                          [("definition", some(random, DEFINITIONS, 0.9))]))
-    part = lambda name, child, entries: element(random, name, [], "".join(element(random, child, entry) for entry in entries)) if entries else ""
+        folder = ("default", some(random, ["$system/Second", "C:/Sites/Second"], 0.9))
+        tokens.append([("name", name)] + ([("prompt", "Where?"), folder] if asked else [("definition", some(random, DEFINITIONS, 0.9))]))
+
+    def part(name, child, entries):
+        return element(random, name, [], "".join(element(random, child, entry) for entry in entries)) if entries else ""
+
     return element(random, "kestrel-extension", [
         ("name", "Second Reading"), ("version", "1.0"), ("type", spelled(random, random.choice(["command", "object", "site", "gadget"]))),
         ("requires-restart", some(random, ["true"], 0.2))],

@@ -1,12 +1,13 @@
 """Random descriptions as authors write them, sound ones and broken ones."""
 import descriptions
 
-TEXTS = ["plain", "R & D", "A &amp; B", "it's", "a <% b %> c", "C+< x +> y", "caf\xe9", "&quot;q&quot;", "x &lt; y", "&#65;", "&nbsp;", "C++",
-         "two  blanks", "a\tb", "1", "_File"]
+TEXTS = ["plain", "R & D", "A &amp; B", "it's", "a <% b %> c", "C+< x +> y", "caf\xe9", "&quot;q&quot;", "x &lt; y", "&#65;", "&nbsp;",
+         "C++", "two  blanks", "a\tb", "1", "_File"]
 WORDS = ["one", "two  three", "R & D", "&amp;", "&nbsp;", "it's", "<% x %>", "a +&lt; b", "caf\xe9", "\tfour", "five ", "+>"]
 SOURCES = ["page.htm", "page.gif", "sub/page.HTML", "sub\\page.gif", "deep/er/other.htm", "read me", "R&D.js", "lib.dll"]
-FOLDERS = ["Commands", "Reference", "references/x", "Reference/x", "Objects", "Objects/Common", "Objects\\tools", "objects/My Objects/In ner",
-           "ServerBehaviors/ASP", "serverbehaviors/asp/Deep", "Connections/Scripts/asp", "Connections/harbor", "DataSources/Harbor/x",
+FOLDERS = ["Commands", "Reference", "references/x", "Reference/x", "Objects", "Objects/Common", "Objects\\tools",
+           "objects/My Objects/In ner", "ServerBehaviors/ASP", "serverbehaviors/asp/Deep", "Connections/Scripts/asp", "Connections/harbor",
+           "DataSources/Harbor/x",
            "ServerFormats/asp2", "ServerFormats", "Shared/Objects"]
 
 
@@ -64,7 +65,8 @@ def files(random, sources):
             random.choice(FOLDERS) + random.choice(["", "/", "\\", "/" + descriptions.re.split(r"[/\\]", source)[-1]])
         out += "\t\t%s\r\n" % element(random, "file", [
             (random.choice(["source", "name"]), source), (random.choice(["destination", "location"]), place),
-            ("platform", some(random, ["win", "Windows", "mac", "Macintosh", "any", ""], 0.3)), ("shared", some(random, ["true", "y", "0"], 0.3)),
+            ("platform", some(random, ["win", "Windows", "mac", "Macintosh", "any", ""], 0.3)),
+            ("shared", some(random, ["true", "y", "0"], 0.3)),
             ("systemfile", some(random, ["true", "no"], 0.1)), ("actual-path", some(random, TEXTS, 0.1)),
             ("win-extension", some(random, ["txt", "htm"], 0.1)), ("size", some(random, ["1"], 0.03))])
     return element(random, "files", [], "\r\n" + out + strays(random)) if out else ""
