@@ -270,6 +270,7 @@ constexpr Row ConfigSet(std::string_view name, std::span<const AttributeRow> att
                         Unknown unknown = Unknown::kReport) {
   return {.name = name,
           .make = Make<T>,
+          .bytes = sizeof(T),
           .home = Home::kRecordConfig,
           .push = true,
           .attributes = attributes,
@@ -277,7 +278,7 @@ constexpr Row ConfigSet(std::string_view name, std::span<const AttributeRow> att
 }
 
 template <class T> constexpr Row HelpSet(std::string_view name) {
-  return {.name = name, .make = Make<T>, .home = Home::kRecordHelp, .push = true};
+  return {.name = name, .make = Make<T>, .bytes = sizeof(T), .home = Home::kRecordHelp, .push = true};
 }
 
 // A change without content: it never becomes the current object.
@@ -286,6 +287,7 @@ constexpr Row Leaf(std::string_view name, std::span<const AttributeRow> attribut
                    Unknown unknown = Unknown::kReport) {
   return {.name = name,
           .make = Make<T>,
+          .bytes = sizeof(T),
           .home = Home::kConfigSet,
           .attributes = attributes,
           .unknown = unknown,
@@ -298,6 +300,12 @@ constexpr Row Holder(std::string_view name, std::span<const AttributeRow> attrib
                      Unknown unknown = Unknown::kReport) {
   Row row = Leaf<T>(name, attributes, unknown);
   row.push = true;
+  return row;
+}
+
+// What is written with attributes that it need not have been read with.
+constexpr Row WrittenInFull(Row row) {
+  row.bytes += 64;
   return row;
 }
 
@@ -318,6 +326,7 @@ constexpr Row Payload(std::string_view name, Guard guard, std::span<const Attrib
                       Unknown unknown = Unknown::kReport) {
   return {.name = name,
           .make = Make<T>,
+          .bytes = sizeof(T),
           .home = Home::kCurrent,
           .attributes = attributes,
           .unknown = unknown,
@@ -330,6 +339,7 @@ constexpr Row Payload(std::string_view name, Guard guard, std::span<const Attrib
 template <class T> constexpr Row Anywhere(std::string_view name, std::span<const AttributeRow> attributes) {
   return {.name = name,
           .make = Make<T>,
+          .bytes = sizeof(T),
           .home = Home::kCurrent,
           .push = true,
           .attributes = attributes,
@@ -368,7 +378,7 @@ constexpr std::array kRows = std::to_array<Row>({
     Leaf<CKestSourceFormatChangeElementRemove>("element-remove", kSourceFormatRemove, Unknown::kFirstOnly),
     Leaf<AttributeInsert>("attribute-insert", kAttributeInsert),
     Leaf<CKestSourceFormatChangeAttributeRemove>("attribute-remove", kSourceFormatRemove, Unknown::kFirstOnly),
-    Leaf<FtpInsert>("FTP-extension-insert", kFtpInsert),
+    WrittenInFull(Leaf<FtpInsert>("FTP-extension-insert", kFtpInsert)),
     Leaf<FtpRemove>("FTP-extension-remove", kFtpRemove),
     Leaf<CKestExtensionsChangeInsert>("extension-insert", kExtensions),
     Leaf<CKestExtensionsChangeRemove>("extension-remove", kExtensions),

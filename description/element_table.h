@@ -52,6 +52,7 @@ struct ElementRow {
   std::string_view name;
   Action action = Action::kObject;
   std::unique_ptr<CKestXmlObject> (*make)() = nullptr;
+  std::size_t bytes = 0; ///< of what `make` makes, and of what is written of it beyond what it is read of
   Home home = Home::kNone;
   bool push = false;
   std::span<const AttributeRow> attributes = {};

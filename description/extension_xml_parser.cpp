@@ -19,12 +19,19 @@ constexpr std::string_view kSectionEnd = "]]>";
 // What a plain object takes, an attribute of one, and a message about one that is not known: as measured, rounded up.
 constexpr std::size_t kObjectBytes = 208;
 constexpr std::size_t kAttributeBytes = 112;
-constexpr std::size_t kLeastOfElement = 3;   // "</>"
-constexpr std::size_t kLeastOfAttribute = 4; // blank, sign, quotes
-// What all of them may take: so much in any case, and so many times what they have in the file. With the file itself,
-// twice in memory while it is read, and the program this stays below 64 MiB and eight times the file.
-constexpr std::size_t kMostBytes = 48u << 20;
-constexpr std::size_t kMostTimes = 5;
+constexpr std::size_t kRecordBytes = 16; // of an object with a class of its own, beside that
+constexpr std::size_t kTextBytes = 16;   // of a text that is no short one, beside its characters
+constexpr std::size_t kShortText = 15;
+constexpr std::size_t kTextTimes = 2; // a text that grows leaves room
+constexpr std::size_t kLineTimes = 3; // a line is rewritten, parsed and handed on in copies of its own
+constexpr std::size_t kUsualLine = 64 * 1024;
+// What all of them may take: so much in any case, and so many times the file's size. An operation has a description
+// in memory twice, for what it writes is read again, beside the text; all of it stays below 64 MiB and eight times the
+// file.
+constexpr std::size_t kMostBytes = 24u << 20;
+constexpr std::size_t kMostTimes = 2;
+
+std::size_t BytesOfText(std::size_t length) { return length > kShortText ? length + kTextBytes : 0; }
 
 bool IsChangeSet(const CKestXmlObject* object) {
   return dynamic_cast<const CKestConfigChanges*>(object) != nullptr ||
@@ -61,7 +68,7 @@ CKestExtensionXMLParser::~CKestExtensionXMLParser() = default;
 CKestExtensionXMLParser::CKestExtensionXMLParser(const CKestExtensionXMLParser& other)
     : CKestXMLParser(other), m_inComment(other.m_inComment), m_inDescription(other.m_inDescription),
       m_inUIAccess(other.m_inUIAccess), m_inCData(other.m_inCData), m_inLicense(other.m_inLicense),
-      m_record(other.m_record), m_foundRoot(other.m_foundRoot), m_taken(other.m_taken), m_read(other.m_read),
+      m_record(other.m_record), m_foundRoot(other.m_foundRoot), m_taken(other.m_taken), m_longest(other.m_longest),
       m_lineTooMuch(other.m_lineTooMuch), m_errors(other.m_errors), m_observer(other.m_observer) {}
 
 CKestExtensionXMLParser& CKestExtensionXMLParser::operator=(const CKestExtensionXMLParser& other) {
@@ -75,7 +82,7 @@ CKestExtensionXMLParser& CKestExtensionXMLParser::operator=(const CKestExtension
     m_record = other.m_record;
     m_foundRoot = other.m_foundRoot;
     m_taken = other.m_taken;
-    m_read = other.m_read;
+    m_longest = other.m_longest;
     m_lineTooMuch = other.m_lineTooMuch;
     m_errors = other.m_errors;
     m_observer = other.m_observer;
@@ -96,6 +103,10 @@ int CKestExtensionXMLParser::OnPreProcessLine(CString& line) {
   }
   if (m_record != nullptr) {
     CKestExtension::ConvertBadXml(line);
+    m_longest = std::max(m_longest, line.size());
+    if (!Afford(0)) {
+      return kRefused;
+    }
   }
   return 0;
 }
@@ -103,19 +114,24 @@ int CKestExtensionXMLParser::OnPreProcessLine(CString& line) {
 // ---- elements
 // ----------------------------------------------------------------------------------------------------------
 
-bool CKestExtensionXMLParser::Afford(std::string_view name, CKestXMLAttributes attributes) {
-  const ElementRow* row = FindElement(name);
-  std::size_t read = name.size() + kLeastOfElement;
-  while (const char* attribute = attributes.GetNextAttr()) {
-    read += std::string_view(attribute).size() + std::string_view(attributes.GetValue()).size() + kLeastOfAttribute;
-    m_taken += row == nullptr || FindAttributeRow(*row, attribute) == nullptr ? kAttributeBytes : 0;
-  }
-  m_read += read;
-  m_taken += read + (row == nullptr ? kObjectBytes : 0);
-  if (m_lineTooMuch == 0 && m_taken > kMostBytes + kMostTimes * m_read) {
+bool CKestExtensionXMLParser::Afford(std::size_t bytes) {
+  m_taken += bytes;
+  const std::size_t line = kLineTimes * (m_longest - std::min(m_longest, kUsualLine));
+  if (m_lineTooMuch == 0 && m_taken + line > kMostBytes + kMostTimes * GetDocumentSize()) {
     m_lineTooMuch = std::max(GetCurrentLine(), 1);
   }
   return m_lineTooMuch == 0;
+}
+
+bool CKestExtensionXMLParser::Afford(std::string_view name, CKestXMLAttributes attributes) {
+  const ElementRow* row = FindElement(name);
+  std::size_t bytes = row == nullptr ? kObjectBytes : row->bytes == 0 ? 0 : row->bytes + kRecordBytes;
+  bytes += row != nullptr && row->push ? kObjectBytes : 0; // it gets children
+  while (const char* attribute = attributes.GetNextAttr()) {
+    bytes += BytesOfText(std::string_view(attributes.GetValue()).size());
+    bytes += row == nullptr || FindAttributeRow(*row, attribute) == nullptr ? kAttributeBytes : 0;
+  }
+  return Afford(bytes);
 }
 
 void CKestExtensionXMLParser::OnElementStart(const char* name, CKestXMLAttributes& attributes) {
@@ -359,6 +375,9 @@ void CKestExtensionXMLParser::OnCData(const char* text, int length) {
 
 // `closed`: the CDATA section ended in this piece, and the element's text with it.
 void CKestExtensionXMLParser::AppendText(std::string_view text, bool closed) {
+  if (!Afford(kTextTimes * text.size())) {
+    return;
+  }
   if (m_inDescription) {
     m_inDescription = !closed;
     m_record->AppendDesc(text.starts_with('\n') ? text : text::Trimmed(text));

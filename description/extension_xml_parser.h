@@ -48,8 +48,9 @@ private:
   [[nodiscard]] CKestXmlObject* ContainerOf(const ElementRow& row) const;
   [[nodiscard]] CKestXmlObject* HomeOf(const ElementRow& row) const;
   [[nodiscard]] CKestExtensionFile::SharedDestinations& GetDestinations();
-  /// Counts what an element takes in memory, and has in the file at least. False when that is too much.
+  /// Counts what an element takes in memory. False when that is too much.
   [[nodiscard]] bool Afford(std::string_view name, CKestXMLAttributes attributes);
+  [[nodiscard]] bool Afford(std::size_t bytes);
   void StartText(const ElementRow& row);
   void AppendText(std::string_view text, bool closed);
   void ReportUnknown(std::string_view element, std::string_view attribute);
@@ -63,8 +64,8 @@ private:
   bool m_inLicense = false;
   CKestExtension* m_record;
   bool m_foundRoot = false;
-  std::size_t m_taken = 0; ///< bytes of memory for what has no class of its own, roughly
-  std::size_t m_read = 0;  ///< bytes of the file that it had, at least
+  std::size_t m_taken = 0;   ///< bytes of memory for what was read, roughly
+  std::size_t m_longest = 0; ///< line, as it is parsed
   int m_lineTooMuch = 0;
   CKestTypedList<CKestString> m_errors;
   DescriptionObserver* m_observer;

@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <memory>
 
 namespace kest::host {
 namespace {
@@ -24,8 +25,10 @@ const char* PlatformWord(int platform) {
 /// What is shown: an installed extension, or the record of a file.
 struct Subject {
   const CKestProduct* product = nullptr; ///< null for a file
-  const CKestExtension* record = nullptr;
+  std::shared_ptr<const CKestExtension> record;
 };
+
+using Take = LongLists::Take;
 
 template <class Record, class Work> void ForEach(const CKestXmlObject& container, Work work) {
   for (const auto& child : container.GetChildren()) {
@@ -42,26 +45,22 @@ std::string DetailText(Session& session, const CKestExtension& record) {
   return PlainText(detail);
 }
 
-Json ProductsJson(const CKestExtension& record) {
-  Json list = Json::array();
+void EachProduct(const CKestExtension& record, const Take& take) {
   ForEach<CKestExtensionProduct>(record.GetProducts(), [&](const CKestExtensionProduct& product) {
-    list.push_back({{"name", PlainText(product.GetName())},
-                    {"version", PlainText(product.GetVersion())},
-                    {"primary", product.IsPrimary()},
-                    {"required", product.IsRequired()}});
+    take({{"name", PlainText(product.GetName())},
+          {"version", PlainText(product.GetVersion())},
+          {"primary", product.IsPrimary()},
+          {"required", product.IsRequired()}});
   });
-  return list;
 }
 
-Json TokensJson(const CKestExtension& record) {
-  Json list = Json::array();
+void EachToken(const CKestExtension& record, const Take& take) {
   ForEach<CKestExtensionToken>(record.GetTokens(), [&](const CKestExtensionToken& token) {
-    list.push_back({{"name", PlainText(token.GetName())},
-                    {"prompt", PlainText(token.GetPrompt())},
-                    {"default", PlainText(token.GetDefault())},
-                    {"definition", PlainText(token.GetDefinition())}});
+    take({{"name", PlainText(token.GetName())},
+          {"prompt", PlainText(token.GetPrompt())},
+          {"default", PlainText(token.GetDefault())},
+          {"definition", PlainText(token.GetDefinition())}});
   });
-  return list;
 }
 
 // Where each file of an installed extension is, by the file name at its end; files without a place are not in it.
@@ -78,13 +77,12 @@ CString InstalledPathOf(const std::vector<CString>& installed, std::size_t& next
   return fits ? installed[next++] : CString();
 }
 
-Json FilesJson(Session& session, const Subject& subject) {
-  Json list = Json::array();
+void EachFile(Session& session, const Subject& subject, const Take& take) {
   std::vector<CString> installed;
   CKestExtension converted;
-  const CKestExtension* record = subject.record;
+  const CKestExtension* record = subject.record.get();
   if (subject.product && subject.record->IsEnabled()) {
-    installed = session.GetManager().GetInstalledFiles(subject.product, subject.record);
+    installed = session.GetManager().GetInstalledFiles(subject.product, record);
     converted = session.GetManager().GetConverted(*subject.product, *subject.record);
     record = &converted;
   }
@@ -97,12 +95,11 @@ Json FilesJson(Session& session, const Subject& subject) {
     json["shared"] = file.IsShared();
     json["system"] = file.IsSystemFile();
     json["installed"] = PathJson(&session.GetMachine(), InstalledPathOf(installed, next, file));
-    list.push_back(std::move(json));
+    take(json);
   });
-  return list;
 }
 
-template <class Change, class Set> void AddChanges(Json& list, const Set& set) {
+template <class Change, class Set> void EachChangeOf(const Set& set, const Take& take) {
   CString path;
   set.GetPath(path);
   const std::size_t start = path.find_first_not_of('\\');
@@ -113,20 +110,18 @@ template <class Change, class Set> void AddChanges(Json& list, const Set& set) {
       json["file"] = ToUtf8(start == CString::npos ? CString() : path.substr(start));
       json["change"] = ToUtf8(change->GetTag());
       json["words"] = PlainText(change->DescribeInWords());
-      list.push_back(std::move(json));
+      take(json);
     }
   }
 }
 
-Json ChangesJson(const CKestExtension& record) {
-  Json list = Json::array();
+void EachChange(const CKestExtension& record, const Take& take) {
   for (const auto& set : record.GetConfigChanges()) {
-    AddChanges<CKestConfigChange>(list, *set);
+    EachChangeOf<CKestConfigChange>(*set, take);
   }
   for (const auto& set : record.GetHelpChanges()) {
-    AddChanges<CKestHelpChange>(list, *set);
+    EachChangeOf<CKestHelpChange>(*set, take);
   }
-  return list;
 }
 
 Json InfoJson(Session& session, const Subject& subject) {
@@ -138,10 +133,10 @@ Json InfoJson(Session& session, const Subject& subject) {
   json["license"] = PlainText(record.GetLicenseAgreement());
   json["requires_restart"] = record.RequiresRestart();
   json["multiple_primary"] = record.HasMultiplePrimaryProducts();
-  json["products"] = ProductsJson(record);
-  json["tokens"] = TokensJson(record);
-  json["files"] = FilesJson(session, subject);
-  json["changes"] = ChangesJson(record);
+  json["products"] = session.lists.Add([subject](const Take& take) { EachProduct(*subject.record, take); });
+  json["tokens"] = session.lists.Add([subject](const Take& take) { EachToken(*subject.record, take); });
+  json["files"] = session.lists.Add([&session, subject](const Take& take) { EachFile(session, subject, take); });
+  json["changes"] = session.lists.Add([subject](const Take& take) { EachChange(*subject.record, take); });
   return json;
 }
 
@@ -159,75 +154,84 @@ std::string Indented(const std::string& text) {
   return out;
 }
 
-std::string FilesText(const Json& files) {
-  std::string text = "\nFiles\n";
-  for (const Json& file : files) {
+void PrintFiles(Session& session, const Subject& subject) {
+  session.terminal.Data("\nFiles\n");
+  EachFile(session, subject, [&](const Json& file) {
     std::string marks = file["shared"].get<bool>() ? " shared" : "";
     marks += file["system"].get<bool>() ? " system" : "";
     marks += file["platform"] != "any" ? " " + file["platform"].get<std::string>() : "";
     const Json& installed = file["installed"];
-    text +=
+    session.terminal.Data(
         fmt::format("  {} -> {}{}\n", ForTerminal(file["source"].get<std::string>()),
                     ForTerminal((installed.is_null() ? file["destination"] : installed["windows"]).get<std::string>()),
-                    marks.empty() ? "" : " (" + marks.substr(1) + ")");
-  }
-  return text;
+                    marks.empty() ? "" : " (" + marks.substr(1) + ")"));
+  });
 }
 
-std::string ChangesText(const Json& changes) {
-  std::string text = changes.empty() ? "\nChanges\n  none\n" : "\nChanges\n";
+void PrintChanges(Session& session, const CKestExtension& record) {
+  session.terminal.Data("\nChanges\n");
   std::string last;
-  for (const Json& change : changes) {
+  bool isAny = false;
+  EachChange(record, [&](const Json& change) {
+    isAny = true;
     const std::string file = change["file"].get<std::string>();
     if (file != last) {
-      text += fmt::format("  {}\n", ForTerminal(file));
+      session.terminal.Data(fmt::format("  {}\n", ForTerminal(file)));
       last = file;
     }
-    text += Indented(Indented(change["words"].get<std::string>()));
-  }
-  return text;
+    session.terminal.Data(Indented(Indented(change["words"].get<std::string>())));
+  });
+  session.terminal.Data(isAny ? "" : "  none\n");
 }
 
-std::string InfoText(Session& session, const Subject& subject, const Json& json) {
+std::size_t CountChanges(const CKestExtension& record) {
+  std::size_t count = 0;
+  EachChange(record, [&](const Json&) { ++count; });
+  return count;
+}
+
+void PrintInfo(Session& session, const Subject& subject) {
   const CKestExtension& record = *subject.record;
-  std::string text = Line("Name", json["name"].get<std::string>());
-  text += Line("Version", json["version"].get<std::string>());
-  text += Line("Author", json["author"].get<std::string>());
-  text += Line("Type", json["type"]["label"].get<std::string>());
+  Terminal& terminal = session.terminal;
+  const Json json = ExtensionJson(session.GetManager(), &session.GetMachine(), subject.product, record);
+  const auto line = [&](const char* name, const Json& value) { terminal.Data(Line(name, value.get<std::string>())); };
+  line("Name", json["name"]);
+  line("Version", json["version"]);
+  line("Author", json["author"]);
+  line("Type", json["type"]["label"]);
   if (subject.product) {
-    text += Line("Product", NameOf(*subject.product));
-    text += Line("State", json["state"].get<std::string>() + ", " + json["scope"].get<std::string>());
-    text += Line("Description", json["description"]["windows"].get<std::string>());
+    line("Product", NameOf(*subject.product));
+    line("State", json["state"].get<std::string>() + ", " + json["scope"].get<std::string>());
+    line("Description", json["description"]["windows"]);
   }
-  for (const Json& product : json["products"]) {
-    text += Line("For", product["name"].get<std::string>() + " " + product["version"].get<std::string>() +
-                            (product["primary"].get<bool>()    ? " (primary)"
-                             : product["required"].get<bool>() ? " (required)"
-                                                               : ""));
-  }
-  for (const Json& token : json["tokens"]) {
-    text += Line("Token",
-                 token["name"].get<std::string>() +
-                     (token["prompt"].get<std::string>().empty() ? "" : ": " + token["prompt"].get<std::string>()));
-  }
-  text += Line("Restart", json["requires_restart"].get<bool>() ? "needed" : "");
-  text += Line("Files", std::to_string(json["files"].size()));
-  text += Line("Changes", std::to_string(json["changes"].size()));
+  EachProduct(record, [&](const Json& product) {
+    line("For", product["name"].get<std::string>() + " " + product["version"].get<std::string>() +
+                    (product["primary"].get<bool>()    ? " (primary)"
+                     : product["required"].get<bool>() ? " (required)"
+                                                       : ""));
+  });
+  EachToken(record, [&](const Json& token) {
+    const std::string prompt = token["prompt"].get<std::string>();
+    line("Token", token["name"].get<std::string>() + (prompt.empty() ? "" : ": " + prompt));
+  });
+  line("Restart", record.RequiresRestart() ? "needed" : "");
+  line("Files", std::to_string(record.GetFileCount()));
+  line("Changes", std::to_string(CountChanges(record)));
   const std::string detail = DetailText(session, record);
-  text += detail.empty() ? "" : "\n" + Indented(detail);
+  terminal.Data(detail.empty() ? "" : "\n" + Indented(detail));
   if (session.options.files) {
-    text += FilesText(json["files"]);
+    PrintFiles(session, subject);
   }
   if (session.options.changes) {
-    text += ChangesText(json["changes"]);
+    PrintChanges(session, record);
   }
-  return text;
 }
 
 int Show(Session& session, const Subject& subject) {
-  session.document["extension"] = InfoJson(session, subject);
-  if (!session.options.json) {
-    session.terminal.Data(InfoText(session, subject, session.document["extension"]));
+  if (session.options.json) {
+    session.document["extension"] = InfoJson(session, subject);
+  } else {
+    PrintInfo(session, subject);
   }
   return kDone;
 }
@@ -252,7 +256,7 @@ int RunInfo(Session& session) {
     return exit;
   }
   if (isFile) {
-    const ExtensionFile file = ReadExtensionFile(session, word);
+    ExtensionFile file = ReadExtensionFile(session, word);
     if (!file.record || file.code != 0) {
       return session.Fail(kBadInput, {ForTerminal(word) + " cannot be shown",
                                       file.record ? DescribeLoadCode(file.code) : file.problem,
@@ -261,7 +265,7 @@ int RunInfo(Session& session) {
                                       "see: kest validate " + ForTerminal(word),
                                       0});
     }
-    return Show(session, {nullptr, file.record.get()});
+    return Show(session, {nullptr, std::move(file.record)});
   }
   const CKestProduct* only = nullptr;
   if (!session.options.product.empty() && !(only = session.FindProduct(session.options.product, exit))) {
@@ -277,7 +281,12 @@ int RunInfo(Session& session) {
                                         0});
   }
   const Installed one = Select(session, all, word, exit);
-  return one.extension ? Show(session, {one.product, one.extension}) : exit;
+  if (one.extension == nullptr) {
+    return exit;
+  }
+  // the engine's own, which outlives the session's output
+  const auto borrow = [](const CKestExtension*) {};
+  return Show(session, {one.product, {one.extension, borrow}});
 }
 
 } // namespace kest::host

@@ -223,6 +223,20 @@ void TellWhatWasLeftOut(Session& session, const ExtensionFile& file, const std::
   }
 }
 
+/// What a failure says of an extension.
+CKestExtension HeadOf(const CKestExtension& record) {
+  CKestExtension head;
+  head.SetPath(record.GetPath());
+  head.SetID(record.GetID());
+  head.SetName(record.GetName());
+  head.SetVersion(record.GetVersion().ToText());
+  head.SetType(record.GetType());
+  head.SetTypeLabel(record.GetTypeLabel());
+  head.SetAuthorName(record.GetAuthorName());
+  head.ReadRestLater(record.GetFileCount());
+  return head;
+}
+
 int InstallOne(Session& session, const std::string& word, const CKestProduct* wanted,
                const std::map<std::string, std::string>& tokens) {
   const std::string name = ForTerminal(word);
@@ -230,7 +244,8 @@ int InstallOne(Session& session, const std::string& word, const CKestProduct* wa
   if (!file.exists || !file.record || file.code != 0) {
     return FailUnread(session, file, word);
   }
-  const CKestExtension& record = *file.record;
+  CKestExtension record = std::move(*file.record);
+  file.record.reset();
   const CKestExtensionProduct* primary = record.GetPrimaryProduct();
   if (wanted && primary && !wanted->Supports(primary->GetName().c_str(), primary->GetVersion().c_str())) {
     return session.Fail(kNoProductSupports, {fmt::format("{} was not installed in {}", Quote(record), NameOf(*wanted)),
@@ -246,6 +261,7 @@ int InstallOne(Session& session, const std::string& word, const CKestProduct* wa
   TellTokens(session, record, tokens);
   session.GetUi().SetEntries(std::move(file.entries));
   session.GetUi().Begin();
+  record = HeadOf(record); // the engine reads the rest itself
   InstallOptions options;
   options.product = product;
   options.onlyThatProduct = wanted != nullptr;

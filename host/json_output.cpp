@@ -55,8 +55,44 @@ Json ExtensionJson(const CKestExtensionManager& manager, HostedMachine* machine,
   return json;
 }
 
-std::string Printed(const Json& document) {
-  return document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+namespace {
+
+std::string Text(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+} // namespace
+
+// Nothing that a document holds itself is binary.
+Json LongLists::Add(Source source) {
+  m_sources.push_back(std::move(source));
+  return Json::binary({}, m_sources.size() - 1);
+}
+
+void LongLists::Print(const Json& document, const std::function<void(std::string_view)>& print) const {
+  const std::function<void(const Json&)> walk = [&](const Json& json) {
+    std::string_view separator;
+    if (json.is_binary()) {
+      print("[");
+      m_sources[static_cast<std::size_t>(json.get_binary().subtype())]([&](const Json& element) {
+        print(separator);
+        print(Text(element));
+        separator = ",";
+      });
+      print("]");
+    } else if (json.is_object()) {
+      print("{");
+      for (const auto& [key, value] : json.items()) {
+        print(separator);
+        print(Text(Json(key)) + ":");
+        walk(value);
+        separator = ",";
+      }
+      print("}");
+    } else {
+      print(Text(json));
+    }
+  };
+  walk(document);
+  print("\n");
 }
 
 } // namespace kest::host

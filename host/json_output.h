@@ -5,7 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace kest {
 class CKestExtension;
@@ -28,7 +30,21 @@ using Json = nlohmann::ordered_json;
 /// What `kest list` says of one extension.
 [[nodiscard]] Json ExtensionJson(const CKestExtensionManager& manager, HostedMachine* machine,
                                  const CKestProduct* product, const CKestExtension& extension);
-/// The document as it is printed, with its line end.
-[[nodiscard]] std::string Printed(const Json& document);
+
+/// Lists of a document that may be too long to be held as JSON: their elements are made when it is printed. What makes
+/// them owns what it needs.
+class LongLists {
+public:
+  using Take = std::function<void(const Json&)>;
+  using Source = std::function<void(const Take&)>;
+
+  /// What stands for the list in the document.
+  [[nodiscard]] Json Add(Source source);
+  /// The document with its lists and its line end, in pieces, given to `print`.
+  void Print(const Json& document, const std::function<void(std::string_view)>& print) const;
+
+private:
+  std::vector<Source> m_sources;
+};
 
 } // namespace kest::host

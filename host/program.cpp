@@ -107,7 +107,7 @@ int Run(Session& session, int count, const char* const* arguments) {
   const int exit = Dispatch(session, line);
   if (line.options.json && !session.document.is_null()) {
     Complete(session, exit);
-    session.terminal.Data(Printed(session.document));
+    session.lists.Print(session.document, [&](std::string_view text) { session.terminal.Data(text); });
   }
   session.terminal.Flush();
   if (const int error = session.terminal.GetDataError(); error != 0) {

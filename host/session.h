@@ -31,6 +31,7 @@ public:
   Terminal terminal;
   /// What --json prints; commands fill it. "ok" and "exit" are set at the end.
   Json document;
+  LongLists lists; ///< of the document
 
   /// Opens the machine that the options, the environment or the user's data directory name (there it is made when it
   /// is missing). False: the error has been reported, and `exit` is the code.

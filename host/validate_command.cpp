@@ -72,13 +72,13 @@ void Print(Session& session, const std::string& name, const std::vector<Validati
 }
 
 // The findings of one file, and the code of its load.
-std::vector<ValidationFinding> Check(Session& session, const ExtensionFile& file, const CKestProduct* product,
-                                     int& code) {
+std::vector<ValidationFinding> Check(Session& session, ExtensionFile& file, const CKestProduct* product, int& code) {
   code = file.code;
   if (!file.record) {
     const std::string what = file.isPackage ? "the package cannot be used: " : "";
     return {{Severity::kError, 0, "unusable", what + file.problem}};
   }
+  file.record.reset(); // it is read again, with an ear for what is passed over
   CKestExtension record;
   const CString name = CKestPath(file.isPackage ? file.descriptionName : file.path).GetFileName();
   const CKestExtensionManager* manager = product == nullptr ? nullptr : &session.GetManager();
@@ -100,7 +100,7 @@ std::string Count(std::ptrdiff_t count, const char* what) {
 }
 
 int ValidateOne(Session& session, const std::string& word, const CKestProduct* product) {
-  const ExtensionFile file = ReadExtensionFile(session, word);
+  ExtensionFile file = ReadExtensionFile(session, word);
   const std::string name = ForTerminal(word);
   session.document["file"] = name;
   if (!file.exists) {

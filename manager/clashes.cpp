@@ -11,16 +11,22 @@ namespace {
 // The lines of the elements that the clashes are about.
 void FindLines(std::string_view description, std::vector<Clash>& clashes) {
   const DescriptionOutline outline(description);
-  std::unordered_map<CString, int> lines; ///< by element and value
+  std::unordered_map<CString, int> lines; ///< by element and value, of the clashes; 0 until it is found
+  for (Clash& clash : clashes) {
+    clash.line = clash.element == "kestrel-extension" ? outline.At(0).line : clash.line;
+    lines.try_emplace(text::Lower(clash.element + ' ' + clash.name));
+  }
+  CString key;
   for (const OutlineElement& element : outline.GetElements()) {
-    for (const auto& [name, value] : element.attributes) {
-      lines.try_emplace(element.name + ' ' + text::Lower(text::Trimmed(value)), element.line);
+    for (const OutlineAttribute& attribute : element.attributes) {
+      key.assign(element.name).append(" ").append(text::Lower(text::Trimmed(attribute.second)));
+      if (const auto at = lines.find(key); at != lines.end() && at->second == 0) {
+        at->second = element.line;
+      }
     }
   }
   for (Clash& clash : clashes) {
-    clash.line = clash.element == "kestrel-extension" ? outline.At(0).line : clash.line;
-    const auto at = lines.find(text::Lower(clash.element + ' ' + clash.name));
-    clash.line = clash.line == 0 && at != lines.end() ? at->second : clash.line;
+    clash.line = clash.line == 0 ? lines.at(text::Lower(clash.element + ' ' + clash.name)) : clash.line;
   }
 }
 

@@ -4,14 +4,14 @@
 #include "platform/xml/xml_parser.h"
 
 #include <algorithm>
+#include <memory>
+#include <vector>
 
 namespace kest {
 
-namespace {
-
-class OutlineReader : public CKestXMLParser {
+class DescriptionOutline::Reader : public CKestXMLParser {
 public:
-  explicit OutlineReader(std::vector<OutlineElement>& elements) : m_elements(elements) {}
+  explicit Reader(DescriptionOutline& outline) : m_outline(outline) {}
 
   int OnPreProcessLine(CString& line) override {
     CKestExtension::ConvertBadXml(line);
@@ -22,18 +22,25 @@ public:
   }
   void OnElementStart(const char* name, CKestXMLAttributes& attributes) override {
     OutlineElement element;
-    element.name = text::Lower(name);
+    element.name = Intern(name);
     element.line = GetCurrentLine();
-    element.parent = m_open.empty() ? -1 : m_open.back();
+    m_read.clear();
     while (const char* attribute = attributes.GetNextAttr()) {
-      element.attributes.emplace_back(text::Lower(attribute), attributes.GetValue());
+      m_read.emplace_back(Intern(attribute), Keep(attributes.GetValue()));
     }
-    const int index = static_cast<int>(m_elements.size());
-    if (element.parent >= 0) {
-      m_elements[static_cast<std::size_t>(element.parent)].children.push_back(index);
+    std::pmr::polymorphic_allocator<OutlineAttribute> allocator(&m_outline.m_attributes);
+    OutlineAttribute* const kept = allocator.allocate(m_read.size());
+    std::uninitialized_copy(m_read.begin(), m_read.end(), kept);
+    element.attributes = {kept, m_read.size()};
+    const int index = static_cast<int>(m_outline.m_elements.size());
+    if (!m_open.empty()) {
+      auto& [parent, lastChild] = m_open.back();
+      element.parent = parent;
+      (lastChild < 0 ? Edit(parent).firstChild : Edit(lastChild).nextSibling) = index;
+      lastChild = index;
     }
-    m_elements.push_back(std::move(element));
-    m_open.push_back(index);
+    m_outline.m_elements.push_back(element);
+    m_open.push_back({index, -1});
   }
   void OnElementEnd(const char*) override {
     if (!m_open.empty()) {
@@ -42,16 +49,30 @@ public:
   }
   void OnCData(const char* text, int length) override {
     if (!m_open.empty() && !text::Trimmed({text, static_cast<std::size_t>(length)}).empty()) {
-      m_elements[static_cast<std::size_t>(m_open.back())].hasText = true;
+      Edit(m_open.back().index).hasText = true;
     }
   }
 
 private:
-  std::vector<OutlineElement>& m_elements;
-  std::vector<int> m_open;
-};
+  struct Open {
+    int index;
+    int lastChild;
+  };
+  [[nodiscard]] OutlineElement& Edit(int index) { return m_outline.m_elements[static_cast<std::size_t>(index)]; }
+  [[nodiscard]] std::string_view Intern(std::string_view name) {
+    return *m_outline.m_names.insert(text::Lower(name)).first;
+  }
+  [[nodiscard]] std::string_view Keep(std::string_view value) {
+    std::pmr::polymorphic_allocator<char> allocator(&m_outline.m_attributes);
+    char* const kept = allocator.allocate(value.size());
+    std::copy(value.begin(), value.end(), kept);
+    return {kept, value.size()};
+  }
 
-} // namespace
+  DescriptionOutline& m_outline;
+  std::vector<Open> m_open;
+  std::vector<OutlineAttribute> m_read; ///< of the element at hand
+};
 
 CString OutlineElement::Get(std::string_view attribute) const {
   for (const auto& [known, value] : attributes) {
@@ -67,12 +88,12 @@ bool OutlineElement::Has(std::string_view attribute) const {
 }
 
 DescriptionOutline::DescriptionOutline(std::string_view description) {
-  OutlineReader reader(m_elements);
+  Reader reader(*this);
   static_cast<void>(reader.ParseLines(description, false)); // what does not load is told by the load
 }
 
 std::string_view DescriptionOutline::ParentName(const OutlineElement& element) const {
-  return element.parent < 0 ? std::string_view() : std::string_view(At(element.parent).name);
+  return element.parent < 0 ? std::string_view() : At(element.parent).name;
 }
 
 } // namespace kest

@@ -50,6 +50,9 @@ public:
                         (belongsIn.empty() ? Meant(near) : ": it belongs in " + Tag(belongsIn)));
   }
   void OnForeignChange(int line, std::string_view element, std::string_view set) override {
+    if (m_findings.IsFull()) {
+      return;
+    }
     CString near;
     for (const ElementRow& known : ChangeElements()) {
       near = near.empty() && text::IsNear(element, known.name) ? CString(known.name) : near;

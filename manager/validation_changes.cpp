@@ -40,7 +40,7 @@ bool IsInsert(const OutlineElement& element) { return IsOneOf(element.name, kIns
 
 // Changes of one set belong together when they go into the same file.
 CString FileOf(const OutlineElement& set) {
-  CString file = set.name;
+  CString file(set.name);
   for (const char* attribute : {"file", "server", "servermodel", "folder", "servermodelfolder"}) {
     file += "|" + text::Lower(set.Get(attribute));
   }
@@ -58,7 +58,7 @@ void CheckPlace(const ValidationRules& rules, const OutlineElement& change) {
   }
   bool barsAlone = true;
   bool hasContent = false;
-  for (const int child : change.children) {
+  for (int child = change.firstChild; child >= 0; child = rules.outline.At(child).nextSibling) {
     const OutlineElement& content = rules.outline.At(child);
     hasContent |= content.name != "comment";
     barsAlone &= IsOneOf(content.name, "menubar|shortcutlist|comment");
@@ -105,7 +105,7 @@ void ValidationRules::CheckChanges() const {
   std::map<CString, int> keys;
   for (const OutlineElement& element : outline.GetElements()) {
     CheckHome(*this, element);
-    if (IsSet(element) && element.children.empty()) {
+    if (IsSet(element) && element.firstChild < 0) {
       findings.Warn(element.line, "empty-set", Tag(element.name) + " changes nothing");
     }
     if (IsInsert(element)) {

@@ -197,7 +197,7 @@ constexpr std::string_view kButtonAttributes =
 CString Said(const OutlineElement& element, std::string_view names) {
   for (const auto& [name, value] : element.attributes) {
     if (IsOneOf(name, names) && !text::Trimmed(value).empty()) {
-      return value;
+      return CString(value);
     }
   }
   return {};
@@ -268,7 +268,8 @@ void CheckAttributes(const ValidationRules& rules, const OutlineElement& element
     for (const auto& [name, value] : element.attributes) {
       const CString why = IsOneOf(name, row.attributes) && !value.empty() ? row.judge(text::Trimmed(value)) : "";
       if (!why.empty()) {
-        rules.findings.Warn(element.line, row.rule, Tag(element.name) + ": " + name + "=\"" + value + "\" " + why);
+        rules.findings.Warn(element.line, row.rule,
+                            Tag(element.name) + ": " + CString(name) + "=\"" + CString(value) + "\" " + why);
       }
     }
   }
@@ -291,7 +292,7 @@ void CheckAttributes(const ValidationRules& rules, const OutlineElement& element
       const CString near = IsOneOf(name, kButtonAttributes) ? CString() : NearestOf(name, kButtonAttributes);
       if (!near.empty()) {
         rules.findings.Warn(element.line, "unknown-attribute",
-                            "<button> has an attribute \"" + name + "\"; did you mean \"" + near + "\"?");
+                            "<button> has an attribute \"" + CString(name) + "\"; did you mean \"" + near + "\"?");
       }
     }
   }
@@ -300,9 +301,9 @@ void CheckAttributes(const ValidationRules& rules, const OutlineElement& element
 } // namespace
 
 void ValidationRules::CheckElements() const {
-  std::map<CString, int> seen;
+  std::map<std::string_view, int> seen;
   // a description of many elements has few kinds of them
-  std::unordered_map<CString, RowsOfElement> rows;
+  std::unordered_map<std::string_view, RowsOfElement> rows;
   std::unordered_set<CString> inPlace;
   for (const OutlineElement& element : outline.GetElements()) {
     if (findings.IsFull()) {

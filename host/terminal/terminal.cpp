@@ -141,6 +141,14 @@ void Terminal::Log(std::string_view line) {
   }
 }
 
+void Terminal::Data(std::string_view text) {
+  constexpr std::size_t kMostKept = 1 << 20;
+  m_data += text;
+  if (m_data.size() > kMostKept) {
+    Flush();
+  }
+}
+
 std::string Terminal::Paint(Style style, std::string_view text) const { return Painted(m_colorError, style, text); }
 std::string Terminal::PaintData(Style style, std::string_view text) const { return Painted(m_colorData, style, text); }
 

@@ -39,8 +39,8 @@ public:
   /// Folders that lines for the user name as they were typed.
   [[nodiscard]] TypedPaths& GetTypedPaths() { return m_typedPaths; }
 
-  /// Data. Kept until Flush or the next line for the user, so that nothing is written in pieces.
-  void Data(std::string_view text) { m_data += text; }
+  /// Data. Kept until Flush or the next line for the user, so that nothing is written in pieces; but not without end.
+  void Data(std::string_view text);
   /// False when it could not be written.
   bool Flush();
   /// Why data could not be written, an errno; 0: all was. A reader that went away counts as having had enough.

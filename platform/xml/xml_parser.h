@@ -79,6 +79,8 @@ public:
   [[nodiscard]] bool IsSingleByte() const { return m_singleByte; }
   /// The document began with the byte order mark of UTF-8; it is not passed on.
   [[nodiscard]] bool HasByteOrderMark() const { return m_byteOrderMark; }
+  /// Bytes of the document that is or was parsed.
+  [[nodiscard]] std::size_t GetDocumentSize() const { return m_documentSize; }
   /// Where and why the last parse ended early; line 1-based, 0 when it did not.
   [[nodiscard]] int GetErrorLine() const { return m_errorLine; }
   [[nodiscard]] const CString& GetErrorText() const { return m_errorText; }
@@ -92,6 +94,7 @@ private:
   bool m_shiftJis = false;
   bool m_singleByte = false;
   bool m_byteOrderMark = false;
+  std::size_t m_documentSize = 0;
   int m_errorLine = 0;
   CString m_errorText;
   Session* m_session = nullptr; ///< the parse in progress, on its caller's stack; never copied

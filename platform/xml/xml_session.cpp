@@ -157,6 +157,7 @@ int CKestXMLParser::Session::Run(std::string_view content, bool lines, bool seve
     Fail(kRefused, 0, "the document is too large");
     return m_code;
   }
+  m_owner.m_documentSize = content.size();
   m_severalRoots = severalRoots;
   m_checkAttributeSize = content.size() > m_owner.m_limits.attributeBytes;
   m_keepExpat = content.size() <= kSmallDocument;
