@@ -42,10 +42,9 @@ template <class Change, class Set> void AddChanges(QStringList& words, const Set
   }
 }
 
-// Places of the rows when sorted by a text of theirs, `which` being the member of `order`.
+// Places of the rows when sorted by a text of theirs, `which` being the member of `order`: the same for equal ones.
 void RankByText(QList<ExtensionFacts>& rows, std::size_t which, QString ExtensionFacts::*text) {
   QCollator collator;
-  collator.setNumericMode(text == &ExtensionFacts::version);
   collator.setCaseSensitivity(Qt::CaseInsensitive);
   std::vector<std::pair<QCollatorSortKey, qsizetype>> keys;
   keys.reserve(static_cast<std::size_t>(rows.size()));
@@ -132,7 +131,9 @@ ExtensionFacts FactsOf(const CKestExtensionManager& manager, const CKestExtensio
   static_cast<void>(manager.GetTypeLabel(extension.GetType(), label));
   facts.path = QByteArray(extension.GetPath().data(), static_cast<qsizetype>(extension.GetPath().size()));
   facts.name = Plain(extension.GetName());
-  facts.version = Shown(extension.GetVersion().ToText());
+  const CKestVersionNumber& version = extension.GetVersion();
+  facts.version = Shown(version.ToText());
+  facts.versionNumber = quint64{version.GetMajor()} << 32 | quint64{version.GetMinor()} << 16 | version.GetBuild();
   facts.type = Shown(label);
   facts.author = Plain(extension.GetAuthorName());
   facts.enabled = extension.IsEnabled();
@@ -142,9 +143,8 @@ ExtensionFacts FactsOf(const CKestExtensionManager& manager, const CKestExtensio
 
 void RankRows(QList<ExtensionFacts>& rows) {
   RankByText(rows, 0, &ExtensionFacts::name);
-  RankByText(rows, 1, &ExtensionFacts::version);
-  RankByText(rows, 2, &ExtensionFacts::type);
-  RankByText(rows, 3, &ExtensionFacts::author);
+  RankByText(rows, 1, &ExtensionFacts::type);
+  RankByText(rows, 2, &ExtensionFacts::author);
 }
 
 ResultFacts FactsOf(const OperationReport& report) {

@@ -89,9 +89,18 @@ bool ExtensionFilter::filterAcceptsRow(int row, const QModelIndex&) const {
 }
 
 bool ExtensionFilter::lessThan(const QModelIndex& left, const QModelIndex& right) const {
-  const auto column = static_cast<std::size_t>(left.column());
-  const QList<ExtensionFacts>& rows = m_model.GetRows();
-  return rows[left.row()].order[column] < rows[right.row()].order[column];
+  const ExtensionFacts& a = m_model.GetRows()[left.row()];
+  const ExtensionFacts& b = m_model.GetRows()[right.row()];
+  switch (left.column()) {
+  case ExtensionModel::kName:
+    return a.order[0] < b.order[0];
+  case ExtensionModel::kVersion:
+    return a.versionNumber < b.versionNumber;
+  case ExtensionModel::kType:
+    return a.order[1] < b.order[1];
+  default:
+    return a.order[2] < b.order[2];
+  }
 }
 
 } // namespace kest::desktop

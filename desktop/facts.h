@@ -20,15 +20,15 @@ struct ProductFacts {
 
 /// A row of the list. The path of its description stands for the extension.
 struct ExtensionFacts {
-  static constexpr int kOrders = 4;
   QByteArray path; ///< windows path of the description, in the engine's own bytes
   QString name;
   QString version;
+  quint64 versionNumber = 0; ///< compares as the versions do
   QString type;
   QString author;
   bool enabled = true;
   bool shared = false;
-  std::array<int, kOrders> order{}; ///< place in the list sorted by name, version, type, author
+  std::array<int, 3> order{}; ///< place in the list sorted by name, type, author
 };
 
 /// What the details pane shows of one extension.

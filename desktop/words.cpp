@@ -102,7 +102,10 @@ void AddList(QString& text, const QString& head, const QStringList& lines) {
 
 } // namespace
 
-QString ReasonOf(const ResultFacts& result) { return result.reason.isEmpty() ? Say(RowOf(result).why) : result.reason; }
+QString ReasonOf(const ResultFacts& result) {
+  const bool isOwn = result.reason.isEmpty() || result.failure == static_cast<int>(Failure::kDeclined);
+  return isOwn ? Say(RowOf(result).why) : result.reason;
+}
 
 QString OfResult(const ResultFacts& result) {
   QString done;
