@@ -228,6 +228,11 @@ QList<PreviewLine> FactsOf(const Preview& preview) {
       line.text = WithNote(line.text, note);
     }
     line.place = Plain(entry.parent);
+    if (entry.kind == PreviewEntry::Kind::kFile) {
+      const CKestPath path(entry.name);
+      line.text = WithNote(Shown(path.GetFileName()), note);
+      line.place = Shown(path.GetFolder());
+    }
     if (!entry.after.empty()) {
       line.place = Say(QT_TRANSLATE_NOOP("Facts", "%1, after “%2”")).arg(line.place, Plain(entry.after));
     }

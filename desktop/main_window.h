@@ -111,6 +111,7 @@ private:
   QStringList m_recent;
   QStringList m_toInstall;
   QByteArray m_selectedPath; ///< to be selected again when the list comes anew
+  QString m_installedName;   ///< to be selected when the list comes anew
   bool m_isIdle = true;      ///< no operation, and no preview, is in progress
   bool m_isClosing = false;
 };

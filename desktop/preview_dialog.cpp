@@ -99,7 +99,8 @@ QTreeWidget* PreviewDialog::MakeTree() {
     item->setToolTip(0, line.text);
     item->setToolTip(2, line.place);
   }
-  tree->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+  tree->resizeColumnToContents(0);
+  tree->resizeColumnToContents(1);
   return tree;
 }
 

@@ -121,10 +121,12 @@ void MainWindow::OnListed(const QString& product, const QList<ExtensionFacts>& r
   m_model.SetRows(rows);
   QModelIndex select = m_filter.index(0, 0);
   for (int row = 0; row < rows.size(); ++row) {
-    if (rows[row].path == m_selectedPath) {
+    const bool isNew = rows[row].name == m_installedName && rows[row].enabled;
+    if (isNew || (m_installedName.isEmpty() && rows[row].path == m_selectedPath)) {
       select = m_filter.mapFromSource(m_model.index(row, 0));
     }
   }
+  m_installedName.clear();
   m_list->setCurrentIndex(select);
   ShowSelected();
   emit ListShown();
@@ -215,6 +217,11 @@ void MainWindow::OnFinished(const ResultFacts& result) {
   const auto operation = static_cast<OperationReport::Operation>(result.operation);
   if (isGood && operation != OperationReport::Operation::kPackage && operation != OperationReport::Operation::kUndo) {
     m_notice->OfferAction(tr("&Undo"), [this] { UndoLast(); });
+  }
+  if (isGood && operation == OperationReport::Operation::kInstall) {
+    m_installedName = result.extension;
+    // it may have gone to another product than the one shown
+    m_products->setCurrentIndex(qMax(0, m_products->findData(result.product)));
   }
   UpdateActions();
   ShowProduct();

@@ -34,7 +34,8 @@ bool Save(WindowFixture& on, const QString& file) {
 bool Run(const QDir& folder) {
   WindowFixture on;
   for (const char* name : {"breadcrumbs", "house-style", "page-furniture", "woven-patterns"}) {
-    on.Kest({"pack", QStringLiteral(KEST_SOURCE_DIR "/examples/%1/%1.kei").arg(name), "-o", on.In("one.kep"), "-y"});
+    on.Kest(
+        {"pack", QStringLiteral(KEST_SOURCE_DIR "/examples/%1/%1.kei").arg(name), "-o", on.In("one.kep"), "--force"});
     on.Kest({"install", on.In("one.kep"), "-y", "--accept-agreement"});
   }
   on.Kest({"disable", "House Style", "-y"});
