@@ -1,5 +1,7 @@
 #include "menus/menus_writer.h"
 
+#include "menus/payload.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -47,27 +49,6 @@ bool IsPlainName(std::string_view name) {
     }
   }
   return !name.empty();
-}
-
-bool IsReference(std::string_view text) {
-  const std::size_t end = text.find_first_of("; \"&<>", 1);
-  return end != std::string_view::npos && end > 1 && text[end] == ';';
-}
-
-/// A menu marks its access key with "_": an "&" that does the same becomes one; "&&" and references stay.
-CString MenuName(std::string_view name) {
-  CString out(name);
-  for (std::size_t i = 0; i < out.size(); ++i) {
-    if (out[i] != '&') {
-      continue;
-    }
-    if (i + 1 < out.size() && out[i + 1] == '&') {
-      ++i;
-    } else if (!IsReference(std::string_view(out).substr(i))) {
-      out[i] = '_';
-    }
-  }
-  return out;
 }
 
 } // namespace

@@ -1,27 +1,49 @@
 #include "menus/payload.h"
 
 #include "config/text_level.h"
+#include "platform/xml/xml_references.h"
+
+#include <algorithm>
 
 namespace kest {
 namespace {
 
+bool IsReference(std::string_view text) {
+  const std::size_t end = text.find_first_of("; \"&<>", 1);
+  return end != std::string_view::npos && end > 1 && text[end] == ';';
+}
+
 /// A label as a user sees it: without the mark of the access key.
 CString Label(std::string_view name) {
-  CString label(name);
-  DecodeReferences(label);
   CString out;
-  for (std::size_t i = 0; i < label.size(); ++i) {
-    if (label[i] == '&' && i + 1 < label.size()) {
-      ++i;
-    } else if (label[i] == '_') {
-      continue;
+  bool isFirst = false; // of two "&", which stand for one
+  for (const char c : MenuName(name)) {
+    isFirst = c == '&' && !isFirst;
+    if (c != '_' && (c != '&' || isFirst)) {
+      out += c;
     }
-    out += label[i];
   }
+  DecodeReferences(out);
+  std::replace(out.begin(), out.end(), kKeptReference, '&');
   return out;
 }
 
 } // namespace
+
+CString MenuName(std::string_view name) {
+  CString out(name);
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    if (out[i] != '&') {
+      continue;
+    }
+    if (i + 1 < out.size() && out[i + 1] == '&') {
+      ++i;
+    } else if (!IsReference(std::string_view(out).substr(i))) {
+      out[i] = '_';
+    }
+  }
+  return out;
+}
 
 CString CommentText(const CKestXmlComment& payload) {
   CString text = CKestXmlComment::MarkupText(text::Trimmed(payload.GetText()));

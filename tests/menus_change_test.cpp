@@ -264,10 +264,10 @@ TEST(MenuChanges, SayWhatTheyDo) {
   CKestMenuChangeInsert insert;
   insert.SetInsertAfter("TMMenu_Commands_SortTable");
   auto item = std::make_unique<CKestExtensionMenuItem>();
-  item->SetName("_Table &Tools");
+  item->SetName("_Table &Tools &amp; R&&D &bull;");
   insert.AppendChild(std::move(item));
   insert.AppendChild(std::make_unique<CKestXmlComment>("c"));
-  EXPECT_EQ(insert.DescribeInWords(), "item \"Table Tools\" after \"TMMenu_Commands_SortTable\"\n"
+  EXPECT_EQ(insert.DescribeInWords(), "item \"Table Tools & R&D &bull;\" after \"TMMenu_Commands_SortTable\"\n"
                                       "comment after \"TMMenu_Commands_SortTable\"");
   CKestServerBehaviorChanges server;
   server.SetServerModelFolder("ASP.NET_VB");
