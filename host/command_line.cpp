@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <utility>
 
@@ -22,6 +23,14 @@ std::set<std::string> SplitChoices(const char* choices) {
   }
   split.insert(rest);
   return split;
+}
+
+constexpr int kMostNumber = 1000000;
+
+bool IsNumberFor(std::string_view given) {
+  int number = 0;
+  const auto [end, error] = std::from_chars(given.data(), given.data() + given.size(), number);
+  return error == std::errc() && end == given.data() + given.size() && number >= 0 && number <= kMostNumber;
 }
 
 void AddFlag(CLI::App& app, const FlagSpec& flag, Options& options) {
@@ -39,7 +48,13 @@ void AddFlag(CLI::App& app, const FlagSpec& flag, Options& options) {
             made->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
           }
           if constexpr (std::is_same_v<decltype(member), int Options::*>) {
-            made->check(CLI::Range(0, 1000000));
+            made->check(CLI::Validator(
+                [](const std::string& given) {
+                  return IsNumberFor(given) ? std::string()
+                                            : fmt::format("takes a whole number from 0 to {}, not \"{}\"", kMostNumber,
+                                                          ForTerminal(given));
+                },
+                ""));
           }
           return made;
         }
@@ -143,8 +158,12 @@ void TellUnknownFlag(std::string given, const CommandSpec* chosen, CommandLine& 
   std::string elsewhere;
   const auto look = [&](std::span<const FlagSpec> flags) {
     for (const FlagSpec& flag : flags) {
-      const std::size_t distance = text::EditDistance(given, flag.name);
-      if (distance <= 2 && (nearest.empty() || distance < text::EditDistance(given, nearest))) {
+      // the dashes make no two names alike
+      const bool isNear =
+          text::IsNear(given.substr(std::min(given.find_first_not_of('-'), given.size())), flag.name + 2);
+      const bool isBegun = given.size() > 4 && std::string_view(flag.name).starts_with(given);
+      if ((isNear || isBegun) &&
+          (nearest.empty() || text::EditDistance(given, flag.name) < text::EditDistance(given, nearest))) {
         nearest = flag.name;
       }
     }
@@ -165,6 +184,23 @@ void TellUnknownFlag(std::string given, const CommandSpec* chosen, CommandLine& 
       nearest.empty() ? "see: kest help" + (chosen ? std::string(" ") + chosen->name : "") : "did you mean: " + nearest;
 }
 
+const FlagSpec* FindFlag(std::string_view name, const CommandSpec* chosen) {
+  for (const auto flags : {GetCommonFlags(), chosen ? chosen->GetFlags() : std::span<const FlagSpec>()}) {
+    for (const FlagSpec& flag : flags) {
+      if (name == flag.name) {
+        return &flag;
+      }
+    }
+  }
+  return nullptr;
+}
+
+void TellTooMany(const CommandSpec& chosen, CommandLine& line) {
+  line.problem = fmt::format("kest {} was given too many arguments", chosen.name);
+  line.reason = fmt::format("its usage is: kest {} {}", chosen.name, chosen.arguments);
+  text::Trim(line.reason);
+}
+
 // Says what is wrong with a command line that could not be read.
 void TellProblem(const Reader& reader, const CLI::ParseError& error, CommandLine& line) {
   const CommandSpec* chosen = reader.Chosen();
@@ -182,9 +218,22 @@ void TellProblem(const Reader& reader, const CLI::ParseError& error, CommandLine
     TellUnknown(words, line);
   } else if (surplus && !unknownFlag.empty()) {
     TellUnknownFlag(unknownFlag, chosen, line);
+  } else if (surplus && chosen) {
+    TellTooMany(*chosen, line);
+    line.advice = "see: kest help" + about;
   } else {
-    line.problem = "the command line" + (chosen ? " of kest" + about : "") + " makes no sense";
-    line.reason = ForTerminal(error.what());
+    const std::string said = error.what();
+    const std::string name = said.substr(0, said.find(':'));
+    const FlagSpec* const known = FindFlag(name, chosen);
+    const bool lacksValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
+    line.problem = known == nullptr ? "the command line" + (chosen ? " of kest" + about : "") + " makes no sense"
+                   : lacksValue     ? name + " was given no value"
+                                    : name + " was given a value that it does not take";
+    line.reason = known != nullptr && lacksValue ? fmt::format("it takes {}", known->choices ? known->choices
+                                                                              : known->value ? known->value
+                                                                                             : "none")
+                  : known != nullptr ? "it" + ForTerminal(said.substr(std::min(name.size() + 1, said.size())))
+                                     : ForTerminal(said);
     line.advice = "see: kest help" + about;
   }
 }
@@ -228,9 +277,10 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
   }
   const int count = static_cast<int>(line.options.arguments.size());
   if (count < chosen->least || (chosen->most >= 0 && count > chosen->most)) {
-    line.problem =
-        fmt::format("kest {} was given too {} arguments", chosen->name, count < chosen->least ? "few" : "many");
-    line.reason = fmt::format("its usage is: kest {} {}", chosen->name, chosen->arguments);
+    TellTooMany(*chosen, line);
+    if (count < chosen->least) {
+      line.problem = fmt::format("kest {} was given too few arguments", chosen->name);
+    }
     line.advice = fmt::format("see: kest help {}", chosen->name);
     return line;
   }

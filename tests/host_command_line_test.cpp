@@ -123,9 +123,16 @@ TEST_F(CommandLineProgram, OtherNamesWorkAndMistypedOnesAreCorrected) {
   EXPECT_EQ(kest({"version"}).out, kest({"--version"}).out);
   EXPECT_EQ(kest({"-V"}).out, kest({"--version"}).out);
   const std::tuple<Words, const char*, const char*> rows[] = {
-      {{"update", "x"}, "install FILE", "no command \"update\""}, {{"instal", "x"}, "kest install", "no command"},
-      {{"list", "--jsn"}, "did you mean: --json", "--jsn"},       {{"--verbos", "list"}, "--verbose", "--verbos"},
+      {{"update", "x"}, "install FILE", "no command \"update\""},
+      {{"instal", "x"}, "kest install", "no command"},
+      {{"list", "--jsn"}, "did you mean: --json", "--jsn"},
+      {{"--verbos", "list"}, "--verbose", "--verbos"},
       {{"list", "--files"}, "kest help list", "kest info"},
+      {{"list", "--foo"}, "see: kest help list", "no command takes it"},
+      {{"install", "--product"}, "takes PRODUCT", "no value"},
+      {{"install", "--wait", "x", "f"}, "from 0 to 1000000", "--wait"},
+      {{"list", "--state", "on"}, "takes enabled|disabled", "--state"},
+      {{"list", "a", "b"}, "kest help list", "too many arguments"},
   };
   for (const auto& [words, advice, named] : rows) {
     const ProcessResult result = kest(words);
