@@ -5,7 +5,7 @@
 namespace kest {
 
 /// Edits "Extensions.txt": a line per group, extensions separated by commas, a colon, the group's description.
-class KEST_API CKestExtensionsChange : public CKestConfigChange {
+class KEST_API CKestExtensionsChange : public CKestTextFileChange {
 public:
   static constexpr ErrorCode kNotText = kExtensionsNotText;
   void SetExtension(std::string_view list) { m_extension = list; }

@@ -5,7 +5,7 @@
 namespace kest {
 
 /// Edits "FTPExtensionMap.txt": a line per extension, the extension, a tab, ASCII or BINARY.
-class KEST_API CKestFTPExtensionMapChange : public CKestConfigChange {
+class KEST_API CKestFTPExtensionMapChange : public CKestTextFileChange {
 public:
   static constexpr ErrorCode kNotText = kFtpMapNotText;
   void SetExtension(std::string_view extension) { m_extension = extension; }

@@ -8,7 +8,7 @@ enum class TriStateBool : int { kNotGiven = 0, kTrue = 1, kFalse = 2 };
 
 /// Edits "SourceFormat.txt": entries that look like tags, sorted by name, in a section of elements and one of
 /// attributes.
-class KEST_API CKestSourceFormatChange : public CKestConfigChange {
+class KEST_API CKestSourceFormatChange : public CKestTextFileChange {
 public:
   static constexpr ErrorCode kNotText = kSourceFormatNotText;
   void SetName(std::string_view name) { m_name = name; }

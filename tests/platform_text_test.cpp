@@ -1,4 +1,5 @@
 #include "platform/text/text.h"
+#include "platform/text/utf8.h"
 #include "platform/text/values.h"
 
 #include <gtest/gtest.h>
@@ -35,6 +36,32 @@ TEST(Text, ReplacesInOnePass) {
   CString value = "A-a-\xC4-\xE4";
   text::ReplaceAllNoCase(value, "a", "<a>");
   EXPECT_EQ(value, "<a>-<a>-\xC4-\xE4");
+}
+
+TEST(Text, GoesToUtf8AndBackInWhateverCodePageItIs) {
+  struct Row {
+    int codePage;
+    CString engine;
+    std::string host;
+    bool back;
+  };
+  const Row rows[] = {
+      {1252, "caf\xE9", "caf\u00E9", true},
+      {1252, "caf\u00E9", "caf\u00E9", false}, // UTF-8 stays; a name that is typed becomes the code page's
+      {1252, "\u0142", "\u0142", true},        // not in the code page
+      {932, "\x83\x5C.txt", "\u30BD.txt", true},
+      {932, "a\x83", "a\uFFFD", false}, // half a character
+      {1252, "", "", true},
+  };
+  for (const auto& [codePage, engine, host, back] : rows) {
+    const CodePage inForce(codePage);
+    EXPECT_EQ(text::ToUtf8(engine), host);
+    EXPECT_EQ(text::FromUtf8(host) == engine, back) << host;
+  }
+  EXPECT_TRUE(text::IsUtf8("\u00E9\U0001F600"));
+  for (const char* broken : {"\xE9", "\xC0\x80", "\xED\xA0\x80", "\xF5\x80\x80\x80", "\xE2\x82"}) {
+    EXPECT_FALSE(text::IsUtf8(broken)) << broken;
+  }
 }
 
 TEST(Text, FoldsAsciiAlone) {
