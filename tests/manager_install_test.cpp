@@ -253,5 +253,28 @@ TEST_F(InstallTest, ARunningProductReloadsOrIsToBeRestarted) {
   EXPECT_EQ(m_pc.Get().GetStartedPrograms().size(), 1u);
 }
 
+TEST_F(InstallTest, OptionsWithNamesDoWhatTheLongListDoes) {
+  const CString kep = pack(wordCount());
+  m_host.accept();
+  const InstallResult first =
+      manager().Install(kep, {.product = nova(), .onlyThatProduct = true, .showProgress = false});
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first.product, nova());
+  EXPECT_EQ(first.extension, find("Word Count"));
+  EXPECT_EQ(first.replaced, nullptr);
+  EXPECT_TRUE(m_host.positions().empty()) << "no progress was asked for";
+  EXPECT_FALSE(m_host.notices().empty());
+  m_host.clear();
+  const InstallResult equal = manager().Install(kep, {.quiet = true, .keepEqual = true});
+  EXPECT_EQ(equal.replaced, find("Word Count"));
+  EXPECT_TRUE(m_host.questions().empty() && m_host.notices().empty());
+  // the wanted product alone
+  const CString forNova = pack(package("Later").product("Tidemark", "6").file("later.htm", kToCommands));
+  const MachineSnapshot before = m_pc.Snapshot();
+  EXPECT_FALSE(manager().Install(forNova, {.product = four(), .onlyThatProduct = true, .quiet = true}));
+  EXPECT_EQ(report().failure, Failure::kUnsupportedProduct);
+  expectUntouched(before);
+}
+
 } // namespace
 } // namespace kest::test
