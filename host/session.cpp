@@ -93,6 +93,7 @@ bool Session::BeginDryRun(int& exit) {
                                  0});
     return false;
   }
+  m_machine->SetBriefTrust(true); // FindInterference tells when it was in vain
   m_overlay = std::make_unique<OverlayMachine>(*m_machine);
   m_previews = std::make_unique<PreviewMaker>(*m_overlay);
   CKestOS::SetMachine(m_overlay.get());

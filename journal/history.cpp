@@ -131,13 +131,12 @@ bool FindLastNumber(const CString& folder, long& last, bool& torn) {
 
 namespace history_lines {
 
-CString WriteEffect(const OperationEffect& effect) {
-  StepRecord line;
-  line.SetKind(kEffect);
+void WriteEffect(const OperationEffect& effect, CString& lines) {
+  sealed_line::Writer line(lines, kEffect);
   line.Add("path", effect.path);
   const auto flag = [&line](const char* name, bool value) {
     if (value) {
-      line.AddFlag(name, true);
+      line.Add(name, "1");
     }
   };
   const auto text = [&line](const char* name, const CString& value) {
@@ -158,7 +157,7 @@ CString WriteEffect(const OperationEffect& effect) {
   if (!effect.package.empty()) {
     line.Add("date", std::to_string(effect.date.GetSeconds()));
   }
-  return sealed_line::Seal(line.ToText());
+  line.Finish();
 }
 
 bool ReadRecord(const CString& folder, Record& record) {

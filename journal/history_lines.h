@@ -20,7 +20,8 @@ struct Record {
   std::vector<OperationEffect> effects; ///< with absolute paths of what is kept
 };
 
-[[nodiscard]] CString WriteEffect(const OperationEffect& effect);
+/// Adds the effect's line to `lines`.
+void WriteEffect(const OperationEffect& effect, CString& lines);
 /// From the record in a folder, without trailing backslash. False when it is missing or not whole.
 [[nodiscard]] bool ReadRecord(const CString& folder, Record& record);
 /// One more than any number that the history or the trash has. False when they cannot be read.

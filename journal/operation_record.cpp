@@ -53,9 +53,7 @@ public:
       return exists != Answer::kCannotTell && (effect.exists == effect.existed || Append(effect));
     }
     FileDigest digest;
-    const Answer exists = machine.FileExists(effect.path);
-    effect.exists = IsYes(exists);
-    if (exists == Answer::kCannotTell || (effect.exists && !Digest(effect.path, digest))) {
+    if (!Look(effect, digest)) {
       return false;
     }
     effect.hash = digest.hash;
@@ -79,17 +77,32 @@ public:
   }
 
   [[nodiscard]] const CString& GetLines() const { return m_lines; }
+  [[nodiscard]] const std::vector<CString>& GetKept() const { return m_kept; }
   [[nodiscard]] std::uint64_t GetBytes() const { return m_bytes; }
   [[nodiscard]] long GetCount() const { return m_count; }
 
 private:
-  bool Digest(const CString& path, FileDigest& digest) const {
-    const auto known = m_note.digests.find(text::Lower(path));
-    if (known != m_note.digests.end()) {
-      digest = known->second;
-      return true;
+  // Whether the file is there, and what it holds. What the operation knows itself is not looked at again.
+  bool Look(OperationEffect& effect, FileDigest& digest) {
+    if (effect.exists) {
+      const auto known = m_note.digests.find(text::Lower(effect.path));
+      if (known != m_note.digests.end()) {
+        digest = known->second;
+        return true;
+      }
+    } else {
+      const CString folder = CKestPath(effect.path).GetFolder();
+      if (folder != m_lastFolder) {
+        m_lastFolder = folder;
+        m_isLastGone = CKestOS::GetMachine().DirectoryExists(folder) == Answer::kNo;
+      }
+      if (m_isLastGone) {
+        return true;
+      }
     }
-    return DigestFile(path, digest);
+    const Answer exists = CKestOS::GetMachine().FileExists(effect.path);
+    effect.exists = IsYes(exists);
+    return exists != Answer::kCannotTell && (!effect.exists || DigestFile(effect.path, digest));
   }
 
   // What lies in the private folder goes to the trash with it; what lies on another volume needs a copy there.
@@ -127,12 +140,13 @@ private:
     if (text::StartsWithNoCase(effect.kept, m_own)) {
       m_bytes += size;
       effect.kept.erase(0, m_own.size());
+      m_kept.push_back(effect.kept);
     }
     return true;
   }
 
   bool Append(const OperationEffect& effect) {
-    m_lines += history_lines::WriteEffect(effect);
+    history_lines::WriteEffect(effect, m_lines);
     ++m_count;
     return true;
   }
@@ -140,8 +154,11 @@ private:
   const HistoryNote& m_note;
   CString m_own;
   CString m_lines;
+  std::vector<CString> m_kept; ///< in the private folder
   std::uint64_t m_bytes = 0;
   long m_count = 0;
+  CString m_lastFolder;      ///< of a file that is gone
+  bool m_isLastGone = false; ///< with that folder
 };
 
 bool IsJournal(const CString& name) { return name.starts_with(private_folders::kJournalPrefix); }
@@ -187,32 +204,61 @@ bool CopyOver(const CString& own, const CString& target, const std::vector<Opera
   return complete;
 }
 
+// What is to be known of a record to bring it to its place.
+struct Published {
+  history_lines::Record record;
+  std::unordered_set<CString> named{}; // what it names in its folder, folders with trailing backslash; lower-case
+};
+
+void Name(Published& published, std::string_view kept) {
+  const CString name = text::Lower(kept);
+  for (std::size_t at = text::FindBackslash(name); at != CString::npos; at = text::FindBackslash(name, at + 1)) {
+    published.named.insert(name.substr(0, at + 1));
+  }
+  published.named.insert(name);
+}
+
+// Of the record that this process wrote last, by the folder that it lies in: that one is not read again.
+std::pair<CString, Published>& LastWritten() {
+  static auto* const last = new std::pair<CString, Published>;
+  return *last;
+}
+
+bool ReadPublished(const CString& own, Published& published) {
+  if (!history_lines::ReadRecord(own, published.record)) {
+    return false;
+  }
+  for (const OperationEffect& effect : published.record.effects) {
+    if (!effect.kept.empty() && text::StartsWithNoCase(effect.kept, own + '\\')) {
+      Name(published, std::string_view(effect.kept).substr(own.size() + 1));
+    }
+  }
+  return true;
+}
+
 bool MoveToTrash(const CString& own) {
   Machine& machine = CKestOS::GetMachine();
   CString folder;
-  history_lines::Record record;
-  if (!history::GetFolder(folder) || !history_lines::ReadRecord(own, record)) {
+  Published published;
+  if (LastWritten().first == own + '\\') {
+    published = std::exchange(LastWritten(), {}).second;
+  } else if (!ReadPublished(own, published)) {
+    return false;
+  }
+  if (!history::GetFolder(folder)) {
     return false;
   }
   const CString trash = folder + history_lines::kTrashFolder;
-  if (!machine.CreateDirectory(trash) || !history_lines::AppendLine(folder, record)) {
+  if (!machine.CreateDirectory(trash) || !history_lines::AppendLine(folder, published.record)) {
     return false;
   }
-  std::unordered_set<CString> named{kFileName};
-  for (const OperationEffect& effect : record.effects) {
-    if (!effect.kept.empty() && text::StartsWithNoCase(effect.kept, own + '\\')) {
-      const CString name = text::Lower(effect.kept.substr(own.size() + 1));
-      named.insert(name);
-      for (std::size_t at = text::FindBackslash(name); at != CString::npos; at = text::FindBackslash(name, at + 1)) {
-        named.insert(name.substr(0, at + 1));
-      }
-    }
-  }
-  const CString target = trash + '\\' + history_lines::TrashName(record);
+  published.named.insert(kFileName);
+  const CString target = trash + '\\' + history_lines::TrashName(published.record);
   if (!machine.SameVolume(own, trash)) {
-    return CopyOver(own, target, record.effects) && machine.RemoveTree(own);
+    history_lines::Record record;
+    return history_lines::ReadRecord(own, record) && CopyOver(own, target, record.effects) && machine.RemoveTree(own);
   }
-  Clean(own, {}, named);
+  Clean(own, {}, published.named);
   if (!machine.MoveFolder(own, target)) {
     return false;
   }
@@ -232,6 +278,7 @@ bool Write(const HistoryNote& note, const std::vector<StepEffect>& effects, CStr
   CString own;
   CString folder;
   long number = 0;
+  LastWritten() = {};
   if (!private_folders::GetOwn(own) || !history::GetFolder(folder) || !history_lines::GetNextNumber(folder, number)) {
     return false;
   }
@@ -249,8 +296,16 @@ bool Write(const HistoryNote& note, const std::vector<StepEffect>& effects, CStr
   end.SetKind(history_lines::kEnd);
   end.Add("effects", std::to_string(writer.GetCount()));
   path = own + kFileName;
-  return CKestFile::WriteAll(path,
-                             sealed_line::Seal(line.ToText()) + writer.GetLines() + sealed_line::Seal(end.ToText()));
+  if (!CKestFile::WriteAll(path,
+                           sealed_line::Seal(line.ToText()) + writer.GetLines() + sealed_line::Seal(end.ToText()))) {
+    return false;
+  }
+  Published published{.record = {.line = std::move(line), .number = number, .effects = {}}};
+  for (const CString& kept : writer.GetKept()) {
+    Name(published, kept);
+  }
+  LastWritten() = {own, std::move(published)};
+  return true;
 }
 
 bool IsIn(const CString& own) { return CKestOS::FileExists(own + '\\' + kFileName); }

@@ -32,6 +32,8 @@ struct Context {
   // ---- found
   bool fromPackage = false;
   std::vector<PackageEntry> entries{}; ///< of the package; empty for a bare description
+  std::vector<CString> hashes{};       ///< of what was unpacked of each
+  CString unpackedTo{};                ///< the folder of the package's files, with trailing backslash
   CString descriptionPath{};           ///< the one that is read
   CString destination{};               ///< where it is going to lie
   CKestDateTime date{};                ///< of the package or description

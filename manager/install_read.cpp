@@ -110,7 +110,11 @@ bool UnpackPackage(Context& context) {
     return false;
   }
   CKestOS::GetMachine().ClearLastError();
-  const int unpacked = package.UnPackTo(folder, [&state] { return state.WantsCancel(); });
+  context.unpackedTo = folder;
+  context.hashes.resize(context.entries.size());
+  const int unpacked = package.UnPackTo(
+      folder, [&state] { return state.WantsCancel(); },
+      [&context](std::size_t number, const CString& hash) { context.hashes[number] = hash; });
   if (state.IsCancelled()) {
     return false;
   }

@@ -1,12 +1,12 @@
 #include "manager/installed_record.h"
 
-#include "journal/folder_steps.h"
-
 #include "config/config_change.h"
 #include "journal/copy_steps.h"
+#include "journal/folder_steps.h"
 #include "journal/history.h"
 #include "journal/record_judge.h"
 #include "journal/step_record.h"
+#include "journal/whole_folder_steps.h"
 #include "platform/machine/file.h"
 #include "platform/machine/os.h"
 #include "platform/text/sealed_line.h"
@@ -21,13 +21,13 @@ namespace {
 
 constexpr std::size_t kNameDigits = 16;
 
-CString LineFor(const char* kind, std::initializer_list<std::pair<const char*, CString>> fields) {
-  StepRecord line;
-  line.SetKind(kind);
+void AddLine(CString& text, std::string_view kind,
+             std::initializer_list<std::pair<std::string_view, std::string_view>> fields) {
+  sealed_line::Writer line(text, kind);
   for (const auto& [name, value] : fields) {
     line.Add(name, value);
   }
-  return sealed_line::Seal(line.ToText());
+  line.Finish();
 }
 
 bool Take(const StepRecord& line, Record& record, std::size_t& counted) {
@@ -152,46 +152,89 @@ std::vector<CString> ConfigurationFiles(const Context& context) {
   return paths;
 }
 
-bool Gather(Context& context, CString& content) {
-  using installed_record::LineFor;
-  CKestExtensionManager::State& state = context.state;
-  std::size_t count = 0;
-  const auto add = [&](const char* kind, std::initializer_list<std::pair<const char*, CString>> fields) {
-    content += LineFor(kind, fields);
-    ++count;
-  };
-  const auto addFile = [&](const CString& path) {
-    FileDigest digest;
-    if (!DigestFile(path, digest)) {
+/// What the install wrote is known from its unpacking, and is not read again.
+class UnpackedDigests {
+public:
+  explicit UnpackedDigests(const Context& context) : m_context(context) {
+    for (std::size_t i = 0; i < context.hashes.size(); ++i) {
+      m_numbers.emplace(text::Lower(context.unpackedTo + context.entries[i].name), i);
+    }
+    m_touched.insert(text::Lower(context.destination)); // the description is saved anew
+  }
+
+  /// To be called with every step of the install, in their order.
+  void Note(const CKestExtensionInstallStep& step, const std::vector<StepEffect>& effects) {
+    const bool isPlacing = dynamic_cast<const CInstallCopyFile*>(&step) != nullptr ||
+                           dynamic_cast<const CInstallPlaceFolder*>(&step) != nullptr;
+    for (const StepEffect& effect : effects) {
+      const bool isNew = isPlacing && !effect.existed && effect.exists && effect.whyForGood == nullptr;
+      if (effect.isFolder || (isNew && m_touched.empty())) {
+        continue;
+      }
+      if (isNew && !text::EqualNoCase(effect.path, m_context.destination)) {
+        m_touched.erase(text::Lower(effect.path)); // what stood there before went first
+      } else {
+        m_touched.insert(text::Lower(effect.path));
+      }
+    }
+  }
+
+  /// False: only reading tells what lies there, since something else than its placing was done to it.
+  [[nodiscard]] bool Find(const FilePlace& place, FileDigest& digest) const {
+    const auto number = m_numbers.find(text::Lower(place.source.GetText()));
+    const CString& path = place.destination.GetText();
+    if (number == m_numbers.end() || m_context.existing.count(path) != 0 || m_touched.contains(text::Lower(path))) {
       return false;
     }
-    add("file", {{"path", path}, {"size", std::to_string(digest.size)}, {"hash", digest.hash}});
-    state.note.digests[text::Lower(path)] = std::move(digest);
-    return true;
-  };
-  if (!addFile(context.destination)) {
+    digest = {m_context.entries[number->second].size, m_context.hashes[number->second]};
+    return !digest.hash.empty();
+  }
+
+private:
+  const Context& m_context;
+  std::unordered_map<CString, std::size_t> m_numbers; ///< of the entries of the package, by lower-case unpacked path
+  std::unordered_set<CString> m_touched;              ///< lower-case
+};
+
+/// The lines of a record, counted.
+struct Lines {
+  void Add(std::string_view kind, std::initializer_list<std::pair<std::string_view, std::string_view>> fields) {
+    installed_record::AddLine(content, kind, fields);
+    ++count;
+  }
+  CString content;
+  std::size_t count = 0;
+};
+
+bool AddFile(Context& context, Lines& lines, const CString& path, FileDigest digest) {
+  if (digest.hash.empty() && !DigestFile(path, digest)) {
     return false;
   }
-  const FilePlacement::Resolver resolver(state.placement, context.product, context.extension.get());
+  lines.Add("file", {{"path", path}, {"size", std::to_string(digest.size)}, {"hash", digest.hash}});
+  context.state.note.digests[text::Lower(path)] = std::move(digest);
+  return true;
+}
+
+bool AddFiles(Context& context, const UnpackedDigests& unpacked, Lines& lines) {
+  if (!AddFile(context, lines, context.destination, {})) {
+    return false;
+  }
+  const FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
     const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
     const CString& path = place.destination.GetText();
-    if (place.result == FilePlace::kResolved && !place.unsafe && context.keep.count(path) == 0 &&
-        !file.IsSystemFile() && !addFile(path)) {
+    if (place.result != FilePlace::kResolved || place.unsafe || context.keep.count(path) != 0 || file.IsSystemFile()) {
+      continue;
+    }
+    FileDigest digest;
+    if (!AddFile(context, lines, path, unpacked.Find(place, digest) ? std::move(digest) : FileDigest{})) {
       return false;
     }
   }
-  std::vector<StepEffect> effects;
-  for (const CKestExtensionInstallStep* step : state.journal) {
-    step->CollectEffects(effects);
-  }
-  std::unordered_set<CString> folders;
-  for (const StepEffect& effect : effects) {
-    if (effect.isFolder && effect.exists && CKestOS::DirectoryExists(effect.path) &&
-        folders.insert(text::Lower(effect.path)).second) {
-      add("folder", {{"path", effect.path}});
-    }
-  }
+  return true;
+}
+
+bool AddConfiguration(const Context& context, Lines& lines) {
   for (const auto& [path, before] : context.configuration) {
     CString after;
     if (!CKestOS::FileExists(path)) {
@@ -201,10 +244,41 @@ bool Gather(Context& context, CString& content) {
       return false;
     }
     for (const installed_record::Line& line : installed_record::FindNewLines(path, before, after)) {
-      add("line", {{"path", path}, {"text", line.text}, {"before", line.before}, {"after", line.after}});
+      lines.Add("line", {{"path", path}, {"text", line.text}, {"before", line.before}, {"after", line.after}});
     }
   }
-  content += LineFor("end", {{"lines", std::to_string(count + 1)}});
+  return true;
+}
+
+bool Gather(Context& context, CString& content) {
+  UnpackedDigests unpacked(context);
+  std::vector<CString> folders;
+  std::vector<StepEffect> effects;
+  for (const CKestExtensionInstallStep* step : context.state.journal) {
+    effects.clear();
+    step->CollectEffects(effects);
+    unpacked.Note(*step, effects);
+    for (StepEffect& effect : effects) {
+      if (effect.isFolder && effect.exists) {
+        folders.push_back(std::move(effect.path));
+      }
+    }
+  }
+  Lines lines;
+  if (!AddFiles(context, unpacked, lines)) {
+    return false;
+  }
+  std::unordered_set<CString> known;
+  for (const CString& folder : folders) {
+    if (known.insert(text::Lower(folder)).second && CKestOS::DirectoryExists(folder)) {
+      lines.Add("folder", {{"path", folder}});
+    }
+  }
+  if (!AddConfiguration(context, lines)) {
+    return false;
+  }
+  installed_record::AddLine(lines.content, "end", {{"lines", std::to_string(lines.count + 1)}});
+  content = std::move(lines.content);
   return true;
 }
 

@@ -52,8 +52,8 @@ bool FreeFile(Context& context, const CString& path) {
   return true;
 }
 
-/// The extension's files that exist, in order; false when the machine cannot tell.
-template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
+/// The extension's files, in order.
+template <class Visit> bool ForEachPlace(Context& context, const Visit& visit) {
   const FilePlacement::Resolver resolver(context.state.placement, &context.product, &context.extension);
   for (const CKestExtensionFile& file : context.extension.GetFiles()) {
     if (!IsPlaced(file)) {
@@ -66,17 +66,23 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
     if (place.result != FilePlace::kResolved || place.unsafe) {
       continue;
     }
-    const CString& path = place.destination.GetText();
+    if (!visit(file, place.destination.GetText())) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Those that exist; false when the machine cannot tell.
+template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
+  return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
     const Answer presence = CKestOS::GetMachine().FileExists(path);
     if (presence == Answer::kCannotTell) {
       context.state.FailByMachine(path, "it cannot be looked at");
       return false;
     }
-    if (presence == Answer::kYes && !visit(file, path)) {
-      return false;
-    }
-  }
-  return true;
+    return presence == Answer::kNo || visit(file, path);
+  });
 }
 
 /// The files that go out of one folder.
@@ -221,7 +227,12 @@ void Context::Advance() {
 
 bool CheckFiles(Context& context) {
   References references(context.state, &context.product, &context.extension);
-  return ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
+  return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
+    // one that is not there is free; but the display counts those that are, and of one that is gone nobody is asked who
+    // else lists it
+    if ((context.progress || file.IsShared()) && CKestOS::GetMachine().FileExists(path) == Answer::kNo) {
+      return true;
+    }
     const bool goes = !WhyKept(file, path, references);
     if (!references.GetUnread().empty()) {
       context.state.Fail(Failure::kBadDescription, references.GetUnread(),

@@ -96,6 +96,30 @@ TEST_F(VerifyTest, EachThingThatSomebodyDidIsFoundAndNothingElse) {
                                               line(Standing::kForeign, "Shared\\tool\\mine.txt")}));
 }
 
+TEST_F(VerifyTest, WhatLiesThereIsRecordedAndNotWhatThePackageHeld) {
+  m_pc.Write(kConfiguration + "Commands\\twice.htm", "theirs");
+  m_host.answer(Message::kExistingEqual, kAll);
+  installed(package("Odd")
+                .file("twice.htm", kToCommands, "ours")
+                .file("a\\once.htm", kToCommands, "first")
+                .file("b\\once.htm", kToCommands, "second")
+                .file("Extensions.txt", "$tidemark/Configuration", "HTM,HTML:All Documents\n")
+                .changes("<extensions-changes><extension-insert extension=\"PHTML\" description=\"All Documents\" />"
+                         "</extensions-changes>\n"));
+  const auto check = [this] {
+    const VerifyReport report = manager().VerifyExtension(nova(), find("Odd"));
+    EXPECT_TRUE(report.recorded);
+    for (const auto& entry : report.entries) {
+      EXPECT_EQ(entry.state, Standing::kAsInstalled) << entry.path;
+    }
+  };
+  check();
+  EXPECT_NE(m_pc.Read(kConfiguration + "Extensions.txt").find("PHTML"), std::string::npos);
+  ASSERT_EQ(disable(find("Odd")), 0);
+  ASSERT_EQ(enable(find("Odd")), 0);
+  check();
+}
+
 TEST_F(VerifyTest, WithoutAWholeRecordNothingIsAsInstalled) {
   std::string record;
   for (const auto& entry : std::filesystem::directory_iterator(m_pc.HostPath("C:\\ProgramData\\Kest\\installed"))) {

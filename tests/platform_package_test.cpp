@@ -3,6 +3,7 @@
 #include "platform/package/inflater.h"
 #include "platform/package/package.h"
 #include "platform/package/package_names.h"
+#include "platform/text/sha256.h"
 #include "support/damage.h"
 #include "support/temp_machine.h"
 #include "support/zip_builder.h"
@@ -95,8 +96,17 @@ TEST_F(Package, GivesBackNamesBytesAndDates) {
   ASSERT_EQ(package.UnPackFileNames(names), 0) << package.GetProblem();
   EXPECT_EQ(names, expected);
   EXPECT_EQ(package.Check(), 0) << package.GetProblem();
-  ASSERT_EQ(package.UnPackTo(kTarget), 0) << package.GetProblem();
+  std::vector<CString> hashes;
+  const auto note = [&hashes](std::size_t number, const CString& hash) {
+    EXPECT_EQ(number, hashes.size());
+    hashes.push_back(hash);
+  };
+  ASSERT_EQ(package.UnPackTo(kTarget, {}, note), 0) << package.GetProblem();
+  ASSERT_EQ(hashes.size(), std::size(files));
   for (const auto& file : files) {
+    Sha256 hash(true);
+    hash.Add(file.content.data(), file.content.size());
+    EXPECT_EQ(hashes[static_cast<std::size_t>(&file - files)], hash.Finish()) << file.name;
     const CString path = CString(kTarget) + "\\" + file.name;
     EXPECT_TRUE(m_pc.Read(path) == file.content) << file.name;
     EXPECT_EQ(m_pc.GetDate(path), file.date) << file.name;

@@ -1,3 +1,4 @@
+#include "platform/text/sha256.h"
 #include "platform/text/text.h"
 #include "platform/text/utf8.h"
 #include "platform/text/values.h"
@@ -116,6 +117,26 @@ TEST(Text, FormatsWhatIsGivenAndNothingElse) {
   EXPECT_EQ(text::Format("%s", {"%s%n"}), "%s%n");
   EXPECT_EQ(text::Format("%04d", {-5}), "-005");
   EXPECT_LE(text::Format("%99999999999999999999s", {"x"}).size(), 1024U);
+}
+
+TEST(Text, HashesAsTheStandardSaysWithTheProcessorsInstructionsAndWithout) {
+  const std::pair<std::string, const char*> rows[] = {
+      {"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+      {"abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+      {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
+       "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1"},
+      {std::string(1000000, 'a'), "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"}};
+  for (const bool portable : {false, true}) {
+    for (const auto& [text, digits] : rows) {
+      for (const std::size_t part : {std::size_t{1}, std::size_t{63}, std::size_t{200}, std::size_t{1} << 20}) {
+        Sha256 hash(portable);
+        for (std::size_t at = 0; at < text.size(); at += part) {
+          hash.Add(text.data() + at, std::min(part, text.size() - at));
+        }
+        EXPECT_EQ(hash.Finish(), digits) << portable << " " << part;
+      }
+    }
+  }
 }
 
 TEST(VersionNumber, ReadsWhatItWrites) {

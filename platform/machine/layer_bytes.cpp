@@ -39,7 +39,23 @@ int LayerBytes::SpillTail() {
   return code;
 }
 
+// Many bytes at once, past the memory.
+int LayerBytes::PutBehind(std::string_view bytes) {
+  int code = m_tail.empty() ? 0 : SpillTail();
+  Extent extent{m_size, 0, bytes.size()};
+  code = code != 0 ? code : m_store->Put(bytes, extent.at);
+  if (code == 0) {
+    m_extents.push_back(extent);
+    m_size += bytes.size();
+    m_store->m_held += bytes.size();
+  }
+  return code;
+}
+
 int LayerBytes::Append(std::string_view bytes) {
+  if (bytes.size() >= kBlock && m_store->m_inMemory + bytes.size() > m_store->m_bound) {
+    return PutBehind(bytes);
+  }
   m_tail += bytes;
   m_size += bytes.size();
   m_store->m_held += bytes.size();

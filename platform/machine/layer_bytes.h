@@ -61,6 +61,7 @@ private:
     std::uint64_t size;
   };
   [[nodiscard]] int SpillTail();
+  [[nodiscard]] int PutBehind(std::string_view bytes);
 
   std::shared_ptr<LayerStore> m_store;
   std::vector<Extent> m_extents; ///< in the order of the content

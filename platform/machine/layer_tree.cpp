@@ -22,7 +22,7 @@ CString RestOf(const WindowsPath& path, std::size_t from) {
 
 } // namespace
 
-CString LayerTree::Fold(std::string_view name) const { return FoldName(name, m_below.GetCodePage()); }
+CString LayerTree::Fold(std::string_view name) const { return FoldName(name, m_codePage); }
 
 LayerEntry* LayerTree::FindEntry(LayerFolder& folder, std::string_view name) {
   const auto exact = [&](std::string_view wanted) -> LayerEntry* {
@@ -61,7 +61,7 @@ LayerEntry LayerTree::Take(LayerFolder& folder, const LayerEntry& entry) {
 }
 
 bool LayerTree::Find(const CString& path, LayerSpot& spot, MachineError& why) {
-  if (!ParseWindowsPath(path, m_below.GetCodePage(), spot.parsed, why.reason)) {
+  if (!ParseWindowsPath(path, m_codePage, spot.parsed, why.reason)) {
     why.kind = Kind::kRefused;
     why.path = path;
     return false;

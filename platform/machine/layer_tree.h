@@ -62,7 +62,7 @@ struct LayerSpot {
 /// The folders of the layer. Every one belongs to the entry that names it; drives belong to the tree.
 class LayerTree {
 public:
-  explicit LayerTree(Machine& below) : m_below(below) {} ///< borrowed
+  explicit LayerTree(Machine& below) : m_below(below), m_codePage(below.GetCodePage()) {} ///< borrowed
 
   /// False for a path that cannot mean a file; `why` says so.
   [[nodiscard]] bool Find(const CString& path, LayerSpot& spot, MachineError& why);
@@ -81,6 +81,7 @@ private:
   [[nodiscard]] bool List(LayerFolder& folder, MachineError& why);
 
   Machine& m_below;
+  int m_codePage; ///< asked once: it is wanted for every name
   std::map<char, LayerFolder> m_drives;
 };
 

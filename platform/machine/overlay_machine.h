@@ -30,8 +30,8 @@ class KEST_API OverlayMachine : public ForwardingMachine {
 public:
   /// How much is kept where.
   struct Limits {
-    std::uint64_t memory = 32ull << 20; ///< bytes of files that are kept in memory
-    CString folder;                     ///< of this system, for what is more; empty: where temporary files lie
+    std::uint64_t memory = 4ull << 20; ///< bytes of files that are kept in memory
+    CString folder;                    ///< of this system, for what is more; empty: where temporary files lie
   };
   explicit OverlayMachine(Machine& below); ///< with the limits above; `below` is borrowed
   OverlayMachine(Machine& below, Limits limits);

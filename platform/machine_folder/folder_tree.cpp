@@ -81,10 +81,13 @@ int FindFolderPin(int folder) {
   return (info.stx_attributes & kUnchangeable) != 0 ? EPERM : 0;
 }
 
-int FindPin(int folder, const char* name) {
+int FindPin(int folder, const char* name, mode_t* mode) {
   struct statx entry {};
-  if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_UID, &entry) != 0) {
+  if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_MODE | STATX_UID, &entry) != 0) {
     return errno == ENOSYS ? 0 : errno;
+  }
+  if (mode != nullptr) {
+    *mode = entry.stx_mode;
   }
   if ((entry.stx_attributes & kUnchangeable) != 0) {
     return EPERM;
@@ -93,13 +96,14 @@ int FindPin(int folder, const char* name) {
     return EBUSY;
   }
   struct stat above {};
-  if (geteuid() == 0 || entry.stx_uid == geteuid()) {
+  const uid_t user = geteuid();
+  if (user == 0 || entry.stx_uid == user) {
     return 0;
   }
   if (fstat(folder, &above) != 0) {
     return errno;
   }
-  return (above.st_mode & S_ISVTX) != 0 && above.st_uid != geteuid() ? EPERM : 0;
+  return (above.st_mode & S_ISVTX) != 0 && above.st_uid != user ? EPERM : 0;
 }
 
 int FindPinBelow(int folder) {

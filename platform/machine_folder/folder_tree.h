@@ -11,7 +11,8 @@ namespace kest {
 /// Why the system would not let the entry `name` of `folder` be renamed, replaced or removed, whatever the rights of
 /// the folder: it may not be changed at all, something is mounted on it, or it is somebody else's in a folder that lets
 /// nobody touch what others own. 0, or an errno.
-[[nodiscard]] int FindPin(int folder, const char* name);
+/// `mode` (may be null) gets the entry's kind and rights.
+[[nodiscard]] int FindPin(int folder, const char* name, mode_t* mode = nullptr);
 /// The same of the folder itself, as the place where entries come and go.
 [[nodiscard]] int FindFolderPin(int folder);
 /// The same of everything that a folder holds, at any depth, which a rename of the folder would take along.

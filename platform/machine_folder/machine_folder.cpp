@@ -199,7 +199,9 @@ Answer MachineFolder::GetFileSize(const CString& path, std::uint64_t& size) {
   if (!m_state->FindExisting(path, entry)) {
     return m_state->AnswerForMiss();
   }
-  if (!m_state->OpenFile(entry, O_RDONLY, info).IsOpen()) {
+  if (S_ISREG(entry.info.st_mode)) {
+    info = entry.info;
+  } else if (!m_state->OpenFile(entry, O_RDONLY, info).IsOpen()) {
     return m_state->AnswerForError();
   }
   size = static_cast<std::uint64_t>(info.st_size);
@@ -262,8 +264,18 @@ int MachineFolder::State::PartFromOtherNames(const FoundEntry& entry, int file, 
 
 bool MachineFolder::CanUpdateFile(const CString& path) {
   FoundEntry entry;
-  if (!m_state->FindEntry(path, entry) || !m_state->MayChange(entry.folder, path)) {
+  if (!m_state->FindPlace(path, entry) || !m_state->MayChange(entry.folder, path)) {
     return false;
+  }
+  // one look tells both what it is and what holds it, where it is spelled as it was asked for
+  int pin = FindPin(entry.folder.Get(), entry.name.c_str(), &entry.info.st_mode);
+  if (entry.info.st_mode != 0) {
+    entry.stored = entry.name;
+  } else {
+    if (!m_state->FindEntry(path, entry)) {
+      return false;
+    }
+    pin = entry.Exists() ? FindPin(entry.folder.Get(), entry.stored.c_str()) : 0;
   }
   if (entry.IsFolder()) {
     return m_state->Fail(EISDIR, path);
@@ -271,8 +283,6 @@ bool MachineFolder::CanUpdateFile(const CString& path) {
   if (!m_state->MayUserChange(entry.folder)) {
     return m_state->Fail(errno, path);
   }
-  int pin = FindFolderPin(entry.folder.Get());
-  pin = pin == 0 && entry.Exists() ? FindPin(entry.folder.Get(), entry.stored.c_str()) : pin;
   if (pin != 0) {
     return m_state->Fail(pin, path);
   }

@@ -160,6 +160,9 @@ bool MachineFolder::CreatePrivateDirectory(const CString& path) {
     return m_state->Fail(errno, path);
   }
   m_state->GetFolders().Added(entry.folder, entry.name);
+  const CString& parent = entry.folder.storedPath;
+  m_state->privateFolders.push_back(parent + (parent.size() == 3 ? "" : "\\") +
+                                    m_state->GetFolders().FromDisk(entry.name) + '\\');
   return true;
 }
 
@@ -211,9 +214,12 @@ bool MachineFolder::MoveFolder(const CString& from, const CString& to) {
   if (!FindFolderMove(*m_state, from, to, source, target)) {
     return false;
   }
-  const HostDescriptor folder(
-      openat(source.folder.Get(), source.stored.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  const int pin = folder.IsOpen() ? FindPinBelow(folder.Get()) : errno;
+  int pin = 0;
+  if (!m_state->IsInPrivateFolder(source)) {
+    const HostDescriptor folder(
+        openat(source.folder.Get(), source.stored.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    pin = folder.IsOpen() ? FindPinBelow(folder.Get()) : errno;
+  }
   return pin != 0 ? m_state->Fail(pin, from)
                   : (RenameFolder(*m_state, source.folder, source.stored, target.folder, target.name) ||
                      m_state->Fail(errno, from));
@@ -433,12 +439,17 @@ WriterLock MachineFolder::LockWriter(std::int64_t milliseconds) {
   return {true, {}};
 }
 
+void MachineFolder::SetBriefTrust(bool trusting) {
+  m_state->isTrustingBriefly = trusting;
+  m_state->GetFolders().SetTrusting(trusting || m_state->lockCount > 0);
+}
+
 CString MachineFolder::GetWriter() const { return FindLockHolder(m_state->rootIdentity); }
 
 void MachineFolder::UnlockWriter() {
   State& state = *m_state;
   if (state.lockCount > 0 && state.lockOwner == getpid() && --state.lockCount == 0) {
-    state.GetFolders().SetTrusting(false);
+    state.GetFolders().SetTrusting(state.isTrustingBriefly);
     state.lock.Reset();
   }
 }

@@ -1,5 +1,6 @@
 #include "platform/machine_folder/machine_folder_state.h"
 
+#include "platform/machine_folder/folder_tree.h"
 #include "platform/machine_folder/host_listing.h"
 #include "platform/machine_folder/process_list.h"
 #include "platform/text/code_page.h"
@@ -334,9 +335,23 @@ bool MachineFolder::State::MayUserChange(const FoundFolder& folder) {
   if (faccessat(folder.Get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
     return false;
   }
+  if (const int pin = FindFolderPin(folder.Get()); pin != 0) {
+    errno = pin;
+    return false;
+  }
   m_askedOf = moment;
   m_userMayChange = folder.folder->identity;
   return true;
+}
+
+bool MachineFolder::State::IsInPrivateFolder(const FoundEntry& entry) {
+  const CString& parent = entry.folder.storedPath;
+  const CString path = parent + (parent.size() == 3 ? "" : "\\") + m_folders.FromDisk(entry.stored) + '\\';
+  return std::any_of(privateFolders.begin(), privateFolders.end(), [&](const CString& one) {
+    FoundFolder folder;
+    return path.starts_with(one) && FindFolder(one, folder, true) && folder.info.st_uid == geteuid() &&
+           (folder.info.st_mode & 07777) == kPrivateMode;
+  });
 }
 
 bool MachineFolder::State::IsRunning(const FoundEntry& file) {

@@ -63,7 +63,10 @@ public:
                                  bool quiet = false);
   /// Whether entries of the folder may be made, removed and renamed: by mark and by mount, whoever the user is.
   [[nodiscard]] bool MayChange(const FoundFolder& folder, const CString& path);
-  /// Whether the system lets the current user change the entries of the folder. Asked once a moment.
+  /// Whether the folder is one that CreatePrivateDirectory made here, or lies in one: nobody else did anything to it.
+  [[nodiscard]] bool IsInPrivateFolder(const FoundEntry& folder);
+  /// Whether the system lets the current user change the entries of the folder, rights and pins. Asked once a moment;
+  /// errno says why not.
   [[nodiscard]] bool MayUserChange(const FoundFolder& folder);
   /// Whether the file is the program of one of the machine's processes.
   [[nodiscard]] bool IsRunning(const FoundEntry& file);
@@ -109,8 +112,10 @@ public:
   std::optional<bool> isMultiUser;
   std::vector<CString> startedPrograms;
   std::vector<CString> fontResources;
+  std::vector<CString> privateFolders; ///< made by this object; stored paths with trailing backslash
   HostDescriptor lock;
   int lockCount = 0;
+  bool isTrustingBriefly = false;
   pid_t lockOwner = 0;
 
 private:

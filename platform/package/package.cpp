@@ -97,9 +97,9 @@ int CKestPackage::GetEntries(std::vector<PackageEntry>& entries) {
   return code;
 }
 
-int CKestPackage::UnPackTo(const CString& folder, const std::function<bool()>& stop) {
+int CKestPackage::UnPackTo(const CString& folder, const std::function<bool()>& stop, const UnpackedFile& unpacked) {
   const int code = OpenReader();
-  return code == kGood ? m_reader->UnPackTo(folder, stop, m_problem) : code;
+  return code == kGood ? m_reader->UnPackTo(folder, stop, unpacked, m_problem) : code;
 }
 
 int CKestPackage::Check() {

@@ -25,6 +25,10 @@ struct PackageEntry {
   CKestDateTime date;     ///< last-write time
 };
 
+/// Told of each file that was unpacked whole: its number in the order of the package, and the SHA-256 of its bytes in
+/// hexadecimal digits.
+using UnpackedFile = std::function<void(std::size_t number, const CString& hash)>;
+
 /// A package (.kep): a ZIP archive of plain files, the description first. Results: 0, or a code: -3 unreadable
 /// (missing, no rights, a disk error), -2 damaged or refused (hostile names, sizes, links), 1 not a package at all, 2 a
 /// file or folder could not be written. The package stays open from the first reading call to the end of the object.
@@ -61,7 +65,9 @@ public:
   /// Writes all files below the folder (which should be private): subfolders are made, files of the same name
   /// replaced, dates restored, links never followed; nothing lands outside. A failure may leave files below the folder.
   /// `stop` (may be empty) is asked before each file: true ends the unpacking with kCannotWrite.
-  [[nodiscard]] int UnPackTo(const CString& folder, const std::function<bool()>& stop = {});
+  /// `unpacked` may be empty; then nothing is hashed.
+  [[nodiscard]] int UnPackTo(const CString& folder, const std::function<bool()>& stop = {},
+                             const UnpackedFile& unpacked = {});
   /// Unpacks everything to nowhere: refuses what UnPackTo would refuse, whatever the disk.
   [[nodiscard]] int Check();
   /// Unpacks one entry into memory (at most `limit` bytes).

@@ -166,7 +166,7 @@ int PackageReader::Inflate(const ZipEntry& entry, std::uint64_t at, const Sink& 
   return CKestPackage::kCannotWrite;
 }
 
-int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString& problem) {
+int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, Sha256* hash, CString& problem) {
   Machine& machine = CKestOS::GetMachine();
   std::unique_ptr<MachineFile> file = machine.Open(path, OpenMode::kCreateNew);
   if (file == nullptr && IsYes(machine.FileExists(path))) {
@@ -177,7 +177,14 @@ int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString
     return CKestPackage::kCannotWrite;
   }
   const int code = Unpack(
-      entry, [&](std::string_view bytes) { return file->Write(bytes.data(), bytes.size()); }, problem);
+      entry,
+      [&](std::string_view bytes) {
+        if (hash != nullptr) {
+          hash->Add(bytes.data(), bytes.size()); // while the bytes are at hand
+        }
+        return file->Write(bytes.data(), bytes.size());
+      },
+      problem);
   if (code != CKestPackage::kGood) {
     problem = code == CKestPackage::kCannotWrite ? CannotWrite(path) : problem;
     return code;
@@ -189,11 +196,13 @@ int PackageReader::WriteFile(const CString& path, const ZipEntry& entry, CString
   return CKestPackage::kGood;
 }
 
-int PackageReader::UnPackTo(const CString& folder, const std::function<bool()>& stop, CString& problem) {
+int PackageReader::UnPackTo(const CString& folder, const std::function<bool()>& stop, const UnpackedFile& unpacked,
+                            CString& problem) {
   const CString root = WithBackslash(folder);
   FolderMaker folders(root);
   CString lastFolder;
-  for (const ZipEntry& entry : m_entries) {
+  for (std::size_t number = 0; number < m_entries.size(); ++number) {
+    const ZipEntry& entry = m_entries[number];
     if (stop && stop()) {
       problem = "the unpacking was stopped";
       return CKestPackage::kCannotWrite;
@@ -206,8 +215,13 @@ int PackageReader::UnPackTo(const CString& folder, const std::function<bool()>& 
       }
       lastFolder = inFolder;
     }
-    if (const int code = WriteFile(root + entry.name, entry, problem); code != CKestPackage::kGood) {
+    Sha256 hash;
+    const int code = WriteFile(root + entry.name, entry, unpacked ? &hash : nullptr, problem);
+    if (code != CKestPackage::kGood) {
       return code;
+    }
+    if (unpacked) {
+      unpacked(number, hash.Finish());
     }
   }
   return CKestPackage::kGood;

@@ -21,6 +21,9 @@ std::size_t DotAt(std::string_view path) {
 }
 
 void DropTrailingBackslashes(CString& path) {
+  if (path.empty() || path.back() != '\\') {
+    return;
+  }
   // forwards, because only so a second byte is told from a backslash
   std::size_t length = 0;
   for (std::size_t at = 0; at < path.size();) {

@@ -7,7 +7,7 @@ namespace kest {
 
 namespace {
 
-// What is wrong with a byte of a name; null for most.
+// What is wrong with a byte of a name.
 const char* JudgeByte(char c) {
   if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
     return "has a control byte";
@@ -27,6 +27,15 @@ const char* JudgeByte(char c) {
     return nullptr;
   }
 }
+
+// Bytes that are neither wrong nor the first half of a character.
+constexpr auto kPlain = [] {
+  std::array<bool, 256> plain{};
+  for (std::size_t byte = 0x20; byte < 0x7F; ++byte) {
+    plain[byte] = std::string_view(":\"*?<>|").find(static_cast<char>(byte)) == std::string_view::npos;
+  }
+  return plain;
+}();
 
 // A digit, or one of the raised ones that a PC takes for it: in UTF-8, or in a code page of single bytes.
 bool IsPortNumber(std::string_view text) {
@@ -75,6 +84,9 @@ const char* JudgePathComponent(std::string_view component) {
     return "is that of a device";
   }
   for (std::size_t at = 0; at < component.size(); ++at) {
+    if (kPlain[static_cast<unsigned char>(component[at])]) {
+      continue;
+    }
     if (const char* reason = JudgeByte(component[at])) {
       return reason;
     }

@@ -1,5 +1,7 @@
 #include "platform/text/sealed_line.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 namespace kest {
@@ -24,9 +26,9 @@ std::uint64_t SumOf(std::string_view text) {
   return sum;
 }
 
-CString SumText(std::string_view text) {
+std::array<char, kSumDigits> SumText(std::string_view text) {
   std::uint64_t sum = SumOf(text);
-  CString digits(kSumDigits, '0');
+  std::array<char, kSumDigits> digits{};
   for (std::size_t i = kSumDigits; i-- > 0; sum >>= 4) {
     digits[i] = kHexDigits[sum & 15];
   }
@@ -42,19 +44,25 @@ bool NeedsEscape(char c) {
 
 namespace sealed_line {
 
-CString Escape(std::string_view value) {
-  CString text;
-  text.reserve(value.size());
-  for (const char c : value) {
-    if (NeedsEscape(c)) {
-      const auto byte = static_cast<unsigned char>(c);
+static void AppendEscaped(CString& text, std::string_view value) {
+  while (!value.empty()) {
+    const auto end = std::find_if(value.begin(), value.end(), NeedsEscape);
+    const auto plain = static_cast<std::size_t>(end - value.begin());
+    text.append(value.substr(0, plain));
+    value.remove_prefix(plain);
+    if (!value.empty()) {
+      const auto byte = static_cast<unsigned char>(value.front());
       text += '%';
       text += kHexDigits[byte >> 4];
       text += kHexDigits[byte & 15];
-    } else {
-      text += c;
+      value.remove_prefix(1);
     }
   }
+}
+
+CString Escape(std::string_view value) {
+  CString text;
+  AppendEscaped(text, value);
   return text;
 }
 
@@ -85,10 +93,27 @@ bool Unescape(std::string_view text, CString& value) {
 
 CString Seal(std::string_view body) {
   CString line(body);
+  const auto sum = SumText(body);
   line += '\t';
-  line += SumText(body);
+  line.append(sum.data(), sum.size());
   line += '\n';
   return line;
+}
+
+Writer::Writer(CString& text, std::string_view kind) : m_text(text), m_begin(text.size()) { m_text += kind; }
+
+void Writer::Add(std::string_view name, std::string_view value) {
+  m_text += '\t';
+  m_text += name;
+  m_text += '=';
+  AppendEscaped(m_text, value);
+}
+
+void Writer::Finish() {
+  const auto sum = SumText(std::string_view(m_text).substr(m_begin));
+  m_text += '\t';
+  m_text.append(sum.data(), sum.size());
+  m_text += '\n';
 }
 
 bool Unseal(std::string_view line, std::string_view& body) {
@@ -96,7 +121,8 @@ bool Unseal(std::string_view line, std::string_view& body) {
     return false;
   }
   body = line.substr(0, line.size() - kSumDigits - 1);
-  return SumText(body) == line.substr(line.size() - kSumDigits);
+  const auto sum = SumText(body);
+  return std::string_view(sum.data(), sum.size()) == line.substr(line.size() - kSumDigits);
 }
 
 std::vector<std::string_view> SplitFields(std::string_view body) {

@@ -15,6 +15,18 @@ namespace sealed_line {
 [[nodiscard]] KEST_API bool Unescape(std::string_view text, CString& value);
 /// `body` with its check sum and the line end. Any change of one byte is noticed by Unseal.
 [[nodiscard]] KEST_API CString Seal(std::string_view body);
+/// Writes a line of named fields to the end of a text: "kind TAB name=value TAB ...", values escaped, sealed.
+class KEST_API Writer {
+public:
+  /// `text` must outlive it.
+  Writer(CString& text, std::string_view kind);
+  void Add(std::string_view name, std::string_view value);
+  void Finish(); ///< the check sum and the line end; once, after the last field
+
+private:
+  CString& m_text;
+  std::size_t m_begin;
+};
 /// `line` without its line end. False when the check sum does not fit.
 [[nodiscard]] KEST_API bool Unseal(std::string_view line, std::string_view& body);
 /// Splits at tabs.

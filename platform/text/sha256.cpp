@@ -105,21 +105,25 @@ bool HasInstructions() {
          __builtin_cpu_supports("ssse3");
 }
 
-void AddBlocks(State& state, const unsigned char* block, std::size_t blocks) {
-  static const bool byInstructions = HasInstructions();
-  (byInstructions ? AddBlocksByInstructions : AddBlocksPlainly)(state, block, blocks);
-}
-
-#else
-
-void AddBlocks(State& state, const unsigned char* block, std::size_t blocks) { AddBlocksPlainly(state, block, blocks); }
-
 #endif
+
+void AddBlocks(State& state, const unsigned char* block, std::size_t blocks, bool portable) {
+#if defined(__x86_64__)
+  static const bool hasInstructions = HasInstructions();
+  if (hasInstructions && !portable) {
+    AddBlocksByInstructions(state, block, blocks);
+    return;
+  }
+#endif
+  (void)portable;
+  AddBlocksPlainly(state, block, blocks);
+}
 
 } // namespace
 
-Sha256::Sha256()
-    : m_state{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a, 0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19} {}
+Sha256::Sha256(bool portable)
+    : m_state{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a, 0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19},
+      m_portable(portable) {}
 
 void Sha256::Add(const char* bytes, std::size_t count) {
   const auto* from = reinterpret_cast<const unsigned char*>(bytes);
@@ -133,10 +137,10 @@ void Sha256::Add(const char* bytes, std::size_t count) {
     if (m_held < kBlock) {
       return;
     }
-    AddBlocks(m_state, m_block.data(), 1);
+    AddBlocks(m_state, m_block.data(), 1, m_portable);
     m_held = 0;
   }
-  AddBlocks(m_state, from, count / kBlock);
+  AddBlocks(m_state, from, count / kBlock, m_portable);
   m_held = count % kBlock;
   std::memcpy(m_block.data(), from + (count - m_held), m_held);
 }

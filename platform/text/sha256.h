@@ -11,7 +11,8 @@ namespace kest {
 /// SHA-256 of bytes that come in parts.
 class KEST_API Sha256 {
 public:
-  Sha256();
+  /// With `portable` without the processor's own instructions for it, which are used where there are any.
+  explicit Sha256(bool portable = false);
   void Add(const char* bytes, std::size_t count); ///< the next bytes
   /// 64 lower-case hexadecimal digits; nothing may be added afterwards.
   [[nodiscard]] CString Finish();
@@ -21,6 +22,7 @@ private:
   std::array<unsigned char, 64> m_block{};
   std::size_t m_held = 0;
   std::uint64_t m_length = 0;
+  bool m_portable;
 };
 
 } // namespace kest

@@ -232,6 +232,10 @@ char ToLower(char c) { return kFold[static_cast<unsigned char>(c)]; }
 
 CString Lower(std::string_view value) {
   CString result(value.size(), '\0');
+  if (!HasLeadBytes()) {
+    std::transform(value.begin(), value.end(), result.begin(), [](char c) { return static_cast<char>(Folded(c)); });
+    return result;
+  }
   FoldingReader reader(value);
   for (char& c : result) {
     c = static_cast<char>(reader.Next());
