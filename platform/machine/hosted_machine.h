@@ -35,6 +35,9 @@ public:
   /// Who has the right to write now, e.g. "process 4711 (kest)"; empty when nobody has, or the system does not tell.
   /// Takes no lock.
   [[nodiscard]] virtual CString GetWriter() const = 0;
+  /// Lets what was seen of folders hold for some milliseconds, as it does for whoever has the right to write. For a
+  /// reader that tells of one moment and looks afterwards whether another process changed the machine meanwhile.
+  virtual void SetBriefTrust(bool trusting) { (void)trusting; }
   [[nodiscard]] virtual std::vector<CString> GetRunningProcesses() = 0;        ///< their executables, as Windows paths
   [[nodiscard]] virtual std::vector<std::pair<char, CString>> GetDrives() = 0; ///< letters with what each stands for
 };

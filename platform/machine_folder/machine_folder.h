@@ -24,9 +24,7 @@ public:
   [[nodiscard]] const CString& GetHostFolder() const; ///< as given to the constructor
   [[nodiscard]] CString GetDisplayName() const override { return GetHostFolder(); }
 
-  /// Lets what was seen of folders hold for some milliseconds, as it does for whoever has the right to write. For a
-  /// reader that tells of one moment and looks afterwards whether another process changed the machine meanwhile.
-  void SetBriefTrust(bool trusting);
+  void SetBriefTrust(bool trusting) override;
 
   // ---- host paths
   /// The path on this system that a Windows path stands for (existing components in their stored spelling); empty when
