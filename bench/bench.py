@@ -53,15 +53,56 @@ def installs(bench, data):
         check = f'[ $(find "$S/pc/{installed}" -type f | wc -l) = {count} ]'
         here = f'[ $(find "$S/root/opt" -type f | wc -l) = {count} ]'
         entries = [
-            Entry("unzip", f"unzip -q {folder}/{name}.kep -d $S/root", "mkdir -p $S/root", here),
-            Entry("kest install", f'"$B/kest" -m "$S/pc" install {folder}/{name}.kep {YES}', MAKE_MACHINE, check),
+            Entry("unzip", f"unzip -q {folder}/{name}.kep -d $S/root", "mkdir -p $S/root", here, count),
+            Entry("kest install", f'"$B/kest" -m "$S/pc" install {folder}/{name}.kep {YES}', MAKE_MACHINE, check, count),
         ]
         # dpkg waits for each file, so that 20,000 of them take minutes
-        entries += [Entry(peer, install, setup, here) for peer, setup, install, _ in managers(name, folder)
+        entries += [Entry(peer, install, setup, here, count) for peer, setup, install, _ in managers(name, folder)
                     if count <= 2000 or not peer.startswith("dpkg")]
         bench.measure(entries)
         report(f"install {count:,} files of {size:,} bytes, with journal and roll-back", "unzip: 1.0 (wall+sync 1.3), ahead of "
                "the package managers", entries, {"kest install"}, "unzip")
+
+
+def dry_runs(bench, data):
+    """On a file system in memory, so that neither waits for a disk."""
+    for name, count, size in (("p1", 2000, 4096), ("p3", 20, 8 << 20)):
+        folder = f"{data}/{name}"
+        inputs.payload(folder, name, count, size)
+        machine = '"$B/kest" -m "$M/pc"'
+        make = 'rm -rf "$M"; mkdir -p "$M"; "$B/kest" machine new "$M/pc" --product "Tidemark Nova" -q'
+        entries = [Entry("kest install", f"{machine} install {folder}/{name}.kep {YES}", make),
+                   Entry("kest install -n", f"{machine} install -n {folder}/{name}.kep {YES}", make, '[ ! -e "$M/pc/drive_c/ProgramData/Kest" ]')]
+        bench.measure(entries)
+        report(f"dry run of {count:,} files of {size:,} bytes beside the install, no disk to wait for", "1.3, and its memory",
+               entries, {"kest install -n"}, "kest install")
+
+
+def questions(bench, data):
+    inputs.descriptions(f"{data}/descriptions10k", 10000)
+    inputs.payload(f"{data}/tiny", "tiny", 1, 1024)
+    fill = (f'{MAKE_MACHINE}; mkdir -p "$S/pc/{EXTENSIONS}"; cp {data}/descriptions10k/extension*.kei "$S/pc/{EXTENSIONS}/"; {SETTLE}; '
+            f'"$B/kest" -m "$S/pc" install {data}/tiny/tiny.kep {YES}')
+    file = "C:/Program Files/Kestrel/Tidemark 6/Configuration/Shared/bench/tiny/d000/file00000.txt"
+    entries = [Entry("engine start-up", '"$B/engine_startup" "$S/pc"', fill),
+               Entry("kest owns", f'"$B/kest" -m "$S/pc" owns "{file}"', fill),
+               Entry("kest history", '"$B/kest" -m "$S/pc" history', fill)]
+    bench.measure(entries)
+    report("questions among 10,000 extensions", "within 20 ms of a bare start", entries, {"kest owns", "kest history"},
+           "engine start-up")
+    for entry in entries[1:]:
+        if not entry.failure and not entries[0].failure:
+            print(f"  {entry.name}: {1000 * (min(entry.wall) - min(entries[0].wall)):.1f} ms more (least of each)")
+
+
+def verifying(bench, data):
+    inputs.payload(f"{data}/p2", "p2", 20000, 1024)
+    installed = f'{MAKE_MACHINE}; "$B/kest" -m "$S/pc" install {data}/p2/p2.kep {YES}'
+    files = f"$S/pc/{NOVA}/Configuration/Shared/bench/p2"
+    entries = [Entry("sha256sum", f"bash -c 'find \"{files}\" -type f -print0 | xargs -0 sha256sum'", installed),
+               Entry("kest verify", '"$B/kest" -m "$S/pc" verify', installed)]
+    bench.measure(entries)
+    report("verify 20,000 files of 1,024 bytes", "sha256sum: 1.0", entries, {"kest verify"}, "sha256sum")
 
 
 def replaces(bench, data):
@@ -204,14 +245,16 @@ def scratch_disk(folder):
     return mount if made else None
 
 
-WORKS = {"install": installs, "replace": replaces, "uninstall": removals, "startup": startup, "pack": packing, "menus": menus,
+WORKS = {"install": installs, "dry-run": dry_runs, "questions": questions, "verify": verifying, "replace": replaces,
+         "uninstall": removals, "startup": startup, "pack": packing, "menus": menus,
          "journal": journal, "start": starting, "growth": growth}
 
 
 def main():
     parser = argparse.ArgumentParser(prog="bench/run", description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("works", nargs="*", metavar="WORK", help=", ".join(WORKS) + " (all without)")
-    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--rounds", type=int, default=9)
+    parser.add_argument("--count", action="store_true", help="system calls (strace) and instructions (valgrind), too")
     arguments = parser.parse_args()
     for work in arguments.works:
         if work not in WORKS:
@@ -222,7 +265,7 @@ def main():
     os.makedirs(data, exist_ok=True)
     print(f"# scratch folder {scratch}; {arguments.rounds} rounds after one that does not count")
     programs = os.environ.get("BENCH_PROGRAMS") or f"{ROOT}/build/bench/programs"
-    bench = Bench(scratch, data, programs, arguments.rounds)
+    bench = Bench(scratch, data, programs, arguments.rounds, arguments.count)
     for work in arguments.works or WORKS:
         WORKS[work](bench, data)
     return 0

@@ -93,6 +93,7 @@ int RunVerify(Session& session) {
   if (!session.options.product.empty() && !(only = session.FindProduct(session.options.product, exit))) {
     return exit;
   }
+  session.GetMachine().SetBriefTrust(true); // one moment is told of
   std::vector<Installed> all = CollectInstalled(session, only);
   if (!session.options.arguments.empty()) {
     std::vector<Installed> chosen;

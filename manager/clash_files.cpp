@@ -57,15 +57,17 @@ Clash ClashOf(const CKestExtensionFile& file, const char* rule) {
 void FindInFiles(Search& search) {
   FilePlacement::Resolver resolver(search.state.placement, search.product, search.extension);
   resolver.ResolveOwnTokens();
+  std::size_t number = 0;
   std::vector<Present> present;
   std::size_t elsewhere = 0;
   const CKestExtensionFile* first = nullptr;
   for (const CKestExtensionFile& file : search.extension->GetFiles()) {
+    const FilePlace* const known = search.hints.places != nullptr ? &(*search.hints.places)[number++] : nullptr;
     if (!IsPlaced(file)) {
       first = elsewhere++ == 0 ? &file : first;
       continue;
     }
-    const FilePlace place = resolver.Locate(file);
+    const FilePlace place = known != nullptr ? *known : resolver.Locate(file);
     const CString& path = place.destination.GetText();
     if (place.result == FilePlace::kUnresolved) {
       Clash clash = ClashOf(file, "unknown-token");

@@ -14,6 +14,8 @@ struct ClashHints {
   CString descriptionPath{};
   /// What the reader passed over, when the description was read with an observer.
   const std::vector<Clash>* dropped = nullptr;
+  /// Of each of the extension's files; null: they are located.
+  const std::vector<FilePlace>* places = nullptr;
 };
 
 /// Each configuration file is gone through once, and the catalogue once when something is met.

@@ -66,7 +66,8 @@ CKestExtension* Finish(Context& context, bool done) {
 bool NoteClashes(Context& context) {
   CKestExtensionManager::State& state = context.state;
   if (state.undoing == 0) {
-    const ClashHints hints{&context.configuration, &context.existing, context.descriptionPath, &context.dropped};
+    const ClashHints hints{&context.configuration, &context.existing, context.descriptionPath, &context.dropped,
+                           &context.places};
     for (Clash& clash : FindClashes(
              state, {context.product, context.extension.get(), {}, CKestPath(context.destination).GetFileName()},
              hints)) {

@@ -2,6 +2,7 @@
 
 #include "description/extension.h"
 #include "manager/operation_scope.h"
+#include "manager/placement.h"
 #include "platform/package/package.h"
 
 #include <map>
@@ -31,12 +32,13 @@ struct Context {
 
   // ---- found
   bool fromPackage = false;
-  std::vector<PackageEntry> entries{}; ///< of the package; empty for a bare description
-  std::vector<CString> hashes{};       ///< of what was unpacked of each
-  CString unpackedTo{};                ///< the folder of the package's files, with trailing backslash
-  CString descriptionPath{};           ///< the one that is read
-  CString destination{};               ///< where it is going to lie
-  CKestDateTime date{};                ///< of the package or description
+  std::vector<PackageEntry> entries{};                 ///< of the package; empty for a bare description
+  std::vector<CString> hashes{};                       ///< of what was unpacked of each
+  std::unordered_map<CString, std::size_t> unpacked{}; ///< number of each by its lower-case path in the private folder
+  std::vector<FilePlace> places{}; ///< of each of the extension's files, once their copying is planned
+  CString descriptionPath{};       ///< the one that is read
+  CString destination{};           ///< where it is going to lie
+  CKestDateTime date{};            ///< of the package or description
   std::unique_ptr<CKestExtension> extension{};
   int userType = 0;
   bool overwriteAll = false;

@@ -151,13 +151,16 @@ Next CheckFile(Context& context, const FilePlacement::Resolver& resolver, const 
     RefuseUnsafe(context, file, place);
     return Next::kEnd;
   }
-  if (const Answer isThere = CKestOS::GetMachine().FileExists(place.source.GetText()); isThere == Answer::kCannotTell) {
+  const CString& source = place.source.GetText();
+  const Answer isThere =
+      context.unpacked.contains(text::Lower(source)) ? Answer::kYes : CKestOS::GetMachine().FileExists(source);
+  if (isThere == Answer::kCannotTell) {
     context.state.FailByMachine(path, "a file of the extension could not be looked at");
     return Next::kEnd;
   } else if (isThere == Answer::kNo) {
     const bool isPacked = text::EndsWithNoCase(context.path, ".kep");
     context.Refuse(Failure::kBadPackage, Message::kFileMissing, {file.GetSource()},
-                   isPacked ? file.GetSource() : place.source.GetText(),
+                   isPacked ? file.GetSource() : source,
                    isPacked ? "the package does not hold it" : "the file is not there");
     return Next::kEnd;
   }
@@ -188,8 +191,8 @@ struct Planned {
   CString path{};
   bool isFolder = false;
   bool deferred = false;
-  bool stays = false;             ///< a font that is there already
-  std::vector<FilePlace> files{}; ///< of a folder that is placed with them
+  bool stays = false;                    ///< a font that is there already
+  std::vector<const FilePlace*> files{}; ///< of a folder that is placed with them
 };
 
 /// The files that go to one folder.
@@ -242,17 +245,19 @@ void PlanFile(Context& context, const CKestExtensionFile& file, const FilePlace&
 
 struct PlacedFile {
   const CKestExtensionFile* file;
-  FilePlace place;
+  const FilePlace& place; ///< in the context
 };
 
 /// The files of the copy pass with their places, in order.
 bool LocateFiles(Context& context, std::vector<PlacedFile>& files) {
   const FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
+  context.places.clear();
+  context.places.reserve(context.extension->GetFiles().GetCount());
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
+    const FilePlace& place = context.places.emplace_back(IsPlaced(file) ? resolver.Locate(file) : FilePlace{});
     if (!IsPlaced(file)) {
       continue;
     }
-    FilePlace place = resolver.Locate(file);
     const CString& path = place.destination.GetText();
     if (place.result == FilePlace::kUnresolved) {
       continue;
@@ -265,7 +270,7 @@ bool LocateFiles(Context& context, std::vector<PlacedFile>& files) {
       return RefuseUnsafe(context, file, place);
     }
     if (context.keep.count(path) == 0) {
-      files.push_back({&file, std::move(place)});
+      files.push_back({&file, place});
     }
   }
   return true;
@@ -302,7 +307,7 @@ bool PlanWholeFolder(const CString& path, const std::vector<PlacedFile>& files, 
   std::vector<CString> names;
   for (const std::size_t i : folder.files) {
     names.push_back(files[i].place.source.GetFileName());
-    planned.files.push_back(files[i].place);
+    planned.files.push_back(&files[i].place);
   }
   if (!HoldsOnly(source, names, true)) {
     return false;
@@ -409,16 +414,16 @@ bool PlaceOneByOne(Context& context, const Planned& folder) {
     return false;
   }
   std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
-  for (const FilePlace& place : folder.files) {
-    auto step = std::make_unique<CInstallCopyFile>(place.source, place.destination, false, true);
+  for (const FilePlace* place : folder.files) {
+    auto step = std::make_unique<CInstallCopyFile>(place->source, place->destination, false, true);
     step->SetMayMoveSource(true);
     steps.push_back(std::move(step));
   }
   if (!PlanSteps(context, std::move(steps))) {
     return false;
   }
-  for (const FilePlace& place : folder.files) {
-    const CString& path = place.destination.GetText();
+  for (const FilePlace* place : folder.files) {
+    const CString& path = place->destination.GetText();
     if (context.state.IsCancelled() || (journal.RunNext() != 0 && !RetryCopy(context, path))) {
       return false;
     }

@@ -110,11 +110,13 @@ bool UnpackPackage(Context& context) {
     return false;
   }
   CKestOS::GetMachine().ClearLastError();
-  context.unpackedTo = folder;
   context.hashes.resize(context.entries.size());
   const int unpacked = package.UnPackTo(
       folder, [&state] { return state.WantsCancel(); },
-      [&context](std::size_t number, const CString& hash) { context.hashes[number] = hash; });
+      [&](std::size_t number, const CString& hash) {
+        context.hashes[number] = hash;
+        context.unpacked.emplace(text::Lower(folder + context.entries[number].name), number);
+      });
   if (state.IsCancelled()) {
     return false;
   }

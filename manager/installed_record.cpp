@@ -155,10 +155,7 @@ std::vector<CString> ConfigurationFiles(const Context& context) {
 /// What the install wrote is known from its unpacking, and is not read again.
 class UnpackedDigests {
 public:
-  explicit UnpackedDigests(const Context& context) : m_context(context) {
-    for (std::size_t i = 0; i < context.hashes.size(); ++i) {
-      m_numbers.emplace(text::Lower(context.unpackedTo + context.entries[i].name), i);
-    }
+  explicit UnpackedDigests(Context& context) : m_context(context) {
     m_touched.insert(text::Lower(context.destination)); // the description is saved anew
   }
 
@@ -180,20 +177,21 @@ public:
   }
 
   /// False: only reading tells what lies there, since something else than its placing was done to it.
-  [[nodiscard]] bool Find(const FilePlace& place, FileDigest& digest) const {
-    const auto number = m_numbers.find(text::Lower(place.source.GetText()));
+  /// Gives each away once.
+  [[nodiscard]] bool Take(const FilePlace& place, FileDigest& digest) {
+    const auto number = m_context.unpacked.find(text::Lower(place.source.GetText()));
     const CString& path = place.destination.GetText();
-    if (number == m_numbers.end() || m_context.existing.count(path) != 0 || m_touched.contains(text::Lower(path))) {
+    if (number == m_context.unpacked.end() || m_context.existing.count(path) != 0 ||
+        m_touched.contains(text::Lower(path))) {
       return false;
     }
-    digest = {m_context.entries[number->second].size, m_context.hashes[number->second]};
+    digest = {m_context.entries[number->second].size, std::exchange(m_context.hashes[number->second], {})};
     return !digest.hash.empty();
   }
 
 private:
-  const Context& m_context;
-  std::unordered_map<CString, std::size_t> m_numbers; ///< of the entries of the package, by lower-case unpacked path
-  std::unordered_set<CString> m_touched;              ///< lower-case
+  Context& m_context;
+  std::unordered_set<CString> m_touched; ///< lower-case
 };
 
 /// The lines of a record, counted.
@@ -215,19 +213,19 @@ bool AddFile(Context& context, Lines& lines, const CString& path, FileDigest dig
   return true;
 }
 
-bool AddFiles(Context& context, const UnpackedDigests& unpacked, Lines& lines) {
+bool AddFiles(Context& context, UnpackedDigests& unpacked, Lines& lines) {
   if (!AddFile(context, lines, context.destination, {})) {
     return false;
   }
-  const FilePlacement::Resolver resolver(context.state.placement, context.product, context.extension.get());
+  auto next = context.places.begin();
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
-    const FilePlace place = IsPlaced(file) ? resolver.Locate(file) : FilePlace{};
+    const FilePlace& place = *next++;
     const CString& path = place.destination.GetText();
     if (place.result != FilePlace::kResolved || place.unsafe || context.keep.count(path) != 0 || file.IsSystemFile()) {
       continue;
     }
     FileDigest digest;
-    if (!AddFile(context, lines, path, unpacked.Find(place, digest) ? std::move(digest) : FileDigest{})) {
+    if (!AddFile(context, lines, path, unpacked.Take(place, digest) ? std::move(digest) : FileDigest{})) {
       return false;
     }
   }
@@ -317,6 +315,9 @@ bool RecordInstalled(Context& context) {
                         "what was installed could not be recorded: it cannot be verified later", 0, CString(),
                         CString(), false});
   }
+  context.hashes = {}; // memory that the record of the operation needs
+  context.unpacked = {};
+  context.places = {};
   return true;
 }
 

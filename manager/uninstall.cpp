@@ -15,8 +15,8 @@ namespace {
 using Failure = OperationReport::Failure;
 
 // the files of a disabled extension are gone already, and so are its changes
-constexpr Phase kPhases[] = {CheckFiles,         ConvertExtension, DeleteFiles, CleanUpFolders,
-                             DeleteDescriptions, TakeBackChanges,  DropRecord};
+constexpr Phase kPhases[] = {CheckFiles,     ConvertExtension,   DeleteFiles,
+                             CleanUpFolders, DeleteDescriptions, TakeBackChanges};
 constexpr Phase kPhasesOfDisabled[] = {DeleteDescriptions};
 
 template <std::size_t n> bool RunPhases(Context& context, const Phase (&phases)[n]) {
@@ -320,28 +320,31 @@ bool DeleteDescriptions(Context& context) {
       }
     }
   }
-  for (auto& step : steps) {
-    if (state.journal.Run(std::move(step)) != 0) {
-      state.FailByMachine(CString(), "the description could not be deleted");
-      return false;
-    }
+  // with them, and with one wait for the disk, goes the record of what was installed; one that stays is compared with
+  // nothing that is installed
+  CString record;
+  const std::size_t needed = steps.size();
+  if (installed_record::GetPath(context.extension.GetPath(), record) &&
+      CKestOS::GetMachine().FileExists(record) == Answer::kYes) {
+    steps.push_back(std::make_unique<CInstallDeleteFile>(record));
   }
-  return true;
+  const std::size_t planned = steps.size();
+  bool done = planned == 0 || state.journal.Plan(std::move(steps)) == 0;
+  for (std::size_t i = 0; done && i < planned; ++i) {
+    done = state.journal.RunNext() == 0 || i >= needed;
+  }
+  if (planned > 0) {
+    state.journal.EndPass();
+  }
+  if (!done) {
+    state.FailByMachine(CString(), "the description could not be deleted");
+  }
+  return done;
 }
 
 bool TakeBackChanges(Context& context) {
   return ProcessChanges(context.state, context.product, context.extension,
                         context.remove ? CKestProduct::Uninstall : CKestProduct::Disable);
-}
-
-bool DropRecord(Context& context) {
-  CString path;
-  if (installed_record::GetPath(context.extension.GetPath(), path) &&
-      CKestOS::GetMachine().FileExists(path) == Answer::kYes) {
-    // one that stays is compared with nothing that is installed
-    static_cast<void>(RunStep<CInstallDeleteFile>(context.state.journal, path));
-  }
-  return true;
 }
 
 void TellRestart(Context& context) {

@@ -43,10 +43,8 @@ bool CheckFiles(Context&); ///< every file that is to go can go
 bool ConvertExtension(Context&);
 bool DeleteFiles(Context&);        ///< and notes their folders
 bool CleanUpFolders(Context&);     ///< those that are empty now
-bool DeleteDescriptions(Context&); ///< and the copies set aside, when asked
+bool DeleteDescriptions(Context&); ///< with the record of its install, and the copies set aside when asked
 bool TakeBackChanges(Context&);
-/// What was noted of its install goes with it.
-bool DropRecord(Context&);
 /// After the last step was committed.
 void TellRestart(Context&);
 

@@ -83,21 +83,9 @@ void Add(VerifyReport& report, const CString& path, Standing standing, const CSt
 }
 
 Standing JudgeFile(const CString& path, const FileDigest& wanted) {
-  switch (CKestOS::GetMachine().FileExists(path)) {
-  case Answer::kNo:
-    return Standing::kMissing;
-  case Answer::kCannotTell:
-    return Standing::kUnknown;
-  case Answer::kYes:
-    break;
-  }
   FileDigest digest;
-  std::uint64_t size = 0;
-  if (IsYes(CKestOS::GetMachine().GetFileSize(path, size)) && size != wanted.size) {
-    return Standing::kChanged;
-  }
   if (!DigestFile(path, digest)) {
-    return Standing::kUnknown;
+    return CKestOS::GetMachine().FileExists(path) == Answer::kNo ? Standing::kMissing : Standing::kUnknown;
   }
   return digest == wanted ? Standing::kAsInstalled : Standing::kChanged;
 }

@@ -81,7 +81,7 @@ int FindFolderPin(int folder) {
   return (info.stx_attributes & kUnchangeable) != 0 ? EPERM : 0;
 }
 
-int FindPin(int folder, const char* name, mode_t* mode) {
+int FindPin(int folder, const char* name, mode_t* mode, uid_t user) {
   struct statx entry {};
   if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_MODE | STATX_UID, &entry) != 0) {
     return errno == ENOSYS ? 0 : errno;
@@ -96,7 +96,6 @@ int FindPin(int folder, const char* name, mode_t* mode) {
     return EBUSY;
   }
   struct stat above {};
-  const uid_t user = geteuid();
   if (user == 0 || entry.stx_uid == user) {
     return 0;
   }
@@ -106,13 +105,13 @@ int FindPin(int folder, const char* name, mode_t* mode) {
   return (above.st_mode & S_ISVTX) != 0 && above.st_uid != user ? EPERM : 0;
 }
 
-int FindPinBelow(int folder) {
+int FindPinBelow(int folder, uid_t user) {
   int pin = 0;
   const int listed = ForEachEntry(folder, [&](const dirent& entry) {
-    pin = FindPin(folder, entry.d_name);
+    pin = FindPin(folder, entry.d_name, nullptr, user);
     if (pin == 0 && (entry.d_type == DT_DIR || entry.d_type == DT_UNKNOWN)) {
       const HostDescriptor below(openat(folder, entry.d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-      pin = below.IsOpen() ? FindPinBelow(below.Get()) : errno == ENOTDIR || errno == ELOOP ? 0 : errno;
+      pin = below.IsOpen() ? FindPinBelow(below.Get(), user) : errno == ENOTDIR || errno == ELOOP ? 0 : errno;
     }
     return pin == 0;
   });

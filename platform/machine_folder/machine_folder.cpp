@@ -199,9 +199,15 @@ Answer MachineFolder::GetFileSize(const CString& path, std::uint64_t& size) {
   if (!m_state->FindExisting(path, entry)) {
     return m_state->AnswerForMiss();
   }
+  const HostDescriptor target(entry.IsLink() ? OpenBeneath(entry.folder.mount->root.Get(),
+                                                           (entry.folder.relative + "/" + entry.stored).c_str(), O_PATH)
+                                             : -1);
+  if (target.IsOpen() && fstat(target.Get(), &info) != 0) {
+    return m_state->CannotTell(errno, path);
+  }
   if (S_ISREG(entry.info.st_mode)) {
     info = entry.info;
-  } else if (!m_state->OpenFile(entry, O_RDONLY, info).IsOpen()) {
+  } else if (!S_ISREG(info.st_mode) && !m_state->OpenFile(entry, O_RDONLY, info).IsOpen()) {
     return m_state->AnswerForError();
   }
   size = static_cast<std::uint64_t>(info.st_size);
