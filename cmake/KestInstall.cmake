@@ -88,6 +88,11 @@ install(TARGETS kest_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT
 install(FILES docs/man/kest.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT host)
 install(DIRECTORY host/messages DESTINATION "${CMAKE_INSTALL_DATADIR}/kest" COMPONENT host FILES_MATCHING PATTERN "*.txt")
 
+if(WIN32)
+  install(FILES LICENSE README.md DESTINATION . COMPONENT host)
+  return() # no shell of that system reads what follows
+endif()
+
 # completion scripts come from the program's own table of commands
 set(completions)
 foreach(shell IN ITEMS bash zsh fish)

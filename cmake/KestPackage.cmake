@@ -1,12 +1,10 @@
-# The Debian package of kest: `cpack -G DEB` in a static build. It holds the component "host" alone; the library's
+# The packages of kest, in a static build: `cpack -G DEB`; for Windows `cpack`, a ZIP and an installer. Each holds the component "host" alone; the library's
 # consumers build from source or install with `cmake --install`.
 set(CPACK_PACKAGE_NAME kest)
 set(CPACK_PACKAGE_VENDOR "The Kest developers")
 set(CPACK_PACKAGE_CONTACT "The Kest developers <maintainers@users.noreply.c-seed-b62b48df.example>")
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "extension manager for a suite of authoring applications")
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -15,6 +13,13 @@ if(BUILD_SHARED_LIBS)
   list(APPEND CPACK_COMPONENTS_ALL runtime)
 endif()
 set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+if(WIN32)
+  include("${CMAKE_CURRENT_LIST_DIR}/KestPackageWindows.cmake")
+  include(CPack)
+  return()
+endif()
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_PACKAGE_NAME kest)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

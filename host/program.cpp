@@ -3,6 +3,7 @@
 #include "host/command_line.h"
 #include "host/help.h"
 #include "host/session.h"
+#include "host/terminal/console.h"
 #include "host/terminal/text_width.h"
 #include "kest/version.h"
 
@@ -13,8 +14,6 @@
 #include <exception>
 #include <new>
 #include <optional>
-
-#include <unistd.h>
 
 namespace kest::host {
 namespace {
@@ -94,7 +93,7 @@ int ReportThrown(const OperationReport* report, bool isOneOfSeveral, const char*
        {exit == kDone ? "warning: " : "error: ", "the program had to end early\n  why      ",
         std::strcmp(what, std::bad_alloc().what()) == 0 ? "there is not enough memory" : what, "\n  changed  ", changed,
         "\n  next     ", exit == kUndoIncomplete ? "run: kest recover\n" : "close other programs and try again\n"}) {
-    if (write(STDERR_FILENO, part, std::strlen(part)) < 0) {
+    if (!console::WriteAll(console::kError, part)) {
       break;
     }
   }

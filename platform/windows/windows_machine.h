@@ -32,6 +32,7 @@ public:
   [[nodiscard]] bool SetCurrentUser(const CString& name) override;
   [[nodiscard]] bool SetProcessRunning(const CString& executable, bool running) override;
   [[nodiscard]] std::vector<CString> GetRunningProcesses() override;
+  [[nodiscard]] CString GetWriter() const override;
   [[nodiscard]] std::vector<std::pair<char, CString>> GetDrives() override;
 
   // ---- Machine
@@ -69,6 +70,8 @@ public:
   WriterLock LockWriter(std::int64_t milliseconds) override;
   void UnlockWriter() override;
   void ForgetFolders() override;
+  [[nodiscard]] ChangeMark GetChangeMark() override;
+  [[nodiscard]] PrivateFolder LookAtPrivateFolder(const CString& path) override;
   [[nodiscard]] bool GetSystemFolder(CString& path) override;
   [[nodiscard]] bool GetFontsFolder(CString& path) override;
   [[nodiscard]] bool GetTempRoot(CString& path) override;

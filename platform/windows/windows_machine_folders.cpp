@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <set>
 
+#include <aclapi.h>
 #include <sddl.h>
 
 // Folders, volumes, durability and the right to write.
@@ -14,6 +15,9 @@ namespace {
 using Kind = MachineError::Kind;
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+/// One for all users and sessions of the PC.
+constexpr const wchar_t* kWriterLock = L"Global\\Kest writer";
 
 bool IsDots(const wchar_t* name) { return wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0; }
 
@@ -78,23 +82,57 @@ bool FindFolderMove(WindowsMachine::State& state, const CString& from, const CSt
   return !target.exists || state.Fail(ERROR_ALREADY_EXISTS, to);
 }
 
-/// Who may enter a private folder: the user, the system and the administrators.
-CString PrivateRights() {
+/// As Windows writes it; empty when it cannot be told.
+CString TextOf(PSID user) {
+  LPSTR text = nullptr;
+  if (!ConvertSidToStringSidA(user, &text)) {
+    return {};
+  }
+  CString copy(text);
+  LocalFree(text);
+  return copy;
+}
+
+CString CurrentUserId() {
   HANDLE opened = nullptr;
   char buffer[256];
   DWORD size = 0;
-  LPSTR text = nullptr;
   if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened)) {
     return {};
   }
   const WindowsHandle token(opened);
-  if (!GetTokenInformation(token.Get(), TokenUser, buffer, sizeof buffer, &size) ||
-      !ConvertSidToStringSidA(reinterpret_cast<TOKEN_USER*>(buffer)->User.Sid, &text)) {
-    return {};
+  const bool isTold = GetTokenInformation(token.Get(), TokenUser, buffer, sizeof buffer, &size) != FALSE;
+  return isTold ? TextOf(reinterpret_cast<TOKEN_USER*>(buffer)->User.Sid) : CString();
+}
+
+constexpr std::string_view kSystemId = "S-1-5-18";
+constexpr std::string_view kAdministratorsId = "S-1-5-32-544";
+
+/// A private folder is the user's; in it come the user, the system and the administrators.
+CString PrivateRights() {
+  const CString user = CurrentUserId();
+  return user.empty() ? user : "O:" + user + "D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;" + user + ")";
+}
+
+/// Whether nobody else is let in.
+bool IsForOne(ACL* list, const CString& user) {
+  for (WORD i = 0; list != nullptr && i < list->AceCount; ++i) {
+    ACE_HEADER* entry = nullptr;
+    if (!GetAce(list, i, reinterpret_cast<void**>(&entry))) {
+      return false;
+    }
+    if (entry->AceType == ACCESS_DENIED_ACE_TYPE) {
+      continue;
+    }
+    if (entry->AceType != ACCESS_ALLOWED_ACE_TYPE) {
+      return false;
+    }
+    const CString who = TextOf(&reinterpret_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart);
+    if (who != user && who != kSystemId && who != kAdministratorsId) {
+      return false;
+    }
   }
-  CString rights = CString("D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;") + text + ")";
-  LocalFree(text);
-  return rights;
+  return list != nullptr;
 }
 
 std::wstring VolumeOf(const std::wstring& path) {
@@ -162,6 +200,32 @@ bool WindowsMachine::CreatePrivateDirectory(const CString& path) {
   const DWORD code = ::GetLastError();
   LocalFree(rights.lpSecurityDescriptor);
   return isMade || m_state->Fail(code, path);
+}
+
+PrivateFolder WindowsMachine::LookAtPrivateFolder(const CString& path) {
+  WindowsPlace place;
+  if (!m_state->FindExisting(path, place, true) || !place.IsFolder()) {
+    return PrivateFolder::kNo;
+  }
+  const WindowsHandle folder(CreateFileW(place.GetFull().c_str(), READ_CONTROL, kShareAll, nullptr, OPEN_EXISTING,
+                                         FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  PSID owner = nullptr;
+  PACL list = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  if (!folder.IsOpen() ||
+      GetSecurityInfo(folder.Get(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner,
+                      nullptr, &list, nullptr, &descriptor) != ERROR_SUCCESS) {
+    return PrivateFolder::kNo;
+  }
+  const CString user = CurrentUserId();
+  const bool isOurs = !user.empty() && TextOf(owner) == user && IsForOne(list, user);
+  SECURITY_DESCRIPTOR_CONTROL control = 0;
+  DWORD revision = 0;
+  // one made by hand takes its rights from the folder above
+  const bool isMarked =
+      GetSecurityDescriptorControl(descriptor, &control, &revision) && (control & SE_DACL_PROTECTED) != 0;
+  LocalFree(descriptor);
+  return !isOurs ? PrivateFolder::kNo : isMarked ? PrivateFolder::kYes : PrivateFolder::kUnmarked;
 }
 
 bool WindowsMachine::RemoveDirectory(const CString& path) {
@@ -311,19 +375,48 @@ bool WindowsMachine::SyncPaths(const std::vector<CString>& paths) {
 
 void WindowsMachine::StartSync(const CString& path) { static_cast<void>(path); }
 
+// Every operation makes a private folder in the temporary folder, and removes it at its end.
+ChangeMark WindowsMachine::GetChangeMark() {
+  ChangeMark mark;
+  CString temp;
+  WindowsPlace folder;
+  FILE_BASIC_INFO info{};
+  const MachineError keep = m_state->error;
+  if (GetTempRoot(temp) && m_state->OpenFolder(temp, folder) &&
+      GetFileInformationByHandleEx(folder.folder.Get(), FileBasicInfo, &info, sizeof info)) {
+    mark.state = std::to_string(info.LastWriteTime.QuadPart);
+  }
+  m_state->error = keep;
+  mark.isChanging = !GetWriter().empty();
+  return mark;
+}
+
+CString WindowsMachine::GetWriter() const {
+  const WindowsHandle lock(m_state->lockCount > 0 ? nullptr : OpenMutexW(SYNCHRONIZE, FALSE, kWriterLock));
+  if (!lock.IsOpen()) {
+    return {};
+  }
+  const DWORD got = WaitForSingleObject(lock.Get(), 0);
+  if (got == WAIT_OBJECT_0 || got == WAIT_ABANDONED) {
+    ReleaseMutex(lock.Get());
+    return {};
+  }
+  return "another program";
+}
+
 WriterLock WindowsMachine::LockWriter(std::int64_t milliseconds) {
   if (m_state->lockCount > 0) {
     ++m_state->lockCount;
     return {true, {}};
   }
-  // one for all users and sessions of the PC; it goes with the process, however that ends
+  // it goes with the process, however that ends
   SECURITY_ATTRIBUTES rights{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
   if (!ConvertStringSecurityDescriptorToSecurityDescriptorA("D:(A;;0x1F0001;;;WD)", SDDL_REVISION_1,
                                                             &rights.lpSecurityDescriptor, nullptr)) {
     (void)m_state->Fail(::GetLastError(), "C:\\");
     return {};
   }
-  WindowsHandle lock(CreateMutexW(&rights, FALSE, L"Global\\Kest writer"));
+  WindowsHandle lock(CreateMutexW(&rights, FALSE, kWriterLock));
   LocalFree(rights.lpSecurityDescriptor);
   if (!lock.IsOpen()) {
     (void)m_state->Fail(::GetLastError(), "C:\\");

@@ -129,6 +129,8 @@ std::wstring KnownFolder(const KNOWNFOLDERID& id) {
   return path;
 }
 
+bool IsWine() { return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr; }
+
 bool Give(const std::wstring& folder, CString& path) {
   if (!folder.empty()) {
     path = WithoutBackslash(FromWide(folder));
@@ -255,6 +257,10 @@ bool WindowsMachine::GetSystemFolder(CString& path) { return Give(KnownFolder(FO
 bool WindowsMachine::GetFontsFolder(CString& path) { return Give(KnownFolder(FOLDERID_Fonts), path); }
 
 bool WindowsMachine::GetTempRoot(CString& path) {
+  if (IsWine()) {
+    // a machine folder and this program meet in one prefix: each has to find what the other left
+    return Give(KnownFolder(FOLDERID_Windows) + LR"(\temp)", path);
+  }
   // not the system's own, which users may write to and not list: a start could not find what to recover
   CString shared;
   if (!GetSharedAppDataPath(shared)) {
