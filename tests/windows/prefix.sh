@@ -1,4 +1,4 @@
-# What the scripts here have in common, to be sourced with KEST KEST_EXE SOURCE as words: a prefix of Wine with products
+# What the scripts here have in common, to be sourced with KEST KEST_EXE SOURCE as words: a prefix of Wine with all products
 # in $work/theirs, a copy of what matters of it in $work/ours, packages in $work/packages, and ways to look at both.
 set -eu
 native=$(realpath "$1") windows=$(realpath "$2") source=$(realpath "$3")
@@ -20,15 +20,18 @@ in_wine() { # PREFIX COMMAND...
 settle() { in_wine "$work/theirs" wineserver -k || true; in_wine "$work/theirs" wineserver -w || true; }
 
 in_wine "$work/theirs" wineboot -i > /dev/null
-"$native" machine new "$work/pc" --product "Tidemark Nova" > /dev/null 2>&1
-program="drive_c/Program Files/Kestrel"
-cp -a "$work/pc/$program" "$work/theirs/drive_c/Program Files/"
-in_wine "$work/theirs" wine reg add 'HKLM\Software\Kestrel\Tidemark\6\Installation' /v InstallPath \
-  /d 'C:\Program Files\Kestrel\Tidemark 6\' /f /reg:32 > /dev/null
+user=$(basename "$(find "$work/theirs/drive_c/users" -mindepth 1 -maxdepth 1 ! -name Public | head -1)")
+"$native" machine new "$work/pc" --multi-user --user "$user:2" > /dev/null 2>&1
+folders=("drive_c/Program Files/Kestrel" drive_c/ProgramData/Kestrel "drive_c/users/$user/AppData/Roaming/Kestrel")
+for folder in "${folders[@]}"; do cp -a "$work/pc/$folder" "$work/theirs/${folder%/Kestrel}/"; done
+cp "$work/pc/machine.ini" "$work/theirs/"
 settle
+for hive in system user; do
+  [ ! -e "$work/pc/$hive.reg" ] || sed -n '/^\[/,$p' "$work/pc/$hive.reg" >> "$work/theirs/$hive.reg"
+done
 # the system's own programs, half a gigabyte, are of no use to the native program
 mkdir "$work/ours"
-tar -C "$work/theirs" -c --exclude='./drive_c/windows/*/*' --exclude='./drive_c/Program Files*/[!K]*' . | tar -C "$work/ours" -x
+tar -C "$work/theirs" -c --no-wildcards-match-slash --exclude='./drive_c/windows/*/*' --exclude='./drive_c/Program Files*/[!K]*' . | tar -C "$work/ours" -x
 
 mkdir "$work/packages" "$work/umlauts"
 for description in "$source"/examples/*/*.kei; do
@@ -49,8 +52,10 @@ XML
 done
 name_of() { "$native" info "$1" --json 2> /dev/null | python3 -c 'import json,sys; print(json.load(sys.stdin)["extension"]["name"])'; }
 
-state() { # PREFIX: every file of the products with its date, its read-only mark and its content
-  ( cd "$1/drive_c/Program Files" && find Kestrel -type f -printf '%TY-%Tm-%Td %TH:%TM:%.2TS %m %p\n' |
-    sed -E 's/ ([0-7])[0-7]{2} / \1 /' | sort -k4 && find Kestrel -type f -exec sha256sum {} + | sort -k2 &&
-    find Kestrel -type d | sort )
+# Every file of the products with its date, its read-only mark and its content. What an operation wrote itself is of now.
+begun=$(date '+%Y-%m-%d %H:%M:%S')
+state() { # PREFIX
+  ( cd "$1" && find "${folders[@]}" -type f -printf '%TY-%Tm-%Td %TH:%TM:%.2TS %m %p\n' |
+    awk -v begun="$begun" '{ $3 = substr($3, 1, 1); if ($1 " " $2 >= begun) $2 = "now"; print }' | sort -k4 && find "${folders[@]}" -type f -exec sha256sum {} + | sort -k2 &&
+    find "${folders[@]}" -type d | sort )
 }
