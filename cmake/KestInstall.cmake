@@ -89,6 +89,7 @@ install(FILES docs/man/kest.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONE
 install(DIRECTORY host/messages DESTINATION "${CMAKE_INSTALL_DATADIR}/kest" COMPONENT host FILES_MATCHING PATTERN "*.txt")
 
 if(WIN32)
+  install(TARGETS kest_replace RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT host)
   install(FILES LICENSE README.md DESTINATION . COMPONENT host)
   return() # no shell of that system reads what follows
 endif()

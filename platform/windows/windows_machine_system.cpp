@@ -271,7 +271,12 @@ bool WindowsMachine::GetTempRoot(CString& path) {
 }
 
 bool WindowsMachine::GetCurrentProcessPath(CString& path) {
-  path = ModulePath(GetCurrentProcess());
+  // in short names where there are such: what is made of it becomes a word of a command line
+  const std::wstring full = ToWide(ModulePath(GetCurrentProcess()));
+  std::wstring brief(full.size() + MAX_PATH, L'\0');
+  const DWORD length = GetShortPathNameW(full.c_str(), brief.data(), static_cast<DWORD>(brief.size()));
+  brief.resize(length < brief.size() ? length : 0);
+  path = FromWide(brief.empty() ? full : brief);
   return !path.empty();
 }
 

@@ -12,6 +12,9 @@ finish() {
   rm -rf "$work"
 }
 trap finish EXIT
+# whoever builds meanwhile changes nothing
+cp "$native" "$work/kest" && cp "$windows" "$work/kest.exe"
+native=$work/kest windows=$work/kest.exe
 in_wine() { # PREFIX COMMAND...
   local prefix=$1; shift
   WINEPREFIX=$prefix "$@" < /dev/null 2> "$work/err"
