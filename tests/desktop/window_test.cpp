@@ -5,10 +5,12 @@
 #include <QAccessible>
 #include <QComboBox>
 #include <QDropEvent>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QProcess>
 #include <QPushButton>
 #include <QTreeView>
 #include <QTreeWidget>
@@ -97,6 +99,21 @@ private slots:
     QVERIFY(m_on->WaitIdle());
     QCOMPARE(m_on->Kest({"list", "--json"}), before);
     QVERIFY(!QFile::exists(m_on->In("pc/drive_c/Program Files/Kestrel/Tidemark 6/Configuration/Objects/Big")));
+  }
+
+  void tells_what_was_interrupted() {
+    const QString package = m_on->MakeBigPackage(3000);
+    const QString placed = m_on->In("pc/drive_c/Program Files/Kestrel/Tidemark 6/Configuration/Objects/Big");
+    QProcess other;
+    other.start(QStringLiteral(KEST_PROGRAM), {"install", package, "-y", "--accept-agreement"});
+    QElapsedTimer timer;
+    for (timer.start(); !QFile::exists(placed) && timer.elapsed() < 20000;) {
+    }
+    other.kill();
+    QVERIFY(other.waitForFinished());
+    desktop::MainWindow& window = m_on->Open();
+    QVERIFY2(m_on->WaitForNotice("had been interrupted"), qPrintable(window.GetNotice()));
+    QCOMPARE(QFile::exists(placed), window.GetModel().rowCount() == 1); // all of it, or nothing
   }
 
   void says_what_is_wrong_data() {
