@@ -1,4 +1,5 @@
-# The packages of kest, in a static build: `cpack -G DEB`; for Windows `cpack`, a ZIP and an installer. Each holds the component "host" alone; the library's
+# The packages of kest, and of its window where that is built, in a static build: `cpack -G DEB`; for Windows `cpack`, a
+# ZIP and an installer. The library's
 # consumers build from source or install with `cmake --install`.
 set(CPACK_PACKAGE_NAME kest)
 set(CPACK_PACKAGE_VENDOR "The Kest developers")
@@ -12,25 +13,36 @@ set(CPACK_COMPONENTS_ALL host)
 if(BUILD_SHARED_LIBS)
   list(APPEND CPACK_COMPONENTS_ALL runtime)
 endif()
-set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 if(WIN32)
+  set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
   include("${CMAKE_CURRENT_LIST_DIR}/KestPackageWindows.cmake")
   include(CPack)
   return()
 endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+if(TARGET kest_window)
+  list(APPEND CPACK_COMPONENTS_ALL window)
+endif()
+# a package for each group
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_COMPONENT_HOST_GROUP kest)
+set(CPACK_COMPONENT_RUNTIME_GROUP kest)
+set(CPACK_COMPONENT_WINDOW_GROUP kest-window)
+set(CPACK_DEBIAN_KEST_PACKAGE_NAME kest)
+set(CPACK_DEBIAN_KEST-WINDOW_PACKAGE_NAME kest-window)
+set(CPACK_DEBIAN_KEST-WINDOW_PACKAGE_RECOMMENDS "kest, libqt6svg6, qt6-translations-l10n")
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_DEBIAN_PACKAGE_NAME kest)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+set(CPACK_DEBIAN_KEST_DESCRIPTION
   "Kest installs, removes, disables, enables, packs and imports extensions of\nthe web editors Tidemark and Tidemark Vantage, the graphics editor Prism, the\nanimation tool Marlin and the server graphics product Quarry. Whatever fails,\nis cancelled or is killed is taken back.")
-set(CPACK_COMPONENT_HOST_DESCRIPTION "${CPACK_DEBIAN_PACKAGE_DESCRIPTION}")
+set(CPACK_DEBIAN_KEST-WINDOW_DESCRIPTION
+  "The window of Kest: shows which extensions are installed, tells what an\ninstall would do before it does it, and takes back whatever is cancelled.")
 # what Debian wants of the tree and other systems do not: see the script
 set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/DebianTree.cmake")
 set(CPACK_KEST_LICENSE "${CMAKE_SOURCE_DIR}/LICENSE")

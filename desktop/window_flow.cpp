@@ -169,7 +169,9 @@ void MainWindow::OnPreview(const PreviewFacts& preview) {
     const QString name = QFileInfo(preview.file).fileName();
     m_notice->Tell(NoticeBar::Tone::kBad,
                    tr("%1 cannot be installed: %2. Nothing was changed. %3")
-                       .arg(name, words::ReasonOf(preview.result), words::NextAfter(preview.result)),
+                       .arg(name,
+                            preview.result.reason.isEmpty() ? words::ReasonOf(preview.result) : preview.result.reason,
+                            words::NextAfter(preview.result)),
                    words::DetailsOf(preview.result));
     PreviewNext();
     return;
@@ -221,7 +223,9 @@ void MainWindow::OnFinished(const ResultFacts& result) {
   if (isGood && operation == OperationReport::Operation::kInstall) {
     m_installedName = result.extension;
     // it may have gone to another product than the one shown
-    m_products->setCurrentIndex(qMax(0, m_products->findData(result.product)));
+    if (const int other = m_products->findData(result.product); other >= 0) {
+      m_products->setCurrentIndex(other);
+    }
   }
   UpdateActions();
   ShowProduct();
