@@ -30,10 +30,8 @@ CString EntryName(const CString& source) {
 std::function<bool(const CString&)> FileFinder(const ExtensionFile& file) {
   if (!file.isPackage) {
     return [folder = CKestPath(file.path).GetFolder()](const CString& source) {
-      CString name = source;
-      CKestPath::LocalizePathSeparators(name);
       CKestPath path(folder);
-      path.Append(name);
+      path.Append(source);
       return CKestOS::FileExists(path);
     };
   }

@@ -253,6 +253,8 @@ int FilePlacement::Resolver::Resolve(CKestPath& destination, const CKestPath& so
     }
     folder = WithBackslash(*value) + folder.substr(end + 1);
   }
+  // what a token stands for is as free to hold folders "." as a destination is
+  DropDots(folder, std::min(text::FindBackslash(folder), folder.size()));
   folder += NameFor(source, winExtension);
   if (placing != nullptr) {
     placing->MassageDestination(folder);

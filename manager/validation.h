@@ -26,7 +26,8 @@ struct ValidationFinding {
 /// What is to be checked.
 struct ValidationSubject {
   std::string_view description; ///< its bytes
-  /// Whether the file that an entry names as its source is there; null: nobody looks.
+  /// Whether the file that an entry names as its source is there; null: nobody looks. It is named as in a package: with
+  /// backslashes, without folders ".".
   std::function<bool(const CString& source)> hasFile;
   /// A product that was found, to be asked whether it takes the extension. Borrowed; null: no product is asked.
   const CKestProduct* product = nullptr;

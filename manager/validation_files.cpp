@@ -1,5 +1,6 @@
 // Files: tokens, destinations, sources, and the files that menu items, shortcuts and buttons run.
 #include "description/extension.h"
+#include "manager/placement.h"
 #include "manager/validation_rules.h"
 #include "platform/text/path.h"
 
@@ -20,14 +21,15 @@ CString TokenOf(CString path) {
                                              : text::Lower(path.substr(1, text::FindBackslash(path, 0) - 1));
 }
 
-// Why an install would refuse the path, of which the first component may be a folder token; empty when it would not.
-CString WhyRefused(CString path) {
+// Why an install would refuse the path, of which the first component may be a folder token and the last one a file's
+// name; empty when it would not.
+CString WhyRefused(CString path, bool isFile) {
   CKestPath::LocalizePathSeparators(path);
   for (std::size_t begin = 0; begin < path.size();) {
     const std::size_t end = std::min(text::FindBackslash(path, begin), path.size());
     const CString component = path.substr(begin, end - begin);
     const bool isToken = begin == 0 && component.starts_with('$');
-    const bool isDropped = component == "." && end < path.size();
+    const bool isDropped = component == "." && (!isFile || end < path.size());
     const char* reason = component.empty() || isToken || isDropped ? nullptr : CKestPath::JudgeComponent(component);
     if (reason != nullptr) {
       return "the name \"" + component + "\" " + reason;
@@ -147,15 +149,15 @@ private:
     if (isPlaced && IsDescriptionPlace(destination, source)) {
       m_findings.Error(file.line, "reserved-place", source + ": it would lie among the installed descriptions");
     }
-    for (const CString& path : {destination, source}) {
-      if (const CString why = WhyRefused(path); isPlaced && !why.empty()) {
+    for (const bool isFile : {false, true}) {
+      if (const CString why = WhyRefused(isFile ? source : destination, isFile); isPlaced && !why.empty()) {
         m_findings.Error(file.line, "unsafe-name", source + ": " + why);
       }
     }
     if (file.Get("win-extension").find_first_of("\\/:") != CString::npos) {
       m_findings.Error(file.line, "unsafe-name", source + ": the win-extension is unsafe");
     }
-    if (isPlaced && m_rules.subject.hasFile && !m_rules.subject.hasFile(source)) {
+    if (isPlaced && m_rules.subject.hasFile && !m_rules.subject.hasFile(PackageEntryName(source))) {
       m_findings.Error(file.line, "source-missing", source + ": there is no such file beside the description");
     }
     CheckKind(file, source, token);
@@ -183,13 +185,9 @@ private:
       const CString token = TokenOf(destination);
       destination = m_folders[token] + destination.substr(token.size() + 1);
     }
-    CKestPath::LocalizePathSeparators(destination);
-    destination = text::Lower(destination);
+    destination = text::Lower(PackageEntryName(destination + "\\"));
     if (destination.ends_with("\\" + name)) {
       destination.erase(destination.size() - name.size() - 1);
-    }
-    while (destination.ends_with('\\')) {
-      destination.pop_back();
     }
     const CString place = destination + "\\" + name;
     if (isPlaced && !m_places.try_emplace(place, file.line).second) {

@@ -78,6 +78,8 @@ TEST_F(PlacementTest, UnsafePlacesAreMarkedHoweverTheyHideTheWayUp) {
   const std::tuple<const char*, const char*, const char*, bool, const char*> rows[] = {
       {"a.htm", "$tidemark/x", "", false, ""},
       {"./b/././a.htm", "$tidemark/./x/.", "", false, ""},
+      {"a.htm", "$dots/.", "", false, ""},
+      {"a.htm", "$drive", "", true, ""},
       {"a.htm", "$tidemark:..:x", "", true, ""},
       {"..:a.htm", "$tidemark", "", true, ""},
       {"a.htm", "$up/x", "", true, ""},
@@ -88,7 +90,8 @@ TEST_F(PlacementTest, UnsafePlacesAreMarkedHoweverTheyHideTheWayUp) {
       {"b/a.htm.", "$tidemark", "", true, "its name \"a.htm.\" has a component that ends in a dot or a blank"},
       {"a.htm", "$tidemark/nul.x", "", true, "its name \"nul.x\" is that of a device"},
   };
-  const CKestExtension extension = withTokens({{"up", "C:\\a\\..\\b"}, {"relative", "somewhere"}});
+  const CKestExtension extension = withTokens(
+      {{"up", "C:\\a\\..\\b"}, {"relative", "somewhere"}, {"dots", "$tidemark\\.\\x\\."}, {"drive", ".\\C:\\x"}});
   state().unpackFolder = "C:\\unpacked\\";
   const FilePlacement::Resolver resolver(state().placement, nova(), &extension);
   for (const auto& [source, destination, winExtension, unsafe, why] : rows) {

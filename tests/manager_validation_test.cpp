@@ -76,14 +76,19 @@ protected:
   int m_code = 0;
 };
 
-const std::set<CString> kSources = {"Commands/wc.htm", "address.csn", "bin/harbor.dll", "readme", "Common/wc.htm"};
+const std::set<CString> kSources = {"Commands\\wc.htm", "address.csn", "bin\\harbor.dll", "readme", "Common\\wc.htm"};
 bool HasSource(const CString& source) { return kSources.contains(source); }
 
 TEST_F(Validation, ExamplesAreClean) {
-  EXPECT_EQ(Words(check(ManualExamples().at(0), HasSource)), "");
+  CString example = ManualExamples().at(0);
+  EXPECT_EQ(Words(check(example, HasSource)), "");
+  text::ReplaceAll(example, "source=\"Commands/wc.htm", "source=\"./Commands/./wc.htm");
+  text::ReplaceAll(example, "$tidemark/Configuration/Commands", "$tidemark/./Configuration/Commands/.");
+  EXPECT_EQ(Words(check(example, HasSource)), "") << "a folder \".\" is taken out";
   for (const auto& entry : std::filesystem::recursive_directory_iterator(test::SourceFolder() + "/examples")) {
     if (entry.path().extension() == ".kei") {
-      const auto beside = [&](const CString& source) {
+      const auto beside = [&](CString source) {
+        text::ReplaceAll(source, "\\", "/");
         return std::filesystem::exists(entry.path().parent_path() / source);
       };
       EXPECT_EQ(Words(check(test::ReadHostFile(entry.path()), beside)), "") << entry.path();
