@@ -89,6 +89,9 @@ def placed(product, record):
             raise installs.Refused()
         win = "" if entry.get("platform") else entry.get("win-extension")
         out.append((entry, None if mac else product.resolve(entry.get("destination"), entry.get("source"), win, tokens)))
+    taken = [place for _, place in out if place]
+    if any(place.startswith(other + "\\") for place in taken for other in taken):
+        raise installs.Refused()  # a file where another one needs a folder
     return out
 
 
