@@ -1,5 +1,6 @@
 #include "manager/changes.h"
 
+#include "config/config_change.h"
 #include "description/extension.h"
 #include "manager/change_problems.h"
 #include "manager/reporting_ui.h"
@@ -37,6 +38,38 @@ bool Process(CKestExtensionManager::State& state, const CKestProduct& product, c
 }
 
 } // namespace
+
+std::vector<CString> ListConfigurationFiles(const CKestProduct& product, const CKestExtension& extension) {
+  CString folder;
+  product.GetExtensionsFolder(folder); // lies in the configuration folder
+  const CString configuration = CKestPath(WithoutBackslash(folder)).GetFolder();
+  std::vector<CString> paths;
+  for (const auto& set : extension.GetConfigChanges()) {
+    CString relative;
+    set->GetPath(relative);
+    if (set->HasSafePath()) {
+      paths.push_back(JoinPath({configuration, relative}));
+    }
+  }
+  return paths;
+}
+
+bool MayChangeConfiguration(CKestExtensionManager::State& state, const CKestProduct& product,
+                            const CKestExtension& extension) {
+  Machine& machine = CKestOS::GetMachine();
+  for (const CString& path : ListConfigurationFiles(product, extension)) {
+    if (machine.FileExists(path) != Answer::kYes || machine.IsFileReadOnly(path) != Answer::kNo) {
+      continue;
+    }
+    machine.ClearLastError();
+    if (!machine.CanUpdateFile(path) && machine.GetLastError().kind == MachineError::Kind::kAccess) {
+      state.FailByMachine(path, "it may not be replaced", static_cast<int>(Message::kFileNotUpdatable));
+      state.Ui().Notice(Message::kFileNotUpdatable, {path});
+      return false;
+    }
+  }
+  return true;
+}
 
 bool ProcessChanges(CKestExtensionManager::State& state, const CKestProduct& product, const CKestExtension& extension,
                     CKestProduct::OperationType operation) {

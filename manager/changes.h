@@ -9,4 +9,12 @@ namespace kest {
 [[nodiscard]] bool ProcessChanges(CKestExtensionManager::State& state, const CKestProduct& product,
                                   const CKestExtension& extension, CKestProduct::OperationType operation);
 
+/// The files that they are about, whether there or not.
+[[nodiscard]] std::vector<CString> ListConfigurationFiles(const CKestProduct& product, const CKestExtension& extension);
+
+/// Asked before an operation changes anything: false, and told, when one of these files may not be replaced. What a
+/// program holds is waited for when its turn comes, and read-only marks are taken off.
+[[nodiscard]] bool MayChangeConfiguration(CKestExtensionManager::State& state, const CKestProduct& product,
+                                          const CKestExtension& extension);
+
 } // namespace kest

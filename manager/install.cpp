@@ -8,9 +8,9 @@ namespace install {
 namespace {
 
 constexpr Phase kPhases[] = {
-    OpenFile,          UnpackPackage,    ReadDescription, ChooseProduct,    CheckFreeSpace,   AskAgreement,
-    ReplaceExisting,   RemoveUserCopies, ResolveTokens,   CheckFiles,       ConvertExtension, CopyFiles,
-    NoteConfiguration, NoteClashes,      ApplyChanges,    PlaceDescription, RecordInstalled,
+    OpenFile,           UnpackPackage,     ReadDescription,  ChooseProduct, CheckFreeSpace,   AskAgreement,
+    CheckConfiguration, ReplaceExisting,   RemoveUserCopies, ResolveTokens, CheckFiles,       ConvertExtension,
+    CopyFiles,          NoteConfiguration, NoteClashes,      ApplyChanges,  PlaceDescription, RecordInstalled,
 };
 
 bool RunPhases(Context& context) {

@@ -71,6 +71,7 @@ bool ReadDescription(Context&); ///< into a new record; the file's date
 bool ChooseProduct(Context&);
 bool CheckFreeSpace(Context&);
 bool AskAgreement(Context&);
+bool CheckConfiguration(Context&); ///< what is to be changed there may be
 // the first steps: what stands in the way goes
 bool ReplaceExisting(Context&);
 bool RemoveUserCopies(Context&);

@@ -26,6 +26,10 @@ bool ApplyChanges(Context& context) {
                         context.enroll ? CKestProduct::Install : CKestProduct::Enable);
 }
 
+bool CheckConfiguration(Context& context) {
+  return MayChangeConfiguration(context.state, *context.product, *context.extension);
+}
+
 std::unique_ptr<CKestExtensionInstallStep> MakeDescriptionStep(const Context& context) {
   auto step =
       std::make_unique<CInstallCopyFile>(context.descriptionPath, context.destination, false, context.fromPackage);

@@ -7,6 +7,7 @@
 #include "journal/record_judge.h"
 #include "journal/step_record.h"
 #include "journal/whole_folder_steps.h"
+#include "manager/changes.h"
 #include "platform/machine/file.h"
 #include "platform/machine/os.h"
 #include "platform/text/sealed_line.h"
@@ -135,22 +136,6 @@ std::vector<Line> FindNewLines(const CString& path, std::string_view before, std
 
 namespace install {
 namespace {
-
-/// The files of the extension's changes, below the configuration folder that the extensions folder is in.
-std::vector<CString> ConfigurationFiles(const Context& context) {
-  CString folder;
-  context.product->GetExtensionsFolder(folder);
-  const CString configuration = CKestPath(WithoutBackslash(folder)).GetFolder();
-  std::vector<CString> paths;
-  for (const auto& set : context.extension->GetConfigChanges()) {
-    CString relative;
-    set->GetPath(relative);
-    if (set->HasSafePath()) {
-      paths.push_back(JoinPath({configuration, relative}));
-    }
-  }
-  return paths;
-}
 
 /// What the install wrote is known from its unpacking, and is not read again.
 class UnpackedDigests {
@@ -299,7 +284,7 @@ bool Place(Context& context, const CString& content) {
 } // namespace
 
 bool NoteConfiguration(Context& context) {
-  for (const CString& path : ConfigurationFiles(context)) {
+  for (const CString& path : ListConfigurationFiles(*context.product, *context.extension)) {
     CString content;
     if (!CKestOS::FileExists(path) || CKestFile::ReadAll(path, content)) {
       context.configuration.try_emplace(CKestOS::GetMachine().GetStoredPath(path), std::move(content));

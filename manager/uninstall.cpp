@@ -15,8 +15,8 @@ namespace {
 using Failure = OperationReport::Failure;
 
 // the files of a disabled extension are gone already, and so are its changes
-constexpr Phase kPhases[] = {CheckFiles,     ConvertExtension,   DeleteFiles,
-                             CleanUpFolders, DeleteDescriptions, TakeBackChanges};
+constexpr Phase kPhases[] = {CheckConfiguration, CheckFiles,         ConvertExtension, DeleteFiles,
+                             CleanUpFolders,     DeleteDescriptions, TakeBackChanges};
 constexpr Phase kPhasesOfDisabled[] = {DeleteDescriptions};
 
 template <std::size_t n> bool RunPhases(Context& context, const Phase (&phases)[n]) {
@@ -223,6 +223,10 @@ void Context::Advance() {
   if (progress) {
     state.Ui().SetProgressPosition(++position);
   }
+}
+
+bool CheckConfiguration(Context& context) {
+  return MayChangeConfiguration(context.state, context.product, context.extension);
 }
 
 bool CheckFiles(Context& context) {

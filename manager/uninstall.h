@@ -39,7 +39,8 @@ struct Context {
 
 using Phase = bool (*)(Context&);
 
-bool CheckFiles(Context&); ///< every file that is to go can go
+bool CheckConfiguration(Context&); ///< what is to be changed back may be
+bool CheckFiles(Context&);         ///< every file that is to go can go
 bool ConvertExtension(Context&);
 bool DeleteFiles(Context&);        ///< and notes their folders
 bool CleanUpFolders(Context&);     ///< those that are empty now

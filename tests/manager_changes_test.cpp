@@ -291,6 +291,7 @@ TEST_F(ManagerChanges, AFileThatMayNotBeReplacedIsNotWaitedForAndNothingIsLeft) 
   EXPECT_EQ(tryInstall(kep), nullptr);
   expectUntouched(before);
   EXPECT_EQ(report().failure, Failure::kNoPermission);
+  EXPECT_EQ(report().undoneSteps, 0) << "it is asked first";
   m_manager.reset();
   CKestOS::SetMachine(&m_pc.Get());
 }

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace kest::test {
@@ -80,6 +81,38 @@ TEST_F(InTheWay, AFolderWhereAFileShouldBeAndAFileForAFolder) {
   expectRefused("a folder, replace", "tool0.htm", [this] { return install("2.0"); });
   (void)run({"uninstall", "Tool", "-y"});
   EXPECT_TRUE(fs::exists(configured("Commands/tool0.htm/user.txt")));
+}
+
+TEST_F(InTheWay, AStateFileThatIsNoPlainFileIsNeitherWaitedForNorFollowed) {
+  ASSERT_EQ(install("1.0").exit, 0);
+  const fs::path own = place("ProgramData/Kest");
+  const fs::path outside = m_pc.scratch() / "outside.txt";
+  write(outside, "not the machine's");
+  m_pc.save("prepared");
+  const fs::path trash = fs::directory_iterator(own / "trash")->path() / "record";
+  const fs::path installed = fs::directory_iterator(own / "installed")->path();
+  for (const fs::path& file : {m_pc.root() / "machine.ini", m_pc.root() / "system.reg", own / "history.log",
+                               own / "settings.txt", trash, installed, configured("Extensions/tool.kei")}) {
+    for (const char* kind : {"pipe", "/dev/zero", outside.c_str(), "folder"}) {
+      m_pc.restore("prepared");
+      fs::remove(file);
+      if (*kind == '/') {
+        fs::create_symlink(kind, file);
+      } else {
+        ASSERT_EQ(*kind == 'p' ? mkfifo(file.c_str(), 0644) : mkdir(file.c_str(), 0755), 0) << file;
+      }
+      for (const std::vector<std::string>& words :
+           {std::vector<std::string>{"list"}, {"verify"}, {"undo", "-y"}, {"uninstall", "Tool", "-y"}}) {
+        const ProcessResult result = run(words);
+        EXPECT_EQ(result.signal, 0) << file << " " << kind << " " << words[0];
+        EXPECT_TRUE(result.exit == 0 || result.err.find("  why  ") != std::string::npos ||
+                    result.err.find("was not undone") != std::string::npos)
+            << file << " " << kind << " " << words[0] << result.err;
+      }
+      std::ifstream in(outside);
+      EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "not the machine's") << file;
+    }
+  }
 }
 
 TEST_F(InTheWay, AFileInUse) {
