@@ -108,10 +108,10 @@ CString CurrentUserId() {
 constexpr std::string_view kSystemId = "S-1-5-18";
 constexpr std::string_view kAdministratorsId = "S-1-5-32-544";
 
-/// A private folder is the user's; in it come the user, the system and the administrators.
+/// A private folder is the user's; besides the user only the system comes in.
 CString PrivateRights() {
   const CString user = CurrentUserId();
-  return user.empty() ? user : "O:" + user + "D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;" + user + ")";
+  return user.empty() ? user : "O:" + user + "D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;" + user + ")";
 }
 
 /// Whether nobody else is let in.
@@ -221,9 +221,9 @@ PrivateFolder WindowsMachine::LookAtPrivateFolder(const CString& path) {
   const bool isOurs = !user.empty() && TextOf(owner) == user && IsForOne(list, user);
   SECURITY_DESCRIPTOR_CONTROL control = 0;
   DWORD revision = 0;
-  // one made by hand takes its rights from the folder above
+  // one made by hand takes its rights from the folder above; Wine forgets that
   const bool isMarked =
-      GetSecurityDescriptorControl(descriptor, &control, &revision) && (control & SE_DACL_PROTECTED) != 0;
+      IsWine() || (GetSecurityDescriptorControl(descriptor, &control, &revision) && (control & SE_DACL_PROTECTED) != 0);
   LocalFree(descriptor);
   return !isOurs ? PrivateFolder::kNo : isMarked ? PrivateFolder::kYes : PrivateFolder::kUnmarked;
 }

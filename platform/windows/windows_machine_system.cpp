@@ -129,8 +129,6 @@ std::wstring KnownFolder(const KNOWNFOLDERID& id) {
   return path;
 }
 
-bool IsWine() { return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr; }
-
 bool Give(const std::wstring& folder, CString& path) {
   if (!folder.empty()) {
     path = WithoutBackslash(FromWide(folder));

@@ -12,6 +12,8 @@ constexpr std::int64_t kEpoch = 11644473600;
 
 } // namespace
 
+bool IsWine() { return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr; }
+
 int GetSystemCodePage() {
   static const int codePage = static_cast<int>(GetACP());
   return codePage;

@@ -11,6 +11,8 @@
 
 namespace kest {
 
+/// Whether the system is Wine, in whose prefixes this program meets those for machine folders.
+[[nodiscard]] bool IsWine();
 /// The system's code page for texts of programs without Unicode.
 [[nodiscard]] int GetSystemCodePage();
 /// A text or name of the engine as Windows has it, and back. A name that the code page cannot hold comes back as UTF-8;
