@@ -184,6 +184,14 @@ TEST_F(InstallTest, SystemFilesOfOnePackageWaitUnderNamesOfTheirOwn) {
   ASSERT_TRUE(CKestOS::EnumRegistryValues(RegistryRoot::kCurrentUser,
                                           "software\\microsoft\\windows\\currentversion\\runonce", values));
   ASSERT_EQ(values.size(), 3u) << "one for each, whatever its folder";
+  const std::filesystem::path waits =
+      std::filesystem::directory_iterator(m_pc.HostPath("C:\\windows\\system32\\drivers"))->path();
+  std::filesystem::rename(waits, waits.string() + ".lost");
+  restart();
+  EXPECT_NE(disable(find("Parts")), 0);
+  EXPECT_EQ(report().failure, Failure::kInUse) << "the machine has to be restarted first";
+  std::filesystem::rename(waits.string() + ".lost", waits);
+  restart();
   EXPECT_EQ(disable(find("Parts")), 0) << "what waits is packed from where it waits";
   for (const char* file : {"one.dll", "two.dll", "drivers\\three.dll"}) {
     EXPECT_TRUE(std::any_of(values.begin(), values.end(), [&](const RegistryValue& value) {
