@@ -77,15 +77,16 @@ int Summarize(Session& session, const CKestProduct& to) {
                                   error);
     return session.options.dryRun ? ShowPreview(session, report, code) : code;
   }
-  if (session.options.dryRun) {
-    return ShowPreview(session, report, failed == 0 ? kDone : kSomeFailed);
-  }
   const auto incomplete = std::find_if(report.parts.begin(), report.parts.end(),
                                        [](const OperationReport& one) { return !one.rolledBack; });
   if (failed > 0 && (report.parts.size() == 1 || incomplete != report.parts.end())) {
     const OperationReport& part = incomplete != report.parts.end() ? *incomplete : report.parts.front();
     const std::string quoted = fmt::format("\"{}\" {}", ShownText(part.extension), Shown(part.version));
-    return session.Fail(ExitCodeOf(part, {}), DescribeFailure(part, {}, quoted, "imported"));
+    const int code = session.Fail(ExitCodeOf(part, {}), DescribeFailure(part, {}, quoted, "imported"));
+    return session.options.dryRun ? ShowPreview(session, report, code) : code;
+  }
+  if (session.options.dryRun) {
+    return ShowPreview(session, report, failed == 0 ? kDone : kSomeFailed);
   }
   session.terminal.Notice(
       fmt::format("{} of {} extensions imported into {}.", imported, report.parts.size(), NameOf(to)));

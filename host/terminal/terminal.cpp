@@ -181,10 +181,10 @@ Terminal::Answer Terminal::Ask(std::string_view prompt, std::string& line) {
 }
 
 Terminal::Answer Terminal::AskKey(std::string_view prompt, char& key) {
-  WriteError(prompt);
   Answer answer = Answer::kLine;
   {
-    const console::KeyByKey keys;
+    const console::KeyByKey keys; // before anybody can see that a key is waited for
+    WriteError(prompt);
     while (m_typed.empty() && answer == Answer::kLine) {
       answer = ReadMore();
     }

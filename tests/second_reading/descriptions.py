@@ -109,7 +109,7 @@ class Description:
     def parse(self, data):
         data = data.rstrip("\x00\x1a")
         data = data[3:] if data.startswith("\xef\xbb\xbf") else data
-        declaration = re.match(r"<\?xml\s.*?\?>", data, re.S)
+        declaration = re.match(r"\s*<\?xml\s.*?\?>", data, re.S)
         data = data[declaration.end():] if declaration else data
         parser = expat.ParserCreate("iso-8859-1")
         parser.StartElementHandler, parser.EndElementHandler = self.start, self.end

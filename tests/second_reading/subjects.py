@@ -160,7 +160,7 @@ class Descriptions:
     def differs(self, random, text, sound):
         read_again = descriptions.Description(text)
         _, document = self.machine.json("validate", self.file)
-        unknown = [re.search('attribute "(.*)"', one["text"])[1] for one in document["problems"] if one["rule"] == "unknown-attribute"]
+        unknown = [re.search('attribute "([^"]*)"', one["text"])[1] for one in document["problems"] if one["rule"] == "unknown-attribute"]
         if min(document["code"], 1) != read_again.code or (read_again.code == 0 and unknown != read_again.unknown):
             return "validate", "code %d, predicted %d; unknown attributes %s, predicted %s" % (
                 document["code"], read_again.code, unknown, read_again.unknown)
