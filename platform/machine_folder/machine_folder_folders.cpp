@@ -1,3 +1,4 @@
+#include "platform/machine/listing_order.h"
 #include "platform/machine_folder/folder_tree.h"
 #include "platform/machine_folder/host_listing.h"
 #include "platform/machine_folder/machine_folder.h"
@@ -260,7 +261,7 @@ Answer MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& 
   if (!m_state->FindFolder(path, folder)) {
     return m_state->AnswerForMiss();
   }
-  std::vector<std::pair<CString, FolderEntry>> folded;
+  std::vector<FoldedEntry> folded;
   int typeFailure = 0;
   const int listFailure = ForEachEntry(folder.Get(), [&](const dirent& entry) {
     const CString name = m_state->GetFolders().FromDisk(entry.d_name);
@@ -280,12 +281,7 @@ Answer MachineFolder::ListFolder(const CString& path, std::vector<FolderEntry>& 
   if (const int code = listFailure != 0 ? listFailure : typeFailure; code != 0) {
     return m_state->CannotTell(code, path);
   }
-  std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
-    return a.first != b.first ? a.first < b.first : a.second.name < b.second.name;
-  });
-  for (auto& [key, entry] : folded) {
-    entries.push_back(std::move(entry));
-  }
+  AppendInOrder(std::move(folded), entries);
   return Answer::kYes;
 }
 

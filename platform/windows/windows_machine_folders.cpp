@@ -1,3 +1,4 @@
+#include "platform/machine/listing_order.h"
 #include "platform/text/code_page.h"
 #include "platform/windows/windows_machine_state.h"
 
@@ -286,7 +287,7 @@ Answer WindowsMachine::ListFolder(const CString& path, std::vector<FolderEntry>&
   if (!m_state->OpenFolder(path, folder)) {
     return m_state->AnswerForMiss(false);
   }
-  std::vector<std::pair<CString, FolderEntry>> folded;
+  std::vector<FoldedEntry> folded;
   const DWORD code = ForEachEntry(folder.folderPath, [&](const WIN32_FIND_DATAW& found) {
     WindowsPlace entry;
     entry.found = found;
@@ -298,12 +299,7 @@ Answer WindowsMachine::ListFolder(const CString& path, std::vector<FolderEntry>&
   if (code != 0) {
     return m_state->CannotTell(code, path);
   }
-  std::sort(folded.begin(), folded.end(), [](const auto& a, const auto& b) {
-    return a.first != b.first ? a.first < b.first : a.second.name < b.second.name;
-  });
-  for (auto& [key, entry] : folded) {
-    entries.push_back(std::move(entry));
-  }
+  AppendInOrder(std::move(folded), entries);
   return Answer::kYes;
 }
 
