@@ -1,6 +1,5 @@
 # The packages of kest, and of its window where that is built, in a static build: `cpack -G DEB`; for Windows `cpack`, a
-# ZIP and an installer. The library's
-# consumers build from source or install with `cmake --install`.
+# ZIP and an installer. The library's consumers build from source or install with `cmake --install`.
 set(CPACK_PACKAGE_NAME kest)
 set(CPACK_PACKAGE_VENDOR "The Kest developers")
 set(CPACK_PACKAGE_CONTACT "The Kest developers <maintainers@users.noreply.c-seed-b62b48df.example>")

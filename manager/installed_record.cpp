@@ -150,7 +150,7 @@ public:
                            dynamic_cast<const CInstallPlaceFolder*>(&step) != nullptr;
     for (const StepEffect& effect : effects) {
       const bool isNew = isPlacing && !effect.existed && effect.exists && effect.whyForGood == nullptr;
-      if (effect.isFolder || (isNew && m_touched.empty())) {
+      if (effect.isFolder) {
         continue;
       }
       if (isNew && !text::EqualNoCase(effect.path, m_context.destination)) {
@@ -161,8 +161,8 @@ public:
     }
   }
 
-  /// False: only reading tells what lies there, since something else than its placing was done to it.
-  /// Gives each away once.
+  /// False: only reading tells what lies there, since something else than its placing was done to it. Gives each away
+  /// once.
   [[nodiscard]] bool Take(const FilePlace& place, FileDigest& digest) {
     const auto number = m_context.unpacked.find(text::Lower(place.source.GetText()));
     const CString& path = place.destination.GetText();

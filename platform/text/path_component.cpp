@@ -8,7 +8,7 @@ namespace kest {
 namespace {
 
 // What is wrong with a byte of a name.
-const char* JudgeByte(char c) {
+constexpr const char* JudgeByte(char c) {
   if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
     return "has a control byte";
   }
@@ -32,7 +32,7 @@ const char* JudgeByte(char c) {
 constexpr auto kPlain = [] {
   std::array<bool, 256> plain{};
   for (std::size_t byte = 0x20; byte < 0x7F; ++byte) {
-    plain[byte] = std::string_view(":\"*?<>|").find(static_cast<char>(byte)) == std::string_view::npos;
+    plain[byte] = JudgeByte(static_cast<char>(byte)) == nullptr;
   }
   return plain;
 }();
