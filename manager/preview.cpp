@@ -108,6 +108,14 @@ void PreviewMaker::AddReport(const OperationReport& report, Preview& preview) {
       preview.entries.push_back(std::move(entry));
     }
   }
+  for (const Clash& clash : report.clashes) {
+    if (clash.rule == std::string_view("place-missing")) {
+      continue; // a problem of the change tells it
+    }
+    PreviewEntry entry = EntryOf(clash.isLeftOut ? Kind::kLeftOut : Kind::kClash, Change::kNone, clash.text);
+    entry.file = clash.file;
+    preview.entries.push_back(std::move(entry));
+  }
   AddConfiguration(report, preview);
   AddFiles(report, preview);
   for (const OperationReport& part : report.parts) {

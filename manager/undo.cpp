@@ -6,6 +6,7 @@
 #include "manager/operation_scope.h"
 #include "platform/machine/os.h"
 #include "platform/package/package.h"
+#include "products/config_processing.h"
 
 #include <algorithm>
 
@@ -251,6 +252,22 @@ bool RunPhases(UndoContext& context) {
   return true;
 }
 
+/// Of the files that are put back, those of the products' configuration: an operation leaves a copy beside each.
+std::vector<CString> FindConfiguration(const std::vector<OperationEffect>& effects) {
+  std::unordered_set<CString> touched;
+  for (const OperationEffect& effect : effects) {
+    touched.insert(text::Lower(effect.path));
+  }
+  std::vector<CString> paths;
+  for (const OperationEffect& effect : effects) {
+    if (!effect.isFolder && effect.existed && effect.exists &&
+        touched.contains(text::Lower(BackupNameOf(effect.path)))) {
+      paths.push_back(effect.path);
+    }
+  }
+  return paths;
+}
+
 /// The operation to take back; null, with the reason in the report, when there is none.
 const HistoryEntry* FindOperation(State& state, const History& history, long number) {
   if (history.entries.empty()) {
@@ -317,6 +334,7 @@ int CKestExtensionManager::UndoOperation(long number) {
       return -1;
     }
     AfterDone([&] {
+      state.report.configuration = FindConfiguration(context.effects);
       for (const auto& product : state.products) {
         CString name;
         product->GetName(name);

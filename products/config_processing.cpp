@@ -21,15 +21,6 @@ constexpr std::size_t kDriveRootLength = 3;
 using ConfigCode = CKestConfigChange::ErrorCode;
 using HelpCode = CKestHelpChange::ErrorCode;
 
-/// "Menus.xml" is backed up as "Menus.xbk".
-CString BackupNameOf(const CString& path) {
-  CKestPath backup(path);
-  const CString extension = backup.GetExtension();
-  const std::size_t first = extension.empty() ? 0 : (text::IsLeadByte(extension.front()) ? 2 : 1);
-  backup.SetExtension(extension.substr(0, first) + "bk");
-  return backup.GetText();
-}
-
 /// Whether the backup of `path` would lie on a file that the operation has backed up, or on the backup of one, or
 /// `path` is such a backup itself.
 bool CollidesWithBackup(const CString& path, const CString& backup, const CKestTypedList<CString>& backedUp) {
@@ -44,6 +35,14 @@ bool CollidesWithBackup(const CString& path, const CString& backup, const CKestT
 }
 
 } // namespace
+
+CString BackupNameOf(const CString& path) {
+  CKestPath backup(path);
+  const CString extension = backup.GetExtension();
+  const std::size_t first = extension.empty() ? 0 : (text::IsLeadByte(extension.front()) ? 2 : 1);
+  backup.SetExtension(extension.substr(0, first) + "bk");
+  return backup.GetText();
+}
 
 ConfigRun::ConfigRun(const CKestTidemark& product, Steps* steps, CKestExtensionManagerUI* ui, Operation operation,
                      const Tally& tally)

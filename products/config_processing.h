@@ -7,6 +7,9 @@
 
 namespace kest {
 
+/// Path of the copy that is left beside a configuration file: "Menus.xml" is backed up as "Menus.xbk".
+[[nodiscard]] CString BackupNameOf(const CString& path);
+
 /// Applies or takes back one set of changes of a web editor: finds the file in every configuration folder concerned,
 /// sees to it that there is one, backs it up, edits and saves it. All it does to a disk but the saves is a step in the
 /// journal, and every save has a step before it that takes it back.

@@ -3,6 +3,8 @@
 #include "support/program_fixture.h"
 #include "support/source_folder.h"
 
+#include <algorithm>
+
 namespace kest::host {
 namespace {
 
@@ -67,6 +69,29 @@ TEST_F(DryRun, ForetellsWhatExamplesDoInWordsAndLines) {
   EXPECT_NE(asked.out.find("Files:"), std::string::npos) << asked.out << asked.err;
   EXPECT_EQ(kest({"install", "--diff", first}).exit, 2);
   EXPECT_EQ(kest({"install", "-n", "nowhere.kep"}).exit, 4);
+  foretold({"install", first});
+  for (const char* shown : {"-", "+"}) { // by an undo, and by the undo of that
+    const std::string diff = foretold({"undo"})["diff"].dump();
+    EXPECT_NE(diff.find(std::string("\\n") + shown + "  <menuitem name=\\\"Table _Tools"), std::string::npos) << diff;
+  }
+}
+
+TEST_F(DryRun, TellsWhatIsMetAndWhatHasNoEffect) {
+  makeMachine({"--product", "Tidemark Nova"});
+  const std::string description =
+      write("src/c.kei", R"(<kestrel-extension name="C" version="1.0" type="command"><author name="A" /><products>
+<product name="Tidemark" version="6" primary="true" /></products><description><![CDATA[C]]></description><ui-access>
+<![CDATA[C]]></ui-access><flies /><configuration-changes><menu-insert appendTo="TMMenu_Commands">
+<menuitem name="X" id="TMMenu_Commands_SortTable" /></menu-insert></configuration-changes></kestrel-extension>)");
+  const auto preview = foretold({"install", description})["preview"];
+  for (const auto& [kind, told] : {std::pair{"clash", "TMMenu_Commands_SortTable"}, {"left-out", "<flies>"}}) {
+    EXPECT_TRUE(std::any_of(preview.begin(), preview.end(),
+                            [kind = kind, told = told](const nlohmann::json& one) {
+                              return one["kind"] == kind &&
+                                     one["name"].get<std::string>().find(told) != std::string::npos;
+                            }))
+        << kind << preview;
+  }
 }
 
 } // namespace
