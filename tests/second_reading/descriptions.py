@@ -73,6 +73,11 @@ def restored(text):
     return replaced(text, [(new, old) for old, new in REPAIRS])
 
 
+def version_number(text):
+    """Three numbers with dots between them, up to the first other character."""
+    return [int(part or "0") for part in re.match("([0-9]*)(?:[.]([0-9]*)(?:[.]([0-9]*))?)?", text).groups()]
+
+
 class Node:
     """`kind`: set, help set, change, the element for a payload holder or a container, plain, comment, menu (its objects)."""
 
@@ -314,8 +319,8 @@ class Description:
         return after
 
     def shape(self, written=False):
-        version = (re.findall("[0-9]+", self.root.get("version", "")) + ["0"] * 3)[:3]
-        head = [self.root.get(name, "") for name in ("id", "name", "type")] + [[int(part) for part in version], self.author,
+        version = version_number(self.root.get("version", ""))
+        head = [self.root.get(name, "") for name in ("id", "name", "type")] + [version, self.author,
                 bool(self.root.get("requires-restart")), self.texts, self.several_primary, self.shift_jis]
         return head + [one.shape() for one in self.containers.values()] + [one.shape(written) for one in self.sets] + \
             [one.shape() for one in self.help_sets]

@@ -16,8 +16,9 @@ def file_name(path):
     return path[path.rfind("\\") + 1:]
 
 
-def resolve(destination, source, win_extension, tokens, known=None, left=None):
-    """The place in lower case; `left`, a list, takes what a token that is not known leaves. Refused without any token."""
+def resolve(destination, source, win_extension, tokens, known=None, left=None, rewritten=lambda place: place):
+    """The place in lower case, as the product has it rewritten; `left`, a list, takes what a token that is not known
+    leaves. Refused without any token."""
     destination = native(destination)
     name = file_name(native(source))
     if file_name(destination).lower() == name.lower():
@@ -42,11 +43,12 @@ def resolve(destination, source, win_extension, tokens, known=None, left=None):
         destination = (value if value.endswith("\\") else value + "\\") + destination[end + 1:]
     else:
         return None
-    if source and not destination[1:3] == ":\\":
-        raise Refused()  # a token without a value leads to no drive
     if "." not in name and win_extension:
         name += "." + win_extension
-    return (destination + name).lower()
+    place = rewritten((destination + name).lower())
+    if source and not place[1:3] == ":\\":
+        raise Refused()  # a token without a value leads to no drive
+    return place
 
 
 class Extension:

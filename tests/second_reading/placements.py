@@ -9,30 +9,26 @@ FOLDERS = {"system": "c:\\windows\\system32\\", "fonts": "c:\\windows\\fonts\\"}
 MARLIN_PROGRAM = "c:\\program files\\kestrel\\marlin 6\\"
 
 
-def number(text):
-    return tuple((([int(part) for part in re.findall("[0-9]+", text)]) + [0, 0, 0])[:3])
-
-
 class Product:
     """One of those that a machine has, as its list tells it, in the order in which they are looked for."""
 
     def __init__(self, listed, many_users):
-        self.name, self.version, self.running = listed["name"], number(listed["version"]), listed["running"]
+        self.name, self.version, self.running = listed["name"], descriptions.version_number(listed["version"]), listed["running"]
         self.install, self.many_users = listed["install_folder"]["windows"].lower(), many_users
         self.family = "vantage" if "Vantage" in self.name else self.name.split()[0].lower()
         configuration = listed["configuration_folder"]["windows"].lower().rstrip("\\")
         self.user = self.install if configuration.startswith("c:\\programdata") else configuration[:configuration.rindex("\\") + 1]
 
     def supports(self, name, version):
-        name, version = name.lower(), number(version)
+        name, version = name.lower(), descriptions.version_number(version)
         if self.family == "tidemark":
             stem = re.match("[^0-9]*", name)[0]
             stem = stem.rstrip(descriptions.BLANKS) if stem != name else name
             if "tidemark"[:len(stem)] == stem:
                 return self.version >= version
-            return name == "vantage" and self.version >= (6, 0, 0) and version <= (4, 0, 0)
+            return name == "vantage" and self.version >= [6, 0, 0] and version <= [4, 0, 0]
         if self.family == "vantage" and not name.startswith("vantage"):
-            return name.startswith("tidemark") and (version < (4, 0, 0) or self.version >= version)
+            return name.startswith("tidemark") and (version < [4, 0, 0] or self.version >= version)
         return name.startswith(self.family) and self.version >= version
 
     def tokens(self, destination):
@@ -55,8 +51,7 @@ class Product:
 
     def resolve(self, destination, source, win_extension, tokens, left=None):
         known = dict(self.tokens(re.sub("[/:]", r"\\", destination) + "\\"), **FOLDERS)
-        place = installs.resolve(destination, source, win_extension, tokens, known, left)
-        return place and self.rewritten(place)
+        return installs.resolve(destination, source, win_extension, tokens, known, left, self.rewritten)
 
 
 def supported(products, name, version):

@@ -288,9 +288,9 @@ def shown(text):
 
 
 def predicted_facts(record):
-    version = (re.findall("[0-9]+", record.root.get("version", "")) + ["0"] * 3)[:3]
     get = lambda node, *names: [shown(node.get(name)) for name in names]
-    return [[shown(record.root.get("name", "")), shown(record.author), shown(record.root.get("id", "")), [int(part) for part in version],
+    version = descriptions.version_number(record.root.get("version", ""))
+    return [[shown(record.root.get("name", "")), shown(record.author), shown(record.root.get("id", "")), version,
              record.type(), record.root.get("type", ""), bool(record.root.get("requires-restart")), record.several_primary],
             [shown(record.texts[name]) for name in ("description", "ui-access", "license-agreement")],
             [get(one, "name", "version") + [bool(one.get("primary")), bool(one.get("primary") or one.get("required"))]
@@ -302,8 +302,8 @@ def predicted_facts(record):
 
 
 def facts(one):
-    version = (re.findall("[0-9]+", one["version"]) + ["0"] * 3)[:3]
-    return [[one["name"], one["author"], one["id"], [int(part) for part in version], one["type"]["id"], one["type"]["keyword"],
+    version = descriptions.version_number(one["version"])
+    return [[one["name"], one["author"], one["id"], version, one["type"]["id"], one["type"]["keyword"],
              one["requires_restart"], one["multiple_primary"]], [one["text"], one["ui_access"], one["license"]],
             [[each["name"], each["version"], each["primary"], each["required"]] for each in one["products"]],
             [[each["name"], each["prompt"], each["default"], each["definition"]] for each in one["tokens"]],
