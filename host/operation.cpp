@@ -108,6 +108,10 @@ Json ResultJson(Session& session, const char* operation, const OperationReport& 
       json["changed"].push_back(std::move(entry));
     }
   }
+  json["registry"] = Json::array();
+  for (const CString& value : report.registry) {
+    json["registry"].push_back({{"value", ToUtf8(value)}, {"what", "written"}});
+  }
   json["kept"] = Json::array();
   for (const OperationReport::Kept& kept : report.kept) {
     Json entry = PathJson(machine, kept.path);
@@ -160,6 +164,9 @@ void SayWhatHappened(Session& session, const OperationReport& report) {
       for (const CString& path : *list) {
         terminal.Notice(fmt::format("{:<8} {}", what, Shown(path)));
       }
+    }
+    for (const CString& value : report.registry) {
+      terminal.Notice(fmt::format("{:<8} {}", "written", Shown(value)));
     }
     for (const OperationReport::Leftover& left : report.leftovers) {
       terminal.Notice(fmt::format("Left {} ({}).", Shown(left.path), Shown(left.why)));

@@ -265,7 +265,7 @@ Json EmptyDocument(const CommandSpec& command) {
       document[key] = nullptr;
     }
     document["restart"] = "none";
-    for (const char* key : {"messages", "changed", "kept"}) {
+    for (const char* key : {"messages", "changed", "registry", "kept"}) {
       document[key] = Json::array();
     }
     document["rolled_back"] = true;

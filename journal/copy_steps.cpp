@@ -233,6 +233,12 @@ void CInstallCopyFile::CollectEffects(std::vector<StepEffect>& effects) const {
   }
 }
 
+void CInstallCopyFile::CollectRegistryValues(std::vector<CString>& values) const {
+  if (m_placed && m_deferred) {
+    values.push_back(RegistryPath(RegistryRoot::kCurrentUser, kRunOnceKey) + '\\' + CKestPath(m_pending).GetFileName());
+  }
+}
+
 void CInstallCopyFile::CollectNeeded(CKestTypedList<CKestString>& paths) const {
   if (m_backupIsCopy) {
     paths.Append(m_backup);

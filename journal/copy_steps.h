@@ -29,6 +29,7 @@ public:
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
   void CollectEffects(std::vector<StepEffect>& effects) const override;
+  void CollectRegistryValues(std::vector<CString>& values) const override;
   void CollectNeeded(CKestTypedList<CKestString>& paths) const override;
   [[nodiscard]] CString GetTarget() const override { return m_destination; }
   [[nodiscard]] CString GetKept() const override { return m_backup; }

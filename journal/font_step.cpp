@@ -117,13 +117,19 @@ int CInstallAddFontResource::Undo() {
 }
 
 // Entries that named the file before are somebody else's.
+std::vector<CString> CInstallAddFontResource::FindOwnEntries() const {
+  std::vector<CString> names = ListEntriesFor(m_destination);
+  std::erase_if(names, [this](const CString& name) {
+    return std::find(m_valuesThen.begin(), m_valuesThen.end(), name) != m_valuesThen.end();
+  });
+  return names;
+}
+
 bool CInstallAddFontResource::RemoveListEntries() const {
   const CString key = FontListKey();
   bool removed = true;
-  for (const CString& name : ListEntriesFor(m_destination)) {
-    if (std::find(m_valuesThen.begin(), m_valuesThen.end(), name) == m_valuesThen.end()) {
-      removed = CKestOS::GetMachine().DeleteRegistryValue(RegistryRoot::kCurrentUser, key, name) && removed;
-    }
+  for (const CString& name : FindOwnEntries()) {
+    removed = CKestOS::GetMachine().DeleteRegistryValue(RegistryRoot::kCurrentUser, key, name) && removed;
   }
   return removed;
 }
@@ -151,6 +157,15 @@ void CInstallAddFontResource::CollectTouched(CKestTypedList<CKestString>& paths)
 void CInstallAddFontResource::CollectEffects(std::vector<StepEffect>& effects) const {
   if (m_prepared && !m_existed) {
     effects.push_back({.path = m_destination, .whyForGood = "fonts stay"});
+  }
+}
+
+void CInstallAddFontResource::CollectRegistryValues(std::vector<CString>& values) const {
+  if (!m_prepared || m_existed) {
+    return;
+  }
+  for (const CString& name : FindOwnEntries()) {
+    values.push_back(RegistryPath(RegistryRoot::kCurrentUser, FontListKey()) + '\\' + name);
   }
 }
 

@@ -22,6 +22,7 @@ public:
   bool Describe(StepRecord& record) const override;
   void CollectTouched(CKestTypedList<CKestString>& paths) const override;
   void CollectEffects(std::vector<StepEffect>& effects) const override;
+  void CollectRegistryValues(std::vector<CString>& values) const override;
   [[nodiscard]] CString GetTarget() const override { return m_destination; }
   [[nodiscard]] bool IsUndoOpen() const override { return m_prepared && !m_existed; }
 
@@ -31,6 +32,7 @@ public:
 
 private:
   CInstallAddFontResource() = default;
+  [[nodiscard]] std::vector<CString> FindOwnEntries() const;
   [[nodiscard]] bool RemoveListEntries() const;
 
   CString m_source;

@@ -50,6 +50,8 @@ public:
   virtual void CollectTouched(CKestTypedList<CKestString>& paths) const { (void)paths; }
   /// What was done, path by path. Called after the last Do, before Release.
   virtual void CollectEffects(std::vector<StepEffect>& effects) const { (void)effects; }
+  /// The registry values that were written: root, key and name. Called when CollectEffects is.
+  virtual void CollectRegistryValues(std::vector<CString>& values) const { (void)values; }
   /// Files that must be on the disk before Do, since undo relies on their bytes (backups that had to be copied).
   virtual void CollectNeeded(CKestTypedList<CKestString>& paths) const { (void)paths; }
 

@@ -411,6 +411,12 @@ void JournalScope::CollectEffects(std::vector<StepEffect>& effects) const {
   }
 }
 
+void JournalScope::CollectRegistryValues(std::vector<CString>& values) const {
+  for (std::size_t i = m_mark; i < m_journal.GetCount(); ++i) {
+    m_journal[i]->CollectRegistryValues(values);
+  }
+}
+
 void JournalScope::SetOperation(const CString& operation) {
   if (IsOutermost()) {
     m_journal.m_state->operation.SetName(operation);

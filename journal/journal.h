@@ -95,6 +95,7 @@ public:
   [[nodiscard]] bool IsLast() const;
   /// What its own steps have done so far, for every step before it is released.
   void CollectEffects(std::vector<StepEffect>& effects) const;
+  void CollectRegistryValues(std::vector<CString>& values) const; ///< those that its own steps have written so far
   /// Names the operation once more is known of it (the extension's name). Before the first step.
   void SetOperation(const CString& operation);
   /// Has the machine's history tell of the operation once it is done. Of an inner scope it is not used.

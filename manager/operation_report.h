@@ -71,6 +71,7 @@ struct OperationReport {
   std::vector<CString> created; ///< files and folders that were not there before
   std::vector<CString> changed; ///< files that were there and have new content
   std::vector<CString> deleted; ///< files and folders that are gone
+  std::vector<CString> registry; ///< values that were written: root, key and name
   /// Those of `changed` and `created` that are configuration files of the product.
   std::vector<CString> configuration;
   std::vector<Kept> kept;          ///< files that were left as they were

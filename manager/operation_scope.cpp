@@ -264,8 +264,10 @@ bool StepScope::Commit() {
     return false; // what was called failed is not done
   }
   std::vector<StepEffect> effects;
+  std::vector<CString> values;
   if (m_scope.IsLast() && m_state.undoing == 0) {
     m_scope.CollectEffects(effects); // a commit releases the steps
+    m_scope.CollectRegistryValues(values);
     m_state.report.configuration = FindConfiguration(m_state.journal);
   }
   if (m_scope.IsOutermost() && WordOf(m_state.report.operation) != nullptr) {
@@ -283,6 +285,7 @@ bool StepScope::Commit() {
   }
   m_open = false;
   NoteEffects(effects);
+  m_state.report.registry.insert(m_state.report.registry.end(), values.begin(), values.end());
   if (outermost && m_scope.IsRecordMissing()) {
     AfterDone([this] {
       m_state.Note({OperationReport::Failure::kOther, CString(),

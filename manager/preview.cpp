@@ -138,9 +138,8 @@ Preview PreviewMaker::Make(const OperationReport& report) {
   const std::vector<OverlayMachine::RegistryChange>& registry = m_machine.GetRegistryChanges();
   for (; m_registryTold < registry.size(); ++m_registryTold) {
     const OverlayMachine::RegistryChange& one = registry[m_registryTold];
-    const CString root = one.root == RegistryRoot::kCurrentUser ? "HKEY_CURRENT_USER\\" : "HKEY_LOCAL_MACHINE\\";
     preview.entries.push_back(EntryOf(Kind::kRegistry, one.data ? Change::kAdded : Change::kRemoved,
-                                      root + one.key + '\\' + one.name, one.data.value_or("")));
+                                      RegistryPath(one.root, one.key) + '\\' + one.name, one.data.value_or("")));
   }
   std::stable_sort(preview.entries.begin(), preview.entries.end(),
                    [](const PreviewEntry& a, const PreviewEntry& b) { return a.kind < b.kind; });

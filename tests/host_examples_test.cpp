@@ -70,7 +70,12 @@ TEST_P(Examples, IsPackedInstalledSetAsideAndTakenAway) {
   const std::string name = json({"info", package}, 0)["extension"]["name"];
   for (const char* round : {"the first time", "on a product that it was installed in before"}) {
     SCOPED_TRACE(round);
-    runs({"install", package, "-y", "--accept-agreement"});
+    const test::MachineSnapshot before = snapshot();
+    const auto written = json({"install", package, "-y", "--accept-agreement"}, 0)["registry"];
+    EXPECT_EQ(written.empty(), difference(before, snapshot()).find("user.reg") == std::string::npos);
+    for (const auto& value : written) {
+      EXPECT_EQ(kest({"owns", "--registry", value["value"]}).exit, 0) << value;
+    }
     const auto list = json({"list"}, 0)["extensions"];
     ASSERT_EQ(list.size(), 1U);
     EXPECT_EQ(list[0]["name"], name);

@@ -50,6 +50,11 @@ struct FolderEntry {
 
 enum class RegistryRoot { kLocalMachine, kCurrentUser };
 
+/// A key as people write it: "HKEY_CURRENT_USER\Software".
+[[nodiscard]] inline CString RegistryPath(RegistryRoot root, const CString& key) {
+  return (root == RegistryRoot::kCurrentUser ? R"(HKEY_CURRENT_USER\)" : R"(HKEY_LOCAL_MACHINE\)") + key;
+}
+
 /// One value of a registry key.
 struct RegistryValue {
   CString name; ///< as stored

@@ -31,10 +31,6 @@ bool IsUserName(const CString& name) {
          text::Trimmed(name) == name;
 }
 
-CString RegistryPath(RegistryRoot root, const CString& key) {
-  return (root == RegistryRoot::kCurrentUser ? R"(HKEY_CURRENT_USER\)" : R"(HKEY_LOCAL_MACHINE\)") + key;
-}
-
 /// Where a key is read: 32-bit programs of a 64-bit prefix keep theirs in a branch of their own.
 CString KeyToRead(RegistryFile& file, RegistryRoot root, const CString& key) {
   constexpr std::string_view kSoftware = R"(Software\)";

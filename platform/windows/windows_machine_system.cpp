@@ -54,10 +54,6 @@ private:
 
 HKEY RootOf(RegistryRoot root) { return root == RegistryRoot::kCurrentUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE; }
 
-CString RegistryPath(RegistryRoot root, const CString& key) {
-  return (root == RegistryRoot::kCurrentUser ? R"(HKEY_CURRENT_USER\)" : R"(HKEY_LOCAL_MACHINE\)") + key;
-}
-
 bool IsMissing(LSTATUS code) { return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND; }
 
 /// For reading: as 64-bit programs see it, else where 32-bit programs keep theirs.
