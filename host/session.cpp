@@ -1,7 +1,6 @@
 #include "host/session.h"
 
 #include "host/terminal/text_width.h"
-#include "journal/history.h"
 #include "platform/machine/os.h"
 #include "platform/text/utf8.h"
 #include "products/product.h"
@@ -72,17 +71,8 @@ bool Session::UseMachine(std::unique_ptr<HostedMachine> machine, int& exit) {
   return !options.dryRun || BeginDryRun(exit);
 }
 
-std::uint64_t Session::MeasureHistory() {
-  CString path;
-  std::uint64_t size = 0;
-  if (history::GetFolder(path)) {
-    static_cast<void>(m_machine->GetFileSize(path + "history.log", size));
-  }
-  return size;
-}
-
 bool Session::BeginDryRun(int& exit) {
-  m_historySize = MeasureHistory();
+  m_stateBefore = m_machine->GetChangeMark().state;
   const std::string writer = Shown(m_machine->GetWriter());
   if (!writer.empty()) {
     exit = Fail(kInUseOrLocked, {"it cannot be told what would happen",
@@ -105,7 +95,7 @@ std::string Session::FindInterference() {
   if (!writer.empty()) {
     return "the machine is being changed by " + writer;
   }
-  return MeasureHistory() != m_historySize ? "another process changed the machine meanwhile" : "";
+  return m_machine->GetChangeMark().state != m_stateBefore ? "another process changed the machine meanwhile" : "";
 }
 
 bool Session::OpenEngine(int& exit, bool load) {

@@ -90,12 +90,11 @@ private:
   /// What the session works on from now on; in a dry run before it what keeps the changes.
   [[nodiscard]] bool UseMachine(std::unique_ptr<HostedMachine> machine, int& exit);
   [[nodiscard]] bool BeginDryRun(int& exit);
-  [[nodiscard]] std::uint64_t MeasureHistory();
 
   std::unique_ptr<HostedMachine> m_machine;
   std::unique_ptr<OverlayMachine> m_overlay;
   std::unique_ptr<PreviewMaker> m_previews;
-  std::uint64_t m_historySize = 0; ///< when a dry run began
+  CString m_stateBefore; ///< of the machine, when a dry run began
   std::unique_ptr<ConsoleUi> m_ui;
   std::unique_ptr<CKestExtensionManager> m_manager;
   std::string m_machineName;

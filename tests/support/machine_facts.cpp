@@ -6,7 +6,7 @@
 
 namespace kest::test {
 
-std::map<std::string, std::string> FactsOf(Machine& machine, const CString& folder, bool dates) {
+std::map<std::string, std::string> FactsOf(Machine& machine, const CString& folder, std::int64_t now) {
   std::map<std::string, std::string> facts;
   std::vector<FolderEntry> entries;
   if (!IsYes(machine.ListFolder(folder, entries))) {
@@ -16,7 +16,7 @@ std::map<std::string, std::string> FactsOf(Machine& machine, const CString& fold
     const CString path = folder + (folder.back() == '\\' ? "" : "\\") + entry.name;
     if (entry.isFolder) {
       facts[path] = "folder";
-      facts.merge(FactsOf(machine, path, dates));
+      facts.merge(FactsOf(machine, path, now));
       continue;
     }
     Sha256 hash;
@@ -29,10 +29,12 @@ std::map<std::string, std::string> FactsOf(Machine& machine, const CString& fold
     std::uint64_t size = 0;
     CKestDateTime date;
     const bool hasSize = IsYes(machine.GetFileSize(path, size));
-    facts[path] = std::string(file ? "file " : "closed ") + (hasSize ? "" : "?") + std::to_string(size) +
-                  (IsYes(machine.IsFileReadOnly(path)) ? " read-only " : " ") +
-                  (IsYes(machine.GetFileDateTime(path, date)) && dates ? std::to_string(date.GetSeconds()) : "") + " " +
-                  hash.Finish();
+    facts[path] =
+        std::string(file ? "file " : "closed ") + (hasSize ? "" : "?") + std::to_string(size) +
+        (IsYes(machine.IsFileReadOnly(path)) ? " read-only " : " ") +
+        (IsYes(machine.GetFileDateTime(path, date)) && date.GetSeconds() < now ? std::to_string(date.GetSeconds())
+                                                                               : "") +
+        " " + hash.Finish();
   }
   return facts;
 }

@@ -3,14 +3,16 @@
 #include "platform/machine/machine.h"
 
 #include <filesystem>
+#include <limits>
 #include <map>
 #include <string>
 
 namespace kest::test {
 
-/// Everything in a folder of a machine, as its questions answer: by path what it is, with size, hash, mark and, unless
-/// left out, date.
-[[nodiscard]] std::map<std::string, std::string> FactsOf(Machine& machine, const CString& folder, bool dates = true);
+/// Everything in a folder of a machine, as its questions answer: by path what it is, with size, hash, mark and date;
+/// dates from `now` on are told alike.
+[[nodiscard]] std::map<std::string, std::string> FactsOf(Machine& machine, const CString& folder,
+                                                         std::int64_t now = std::numeric_limits<std::int64_t>::max());
 
 /// Everything below a folder of this system with what a look must leave alone: inode numbers, dates to the nanosecond,
 /// sizes, rights.
