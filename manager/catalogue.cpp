@@ -15,6 +15,10 @@ void FreeDistinct(const std::unordered_set<CKestExtension*>& records) {
   }
 }
 
+template <typename Lists> auto FindIn(Lists& lists, const CKestProduct* product) {
+  return std::find_if(lists.begin(), lists.end(), [product](const auto& one) { return one.first == product; });
+}
+
 } // namespace
 
 Catalogue::~Catalogue() {
@@ -48,11 +52,16 @@ void Catalogue::Clear() {
   FreeDistinct(records);
 }
 
+Catalogue::List& Catalogue::ListOf(const CKestProduct* product) {
+  const auto found = FindIn(m_lists, product);
+  return found != m_lists.end() ? found->second : m_lists.emplace_back(product, List()).second;
+}
+
 void Catalogue::Add(const CKestProduct* product, CKestExtension* extension) {
   if (extension == nullptr) {
     return;
   }
-  m_lists[product].push_back(extension);
+  ListOf(product).push_back(extension);
   m_gap = Gap{};
 }
 
@@ -60,14 +69,14 @@ void Catalogue::Restore(const CKestProduct* product, CKestExtension* extension) 
   if (extension == nullptr) {
     return;
   }
-  List& list = m_lists[product];
+  List& list = ListOf(product);
   const bool fitsGap = m_gap.extension == extension && m_gap.product == product && m_gap.count == list.size();
   list.insert(fitsGap ? list.begin() + static_cast<std::ptrdiff_t>(m_gap.at) : list.end(), extension);
   m_gap = Gap{};
 }
 
 void Catalogue::Remove(const CKestProduct* product, const CKestExtension* extension) {
-  const auto found = m_lists.find(product);
+  const auto found = FindIn(m_lists, product);
   if (found == m_lists.end()) {
     return;
   }
@@ -82,7 +91,7 @@ void Catalogue::Remove(const CKestProduct* product, const CKestExtension* extens
 }
 
 void Catalogue::Replace(const CKestProduct* product, const CKestTypedList<CKestExtension*>& records) {
-  List& list = m_lists[product];
+  List& list = ListOf(product);
   const std::unordered_set<CKestExtension*> old(list.begin(), list.end());
   list.assign(records.begin(), records.end());
   m_gap = Gap{};
@@ -90,7 +99,7 @@ void Catalogue::Replace(const CKestProduct* product, const CKestTypedList<CKestE
 }
 
 const Catalogue::List* Catalogue::Find(const CKestProduct* product) const {
-  const auto found = m_lists.find(product);
+  const auto found = FindIn(m_lists, product);
   return found == m_lists.end() ? nullptr : &found->second;
 }
 

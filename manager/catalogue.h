@@ -2,7 +2,8 @@
 
 #include "platform/text/containers.h"
 
-#include <map>
+#include <list>
+#include <utility>
 #include <vector>
 
 namespace kest {
@@ -14,6 +15,8 @@ class CKestProduct;
 class Catalogue {
 public:
   using List = std::vector<CKestExtension*>;
+  /// Products are few. A list stays where it is when another product gets one.
+  using Lists = std::list<std::pair<const CKestProduct*, List>>;
 
   Catalogue() = default;
   ~Catalogue();
@@ -33,10 +36,12 @@ public:
   void Replace(const CKestProduct* product, const CKestTypedList<CKestExtension*>& records);
   /// Null for a product that was never given a list.
   [[nodiscard]] const List* Find(const CKestProduct* product) const;
-  [[nodiscard]] const std::map<const CKestProduct*, List>& All() const { return m_lists; }
+  /// In the order in which the products got their first lists, so that the first that fits is the same at each start.
+  [[nodiscard]] const Lists& All() const { return m_lists; }
 
 private:
   void ClearSlowly();
+  [[nodiscard]] List& ListOf(const CKestProduct* product); ///< an empty one when it had none
 
   struct Gap {
     const CKestProduct* product = nullptr;
@@ -44,8 +49,8 @@ private:
     std::size_t at = 0;
     std::size_t count = 0;
   };
-  std::map<const CKestProduct*, List> m_lists;
-  Gap m_gap; ///< where the record removed last had stood
+  Lists m_lists;
+  Gap m_gap;                                                 ///< where the record removed last had stood
 };
 
 } // namespace kest
