@@ -8,7 +8,11 @@
 #include "support/program_fixture.h"
 #include "support/source_folder.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
 #include <ctime>
 #include <iterator>
 #include <random>
@@ -171,6 +175,83 @@ TEST_F(DryRun, ForetellsTheWholeMachineForEachExample) {
     const std::string diff = foretold({"undo"})["diff"].dump();
     EXPECT_NE(diff.find(std::string("\\n") + shown + "  <menuitem name=\\\"Table _Tools"), std::string::npos) << diff;
   }
+}
+
+TEST_F(DryRun, NeedsNoRightsAndLeavesAllToThem) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can run a program as somebody else";
+  }
+  makeMachine({"--product", "Tidemark Nova"});
+  kest({"list"});
+  std::filesystem::permissions(m_folder, std::filesystem::perms(0755));
+  const std::string program = m_folder / "kest"; // the built one may lie where nobody else looks
+  std::filesystem::copy_file(KEST_PROGRAM, program);
+  const std::string description = m_folder / "snippet-shelf.kei";
+  std::filesystem::copy(test::SourceFolder() + "/examples/snippet-shelf", m_folder,
+                        std::filesystem::copy_options::recursive);
+  const auto before = test::TracesOf(root());
+  test::ProcessOptions options;
+  options.environment = environment();
+  options.withoutRights = true;
+  const auto result = test::RunProcess({program, "install", description, "-n", "-y", "--accept-agreement"}, options);
+  EXPECT_EQ(result.exit, kInUseOrLocked) << result.err;
+  EXPECT_NE(result.out.find("Files: "), std::string::npos) << "what would be done by who has the right: " << result.out;
+  EXPECT_NE(result.err.find("you have no right to change"), std::string::npos) << result.err;
+  EXPECT_EQ(test::TracesOf(root()), before);
+}
+
+TEST_F(DryRun, WaitsForNoWriterAndTellsWhatOneLeft) {
+  makeMachine({"--product", "Tidemark Nova"});
+  std::string files;
+  for (int i = 0; i < 300; ++i) {
+    write("src/" + std::to_string(i) + ".js", "x");
+    files += "<file source=\"" + std::to_string(i) + ".js\" destination=\"$tidemark/Configuration/Shared/Many\" />";
+  }
+  const std::string many =
+      write("src/many.kei", R"(<kestrel-extension name="Many" version="1.0" type="command"><author name="A" /><products>
+<product name="Tidemark" version="6" primary="true" /></products><description><![CDATA[C]]></description><ui-access>
+<![CDATA[C]]></ui-access><files>)" +
+                                files + "</files></kestrel-extension>");
+  const auto isBegun = [this] {
+    std::error_code error; // what is looked at may go meanwhile
+    std::filesystem::recursive_directory_iterator at(root() / "drive_c/windows/temp", error);
+    for (; at != std::filesystem::end(at) && !error; at.increment(error)) {
+      if (at->path().filename().string().starts_with("journal-") && at->file_size(error) > 0 && !error) {
+        return true;
+      }
+    }
+    return false;
+  };
+  pid_t writer = 0;
+  for (int tries = 0; tries < 20 && !isBegun(); ++tries) {
+    kest({"uninstall", "Many", "-y"}); // of a try that was too late
+    writer = fork();
+    if (writer == 0) {
+      test::ExecuteIn({KEST_PROGRAM, "install", many, "-y", "-q", "--accept-agreement"},
+                      test::EnvironmentOf(environment()), "");
+    }
+    while (!isBegun() && waitpid(writer, nullptr, WNOHANG) == 0) {
+    }
+    kill(writer, SIGSTOP);
+  }
+  ASSERT_TRUE(isBegun());
+  const Words dry = {"install", test::SourceFolder() + "/examples/snippet-shelf/snippet-shelf.kei", "-n", "-y",
+                     "--accept-agreement"};
+  auto before = test::TracesOf(root());
+  const auto beside = kest(dry);
+  EXPECT_EQ(beside.exit, kInUseOrLocked) << beside.out;
+  EXPECT_NE(beside.err.find("process " + std::to_string(writer)), std::string::npos) << beside.err;
+  EXPECT_EQ(test::TracesOf(root()), before);
+
+  kill(writer, SIGKILL);
+  waitpid(writer, nullptr, 0);
+  before = test::TracesOf(root());
+  const auto left = json(dry, 0)["preview"];
+  ASSERT_FALSE(left.empty());
+  EXPECT_EQ(left[0]["kind"], "recovery") << left[0];
+  EXPECT_EQ(test::TracesOf(root()), before);
+  EXPECT_TRUE(json({"list"}, 0)["extensions"].empty());
+  EXPECT_FALSE(isBegun()) << "what was foretold was done";
 }
 
 TEST_F(DryRun, TellsWhatIsMetAndWhatHasNoEffect) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -87,6 +88,10 @@ ProcessResult RunProcess(const std::vector<std::string>& command, const ProcessO
     dup2(out.ends[1], 1);
     dup2(err.ends[1], 2);
     std::signal(SIGPIPE, SIG_DFL);
+    constexpr gid_t kNobody = 65534;
+    if (options.withoutRights && (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0)) {
+      _exit(127);
+    }
     ExecuteIn(command, environment, options.folder);
   }
   in.Close(0);

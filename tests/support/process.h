@@ -20,6 +20,7 @@ struct ProcessOptions {
   bool idleInput = false;                         ///< the standard input stays open and silent, else it is empty
   bool closedOutput = false;                      ///< the reader of the standard output goes away at once
   int seconds = 60;                               ///< after these it is killed (signal 9)
+  bool withoutRights = false;                     ///< by the system's user "nobody"; only root can have it so
 };
 
 [[nodiscard]] ProcessResult RunProcess(const std::vector<std::string>& command, const ProcessOptions& options = {});
