@@ -66,7 +66,7 @@ void Say(Session& session, const Installed& one, const VerifyReport& report) {
   } else if (unknown > 0) {
     text += fmt::format("nothing is missing; whether {} as installed is unknown, since {}\n",
                         report.files == 1 ? "it is" : "all is",
-                        report.recorded              ? "the machine gives no answer"
+                        !report.answered             ? "the machine gives no answer"
                         : one.extension->IsEnabled() ? "its install was not recorded"
                                                      : "it is disabled");
   } else {

@@ -57,6 +57,11 @@ Catalogue::List& Catalogue::ListOf(const CKestProduct* product) {
   return found != m_lists.end() ? found->second : m_lists.emplace_back(product, List()).second;
 }
 
+void Catalogue::Swap(Catalogue& other) noexcept {
+  m_lists.swap(other.m_lists);
+  std::swap(m_gap, other.m_gap);
+}
+
 void Catalogue::Add(const CKestProduct* product, CKestExtension* extension) {
   if (extension == nullptr) {
     return;

@@ -30,6 +30,7 @@ public:
   void Restore(const CKestProduct* product, CKestExtension* extension);
   /// Takes every entry of the record out of the product's list; the caller owns it then.
   void Remove(const CKestProduct* product, const CKestExtension* extension);
+  void Swap(Catalogue& other) noexcept;
   /// Frees all records: the products that they belong to go.
   void Clear();
   /// Frees the product's records and takes over those of the list.
@@ -50,7 +51,7 @@ private:
     std::size_t count = 0;
   };
   Lists m_lists;
-  Gap m_gap;                                                 ///< where the record removed last had stood
+  Gap m_gap; ///< where the record removed last had stood
 };
 
 } // namespace kest

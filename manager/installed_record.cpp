@@ -67,11 +67,20 @@ bool GetPath(const CString& description, CString& path) {
   return true;
 }
 
-bool Read(const CString& description, Record& record) {
+Answer Read(const CString& description, Record& record) {
   CString path;
   CString content;
-  if (!GetPath(description, path) || !CKestOS::FileExists(path) || !CKestFile::ReadAll(path, content)) {
-    return false;
+  Machine& machine = CKestOS::GetMachine();
+  machine.ClearLastError();
+  if (!GetPath(description, path)) {
+    return machine.GetLastError().kind == MachineError::Kind::kNone ? Answer::kNo : Answer::kCannotTell;
+  }
+  if (const Answer exists = machine.FileExists(path); exists != Answer::kYes) {
+    return exists;
+  }
+  machine.ClearLastError();
+  if (!CKestFile::ReadAll(path, content)) {
+    return Answer::kCannotTell;
   }
   record = {};
   std::size_t counted = 0;
@@ -82,12 +91,13 @@ bool Read(const CString& description, Record& record) {
     StepRecord line;
     if (!sealed_line::Unseal(rest.substr(0, end), body) || !StepRecord::FromText(body, line) ||
         !Take(line, record, counted)) {
-      return false;
+      return machine.GetLastError().kind == MachineError::Kind::kNone ? Answer::kNo : Answer::kCannotTell;
     }
     ++lines;
   }
-  return rest.empty() && lines == counted && !record.files.empty() &&
-         text::EqualNoCase(record.files.front().first, description);
+  const bool isWhole = rest.empty() && lines == counted && !record.files.empty() &&
+                       text::EqualNoCase(record.files.front().first, description);
+  return isWhole ? Answer::kYes : Answer::kNo;
 }
 
 std::vector<CString> SplitLines(std::string_view content) {

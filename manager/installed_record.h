@@ -29,8 +29,8 @@ struct Record {
 
 /// Where the record of an installed description lies; false when the machine has no place for it.
 [[nodiscard]] bool GetPath(const CString& description, CString& path);
-/// False when there is none, or it is damaged.
-[[nodiscard]] bool Read(const CString& description, Record& record);
+/// No when there is none, or it is damaged.
+[[nodiscard]] Answer Read(const CString& description, Record& record);
 
 /// The lines of a configuration file, without blanks at their ends.
 [[nodiscard]] std::vector<CString> SplitLines(std::string_view content);

@@ -82,13 +82,13 @@ void State::Start() {
   }
 }
 
-static void LoadOnce(State& state) {
-  for (const auto& product : state.products) {
+void State::ReadCatalogueOnce(Catalogue& into) const {
+  for (const auto& product : products) {
     const std::unique_ptr<CKestTypedList<CKestExtension*>> found(product->GetExtensions());
     if (found != nullptr) {
-      state.catalogue.Replace(product.get(), *found);
-    } else if (state.catalogue.Find(product.get()) != nullptr) {
-      state.catalogue.Replace(product.get(), {}); // its last description went since
+      into.Replace(product.get(), *found);
+    } else if (into.Find(product.get()) != nullptr) {
+      into.Replace(product.get(), {}); // its last description went since
     }
   }
 }
@@ -103,7 +103,7 @@ void State::ReadCatalogue() {
   for (int reads = 0; !isSettled && reads < kMostReads; ++reads) {
     const ChangeMark before = machine.GetChangeMark();
     machine.ForgetUnanswered();
-    LoadOnce(*this);
+    ReadCatalogueOnce(catalogue);
     const ChangeMark after = machine.GetChangeMark();
     // somebody who changes the machine meanwhile may have taken away what is about to come back
     isSettled = !before.isChanging && !after.isChanging && before.state == after.state;

@@ -55,6 +55,8 @@ struct CKestExtensionManager::State {
   // ---- the start
   void Start();         ///< takes back what a dead process left, finds the products
   void ReadCatalogue(); ///< reads what is installed in them
+  void
+  ReadCatalogueOnce(Catalogue& into) const; ///< as it is at this moment; GetUnanswered() tells what could not be read
 
   // ---- products
   [[nodiscard]] CKestProduct* FindProduct(const CString& name, const CString& version) const;

@@ -46,12 +46,20 @@ bool IsWanted(const RepairContext& context, Standing standing) {
          (context.options.all && (standing == Standing::kChanged || standing == Standing::kMoved));
 }
 
-/// Sorts what is to be put back.
-void FindWanted(RepairContext& context) {
+/// Sorts what is to be put back; false when that cannot be told.
+bool FindWanted(RepairContext& context) {
   const VerifyReport report = context.state.owner.VerifyExtension(&context.product, &context.extension);
+  if (!report.answered) {
+    context.state.FailByMachine(context.extension.GetPath(), "what is missing of it cannot be told");
+    return false;
+  }
   installed_record::Record record;
   std::unordered_map<CString, FileDigest> digests;
-  if (report.recorded && installed_record::Read(context.extension.GetPath(), record)) {
+  if (report.recorded) {
+    if (!IsYes(installed_record::Read(context.extension.GetPath(), record))) {
+      context.state.FailByMachine(context.extension.GetPath(), "what its install left cannot be read again");
+      return false;
+    }
     for (const auto& [path, digest] : record.files) {
       digests[text::Lower(path)] = digest;
     }
@@ -66,6 +74,7 @@ void FindWanted(RepairContext& context) {
       context.lines[entry.path].push_back(entry.line);
     }
   }
+  return true;
 }
 
 bool IsContent(const CString& path, const FileDigest& wanted) {
@@ -188,7 +197,12 @@ bool PutFiles(RepairContext& context) {
       continue;
     }
     const bool exists = CKestOS::FileExists(path);
+    CKestOS::GetMachine().ClearLastError();
     if (!RecordJudge::IsTarget(path, state.reach)) {
+      if (CKestOS::GetMachine().GetLastError().kind != MachineError::Kind::kNone) {
+        state.FailByMachine(path, "whether it may be put back cannot be told");
+        return false;
+      }
       context.Leave(path, "is no place that operations of yours change");
       continue;
     }
@@ -347,8 +361,7 @@ int CKestExtensionManager::RepairExtension(const CKestProduct* product, CKestExt
   state.placement.Forget();
   StepScope steps(state, "repair " + extension->GetName());
   RepairContext context{state, *product, *extension, options};
-  FindWanted(context);
-  if (!FindSources(context) || !PutFiles(context) || !PutEntries(context)) {
+  if (!FindWanted(context) || !FindSources(context) || !PutFiles(context) || !PutEntries(context)) {
     state.Fail(Failure::kOther, CString(), "the extension could not be repaired");
     return -1;
   }

@@ -329,10 +329,17 @@ int CKestExtensionManager::UndoOperation(long number) {
       return -1;
     }
     StepScope steps(state, "undo of operation " + std::to_string(entry->number));
-    if (!RunPhases(context) || !steps.Commit()) {
+    Catalogue after; // read while all can still be taken back
+    bool isDone = RunPhases(context);
+    if (isDone) {
+      state.ReadCatalogueOnce(after);
+      isDone = steps.Commit();
+    }
+    if (!isDone) {
       state.Fail(Failure::kOther, CString(), "the operation could not be undone");
       return -1;
     }
+    state.catalogue.Swap(after);
     AfterDone([&] {
       state.report.configuration = FindConfiguration(context.effects);
       for (const auto& product : state.products) {
@@ -340,8 +347,6 @@ int CKestExtensionManager::UndoOperation(long number) {
         product->GetName(name);
         state.report.restartProduct = state.report.restartProduct || (name == entry->product && product->IsRunning());
       }
-      state.catalogue.Clear();
-      Load();
     });
     return 0;
   });

@@ -79,6 +79,7 @@ private:
 void Add(VerifyReport& report, const CString& path, Standing standing, const CString& line = {}) {
   if (standing != Standing::kAsInstalled) {
     report.entries.push_back({path, line, standing});
+    report.answered = report.answered && (standing != Standing::kUnknown || !report.recorded);
   }
 }
 
@@ -134,7 +135,9 @@ void FindForeign(References& references, const installed_record::Record& record,
 void VerifyPresence(const std::vector<CString>& paths, VerifyReport& report) {
   for (const CString& path : paths) {
     ++report.files;
-    Add(report, path, CKestOS::GetMachine().FileExists(path) == Answer::kNo ? Standing::kMissing : Standing::kUnknown);
+    const Answer exists = CKestOS::GetMachine().FileExists(path);
+    Add(report, path, exists == Answer::kNo ? Standing::kMissing : Standing::kUnknown);
+    report.answered = report.answered && exists != Answer::kCannotTell;
   }
 }
 
@@ -165,7 +168,9 @@ VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
     return report;
   }
   installed_record::Record record;
-  report.recorded = installed_record::Read(description, record);
+  const Answer recorded = installed_record::Read(description, record);
+  report.recorded = IsYes(recorded);
+  report.answered = recorded != Answer::kCannotTell;
   if (!report.recorded) {
     std::vector<CString> paths = GetInstalledFiles(product, extension);
     paths.insert(paths.begin(), description);

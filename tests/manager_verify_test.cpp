@@ -131,6 +131,7 @@ TEST_F(VerifyTest, WithoutAWholeRecordNothingIsAsInstalled) {
     std::ofstream(record, std::ios::binary) << damaged;
     const VerifyReport report = verify();
     EXPECT_FALSE(report.recorded);
+    EXPECT_TRUE(report.answered);
     EXPECT_FALSE(report.HasProblems());
     ASSERT_EQ(report.entries.size(), 3u);
     EXPECT_EQ(report.entries[0].state, Standing::kUnknown);

@@ -69,7 +69,7 @@ public:
   bool runAll() {
     std::vector<TriedOperation> all = GetTriedOperations(m_options.files);
     std::erase_if(all, [](const TriedOperation& one) {
-      return one.name == std::string("pack") || one.name == std::string("install-disables");
+      return one.name == "pack" || one.name == "install-disables" || one.name.starts_with("undo-");
     });
     for (const char* more : {"undo", "logon"}) { // of the installed tool, one of whose files waits for the log-on
       all.push_back(all[1]);

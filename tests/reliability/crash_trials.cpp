@@ -41,7 +41,7 @@ CrashTrials::CrashTrials(const TriedOperation& operation, int every) : m_operati
   }
   m_done = look();
   if (m_old.state.difference(m_done.state).empty()) {
-    throw std::runtime_error(std::string(m_operation.name) + " changes nothing");
+    throw std::runtime_error(m_operation.name + " changes nothing");
   }
 }
 
@@ -50,7 +50,7 @@ CrashTrials::Side CrashTrials::look() {
   engine.start();
   const std::string missing = engine.missingFiles();
   if (!missing.empty()) {
-    throw std::runtime_error(std::string(m_operation.name) + ": " + missing);
+    throw std::runtime_error(m_operation.name + ": " + missing);
   }
   return {m_pc.state(), engine.catalogue()};
 }
@@ -67,7 +67,7 @@ int CrashTrials::step(int n, int last) const { return n < last ? std::min(n + m_
 void CrashTrials::complain(const std::string& where, const std::string& what) {
   // the first ones tell enough
   if (++m_complaints <= 5) {
-    std::printf("%s, %s:\n%s\n", m_operation.name, where.c_str(), what.substr(0, 3000).c_str());
+    std::printf("%s, %s:\n%s\n", m_operation.name.c_str(), where.c_str(), what.substr(0, 3000).c_str());
   }
 }
 
@@ -190,7 +190,7 @@ bool CrashTrials::diesInChild(int n, bool isRecovery) const {
   int status = 0;
   waitpid(child, &status, 0);
   if (!WIFSIGNALED(status) && WEXITSTATUS(status) != 0) {
-    throw std::runtime_error(std::string(m_operation.name) + " fails in a child");
+    throw std::runtime_error(m_operation.name + " fails in a child");
   }
   return WIFSIGNALED(status);
 }

@@ -83,12 +83,13 @@ private:
 
 /// One of the operations that has to be done as a whole: how its machine is made, once, and how it is run.
 struct TriedOperation {
-  const char* name;
+  std::string name;
   std::function<void(EngineRun&)> prepare; ///< on the sample machine
   std::function<bool(EngineRun&)> run;     ///< true when it said that it succeeded
 };
 
-/// Install, install over an older one, install that disables another, uninstall, disable, enable, import, pack; of
+/// Install, install over an older one, install that disables another, uninstall, disable, enable, import, repair, the
+/// undo of each of these, pack; of
 /// extensions of `files` files with changes to every kind of configuration file.
 [[nodiscard]] std::vector<TriedOperation> GetTriedOperations(int files);
 /// Throws with what the engine told, when it did not.

@@ -111,7 +111,7 @@ TEST_F(ProgramKills, LeaveNoLockBehind) {
 TEST_F(ProgramKills, OfTwoAtOnceTheSecondIsTurnedAway) {
   const auto operations = GetTriedOperations(kFiles);
   Prepare(m_pc, *std::find_if(operations.begin(), operations.end(),
-                              [](const TriedOperation& one) { return one.name == std::string("uninstall"); }));
+                              [](const TriedOperation& one) { return one.name == "uninstall"; }));
   EngineRun holder(m_pc.root());
   ASSERT_TRUE(holder.machine().LockWriter(0).held);
   const PcState before = m_pc.state();

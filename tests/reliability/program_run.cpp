@@ -14,10 +14,11 @@ std::vector<std::string> WordsFor(const PcUnderTest& pc, const std::string& oper
       {"disable", {"disable", "Tool"}},
       {"enable", {"enable", "Tool"}},
       {"import", {"import", "--from", "Tidemark 4", "--to", "Tidemark Nova"}},
+      {"repair", {"repair", "Tool", "--from", work + "Tool-1.0.kep", "--all"}},
       {"pack", {"pack", work + "Tool/tool.kei", "-o", work + "Tool.kep", "--force"}},
       {"undo", {"undo"}},
       {"logon", {"machine", "logon"}}};
-  std::vector<std::string> all = words.at(operation);
+  std::vector<std::string> all = words.at(operation.starts_with("undo-") ? "undo" : operation);
   all.insert(all.end(), {"-y", "--accept-agreement", "--on-existing", "overwrite"});
   return all;
 }

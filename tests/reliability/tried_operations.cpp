@@ -202,6 +202,26 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
                    mustInstall(engine, tool, engine.four());
                  },
                  importTool});
+  TriedOperation repair = onInstalledTool("repair", files, [](EngineRun& engine) {
+    return engine.manager().RepairExtension(engine.nova(), engine.find("Tool"), {"C:\\Work\\Tool-1.0.kep", true}) == 0;
+  });
+  repair.prepare = [prepare = repair.prepare](EngineRun& engine) {
+    prepare(engine);
+    for (const char* file :
+         {"Commands\\tool0.htm", "Shared\\Tool\\pages\\page1.htm", "Shared\\Tool\\pages\\page2.htm"}) {
+      write(kConfiguration + CString(file), "somebody's");
+    }
+    write(kConfiguration + CString("Extensions.txt"), "HTM,HTML:All Documents\r\n");
+  };
+  all.push_back(std::move(repair));
+  for (std::size_t i = 0, count = all.size(); i < count; ++i) {
+    all.push_back({"undo-" + all[i].name,
+                   [done = all[i]](EngineRun& engine) {
+                     done.prepare(engine);
+                     MustSucceed(done.run(engine), engine, done.name);
+                   },
+                   [](EngineRun& engine) { return engine.manager().UndoOperation(0) == 0; }});
+  }
   all.push_back({"pack",
                  [files](EngineRun&) {
                    (void)lay(MakeToolExtension("1.0", files));
