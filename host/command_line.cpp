@@ -175,6 +175,12 @@ void TellUnknownFlag(std::string given, const CommandSpec* chosen, CommandLine& 
   for (const CommandSpec& command : GetCommands()) {
     for (const FlagSpec& flag : command.GetFlags()) {
       if (given == flag.name || (given.size() == 2 && given[1] == flag.letter)) {
+        if (&command == chosen) {
+          line.problem = fmt::format("{} stands before kest {}", ForTerminal(given), chosen->name);
+          line.reason = "flags of a command stand behind its name";
+          line.advice = fmt::format("write: kest {} {}", chosen->name, ForTerminal(given));
+          return;
+        }
         elsewhere += (elsewhere.empty() ? "" : ", ") + std::string("kest ") + command.name;
       }
     }

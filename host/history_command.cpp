@@ -96,6 +96,12 @@ void WarnOfUnreadable(Session& session, const History& history) {
                                         session.terminal.Paint(Style::kWarning, "warning:"), history.unreadable,
                                         history.unreadable == 1 ? "" : "s", history.unreadable == 1 ? "is" : "are"));
   }
+  if (history.lost > 0) {
+    session.terminal.Notice(fmt::format("{} the history lacks {} operation{} that the trash keeps something of; see: "
+                                        "kest trash",
+                                        session.terminal.Paint(Style::kWarning, "warning:"), history.lost,
+                                        history.lost == 1 ? "" : "s"));
+  }
 }
 
 bool IsAbout(const HistoryEntry& entry, const std::string& word) {
@@ -171,6 +177,7 @@ int RunHistory(Session& session) {
     return exit;
   }
   session.document["unreadable"] = history.unreadable;
+  session.document["lost"] = history.lost;
   WarnOfUnreadable(session, history);
   if (!session.options.arguments.empty()) {
     const std::string& word = session.options.arguments.front();
@@ -191,9 +198,9 @@ int RunHistory(Session& session) {
                   entry.replaced.empty() ? "-" : ShownText(entry.replaced) + " " + Shown(entry.replacedVersion),
                   Shown(entry.product), entry.kept.empty() ? "no" : "yes"});
   }
-  if (history.entries.empty()) {
+  if (history.entries.empty() && history.lost == 0 && history.unreadable == 0) {
     session.terminal.Notice(fmt::format("No operation has changed {} yet.", session.GetMachineName()));
-  } else if (!session.options.json) {
+  } else if (!session.options.json && !history.entries.empty()) {
     session.terminal.Data(table.Print(session.terminal.GetTableWidth()));
   }
   return kDone;

@@ -274,9 +274,9 @@ Json EmptyDocument(const CommandSpec& command) {
   }
   document["machine"] = nullptr;
   constexpr std::pair<std::string_view, const char*> kLists[] = {
-      {"products", "products"},  {"list", "extensions"},    {"pack", "entries"}, {"history", "operations"},
-      {"trash", "entries"},      {"verify", "extensions"},  {"owns", "owners"},  {"results", "results"},
-      {"logon", "replacements"}, {"recover", "operations"},
+      {"products", "products"}, {"list", "extensions"},    {"pack", "entries"},       {"history", "operations"},
+      {"trash", "entries"},     {"verify", "extensions"},  {"verify", "lost"},        {"owns", "owners"},
+      {"results", "results"},   {"logon", "replacements"}, {"recover", "operations"},
   };
   for (const auto& [name, list] : kLists) {
     if (schema == name) {

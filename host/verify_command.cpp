@@ -82,6 +82,25 @@ void Say(Session& session, const Installed& one, const VerifyReport& report) {
   session.terminal.Data(text);
 }
 
+/// Extensions that are in no catalogue, since their descriptions are gone or damaged; how many.
+std::size_t TellLost(Session& session, const CKestProduct* only) {
+  const std::vector<VerifyReport::Entry> lost = session.GetManager().FindLost(only);
+  session.document["lost"] = Json::array();
+  for (const VerifyReport::Entry& entry : lost) {
+    Json json = PathJson(&session.GetMachine(), entry.path);
+    json["state"] = WordOf(entry.state);
+    session.document["lost"].push_back(std::move(json));
+    if (!session.options.json) {
+      session.terminal.Data(fmt::format("The description of an installed extension {}: {}\n",
+                                        entry.state == VerifyReport::State::kMissing   ? "is gone"
+                                        : entry.state == VerifyReport::State::kChanged ? "cannot be read any more"
+                                                                                       : "cannot be looked at",
+                                        Shown(entry.path)));
+    }
+  }
+  return lost.size();
+}
+
 } // namespace
 
 int RunVerify(Session& session) {
@@ -106,7 +125,8 @@ int RunVerify(Session& session) {
     }
     all = std::move(chosen);
   }
-  std::size_t bad = 0;
+  std::size_t bad = session.options.arguments.empty() ? TellLost(session, only) : 0;
+  const std::size_t count = all.size() + bad;
   for (const Installed& one : all) {
     const VerifyReport report = session.GetManager().VerifyExtension(one.product, one.extension);
     bad += report.HasProblems() ? 1 : 0;
@@ -116,16 +136,17 @@ int RunVerify(Session& session) {
     }
   }
   if (bad > 0) {
-    return session.Fail(
-        kProblemsFound,
-        {fmt::format("{} of {} extension{} not as installed", bad, all.size(), all.size() == 1 ? " is" : "s are"),
-         "somebody has changed, moved or taken away what is listed",
-         "nothing",
-         {},
-         "put back what is missing: kest repair EXT; or leave it when the change was yours",
-         0});
+    return session.Fail(kProblemsFound,
+                        {fmt::format("{} of {} extension{} not as installed", bad, count, count == 1 ? " is" : "s are"),
+                         "somebody has changed, moved or taken away what is listed",
+                         "nothing",
+                         {},
+                         "put back what is missing: kest repair EXT, or install it again when its description is lost; "
+                         "or leave it when "
+                         "the change was yours",
+                         0});
   }
-  if (all.empty()) {
+  if (count == 0) {
     session.terminal.Notice(fmt::format("No extension is installed {} {}.", only ? "in" : "on",
                                         only ? NameOf(*only) : session.GetMachineName()));
   }

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <set>
 
 namespace kest {
 namespace {
@@ -20,6 +21,7 @@ constexpr const char* kLogName = "history.log";
 constexpr const char* kSettingsName = "settings.txt";
 constexpr const char* kEffect = "effect";
 constexpr std::uint64_t kTail = 64u << 10;
+constexpr long kLastNumber = 999999999; // the last that is read back
 constexpr std::int64_t kDay = 24 * 60 * 60;
 
 template <class T> bool Parse(std::string_view text, T& value) {
@@ -194,8 +196,7 @@ bool GetNextNumber(const CString& folder, long& number) {
   for (const TrashEntry& entry : trash) {
     number = std::max(number, entry.number);
   }
-  ++number;
-  return true;
+  return ++number <= kLastNumber;
 }
 
 bool AppendLine(const CString& folder, const Record& record) {
@@ -244,17 +245,25 @@ History Read() {
   for (const TrashEntry& entry : trash) {
     kept[entry.number] = entry.folder;
   }
+  std::set<long> told;
   read.unreadable = ForEachLine(content, [&](const StepRecord& line) {
     HistoryEntry entry;
     if (!FillEntry(line, entry)) {
       return false;
     }
+    if (!told.insert(entry.number).second) {
+      return false;
+    }
     if (const auto found = kept.find(entry.number); found != kept.end()) {
-      entry.kept = found->second;
+      entry.kept = std::move(found->second);
+      kept.erase(found);
     }
     read.entries.push_back(std::move(entry));
     return true;
   });
+  read.lost = kept.size();
+  std::sort(read.entries.begin(), read.entries.end(),
+            [](const HistoryEntry& a, const HistoryEntry& b) { return a.number < b.number; });
   return read;
 }
 

@@ -26,10 +26,11 @@ struct HistoryEntry {
   CString kept;            ///< folder of what it replaced and deleted; empty when the trash has it no more
 };
 
-/// The machine's history, oldest first.
+/// The machine's history, oldest first; each number once.
 struct History {
   std::vector<HistoryEntry> entries; ///< those that could be read
-  std::size_t unreadable = 0; ///< lines that are damaged, or of a kind that is not known here; they are passed over
+  std::size_t unreadable = 0; ///< lines that are damaged, said twice or of a kind that is not known here: passed over
+  std::size_t lost = 0;       ///< operations that the trash keeps something of, whose lines are gone or damaged
   bool isComplete = true;     ///< false: the history or the trash is there, perhaps, and could not be read
 };
 

@@ -183,6 +183,10 @@ public:
   /// extension and of null nothing is said to be as installed.
   [[nodiscard]] VerifyReport VerifyExtension(const CKestProduct* product, const CKestExtension* extension) const;
 
+  /// Descriptions that were installed into the product, of null into any, and are in no catalogue: gone since (kMissing),
+  /// or changed so that they cannot be read (kChanged). Reads the records of those alone.
+  [[nodiscard]] std::vector<VerifyReport::Entry> FindLost(const CKestProduct* product) const;
+
   /// Puts back what is missing of an enabled extension: files by their recorded content from the package given, the
   /// trash or the package set aside, entries of configuration files by its changes. One operation, with its line in the
   /// history. What somebody changed stays unless `options.all`. What could not be put back is noted in GetLastReport.

@@ -56,15 +56,37 @@ bool Take(const StepRecord& line, Record& record, std::size_t& counted) {
 
 } // namespace
 
+bool GetFolder(CString& folder) {
+  if (!history::GetFolder(folder)) {
+    return false;
+  }
+  folder += CString(kFolder) + '\\';
+  return true;
+}
+
 bool GetPath(const CString& description, CString& path) {
-  if (!history::GetFolder(path)) {
+  if (!GetFolder(path)) {
     return false;
   }
   const CString key = text::Lower(description);
   Sha256 hash;
   hash.Add(key.data(), key.size());
-  path += CString(kFolder) + '\\' + hash.Finish().substr(0, kNameDigits) + ".record";
+  path += hash.Finish().substr(0, kNameDigits) + ".record";
   return true;
+}
+
+CString FindDescription(const CString& fileName) {
+  CString path;
+  CString content;
+  if (!GetFolder(path) || !CKestFile::ReadAll(path + fileName, content)) {
+    return {};
+  }
+  std::string_view body;
+  StepRecord line;
+  const bool isSealed = sealed_line::Unseal(std::string_view(content).substr(0, content.find('\n')), body);
+  const CString description = isSealed && StepRecord::FromText(body, line) ? line.Get("path") : CString();
+  CString own;
+  return GetPath(description, own) && text::EqualNoCase(own, path + fileName) ? description : CString();
 }
 
 Answer Read(const CString& description, Record& record) {

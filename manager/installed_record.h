@@ -27,8 +27,12 @@ struct Record {
   std::vector<Line> lines;
 };
 
+/// The folder of the records, with a trailing backslash; false when the machine has no place for it.
+[[nodiscard]] bool GetFolder(CString& folder);
 /// Where the record of an installed description lies; false when the machine has no place for it.
 [[nodiscard]] bool GetPath(const CString& description, CString& path);
+/// The description that a record of this file name is about, in any folder; empty when that cannot be told.
+[[nodiscard]] CString FindDescription(const CString& fileName);
 /// No when there is none, or it is damaged.
 [[nodiscard]] Answer Read(const CString& description, Record& record);
 

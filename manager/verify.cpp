@@ -156,10 +156,15 @@ VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
     return report;
   }
   const CString& description = extension->GetPath();
-  if (!extension->ReadRest() && CKestOS::GetMachine().FileExists(description) == Answer::kYes) {
-    ++report.files;
-    Add(report, description, Standing::kChanged);
-    return report;
+  CKestOS::GetMachine().ClearLastError();
+  if (!extension->ReadRest()) {
+    const MachineError::Kind refusal = CKestOS::GetMachine().GetLastError().kind;
+    report.answered = refusal == MachineError::Kind::kNone || refusal == MachineError::Kind::kNotFound;
+    if (!report.answered || CKestOS::GetMachine().FileExists(description) == Answer::kYes) {
+      ++report.files;
+      Add(report, description, report.answered ? Standing::kChanged : Standing::kUnknown);
+      return report;
+    }
   }
   if (!extension->IsEnabled()) {
     CKestPath package(description);
@@ -170,7 +175,7 @@ VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
   installed_record::Record record;
   const Answer recorded = installed_record::Read(description, record);
   report.recorded = IsYes(recorded);
-  report.answered = recorded != Answer::kCannotTell;
+  report.answered = report.answered && recorded != Answer::kCannotTell;
   if (!report.recorded) {
     std::vector<CString> paths = GetInstalledFiles(product, extension);
     paths.insert(paths.begin(), description);
@@ -188,6 +193,47 @@ VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
   References references(*m_state, product, extension);
   FindForeign(references, record, report);
   return report;
+}
+
+std::vector<VerifyReport::Entry> CKestExtensionManager::FindLost(const CKestProduct* product) const {
+  std::vector<VerifyReport::Entry> lost;
+  std::unordered_set<CString> known;
+  CString folder;
+  std::vector<FolderEntry> records;
+  Machine& machine = CKestOS::GetMachine();
+  if (!installed_record::GetFolder(folder) || !IsYes(machine.ListFolder(folder, records))) {
+    return lost; // there are none, or the machine does not answer
+  }
+  for (const auto& [in, list] : m_state->catalogue.All()) {
+    for (const CKestExtension* extension : list) {
+      if (CString path; installed_record::GetPath(extension->GetPath(), path)) {
+        known.insert(text::Lower(path));
+      }
+    }
+  }
+  for (const FolderEntry& record : records) {
+    if (record.isFolder || known.contains(text::Lower(folder + record.name))) {
+      continue;
+    }
+    const CString description = installed_record::FindDescription(record.name);
+    const CString home = text::Lower(CKestPath(description).GetFolder());
+    const bool isServed = std::any_of(m_state->products.begin(), m_state->products.end(), [&](const auto& one) {
+      return (product == nullptr || product == one.get()) && one->IsInstalled() &&
+             home == text::Lower(m_state->GetExtensionsPath(*one, CString()));
+    });
+    if (!isServed) {
+      continue;
+    }
+    const Answer exists = machine.FileExists(description);
+    CKestExtension again;
+    if (exists != Answer::kYes || again.Load(description.c_str(), nullptr) != CKestExtension::kLoaded) {
+      lost.push_back({description, CString(),
+                      exists == Answer::kYes  ? Standing::kChanged
+                      : exists == Answer::kNo ? Standing::kMissing
+                                              : Standing::kUnknown});
+    }
+  }
+  return lost;
 }
 
 } // namespace kest

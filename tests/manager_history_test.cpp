@@ -182,6 +182,65 @@ TEST_F(HistoryTest, AnUndoRefusesWhatItCannotBringBackAndChangesNothing) {
   refused(41, "operation 42 has taken it back already");
 }
 
+TEST_F(HistoryTest, WhateverBecomesOfItsFilesOperationsGoOnAndNothingWrongIsTakenBack) {
+  installed(tool());
+  ASSERT_EQ(disable(find("Tool")), 0);
+  const std::string log = std::string(kState) + "history.log";
+  const std::string record = manager().GetTrash().back().folder + "\\record";
+  const std::string lines = m_pc.Read(log);
+  const std::string whole = m_pc.Read(record);
+  const std::size_t first = lines.find('\n') + 1;
+  const auto line = [](const std::string& number) {
+    return sealed_line::Seal("operation\tnumber=" + number + "\ttime=9000000000000000000\toperation=install\tnew=1");
+  };
+  struct Case {
+    const char* name;
+    std::string log, record;
+    std::size_t told, unreadable, lost;
+    bool undone; ///< whether the last operation can still be taken back
+  };
+  const Case cases[] = {
+      {"as written", lines, whole, 2, 0, 0, true},
+      {"emptied", "", whole, 0, 0, 2, false},
+      {"cut in its last line", lines.substr(0, lines.size() - 9), whole, 1, 0, 1, false},
+      {"without its first line", lines.substr(first), whole, 1, 0, 1, true},
+      {"turned round", lines.substr(first) + lines.substr(0, first), whole, 2, 0, 0, true},
+      {"said twice", lines + lines, whole, 2, 2, 0, true},
+      {"one byte changed", "O" + lines.substr(1), whole, 1, 1, 1, true},
+      {"not text", std::string(5000, '\0') + "\n" + lines, whole, 2, 1, 0, true},
+      {"a number that is none", lines + line("-1") + line("99999999999999999999"), whole, 2, 2, 0, true},
+      {"the last number", lines + line("999999999"), whole, 3, 0, 0, false},
+      {"fields of a later version", lines + line("40"), whole, 3, 0, 0, false},
+      {"a record cut", lines, whole.substr(0, whole.size() / 2), 2, 0, 0, false},
+      {"a record without its end", lines, whole.substr(0, whole.rfind("end\t")), 2, 0, 0, false},
+      {"a record of a later kind", lines, sealed_line::Seal("miracle\tpath=C:\\x") + whole, 2, 0, 0, false},
+      {"an empty record", lines, "", 2, 0, 0, false}};
+  m_manager.reset();
+  ASSERT_EQ(RunProcess({"/bin/cp", "-a", m_pc.GetRoot() / ".", m_saved}).exit, 0);
+  for (const Case& one : cases) {
+    SCOPED_TRACE(one.name);
+    putBack();
+    m_pc.Write(log, one.log);
+    m_pc.Write(record, one.record);
+    const History history = manager().GetHistory();
+    EXPECT_TRUE(history.isComplete);
+    EXPECT_EQ(history.entries.size(), one.told);
+    EXPECT_EQ(history.unreadable, one.unreadable);
+    EXPECT_EQ(history.lost, one.lost);
+    const MachineSnapshot before = m_pc.Snapshot();
+    const long last = history.entries.empty() ? 0 : history.entries.back().number;
+    EXPECT_EQ(manager().UndoOperation(0) == 0, one.undone) << lastReason();
+    EXPECT_EQ(DescribeDifference(before, m_pc.Snapshot(), isHistoryAlone) != "", one.undone);
+    ASSERT_NE(tryInstall(pack(package("Next").file("next.htm", kToCommands))), nullptr) << lastReason();
+    const History after = manager().GetHistory();
+    const bool isFull = last == 999999999;
+    EXPECT_EQ(report().problems.size(), isFull ? 1u : 0u) << lastReason();
+    EXPECT_EQ(after.entries.back().extension, isFull ? "" : "Next");
+    EXPECT_TRUE(isFull || after.entries.back().number > std::max(last, 2L));
+    EXPECT_EQ(uninstall(find("Next")), 0) << lastReason();
+  }
+}
+
 TEST_F(HistoryTest, TheTrashEndsByAgeAndSize) {
   installed(package("Big").file("big.htm", kToCommands, std::string(3u << 20, 'x')));
   ASSERT_EQ(uninstall(find("Big")), 0);

@@ -96,6 +96,27 @@ TEST_F(VerifyTest, EachThingThatSomebodyDidIsFoundAndNothingElse) {
                                               line(Standing::kForeign, "Shared\\tool\\mine.txt")}));
 }
 
+TEST_F(VerifyTest, ADescriptionThatIsGoneOrDamagedIsMissed) {
+  const std::string path = kDescriptions + "tool.kei";
+  EXPECT_TRUE(manager().FindLost(nullptr).empty());
+  struct Case {
+    std::function<void()> act;
+    Standing state;
+  };
+  const Case cases[] = {{[&] { m_pc.Write(path, "<kestrel-ext"); }, Standing::kChanged},
+                        {[&] { std::filesystem::remove(m_pc.HostPath(path)); }, Standing::kMissing}};
+  for (const Case& one : cases) {
+    one.act();
+    restart();
+    EXPECT_EQ(find("Tool"), nullptr);
+    const auto lost = manager().FindLost(nova());
+    ASSERT_EQ(lost.size(), 1u);
+    EXPECT_TRUE(text::EqualNoCase(lost[0].path, path)) << lost[0].path;
+    EXPECT_EQ(lost[0].state, one.state);
+    EXPECT_TRUE(manager().FindLost(four()).empty());
+  }
+}
+
 TEST_F(VerifyTest, WhatLiesThereIsRecordedAndNotWhatThePackageHeld) {
   m_pc.Write(kConfiguration + "Commands\\twice.htm", "theirs");
   m_host.answer(Message::kExistingEqual, kAll);
