@@ -183,8 +183,8 @@ public:
   /// extension and of null nothing is said to be as installed.
   [[nodiscard]] VerifyReport VerifyExtension(const CKestProduct* product, const CKestExtension* extension) const;
 
-  /// Descriptions that were installed into the product, of null into any, and are in no catalogue: gone since (kMissing),
-  /// or changed so that they cannot be read (kChanged). Reads the records of those alone.
+  /// Descriptions that were installed into the product, of null into any, and are in no catalogue: gone since
+  /// (kMissing), or changed so that they cannot be read (kChanged). Reads the records of those alone.
   [[nodiscard]] std::vector<VerifyReport::Entry> FindLost(const CKestProduct* product) const;
 
   /// Puts back what is missing of an enabled extension: files by their recorded content from the package given, the
