@@ -10,6 +10,8 @@ set(CPACK_RESOURCE_FILE_LICENSE "${CMAKE_SOURCE_DIR}/LICENSE")
 set(CPACK_NSIS_PACKAGE_NAME Kest)
 set(CPACK_NSIS_DISPLAY_NAME "Kest ${PROJECT_VERSION}")
 set(CPACK_NSIS_MODIFY_PATH ON)
+# a program of 64 bits itself: some systems, Wine among them, may have no other
+set(CPACK_NSIS_DEFINES "Target amd64-unicode")
 set(CPACK_NSIS_ENABLE_UNINSTALL_BEFORE_INSTALL ON)
 # A package opens in a window that stays, so that what was asked and told can be read. The uninstaller takes back the
 # names of extensions only as long as they still lead here.

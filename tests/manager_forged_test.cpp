@@ -108,11 +108,21 @@ TEST_F(ForgedJournals, AStepAboutAPlaceThatNoOperationReachesIsNeverRun) {
 }
 
 TEST_F(ForgedJournals, AFolderThatIsNotTheUsersAloneIsNotBelieved) {
-  for (const mode_t mode : {0755U, 0770U, 0701U, 01777U}) {
+  for (const mode_t mode : {0755U, 0770U, 0701U, 01777U, 0750U}) {
     plant(kCopy, kInside);
     ASSERT_EQ(chmod(m_pc.HostPath(kFolder).c_str(), mode), 0);
     expectNotFollowed(std::to_string(mode));
   }
+  // so Windows programs leave it in a prefix: but what lies in it nobody else can have written
+  const fs::path prefix = m_pc.GetRoot() / ".update-timestamp";
+  std::ofstream(prefix) << "1";
+  for (const char* path : {"", R"(\kest-1-abcdef)", R"(\kest-1-abcdef\journal-1.tmp)"}) {
+    plant(kCopy, kInside);
+    ASSERT_EQ(chmod(m_pc.HostPath(kFolder).c_str(), 0750), 0);
+    ASSERT_EQ(chmod(m_pc.HostPath(CString(kFolder) + path).c_str(), 0770), 0);
+    expectNotFollowed(path);
+  }
+  fs::remove(prefix);
   plant(kCopy, kInside);
   ASSERT_TRUE(fs::create_directory(m_pc.GetRoot() / "drive_c/kest-1-abcdef"));
   m_pc.Write(CString(kPrivate) + "journal-1.tmp", sealed_line::Seal("kest-journal\t1\t1\t5\tinstall Word Count") +

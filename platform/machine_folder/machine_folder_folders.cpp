@@ -1,9 +1,9 @@
 #include "platform/machine/listing_order.h"
+#include "platform/machine/shared_lock.h"
 #include "platform/machine_folder/folder_tree.h"
 #include "platform/machine_folder/host_listing.h"
 #include "platform/machine_folder/machine_folder.h"
 #include "platform/machine_folder/machine_folder_state.h"
-#include "platform/machine_folder/process_list.h"
 #include "platform/text/code_page.h"
 
 #include <algorithm>
@@ -410,22 +410,33 @@ WriterLock MachineFolder::LockWriter(std::int64_t milliseconds) {
     return {};
   }
   const std::int64_t end = MonotonicMilliseconds() + std::max<std::int64_t>(milliseconds, 0);
-  while (flock(state.lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK && errno != EINTR) {
-      (void)state.Fail(errno, state.hostFolder);
-      state.lock.Reset();
-      return {};
+  for (;;) {
+    int code = flock(state.lock.Get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+    const bool isPrefix = code == 0;
+    code = isPrefix ? state.LockPrefix(F_OFD_SETLK, state.prefixLock) : code;
+    if (code == 0) {
+      break;
     }
-    if (MonotonicMilliseconds() >= end) {
-      CString holder = FindLockHolder(state.rootIdentity);
-      (void)state.Fail(Kind::kInUse, state.hostFolder,
-                       (holder.empty() ? CString("another program") : holder) + " is changing this machine");
+    const bool isOver = MonotonicMilliseconds() >= end;
+    if ((code != EWOULDBLOCK && code != EINTR) || isOver) {
+      CString holder;
+      if (code == EWOULDBLOCK || code == EINTR) {
+        holder = GetWriter();
+        (void)state.Fail(Kind::kInUse, state.hostFolder,
+                         (holder.empty() ? CString("another program") : holder) + " is changing this machine");
+      } else {
+        (void)state.Fail(code, isPrefix ? CString(shared_lock::kFile) : state.hostFolder);
+      }
       state.lock.Reset();
       return {false, std::move(holder)};
+    }
+    if (isPrefix) {
+      flock(state.lock.Get(), LOCK_UN); // whoever else waits is not kept from it meanwhile
     }
     AllowBackgroundProcessing();
   }
   if (!state.IsTrashUsable()) {
+    state.prefixLock.Reset();
     state.lock.Reset();
     return {};
   }
@@ -440,12 +451,11 @@ void MachineFolder::SetBriefTrust(bool trusting) {
   m_state->GetFolders().SetTrusting(trusting || m_state->lockCount > 0);
 }
 
-CString MachineFolder::GetWriter() const { return FindLockHolder(m_state->rootIdentity); }
-
 void MachineFolder::UnlockWriter() {
   State& state = *m_state;
   if (state.lockCount > 0 && state.lockOwner == getpid() && --state.lockCount == 0) {
     state.GetFolders().SetTrusting(state.isTrustingBriefly);
+    state.prefixLock.Reset();
     state.lock.Reset();
   }
 }

@@ -90,6 +90,13 @@ public:
 
   // ---- whose it is
   [[nodiscard]] KnownMachines& GetKnown();
+  /// Of a prefix of Wine: keeps Windows programs from writing as long as `held` lives (F_OFD_SETLK), or asks whether
+  /// that could be (F_OFD_GETLK). 0, or an errno: EWOULDBLOCK while a Windows program writes.
+  [[nodiscard]] int LockPrefix(int command, HostDescriptor& held);
+  /// "a Windows program" while one of the prefix has the right to write.
+  [[nodiscard]] CString FindWindowsWriter();
+  /// Whether Wine made the folder, or brought it up to date, for the current user.
+  [[nodiscard]] bool IsPrefix() const;
 
   // ---- durability
   [[nodiscard]] bool SyncVolumes(const std::vector<CString>& paths);
@@ -114,6 +121,7 @@ public:
   std::vector<CString> fontResources;
   std::vector<CString> privateFolders; ///< made by this object; stored paths with trailing backslash
   HostDescriptor lock;
+  HostDescriptor prefixLock;
   int lockCount = 0;
   bool isTrustingBriefly = false;
   pid_t lockOwner = 0;

@@ -1,21 +1,96 @@
+#include "platform/machine/shared_lock.h"
+#include "platform/machine_folder/host_listing.h"
 #include "platform/machine_folder/machine_folder.h"
 #include "platform/machine_folder/machine_folder_state.h"
 #include "platform/machine_folder/process_list.h"
-
-#include <unistd.h>
 
 // Whose a machine folder is, what lies in it, and who is at work in it.
 
 namespace kest {
 
+namespace {
+
+/// What becomes of the same access list in a prefix: Wine gives the group what it gives the owner, and takes away what
+/// its umask does.
+constexpr mode_t kPrivateModeUnderWine = 0750;
+constexpr mode_t kOthersMayWrite = 0022;
+
+/// Whether a folder, and all below it, is the user's, and nobody else may write there.
+bool IsWrittenByUserAlone(int folder) {
+  struct stat info {};
+  if (fstat(folder, &info) != 0 || info.st_uid != geteuid() || (info.st_mode & kOthersMayWrite) != 0) {
+    return false;
+  }
+  bool isAlone = true;
+  const int code = ForEachEntry(folder, [&](const dirent& entry) {
+    isAlone = fstatat(folder, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 && info.st_uid == geteuid() &&
+              (S_ISREG(info.st_mode) || S_ISDIR(info.st_mode)) && (info.st_mode & kOthersMayWrite) == 0;
+    if (isAlone && S_ISDIR(info.st_mode)) {
+      const HostDescriptor below(openat(folder, entry.d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+      isAlone = below.IsOpen() && IsWrittenByUserAlone(below.Get());
+    }
+    return isAlone;
+  });
+  return code == 0 && isAlone;
+}
+
+} // namespace
+
 PrivateFolder MachineFolder::LookAtPrivateFolder(const CString& path) {
   FoundFolder folder;
   struct stat info {};
-  if (!m_state->FindFolder(path, folder, true) || fstat(folder.Get(), &info) != 0 || info.st_uid != geteuid() ||
-      (info.st_mode & 0777) != (kPrivateMode & 0777)) {
+  if (!m_state->FindFolder(path, folder, true) || fstat(folder.Get(), &info) != 0 || info.st_uid != geteuid()) {
     return PrivateFolder::kNo;
   }
-  return (info.st_mode & 07777) == kPrivateMode ? PrivateFolder::kYes : PrivateFolder::kUnmarked;
+  if ((info.st_mode & 07777) == kPrivateMode) {
+    return PrivateFolder::kYes;
+  }
+  if ((info.st_mode & 07777) == kPrivateModeUnderWine && m_state->IsPrefix()) {
+    // a Windows program cannot leave the mark; what it did leave tells, since nobody else can have written it
+    return IsWrittenByUserAlone(folder.Get()) ? PrivateFolder::kYes : PrivateFolder::kNo;
+  }
+  return (info.st_mode & 0777) == (kPrivateMode & 0777) ? PrivateFolder::kUnmarked : PrivateFolder::kNo;
+}
+
+bool MachineFolder::State::IsPrefix() const {
+  // the name of its server's folder, or the date of what Wine put there
+  struct stat info {};
+  return root.IsOpen() && fstatat(root.Get(), ".update-timestamp", &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+         S_ISREG(info.st_mode) && info.st_uid == geteuid();
+}
+
+int MachineFolder::State::LockPrefix(int command, HostDescriptor& held) {
+  FoundEntry file;
+  if (!FindEntry(shared_lock::kFile, file, true)) {
+    return AnswerForMiss() == Answer::kNo ? 0 : EIO;
+  }
+  if (!file.Exists()) {
+    return 0; // no Windows program runs where there is not even that
+  }
+  held = HostDescriptor(openat(file.folder.Get(), file.stored.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct flock range {};
+  range.l_type = F_RDLCK; // among machine folders the other lock decides
+  range.l_whence = SEEK_SET;
+  range.l_start = shared_lock::kAt;
+  range.l_len = 1;
+  int code = !held.IsOpen() ? errno : fcntl(held.Get(), command, &range) != 0 ? errno : 0;
+  if (held.IsOpen() && (code == EACCES || (command == F_OFD_GETLK && range.l_type != F_UNLCK))) {
+    code = EWOULDBLOCK;
+  }
+  if (code != 0) {
+    held.Reset();
+  }
+  return code;
+}
+
+CString MachineFolder::State::FindWindowsWriter() {
+  HostDescriptor file;
+  return LockPrefix(F_OFD_GETLK, file) == EWOULDBLOCK ? CString("a Windows program") : CString();
+}
+
+CString MachineFolder::GetWriter() const {
+  const CString holder = FindLockHolder(m_state->rootIdentity);
+  return holder.empty() ? m_state->FindWindowsWriter() : holder;
 }
 
 // Every operation makes a private folder in the temporary folder, and removes it at its end.
@@ -27,7 +102,7 @@ ChangeMark MachineFolder::GetChangeMark() {
   if (GetTempRoot(temp) && m_state->FindFolder(temp, folder, true) && fstat(folder.Get(), &info) == 0) {
     mark.state = std::to_string(info.st_mtim.tv_sec) + '.' + std::to_string(info.st_mtim.tv_nsec);
   }
-  mark.isChanging = m_state->lockCount == 0 && !FindLockHolder(m_state->rootIdentity).empty();
+  mark.isChanging = m_state->lockCount == 0 && !GetWriter().empty();
   return mark;
 }
 

@@ -1,4 +1,5 @@
 #include "platform/machine/listing_order.h"
+#include "platform/machine/shared_lock.h"
 #include "platform/text/code_page.h"
 #include "platform/windows/windows_machine_state.h"
 
@@ -134,6 +135,30 @@ bool IsForOne(ACL* list, const CString& user) {
     }
   }
   return list != nullptr;
+}
+
+bool TryLock(HANDLE mutex) {
+  const DWORD got = WaitForSingleObject(mutex, 0);
+  return got == WAIT_OBJECT_0 || got == WAIT_ABANDONED;
+}
+
+/// Keeps programs of the other system from changing the prefix as long as `file` is open. 0, ERROR_LOCK_VIOLATION while
+/// one does, or another error.
+DWORD LockPrefix(WindowsHandle& file) {
+  if (!IsWine()) {
+    return 0;
+  }
+  file = WindowsHandle(CreateFileW(ToWide(shared_lock::kFile).c_str(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
+                                   OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  OVERLAPPED at{};
+  at.Offset = shared_lock::kAt;
+  const bool isLocked =
+      file.IsOpen() && LockFileEx(file.Get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &at);
+  const DWORD code = isLocked ? 0 : ::GetLastError();
+  if (code != 0) {
+    file.Reset();
+  }
+  return code;
 }
 
 std::wstring VolumeOf(const std::wstring& path) {
@@ -388,16 +413,18 @@ ChangeMark WindowsMachine::GetChangeMark() {
 }
 
 CString WindowsMachine::GetWriter() const {
-  const WindowsHandle lock(m_state->lockCount > 0 ? nullptr : OpenMutexW(SYNCHRONIZE, FALSE, kWriterLock));
-  if (!lock.IsOpen()) {
+  if (m_state->lockCount > 0) {
     return {};
   }
-  const DWORD got = WaitForSingleObject(lock.Get(), 0);
-  if (got == WAIT_OBJECT_0 || got == WAIT_ABANDONED) {
+  const WindowsHandle lock(OpenMutexW(SYNCHRONIZE, FALSE, kWriterLock));
+  if (lock.IsOpen()) {
+    if (!TryLock(lock.Get())) {
+      return "another program";
+    }
     ReleaseMutex(lock.Get());
-    return {};
   }
-  return "another program";
+  WindowsHandle file;
+  return LockPrefix(file) == ERROR_LOCK_VIOLATION ? CString("a program outside the prefix") : CString();
 }
 
 WriterLock WindowsMachine::LockWriter(std::int64_t milliseconds) {
@@ -420,11 +447,18 @@ WriterLock WindowsMachine::LockWriter(std::int64_t milliseconds) {
   }
   const std::int64_t end = MonotonicMilliseconds() + std::max<std::int64_t>(milliseconds, 0);
   for (;;) {
-    const DWORD got = WaitForSingleObject(lock.Get(), 0);
-    if (got == WAIT_OBJECT_0 || got == WAIT_ABANDONED) {
-      break;
+    if (TryLock(lock.Get())) {
+      const DWORD code = LockPrefix(m_state->prefixLock);
+      if (code == 0) {
+        break;
+      }
+      ReleaseMutex(lock.Get());
+      if (code != ERROR_LOCK_VIOLATION) {
+        (void)m_state->Fail(code, shared_lock::kFile);
+        return {};
+      }
     }
-    if (got == WAIT_FAILED || MonotonicMilliseconds() >= end) {
+    if (MonotonicMilliseconds() >= end) {
       (void)m_state->Fail(Kind::kInUse, "C:\\", "another program is changing this machine");
       return {};
     }
@@ -437,6 +471,7 @@ WriterLock WindowsMachine::LockWriter(std::int64_t milliseconds) {
 
 void WindowsMachine::UnlockWriter() {
   if (m_state->lockCount > 0 && --m_state->lockCount == 0) {
+    m_state->prefixLock.Reset();
     ReleaseMutex(m_state->lock.Get());
     m_state->lock.Reset();
   }

@@ -79,6 +79,7 @@ public:
   MachineError error;
   std::vector<std::wstring> readOnlyFolders; ///< that a user opened for reading alone
   WindowsHandle lock;
+  WindowsHandle prefixLock; ///< under Wine alone
   int lockCount = 0;
 };
 

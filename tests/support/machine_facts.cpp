@@ -2,7 +2,9 @@
 
 #include "platform/text/sha256.h"
 
+#ifndef _WIN32
 #include <sys/stat.h>
+#endif
 
 namespace kest::test {
 
@@ -39,6 +41,7 @@ std::map<std::string, std::string> FactsOf(Machine& machine, const CString& fold
   return facts;
 }
 
+#ifndef _WIN32
 std::map<std::string, std::string> TracesOf(const std::filesystem::path& folder) {
   std::map<std::string, std::string> traces;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
@@ -52,5 +55,6 @@ std::map<std::string, std::string> TracesOf(const std::filesystem::path& folder)
   }
   return traces;
 }
+#endif
 
 } // namespace kest::test
