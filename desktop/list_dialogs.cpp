@@ -23,6 +23,14 @@ void SizeFor(QDialog* dialog) {
   dialog->setWindowModality(Qt::WindowModal);
 }
 
+/// Buttons with the one that leaves the dialog.
+QDialogButtonBox* MakeButtons(QDialogButtonBox::StandardButton leave, QDialog* dialog) {
+  auto* buttons = new QDialogButtonBox(leave, dialog);
+  buttons->button(leave)->setObjectName("cancelDialog");
+  QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+  return buttons;
+}
+
 } // namespace
 
 TextDialog::TextDialog(const QString& title, const QString& head, const QString& text, QWidget* parent)
@@ -38,12 +46,11 @@ TextDialog::TextDialog(const QString& title, const QString& head, const QString&
   body->setTabChangesFocus(true);
   body->setAccessibleName(title);
   column->addWidget(body, 1);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+  auto* buttons = MakeButtons(QDialogButtonBox::Close, this);
   QPushButton* const copy = buttons->addButton(tr("C&opy"), QDialogButtonBox::ActionRole);
   copy->setObjectName("copy");
   connect(copy, &QPushButton::clicked, this,
           [=] { QGuiApplication::clipboard()->setText(head + QStringLiteral("\n\n") + text); });
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   column->addWidget(buttons);
   SizeFor(this);
 }
@@ -69,7 +76,7 @@ HistoryDialog::HistoryDialog(const QList<HistoryFacts>& operations, QWidget* par
     m_list->resizeColumnToContents(which);
   }
   column->addWidget(m_list, 1);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+  auto* buttons = MakeButtons(QDialogButtonBox::Close, this);
   QPushButton* const undo = buttons->addButton(tr("&Undo this"), QDialogButtonBox::ActionRole);
   undo->setObjectName("undo");
   undo->setAutoDefault(false);
@@ -81,7 +88,6 @@ HistoryDialog::HistoryDialog(const QList<HistoryFacts>& operations, QWidget* par
     emit UndoWanted(m_list->currentItem()->data(0, Qt::UserRole).toInt());
     accept();
   });
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   column->addWidget(buttons);
   m_list->setCurrentItem(m_list->topLevelItem(0));
   SizeFor(this);
@@ -100,14 +106,13 @@ ImportDialog::ImportDialog(const QStringList& sources, const QString& target, QW
   column->addWidget(label);
   column->addWidget(m_sources);
   column->addWidget(m_list, 1);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
+  auto* buttons = MakeButtons(QDialogButtonBox::Cancel, this);
   QPushButton* const go = buttons->addButton(tr("&Import"), QDialogButtonBox::AcceptRole);
   go->setObjectName("go");
   go->setEnabled(false);
   connect(m_list, &QListWidget::itemChanged, go, [this, go] { go->setEnabled(!GetChosen().isEmpty()); });
   connect(m_sources, &QComboBox::currentTextChanged, this, &ImportDialog::SourceChosen);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   column->addWidget(buttons);
   SizeFor(this);
 }

@@ -71,18 +71,18 @@ desktop::MainWindow& WindowFixture::Open(const QString& folder) {
   return *m_window;
 }
 
+QAbstractButton* WindowFixture::FindShown(const QString& button) {
+  QAbstractButton* found = nullptr;
+  for (QDialog* dialog : m_window->findChildren<QDialog*>()) {
+    auto* one = dialog->findChild<QAbstractButton*>(button);
+    found = one != nullptr && dialog->isVisible() ? one : found;
+  }
+  return found;
+}
+
 bool WindowFixture::Click(const QString& button) {
   QAbstractButton* found = nullptr;
-  const bool isThere = QTest::qWaitFor(
-      [&] {
-        found = nullptr;
-        for (QDialog* dialog : m_window->findChildren<QDialog*>()) {
-          auto* one = dialog->findChild<QAbstractButton*>(button);
-          found = one != nullptr && dialog->isVisible() ? one : found;
-        }
-        return found != nullptr;
-      },
-      20000);
+  const bool isThere = QTest::qWaitFor([&] { return (found = FindShown(button)) != nullptr; }, 20000);
   if (isThere) {
     QTest::mouseClick(found, Qt::LeftButton, {},
                       found->layoutDirection() == Qt::LeftToRight ? QPoint(8, found->height() / 2)

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+class QAbstractButton;
+
 namespace kest::test {
 
 /// A sample machine with Tidemark Nova and Prism 4, packages to install, and a window on it.
@@ -26,6 +28,8 @@ public:
   [[nodiscard]] desktop::MainWindow& Window() { return *m_window; }
 
   template <class Widget> [[nodiscard]] Widget* Find(const QString& name) { return m_window->findChild<Widget*>(name); }
+  /// The button of that name in a dialog that is shown; null when there is none.
+  [[nodiscard]] QAbstractButton* FindShown(const QString& button);
   /// Waits for a dialog that has the button, and clicks it.
   bool Click(const QString& button);
   /// Waits until no operation is in progress and no dialog is open.

@@ -16,6 +16,9 @@
 #include <QTreeWidget>
 #include <QUrl>
 
+#include <csignal>
+#include <sys/resource.h>
+
 using namespace kest;
 using test::WindowFixture;
 
@@ -198,20 +201,55 @@ private slots:
 
   void names_every_control() {
     m_on->Open();
-    m_on->Window().InstallFiles({m_on->In("table-tools.kep")});
-    QTRY_VERIFY(m_on->Find<QPushButton>("go") != nullptr);
-    int controls = 0;
-    for (QWidget* widget : m_on->Window().findChildren<QWidget*>()) {
-      if (widget->focusPolicy() == Qt::NoFocus || !widget->isVisible()) {
-        continue;
+    const auto check = [this](const char* where, const char* close) {
+      QTRY_VERIFY2(close == nullptr || m_on->FindShown(close) != nullptr, where);
+      int controls = 0;
+      for (QWidget* widget : m_on->Window().findChildren<QWidget*>()) {
+        if (widget->focusPolicy() == Qt::NoFocus || !widget->isVisible()) {
+          continue;
+        }
+        QAccessibleInterface* face = QAccessible::queryAccessibleInterface(widget);
+        ++controls;
+        const QString name = QString("%1: %2 %3").arg(where, widget->metaObject()->className(), widget->objectName());
+        QVERIFY2(face != nullptr && !face->text(QAccessible::Name).isEmpty(), qPrintable(name));
+        if (auto* button = qobject_cast<QPushButton*>(widget)) {
+          QVERIFY2(button->width() >= button->minimumSizeHint().width() &&
+                       button->window()->rect().contains(button->mapTo(button->window(), button->rect().center())),
+                   qPrintable(name + " is cut off"));
+        }
       }
-      QAccessibleInterface* face = QAccessible::queryAccessibleInterface(widget);
-      ++controls;
-      QVERIFY2(face != nullptr && !face->text(QAccessible::Name).isEmpty(),
-               qPrintable(QString("%1 %2").arg(widget->metaObject()->className(), widget->objectName())));
+      QVERIFY(controls >= 4);
+      QVERIFY(close == nullptr || m_on->Click(close));
+    };
+    m_on->Window().InstallFiles({m_on->In("table-tools.kep")});
+    check("preview", "cancelDialog");
+    QVERIFY(m_on->WaitIdle() && m_on->Install(m_on->In("table-tools.kep")) && m_on->WaitIdle());
+    check("list", nullptr);
+    for (const char* dialog : {"remove", "history", "import"}) {
+      Trigger(dialog);
+      check(dialog, "cancelDialog");
+      QVERIFY(m_on->WaitIdle());
     }
-    QVERIFY(controls > 8);
-    QVERIFY(m_on->Click("cancelDialog"));
+  }
+
+  void leaves_nothing_where_there_is_no_room() {
+    const QByteArray before = m_on->Kest({"list", "--json"});
+    m_on->Open();
+    m_on->Window().InstallFiles({m_on->In("table-tools.kep")});
+    QTRY_VERIFY(m_on->FindShown("accept") != nullptr);
+    rlimit room{};
+    getrlimit(RLIMIT_FSIZE, &room);
+    const rlimit none{100, room.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &none), 0);
+    const bool isTold = m_on->Click("accept") && m_on->Click("go") && m_on->WaitForNotice("Nothing was changed");
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &room), 0);
+    QVERIFY2(isTold, qPrintable(m_on->Window().GetNotice()));
+    QVERIFY(m_on->WaitIdle());
+    QCOMPARE(m_on->Kest({"list", "--json"}), before);
+    QVERIFY(
+        !QFile::exists(m_on->In("pc/drive_c/Program Files/Kestrel/Tidemark 6/Configuration/Commands/table-tools.htm")));
+    QVERIFY2(m_on->Install(m_on->In("table-tools.kep")), qPrintable(m_on->Window().GetNotice()));
   }
 
   void fetches_nothing() {
