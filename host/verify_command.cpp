@@ -67,6 +67,7 @@ void Say(Session& session, const Installed& one, const VerifyReport& report) {
     text += fmt::format("nothing is missing; whether {} as installed is unknown, since {}\n",
                         report.files == 1 ? "it is" : "all is",
                         !report.answered             ? "the machine gives no answer"
+                        : report.damaged             ? "the record of its install is damaged, or of a later version"
                         : one.extension->IsEnabled() ? "its install was not recorded"
                                                      : "it is disabled");
   } else {
@@ -126,10 +127,12 @@ int RunVerify(Session& session) {
     all = std::move(chosen);
   }
   std::size_t bad = session.options.arguments.empty() ? TellLost(session, only) : 0;
+  std::size_t unanswered = 0;
   const std::size_t count = all.size() + bad;
   for (const Installed& one : all) {
     const VerifyReport report = session.GetManager().VerifyExtension(one.product, one.extension);
     bad += report.HasProblems() ? 1 : 0;
+    unanswered += report.answered ? 0 : 1;
     session.document["extensions"].push_back(ReportJson(session, one, report));
     if (!session.options.json) {
       Say(session, one, report);
@@ -145,6 +148,15 @@ int RunVerify(Session& session) {
                          "or leave it when "
                          "the change was yours",
                          0});
+  }
+  if (unanswered > 0) {
+    return session.Fail(kFailed, {fmt::format("{} extension{} could not be looked at as a whole", unanswered,
+                                              unanswered == 1 ? "" : "s"),
+                                  "the machine did not let all that is listed as unknown be read",
+                                  "nothing",
+                                  {},
+                                  "see that this user may read it, and try again",
+                                  0});
   }
   if (count == 0) {
     session.terminal.Notice(fmt::format("No extension is installed {} {}.", only ? "in" : "on",

@@ -89,7 +89,8 @@ CString FindDescription(const CString& fileName) {
   return GetPath(description, own) && text::EqualNoCase(own, path + fileName) ? description : CString();
 }
 
-Answer Read(const CString& description, Record& record) {
+Answer Read(const CString& description, Record& record, bool& damaged) {
+  damaged = false;
   CString path;
   CString content;
   Machine& machine = CKestOS::GetMachine();
@@ -113,12 +114,14 @@ Answer Read(const CString& description, Record& record) {
     StepRecord line;
     if (!sealed_line::Unseal(rest.substr(0, end), body) || !StepRecord::FromText(body, line) ||
         !Take(line, record, counted)) {
-      return machine.GetLastError().kind == MachineError::Kind::kNone ? Answer::kNo : Answer::kCannotTell;
+      damaged = machine.GetLastError().kind == MachineError::Kind::kNone;
+      return damaged ? Answer::kNo : Answer::kCannotTell;
     }
     ++lines;
   }
   const bool isWhole = rest.empty() && lines == counted && !record.files.empty() &&
                        text::EqualNoCase(record.files.front().first, description);
+  damaged = !isWhole;
   return isWhole ? Answer::kYes : Answer::kNo;
 }
 

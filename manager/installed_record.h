@@ -33,8 +33,8 @@ struct Record {
 [[nodiscard]] bool GetPath(const CString& description, CString& path);
 /// The description that a record of this file name is about, in any folder; empty when that cannot be told.
 [[nodiscard]] CString FindDescription(const CString& fileName);
-/// No when there is none, or it is damaged.
-[[nodiscard]] Answer Read(const CString& description, Record& record);
+/// No when there is none, or it is `damaged`.
+[[nodiscard]] Answer Read(const CString& description, Record& record, bool& damaged);
 
 /// The lines of a configuration file, without blanks at their ends.
 [[nodiscard]] std::vector<CString> SplitLines(std::string_view content);

@@ -56,7 +56,8 @@ bool FindWanted(RepairContext& context) {
   installed_record::Record record;
   std::unordered_map<CString, FileDigest> digests;
   if (report.recorded) {
-    if (!IsYes(installed_record::Read(context.extension.GetPath(), record))) {
+    bool damaged = false;
+    if (!IsYes(installed_record::Read(context.extension.GetPath(), record, damaged))) {
       context.state.FailByMachine(context.extension.GetPath(), "what its install left cannot be read again");
       return false;
     }
@@ -223,13 +224,15 @@ class Held {
 public:
   Held(const CString& path, const std::vector<CString>& missing) : m_missing(missing) {
     CString content;
-    static_cast<void>(CKestFile::ReadAll(path, content));
+    m_isKnown = CKestFile::ReadAll(path, content) || CKestOS::GetMachine().FileExists(path) == Answer::kNo;
     for (TagScan tag(content); tag.Next();) {
       if (const std::string_view id = tag.Get("id"); !id.empty()) {
         m_ids.insert(text::Lower(id));
       }
     }
   }
+  /// False: the file could not be looked at.
+  [[nodiscard]] bool IsKnown() const { return m_isKnown; }
   /// Whether the element, with all that it holds, is gone.
   [[nodiscard]] bool IsGone(const CKestXmlObject& object) const {
     CString xml;
@@ -260,6 +263,7 @@ private:
     }
     return false;
   }
+  bool m_isKnown = false;
   std::unordered_set<CString> m_ids;
   const std::vector<CString>& m_missing;
 };
@@ -316,8 +320,15 @@ bool PutEntries(RepairContext& context) {
     const auto wanted = std::find_if(context.lines.begin(), context.lines.end(), [&](const auto& one) {
       return text::EqualNoCase(one.first, JoinPath({configuration, relative}));
     });
-    if (set->HasSafePath() && wanted != context.lines.end() &&
-        KeepGone(context, *set, Held(wanted->first, wanted->second))) {
+    if (!set->HasSafePath() || wanted == context.lines.end()) {
+      continue;
+    }
+    const Held held(wanted->first, wanted->second);
+    if (!held.IsKnown()) {
+      context.state.FailByMachine(wanted->first, "it could not be read");
+      return false;
+    }
+    if (KeepGone(context, *set, held)) {
       part.AddConfigChanges(set.get());
       anything = true;
     }
@@ -325,9 +336,14 @@ bool PutEntries(RepairContext& context) {
   return !anything || ProcessChanges(context.state, context.product, part, CKestProduct::Enable);
 }
 
-/// Entries that somebody changed, or that could not be told from others.
-void NoteLeft(RepairContext& context) {
-  for (const auto& entry : context.state.owner.VerifyExtension(&context.product, &context.extension).entries) {
+/// Entries that somebody changed, or that could not be told from others. False when nothing can be told.
+bool NoteLeft(RepairContext& context) {
+  const VerifyReport report = context.state.owner.VerifyExtension(&context.product, &context.extension);
+  if (!report.answered) {
+    context.state.FailByMachine(context.extension.GetPath(), "what is still missing of it cannot be told");
+    return false;
+  }
+  for (const VerifyReport::Entry& entry : report.entries) {
     if (entry.state == Standing::kMissing && !entry.line.empty()) {
       ++context.left;
       context.state.Note({Failure::kOther, entry.path,
@@ -335,6 +351,7 @@ void NoteLeft(RepairContext& context) {
                           "put it back as well: --all", CString(), false});
     }
   }
+  return true;
 }
 
 } // namespace
@@ -365,8 +382,8 @@ int CKestExtensionManager::RepairExtension(const CKestProduct* product, CKestExt
     state.Fail(Failure::kOther, CString(), "the extension could not be repaired");
     return -1;
   }
-  if (!context.lines.empty()) {
-    NoteLeft(context);
+  if (!context.lines.empty() && !NoteLeft(context)) {
+    return -1;
   }
   if (context.left > 0 && !steps.HasSteps()) {
     state.Fail(Failure::kNotFound, extension->GetPath(), "nothing of what is missing could be put back", 0,

@@ -173,7 +173,7 @@ VerifyReport CKestExtensionManager::VerifyExtension(const CKestProduct* product,
     return report;
   }
   installed_record::Record record;
-  const Answer recorded = installed_record::Read(description, record);
+  const Answer recorded = installed_record::Read(description, record, report.damaged);
   report.recorded = IsYes(recorded);
   report.answered = report.answered && recorded != Answer::kCannotTell;
   if (!report.recorded) {

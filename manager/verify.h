@@ -25,6 +25,7 @@ struct KEST_API VerifyReport {
     State state = State::kAsInstalled; ///< how it stands
   };
   bool recorded = false;      ///< whether there is a record to compare with
+  bool damaged = false;       ///< there is one, which is cut short, changed or of a later version
   bool answered = true;       ///< false: the machine did not answer all that was asked, and kUnknown may come of that
   std::size_t files = 0;      ///< files looked at, the description among them
   std::size_t lines = 0;      ///< entries of configuration files looked at

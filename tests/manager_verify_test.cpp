@@ -1,5 +1,6 @@
 #include "description/extension.h"
 #include "manager/verify.h"
+#include "platform/machine/forwarding_machine.h"
 #include "platform/machine/os.h"
 #include "support/config_on_machine.h"
 #include "support/kest_fixture.h"
@@ -141,6 +142,33 @@ TEST_F(VerifyTest, WhatLiesThereIsRecordedAndNotWhatThePackageHeld) {
   check();
 }
 
+/// Files that match cannot be opened.
+class UnreadMachine : public ForwardingMachine {
+public:
+  UnreadMachine(Machine& next, const char* what) : ForwardingMachine(next), m_what(what) {}
+
+protected:
+  bool Allow(const Call& call) override { return call.path == nullptr || call.path->find(m_what) == CString::npos; }
+
+private:
+  const char* m_what;
+};
+
+TEST_F(VerifyTest, WhatCannotBeReadIsNeitherRightNorRepaired) {
+  edit("Extensions.txt", [](std::string& text) { text.erase(text.find(",SHTML"), 6); });
+  for (const char* what : {".record", "Extensions.txt", "tool.htm"}) {
+    SCOPED_TRACE(what);
+    UnreadMachine machine(m_pc.Get(), what);
+    const MachineSnapshot before = m_pc.Snapshot();
+    CKestOS::SetMachine(&machine);
+    EXPECT_FALSE(verify().answered);
+    EXPECT_EQ(m_manager->RepairExtension(nova(), find("Tool"), {}), -1);
+    CKestOS::SetMachine(&m_pc.Get());
+    EXPECT_EQ(m_pc.Snapshot(), before);
+    EXPECT_FALSE(report().problems.empty());
+  }
+}
+
 TEST_F(VerifyTest, WithoutAWholeRecordNothingIsAsInstalled) {
   std::string record;
   for (const auto& entry : std::filesystem::directory_iterator(m_pc.HostPath("C:\\ProgramData\\Kest\\installed"))) {
@@ -152,7 +180,7 @@ TEST_F(VerifyTest, WithoutAWholeRecordNothingIsAsInstalled) {
     std::ofstream(record, std::ios::binary) << damaged;
     const VerifyReport report = verify();
     EXPECT_FALSE(report.recorded);
-    EXPECT_TRUE(report.answered);
+    EXPECT_TRUE(report.answered && report.damaged);
     EXPECT_FALSE(report.HasProblems());
     ASSERT_EQ(report.entries.size(), 3u);
     EXPECT_EQ(report.entries[0].state, Standing::kUnknown);

@@ -40,6 +40,9 @@ CrashTrials::CrashTrials(const TriedOperation& operation, int every) : m_operati
     (isChanges ? m_changes : m_calls) = engine.machine().calls();
   }
   m_done = look();
+  if (!m_done.missing.empty() && !m_operation.name.starts_with("undo-")) {
+    throw std::runtime_error(m_operation.name + ": " + m_done.missing);
+  }
   if (m_old.state.difference(m_done.state).empty()) {
     throw std::runtime_error(m_operation.name + " changes nothing");
   }
@@ -48,11 +51,7 @@ CrashTrials::CrashTrials(const TriedOperation& operation, int every) : m_operati
 CrashTrials::Side CrashTrials::look() {
   EngineRun engine(m_pc.root());
   engine.start();
-  const std::string missing = engine.missingFiles();
-  if (!missing.empty()) {
-    throw std::runtime_error(m_operation.name + ": " + missing);
-  }
-  return {m_pc.state(), engine.catalogue()};
+  return {m_pc.state(), engine.catalogue(), engine.missingFiles()};
 }
 
 void CrashTrials::refresh() {
@@ -92,7 +91,8 @@ CrashTrials::Outcome CrashTrials::judge(Tally& tally, const std::string& where) 
   }
   ++(outcome == Outcome::kOld ? tally.old : tally.done);
   const std::string missing = engine.missingFiles();
-  if (engine.catalogue() != (outcome == Outcome::kOld ? m_old : m_done).catalogue || !missing.empty()) {
+  const Side& expected = outcome == Outcome::kOld ? m_old : m_done;
+  if (engine.catalogue() != expected.catalogue || missing != expected.missing) {
     ++tally.wrongCatalogues;
     complain(where, "the catalogue does not agree; " + missing);
   }

@@ -42,6 +42,7 @@ private:
   struct Side {
     PcState state;
     std::vector<std::string> catalogue;
+    std::string missing; ///< files of enabled extensions
   };
   enum class Outcome { kOld, kDone, kMixed };
 

@@ -207,10 +207,13 @@ std::vector<TriedOperation> GetTriedOperations(int files) {
   });
   repair.prepare = [prepare = repair.prepare](EngineRun& engine) {
     prepare(engine);
-    for (const char* file :
-         {"Commands\\tool0.htm", "Shared\\Tool\\pages\\page1.htm", "Shared\\Tool\\pages\\page2.htm"}) {
-      write(kConfiguration + CString(file), "somebody's");
-    }
+    must(CKestOS::GetMachine().RemoveTree(kConfiguration + CString("Shared\\Tool\\pages")), "remove a folder");
+    write(kConfiguration + CString("Commands\\tool0.htm"), "somebody's");
+    const CString menus = kConfiguration + CString("Menus\\Menus.xml");
+    CString content;
+    must(CKestFile::ReadAll(menus, content), "read the menus");
+    const std::size_t line = content.rfind('\n', content.find("\"Tool_Two\""));
+    write(menus, content.erase(line, content.find('\n', line + 1) - line));
     write(kConfiguration + CString("Extensions.txt"), "HTM,HTML:All Documents\r\n");
   };
   all.push_back(std::move(repair));
