@@ -1,6 +1,7 @@
 # `cpack` in a build for Windows: a ZIP to unpack anywhere, and an installer that registers the two kinds of files.
 find_program(KEST_MAKENSIS makensis)
 set(CPACK_GENERATOR ZIP)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON) # what a user needs; else it holds the headers as well
 if(KEST_MAKENSIS)
   list(APPEND CPACK_GENERATOR NSIS64)
 endif()
@@ -10,9 +11,9 @@ set(CPACK_RESOURCE_FILE_LICENSE "${CMAKE_SOURCE_DIR}/LICENSE")
 set(CPACK_NSIS_PACKAGE_NAME Kest)
 set(CPACK_NSIS_DISPLAY_NAME "Kest ${PROJECT_VERSION}")
 set(CPACK_NSIS_MODIFY_PATH ON)
-# a program of 64 bits itself: some systems, Wine among them, may have no other
-set(CPACK_NSIS_DEFINES "Target amd64-unicode")
-set(CPACK_NSIS_ENABLE_UNINSTALL_BEFORE_INSTALL ON)
+# A program of 64 bits itself: some systems, Wine among them, may have no other. CPack has no word of its own for that, and
+# hands this one on as it stands.
+set(CPACK_NSIS_COMPRESSOR "lzma\n  Target amd64-unicode")
 # A package opens in a window that stays, so that what was asked and told can be read. The uninstaller takes back the
 # names of extensions only as long as they still lead here.
 set(install_lines)

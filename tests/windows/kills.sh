@@ -38,12 +38,13 @@ launch() { # PROGRAM WORDS...
 }
 until_begun() { until compgen -G "$temp/kest-*" > /dev/null || ! kill -0 "$victim" 2> /dev/null; do pause 1000; done; }
 total=0 mixed=0 middle=0 undone=0
-kest_native install "$package" $agreed || told
-kest_exe uninstall Umlauts -y || told
+kest_exe install "$package" $agreed || told
 for entry in "${kinds[@]}"; do
   IFS='|' read -r kind before words <<< "$entry"
   read -ra before <<< "$before"
   read -ra words <<< "$words"
+  kest_native uninstall Umlauts -y || true # installed or disabled, or not there
+  kest_native install "$package" $agreed || told
   kest_native "${before[@]}" || true # it may be so already
   without_dates > "$work/before"
   for program in native exe; do # how long it takes, and from when to when its folder lies there
