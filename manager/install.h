@@ -44,6 +44,7 @@ struct Context {
   bool overwriteAll = false;
   std::unordered_set<CString> keep{};            ///< destinations that the user wants left alone
   std::unordered_set<CString> existing{};        ///< destinations that hold a file
+  std::vector<CString> originals{};              ///< those of them of which a copy is kept for the uninstall
   std::unordered_map<CString, int> sourceUses{}; ///< steps that use a source, by lower-case path
   std::unordered_set<CString> writableFolders{}; ///< folders in which a new file may be made
   std::map<CString, CString> configuration{};    ///< configuration files to be changed, with what they held before

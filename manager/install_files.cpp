@@ -4,6 +4,7 @@
 #include "journal/private_steps.h"
 #include "journal/whole_folder_steps.h"
 #include "manager/install.h"
+#include "manager/originals.h"
 #include "platform/machine/os.h"
 #include "platform/machine/user_help.h"
 
@@ -352,6 +353,16 @@ bool GatherCopies(Context& context, Pass& pass) {
   return true;
 }
 
+/// What the pass is to replace and no extension put there is kept for the uninstall. What an uninstall leaves is not.
+bool KeepOriginals(Context& context, const Pass& pass) {
+  for (const Planned& planned : pass.planned) {
+    if (!planned.isFolder && !planned.deferred && !planned.stays && context.existing.contains(planned.path)) {
+      context.originals.push_back(planned.path);
+    }
+  }
+  return context.originals.empty() || Originals::Keep(context.state, context.product, context.originals);
+}
+
 /// The steps are ready to be run; else the user is told, in the name of the first file that they were to place.
 bool PlanSteps(Context& context, std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps) {
   CKestExtensionManager::State& state = context.state;
@@ -491,7 +502,7 @@ bool ConvertExtension(Context& context) {
 bool CopyFiles(Context& context) {
   CountSources(context);
   Pass pass;
-  if (!GatherCopies(context, pass)) {
+  if (!GatherCopies(context, pass) || !KeepOriginals(context, pass)) {
     return false;
   }
   pass.steps.push_back(MakeDescriptionStep(context));

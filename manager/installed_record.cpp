@@ -8,6 +8,7 @@
 #include "journal/step_record.h"
 #include "journal/whole_folder_steps.h"
 #include "manager/changes.h"
+#include "manager/originals.h"
 #include "platform/machine/file.h"
 #include "platform/machine/os.h"
 #include "platform/text/sealed_line.h"
@@ -40,11 +41,12 @@ bool Take(const StepRecord& line, Record& record, std::size_t& counted) {
   if (!RecordJudge::IsTarget(path, Reach())) {
     return false;
   }
-  if (line.GetKind() == "file") {
+  if (line.GetKind() == "file" || line.GetKind() == "original") {
     FileDigest digest{0, line.Get("hash")};
     const CString size = line.Get("size");
-    record.files.emplace_back(path, std::move(digest));
-    return std::from_chars(size.data(), size.data() + size.size(), record.files.back().second.size).ec == std::errc();
+    auto& list = line.GetKind() == "file" ? record.files : record.originals;
+    list.emplace_back(path, std::move(digest));
+    return std::from_chars(size.data(), size.data() + size.size(), list.back().second.size).ec == std::errc();
   }
   if (line.GetKind() == "folder") {
     record.folders.push_back(path);
@@ -252,6 +254,20 @@ bool AddFiles(Context& context, UnpackedDigests& unpacked, Lines& lines) {
   return true;
 }
 
+bool AddOriginals(const Context& context, Lines& lines) {
+  for (const CString& path : context.originals) {
+    FileDigest digest;
+    CString copy;
+    if (Originals::GetCopy(path, copy) && CKestOS::FileExists(copy)) {
+      if (!DigestFile(copy, digest)) {
+        return false;
+      }
+      lines.Add("original", {{"path", path}, {"size", std::to_string(digest.size)}, {"hash", digest.hash}});
+    }
+  }
+  return true;
+}
+
 bool AddConfiguration(const Context& context, Lines& lines) {
   for (const auto& [path, before] : context.configuration) {
     CString after;
@@ -292,7 +308,7 @@ bool Gather(Context& context, CString& content) {
       lines.Add("folder", {{"path", folder}});
     }
   }
-  if (!AddConfiguration(context, lines)) {
+  if (!AddOriginals(context, lines) || !AddConfiguration(context, lines)) {
     return false;
   }
   installed_record::AddLine(lines.content, "end", {{"lines", std::to_string(lines.count + 1)}});

@@ -24,6 +24,8 @@ struct Line {
 struct Record {
   std::vector<std::pair<CString, FileDigest>> files; ///< path and content; the description is the first
   std::vector<CString> folders;                      ///< those that the install made
+  /// Files that stood where it placed its own, with their content; copies are kept for the uninstall.
+  std::vector<std::pair<CString, FileDigest>> originals;
   std::vector<Line> lines;
 };
 

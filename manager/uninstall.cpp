@@ -15,7 +15,7 @@ namespace {
 using Failure = OperationReport::Failure;
 
 // the files of a disabled extension are gone already, and so are its changes
-constexpr Phase kPhases[] = {CheckConfiguration, CheckFiles,         ConvertExtension, DeleteFiles,
+constexpr Phase kPhases[] = {CheckConfiguration, CheckOriginals,     CheckFiles,     ConvertExtension, DeleteFiles,
                              CleanUpFolders,     DeleteDescriptions, TakeBackChanges};
 constexpr Phase kPhasesOfDisabled[] = {DeleteDescriptions};
 
@@ -81,7 +81,7 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
       context.state.FailByMachine(path, "it cannot be looked at");
       return false;
     }
-    return presence == Answer::kNo || visit(file, path);
+    return (presence == Answer::kNo && !context.originals.Has(path)) || visit(file, path);
   });
 }
 
@@ -229,6 +229,36 @@ bool CheckConfiguration(Context& context) {
   return MayChangeConfiguration(context.state, context.product, context.extension);
 }
 
+bool CheckOriginals(Context& context) {
+  CKestExtensionManager::State& state = context.state;
+  installed_record::Record record;
+  if (!context.originals.Find(state)) {
+    return false;
+  }
+  if (!installed_record::Read(context.extension.GetPath(), record)) {
+    return true;
+  }
+  for (const auto& [path, noted] : record.originals) {
+    CString copy;
+    FileDigest found;
+    if (context.originals.Has(path)) {
+      if (!Originals::GetCopy(path, copy) || !DigestFile(copy, found)) {
+        state.FailByMachine(path, "the copy of what stood there before the extension cannot be read");
+        return false;
+      }
+      if (found == noted) {
+        continue;
+      }
+    }
+    context.originals.Forget(path);
+    const CString lost =
+        "the file that stood there before this extension does not come back: its copy is gone or changed";
+    state.Note({Failure::kOther, path, lost, 0, CString(), CString(), false});
+    state.Ui().NoticeText(Message{0}, path + ": " + lost + '.');
+  }
+  return true;
+}
+
 bool CheckFiles(Context& context) {
   References references(context.state, &context.product, &context.extension);
   return ForEachPlace(context, [&](const CKestExtensionFile& file, const CString& path) {
@@ -263,14 +293,17 @@ bool DeleteFiles(Context& context) {
   std::vector<FilesOfFolder> folders;
   std::unordered_map<CString, std::size_t> known;
   std::unordered_set<CString> planned;
+  std::vector<CString> returning;
   const bool looked = ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
     if (const auto why = WhyKept(file, path, references)) {
       state.report.kept.push_back({path, *why, HolderOf(*why, path, references)});
       context.Advance();
-    } else if (planned.insert(text::Lower(path)).second) {
+    } else if (const bool isNew = planned.insert(text::Lower(path)).second; isNew && context.originals.Has(path)) {
+      returning.push_back(path);
+    } else if (isNew) {
       const CString folder = WithoutBackslash(CKestPath(path).GetFolder());
-      const auto [place, isNew] = known.try_emplace(text::Lower(folder), folders.size());
-      if (isNew) {
+      const auto [place, isNewFolder] = known.try_emplace(text::Lower(folder), folders.size());
+      if (isNewFolder) {
         folders.push_back({folder, {}, {}});
         context.folders.push_back(folder);
       }
@@ -302,6 +335,12 @@ bool DeleteFiles(Context& context) {
     }
   }
   state.journal.EndPass();
+  for (const CString& path : returning) {
+    if (state.IsCancelled() || !context.originals.PutBack(state, path)) {
+      return false;
+    }
+    context.Advance();
+  }
   return true;
 }
 

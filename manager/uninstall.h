@@ -2,6 +2,7 @@
 
 #include "description/extension.h"
 #include "manager/operation_scope.h"
+#include "manager/originals.h"
 #include "manager/references.h"
 
 namespace kest::uninstall {
@@ -30,6 +31,7 @@ struct Context {
   // ---- found
   std::vector<CString> folders{};            ///< of the files that went, each once, in order
   std::unordered_set<CString> goneFolders{}; ///< those of them that went as a whole, in lower case
+  Originals originals{};                     ///< what stood there before its files
   int position = 0;
   bool waiting = true; ///< the busy display is on
 
@@ -39,10 +41,12 @@ struct Context {
 
 using Phase = bool (*)(Context&);
 
+/// What is to come back is there and as it was; else the user is told before anything is changed.
+bool CheckOriginals(Context&);
 bool CheckConfiguration(Context&); ///< what is to be changed back may be
 bool CheckFiles(Context&);         ///< every file that is to go can go
 bool ConvertExtension(Context&);
-bool DeleteFiles(Context&);        ///< and notes their folders
+bool DeleteFiles(Context&);        ///< or puts back what stood there; notes their folders
 bool CleanUpFolders(Context&);     ///< those that are empty now
 bool DeleteDescriptions(Context&); ///< with the record of its install, and the copies set aside when asked
 bool TakeBackChanges(Context&);

@@ -2,6 +2,8 @@
 #include "platform/machine/os.h"
 #include "support/kest_fixture.h"
 
+#include <fstream>
+
 namespace kest::test {
 namespace {
 
@@ -66,6 +68,48 @@ TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
   EXPECT_EQ(m_pc.Read(kConfiguration + "Extensions.txt"), untouched);
   m_pc.Write(kConfiguration + "Extensions.txt", untouched); // an edited file has a date of its own
   expectUntouched(before);
+}
+
+TEST_F(EnableTest, WhatStoodThereBeforeComesBackWithTheLastOfItsReplacements) {
+  const std::string path = kCommands + "tool.htm";
+  const std::string copies = "C:\\ProgramData\\Kest\\installed\\";
+  m_pc.Write(path, "the product's own");
+  const MachineSnapshot before = m_pc.Snapshot();
+  const auto is = [&](const char* content) { return m_pc.Read(path) == content; };
+  m_host.accept().answer(Message::kExistingEqual, kAll);
+  ASSERT_NE(tryInstall(pack(tool())), nullptr);
+  EXPECT_TRUE(is("tool"));
+  ASSERT_EQ(disable(find("Tool")), 0);
+  EXPECT_TRUE(is("the product's own"));
+  ASSERT_EQ(enable(find("Tool")), 0);
+  EXPECT_TRUE(is("tool"));
+  ASSERT_EQ(manager().UndoOperation(0), 0);
+  EXPECT_TRUE(is("the product's own"));
+  ASSERT_EQ(manager().UndoOperation(0), 0);
+  EXPECT_TRUE(is("tool"));
+  restart();
+  ASSERT_NE(tryInstall(pack(tool().version("2.0"))), nullptr) << "over the version that is there";
+  EXPECT_TRUE(is("tool"));
+  std::filesystem::remove(m_pc.HostPath(path));
+  restart();
+  ASSERT_EQ(uninstall(find("Tool")), 0);
+  EXPECT_TRUE(is("the product's own")) << "whoever removed the extension's file";
+  m_pc.Write(kConfiguration + "Extensions.txt", "HTM,HTML:HTML Documents\r\nTXT:Text Files\r\n");
+  m_pc.Write(path, "the product's own");
+  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
+  // the copy is not what was noted
+  ASSERT_NE(tryInstall(pack(tool())), nullptr);
+  for (const auto& entry : std::filesystem::directory_iterator(m_pc.HostPath(copies))) {
+    if (entry.path().extension() == ".original") {
+      std::ofstream(entry.path()) << "something else";
+    }
+  }
+  m_host.clear();
+  ASSERT_EQ(uninstall(find("Tool")), 0);
+  EXPECT_FALSE(m_pc.Exists(path));
+  ASSERT_EQ(report().problems.size(), 1u);
+  EXPECT_EQ(report().problems[0].path, path);
+  EXPECT_FALSE(report().problems[0].fatal);
 }
 
 TEST_F(EnableTest, ANameTakenAmongTheDisabledIsLeftToItsOwnerUnderANewName) {
