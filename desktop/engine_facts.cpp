@@ -205,7 +205,9 @@ RemovalFacts FactsOf(const UninstallPreview& preview) {
     if (file.stays) {
       facts.stays += WithNote(Shown(file.path), WhyItStays(file.why, file.holder));
     } else {
-      facts.goes += Shown(file.path);
+      facts.goes += file.returns ? WithNote(Shown(file.path), QStringLiteral("what stood there before comes back"))
+                    : file.lostOriginal ? WithNote(Shown(file.path), QStringLiteral("what stood there before is lost"))
+                                        : Shown(file.path);
     }
   }
   for (const CString& path : preview.missing) {

@@ -35,6 +35,12 @@ std::string WhyItStays(const UninstallPreview::Entry& entry) {
   return "kept";
 }
 
+std::string WhatStoodThere(const UninstallPreview::Entry& entry) {
+  return entry.returns        ? " (what stood there before comes back)"
+         : entry.lostOriginal ? " (what stood there before does not come back: its copy is gone or changed)"
+                              : "";
+}
+
 // Names the target first: extension, product, machine, user.
 void SayTarget(Session& session, const char* verb, const Installed& one) {
   session.terminal.Notice(fmt::format("{} {} in {} on {}, user {}", verb,
@@ -67,13 +73,18 @@ void SayPreview(Session& session, const UninstallPreview& preview) {
       session.terminal.Notice(fmt::format("{}: {} file{}", folder, count, count == 1 ? "" : "s"));
     }
     session.terminal.Notice("  Each of them with --verbose.");
+    for (const UninstallPreview::Entry& entry : preview.files) {
+      if (entry.lostOriginal) {
+        session.terminal.Notice(fmt::format("  goes   {}{}", Shown(entry.path), WhatStoodThere(entry)));
+      }
+    }
     return SayPreviewEnd(session, preview);
   }
   for (const UninstallPreview::Entry& entry : preview.files) {
     if (entry.stays) {
       session.terminal.Notice(fmt::format("  stays  {} ({})", Shown(entry.path), WhyItStays(entry)));
     } else {
-      session.terminal.Notice(fmt::format("  goes   {}", Shown(entry.path)));
+      session.terminal.Notice(fmt::format("  goes   {}{}", Shown(entry.path), WhatStoodThere(entry)));
     }
   }
   SayPreviewEnd(session, preview);

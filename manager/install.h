@@ -1,7 +1,9 @@
 #pragma once
 
 #include "description/extension.h"
+#include "journal/file_digest.h"
 #include "manager/operation_scope.h"
+#include "manager/originals.h"
 #include "manager/placement.h"
 #include "platform/package/package.h"
 
@@ -42,9 +44,12 @@ struct Context {
   std::unique_ptr<CKestExtension> extension{};
   int userType = 0;
   bool overwriteAll = false;
-  std::unordered_set<CString> keep{};            ///< destinations that the user wants left alone
-  std::unordered_set<CString> existing{};        ///< destinations that hold a file
-  std::vector<CString> originals{};              ///< those of them of which a copy is kept for the uninstall
+  std::unordered_set<CString> keep{};           ///< destinations that the user wants left alone
+  std::unordered_set<CString> existing{};       ///< destinations that hold a file
+  std::unordered_set<CString> readOnly{};       ///< those of them that had the mark
+  std::vector<Originals::Replaced> originals{}; ///< those of them of which a copy is kept for the uninstall
+  /// What stood where the version that is replaced had its files, by lower-case path: the user agreed to it then.
+  std::unordered_map<CString, FileDigest> agreed{};
   std::unordered_map<CString, int> sourceUses{}; ///< steps that use a source, by lower-case path
   std::unordered_set<CString> writableFolders{}; ///< folders in which a new file may be made
   std::map<CString, CString> configuration{};    ///< configuration files to be changed, with what they held before

@@ -1,5 +1,6 @@
 #include "journal/catalogue_steps.h"
 #include "manager/install.h"
+#include "manager/installed_record.h"
 #include "manager/operation_scope.h"
 #include "platform/machine/os.h"
 #include "platform/text/path.h"
@@ -57,6 +58,11 @@ bool ReplaceNamesake(Context& context, CKestExtension& existing) {
   }
   const CString name = existing.GetName();
   const CString version = existing.GetVersion().ToText();
+  if (installed_record::Record record; IsYes(installed_record::Read(existing.GetPath(), record))) {
+    for (auto& [path, digest] : record.originals) {
+      context.agreed.emplace(text::Lower(path), std::move(digest));
+    }
+  }
   if (RunStep<CInstallRemoveExtension>(context.state.journal, &context.state.owner, context.product, &existing) != 0) {
     context.state.Fail(Failure::kOther, existing.GetPath(), "the installed extension could not be taken out");
     return false;

@@ -4,7 +4,6 @@
 #include "journal/private_steps.h"
 #include "journal/whole_folder_steps.h"
 #include "manager/install.h"
-#include "manager/originals.h"
 #include "platform/machine/os.h"
 #include "platform/machine/user_help.h"
 
@@ -78,6 +77,16 @@ Next AskOverwrite(Context& context, const FilePlace& place) {
   default:
     return Next::kGoOn;
   }
+}
+
+/// The file is what the same extension replaced before, and what its disabling or replacement has just brought back.
+bool WasAgreedTo(const Context& context, const CString& path) {
+  if (!context.enroll) {
+    return Originals::IsKept(path);
+  }
+  const auto found = context.agreed.find(text::Lower(path));
+  FileDigest digest;
+  return found != context.agreed.end() && DigestFile(path, digest) && digest == found->second;
 }
 
 bool MayUpdate(Context& context, const CString& path, bool exists) {
@@ -174,15 +183,21 @@ Next CheckFile(Context& context, const FilePlacement::Resolver& resolver, const 
   if (exists) {
     context.existing.insert(path);
   }
-  if (exists && !context.overwriteAll) {
+  if (exists && !context.overwriteAll && !WasAgreedTo(context, path)) {
     const Next answer = AskOverwrite(context, place);
     if (answer != Next::kGoOn) {
       return answer;
     }
   }
-  if (exists && CKestOS::IsFileReadOnly(path) && AppendMakeWritable(&context.state.journal, path) != 0) {
-    context.state.FailByMachine(path, "its read-only mark cannot be taken off");
-    return Next::kEnd;
+  if (exists) {
+    const Answer hasMark = CKestOS::GetMachine().IsFileReadOnly(path);
+    if (hasMark == Answer::kYes) {
+      context.readOnly.insert(path);
+    }
+    if (hasMark == Answer::kCannotTell || AppendMakeWritable(&context.state.journal, path) != 0) {
+      context.state.FailByMachine(path, "its read-only mark cannot be taken off");
+      return Next::kEnd;
+    }
   }
   return IsSystemPlace(file) || FreeDestination(context, path, exists) ? Next::kGoOn : Next::kEnd;
 }
@@ -353,11 +368,15 @@ bool GatherCopies(Context& context, Pass& pass) {
   return true;
 }
 
-/// What the pass is to replace and no extension put there is kept for the uninstall. What an uninstall leaves is not.
-bool KeepOriginals(Context& context, const Pass& pass) {
-  for (const Planned& planned : pass.planned) {
-    if (!planned.isFolder && !planned.deferred && !planned.stays && context.existing.contains(planned.path)) {
-      context.originals.push_back(planned.path);
+/// What is to be replaced and no extension put there is kept for the uninstall, unless that leaves the file.
+bool KeepOriginals(Context& context) {
+  std::unordered_set<CString> known;
+  auto place = context.places.begin();
+  for (const CKestExtensionFile& file : context.extension->GetFiles()) {
+    const CString& path = (place++)->destination.GetText();
+    if (context.existing.contains(path) && !context.keep.contains(path) && !file.IsSystemFile() && !IsFontPlace(file) &&
+        !IsSystemPlace(file) && known.insert(text::Lower(path)).second) {
+      context.originals.push_back({path, context.readOnly.contains(path)});
     }
   }
   return context.originals.empty() || Originals::Keep(context.state, context.product, context.originals);
@@ -502,7 +521,7 @@ bool ConvertExtension(Context& context) {
 bool CopyFiles(Context& context) {
   CountSources(context);
   Pass pass;
-  if (!GatherCopies(context, pass) || !KeepOriginals(context, pass)) {
+  if (!GatherCopies(context, pass) || !KeepOriginals(context)) {
     return false;
   }
   pass.steps.push_back(MakeDescriptionStep(context));

@@ -243,7 +243,8 @@ bool AddFiles(Context& context, UnpackedDigests& unpacked, Lines& lines) {
   for (const CKestExtensionFile& file : context.extension->GetFiles()) {
     const FilePlace& place = *next++;
     const CString& path = place.destination.GetText();
-    if (place.result != FilePlace::kResolved || place.unsafe || context.keep.count(path) != 0 || file.IsSystemFile()) {
+    if (place.result != FilePlace::kResolved || place.unsafe || context.keep.count(path) != 0 || file.IsSystemFile() ||
+        text::ContainsNoCase(file.GetDestination(), "$system")) { // those wait for the log-on
       continue;
     }
     FileDigest digest;
@@ -255,15 +256,13 @@ bool AddFiles(Context& context, UnpackedDigests& unpacked, Lines& lines) {
 }
 
 bool AddOriginals(const Context& context, Lines& lines) {
-  for (const CString& path : context.originals) {
+  for (const Originals::Replaced& file : context.originals) {
     FileDigest digest;
     CString copy;
-    if (Originals::GetCopy(path, copy) && CKestOS::FileExists(copy)) {
-      if (!DigestFile(copy, digest)) {
-        return false;
-      }
-      lines.Add("original", {{"path", path}, {"size", std::to_string(digest.size)}, {"hash", digest.hash}});
+    if (!Originals::GetCopy(file.path, copy) || !DigestFile(copy, digest)) {
+      return false;
     }
+    lines.Add("original", {{"path", file.path}, {"size", std::to_string(digest.size)}, {"hash", digest.hash}});
   }
   return true;
 }
@@ -347,6 +346,11 @@ bool NoteConfiguration(Context& context) {
 bool RecordInstalled(Context& context) {
   CString content;
   if (!Gather(context, content) || !Place(context, content)) {
+    if (!context.originals.empty()) {
+      context.state.FailByMachine(context.originals.front().path,
+                                  "it could not be noted for the uninstall what stood there");
+      return false;
+    }
     context.state.Note({OperationReport::Failure::kOther, CString(),
                         "what was installed could not be recorded: it cannot be verified later", 0, CString(),
                         CString(), false});

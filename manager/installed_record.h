@@ -49,7 +49,8 @@ namespace install {
 
 /// Reads the configuration files that are about to be changed.
 bool NoteConfiguration(Context&);
-/// Writes the record as a step of the install; one that cannot be written is only noted.
+/// Writes the record as a step of the install; one that cannot be written is only noted, unless the uninstall needs
+/// it to bring something back.
 bool RecordInstalled(Context&);
 
 } // namespace install

@@ -68,9 +68,9 @@ struct OperationReport {
   CString replacedVersion;                ///< its version, dotted
   long undoes = 0;                        ///< of an undo: the number of the operation that it takes back
 
-  std::vector<CString> created; ///< files and folders that were not there before
-  std::vector<CString> changed; ///< files that were there and have new content
-  std::vector<CString> deleted; ///< files and folders that are gone
+  std::vector<CString> created;  ///< files and folders that were not there before
+  std::vector<CString> changed;  ///< files that were there and have new content
+  std::vector<CString> deleted;  ///< files and folders that are gone
   std::vector<CString> registry; ///< values that were written: root, key and name
   /// Those of `changed` and `created` that are configuration files of the product.
   std::vector<CString> configuration;
@@ -103,6 +103,8 @@ struct UninstallPreview {
     bool stays = false;                                       ///< whether an uninstall leaves it
     OperationReport::Why why = OperationReport::Why::kShared; ///< of a file that stays
     CString holder;                                           ///< as that of a kept file
+    bool returns = false;                                     ///< what stood there before the extension comes back
+    bool lostOriginal = false; ///< something stood there, and its copy is gone or changed: it does not
   };
   std::vector<Entry> files;       ///< files that exist, in the order of the description
   std::vector<CString> missing;   ///< places where a file of the extension should be and is not

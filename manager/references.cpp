@@ -29,7 +29,7 @@ void References::Gather() {
   m_isGathered = true;
   for (const auto& [owner, list] : m_state.catalogue.All()) {
     for (const CKestExtension* extension : list) {
-      if (extension == m_except) {
+      if (extension == m_except || (m_among == Among::kEnabled && !extension->IsEnabled())) {
         continue;
       }
       std::vector<std::uint16_t> keys = extension->GetFileKeys();

@@ -13,9 +13,12 @@ namespace kest {
 /// GetUnread names it.
 class References {
 public:
+  /// Which extensions count.
+  enum class Among { kAll, kEnabled };
   /// All borrowed. The catalogue must not change while the object lives.
-  References(const CKestExtensionManager::State& state, const CKestProduct* product, const CKestExtension* except)
-      : m_state(state), m_product(product), m_except(except) {}
+  References(const CKestExtensionManager::State& state, const CKestProduct* product, const CKestExtension* except,
+             Among among = Among::kAll)
+      : m_state(state), m_product(product), m_except(except), m_among(among) {}
   [[nodiscard]] bool Holds(const CString& path);
   /// The first extension that places a file at the path; null when none does, or when it cannot be told.
   [[nodiscard]] const CKestExtension* FindHolder(const CString& path);
@@ -40,6 +43,7 @@ private:
   const CKestExtensionManager::State& m_state;
   const CKestProduct* m_product;
   const CKestExtension* m_except;
+  Among m_among;
   bool m_isGathered = false;
   bool m_canTell = true; ///< whether the last question had an answer
   CString m_unread;

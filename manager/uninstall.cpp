@@ -15,9 +15,11 @@ namespace {
 using Failure = OperationReport::Failure;
 
 // the files of a disabled extension are gone already, and so are its changes
-constexpr Phase kPhases[] = {CheckConfiguration, CheckOriginals,     CheckFiles,     ConvertExtension, DeleteFiles,
-                             CleanUpFolders,     DeleteDescriptions, TakeBackChanges};
-constexpr Phase kPhasesOfDisabled[] = {DeleteDescriptions};
+constexpr Phase kPhases[] = {CheckConfiguration, CheckOriginals, CheckFiles,         ConvertExtension,
+                             DeleteFiles,        CleanUpFolders, DeleteDescriptions, TakeBackChanges};
+constexpr Phase kPhasesOfDisabled[] = {DropOriginals, DeleteDescriptions};
+constexpr const char* kLostOriginal =
+    "the file that stood there before this extension does not come back: its copy is gone or changed";
 
 template <std::size_t n> bool RunPhases(Context& context, const Phase (&phases)[n]) {
   for (const Phase phase : phases) {
@@ -81,7 +83,7 @@ template <class Visit> bool ForEachFile(Context& context, const Visit& visit) {
       context.state.FailByMachine(path, "it cannot be looked at");
       return false;
     }
-    return (presence == Answer::kNo && !context.originals.Has(path)) || visit(file, path);
+    return (presence == Answer::kNo && context.originals.Get(path) != Originals::Fate::kReturns) || visit(file, path);
   });
 }
 
@@ -192,6 +194,50 @@ CString HolderOf(OperationReport::Why why, const CString& path, References& refe
   return holder != nullptr ? holder->GetName() : CString();
 }
 
+/// Whether the questions had answers; else the user is told.
+bool HasReadAll(Context& context, const References& references) {
+  if (references.GetUnread().empty()) {
+    return true;
+  }
+  context.state.Fail(Failure::kBadDescription, references.GetUnread(),
+                     "whether it lists a file that others share cannot be told any more", 0,
+                     "list the extensions again");
+  return false;
+}
+
+/// Which files go, by their folders, and which give way to what stood there before.
+bool SortFiles(Context& context, std::vector<FilesOfFolder>& folders, std::vector<CString>& returning) {
+  CKestExtensionManager::State& state = context.state;
+  References references(state, &context.product, &context.extension);
+  References enabled(state, &context.product, &context.extension, References::Among::kEnabled);
+  std::unordered_map<CString, std::size_t> known;
+  std::unordered_set<CString> planned;
+  const bool looked = ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
+    if (const auto why = WhyKept(file, path, references)) {
+      state.report.kept.push_back({path, *why, HolderOf(*why, path, references)});
+      context.Advance();
+      return true;
+    }
+    if (!planned.insert(text::Lower(path)).second) {
+      context.Advance(); // listed twice
+      return true;
+    }
+    if (context.originals.Get(path) == Originals::Fate::kReturns && !enabled.Holds(path)) {
+      returning.push_back(path);
+      return true;
+    }
+    const CString folder = WithoutBackslash(CKestPath(path).GetFolder());
+    const auto [place, isNew] = known.try_emplace(text::Lower(folder), folders.size());
+    if (isNew) {
+      folders.push_back({folder, {}, {}});
+      context.folders.push_back(folder);
+    }
+    folders[place->second].paths.push_back(path);
+    return true;
+  });
+  return looked && HasReadAll(context, enabled);
+}
+
 void FinishReport(Context& context) {
   OperationReport& report = context.state.report;
   report.restartProduct |= context.restart != 0;
@@ -231,32 +277,31 @@ bool CheckConfiguration(Context& context) {
 
 bool CheckOriginals(Context& context) {
   CKestExtensionManager::State& state = context.state;
-  installed_record::Record record;
-  if (!context.originals.Find(state)) {
+  if (!context.originals.Find(context.extension)) {
+    state.FailByMachine(CString(), "what stood in the place of the extension's files could not be looked up");
     return false;
   }
-  if (!installed_record::Read(context.extension.GetPath(), record)) {
-    return true;
-  }
-  for (const auto& [path, noted] : record.originals) {
-    CString copy;
-    FileDigest found;
-    if (context.originals.Has(path)) {
-      if (!Originals::GetCopy(path, copy) || !DigestFile(copy, found)) {
-        state.FailByMachine(path, "the copy of what stood there before the extension cannot be read");
-        return false;
-      }
-      if (found == noted) {
-        continue;
-      }
-    }
-    context.originals.Forget(path);
-    const CString lost =
-        "the file that stood there before this extension does not come back: its copy is gone or changed";
-    state.Note({Failure::kOther, path, lost, 0, CString(), CString(), false});
-    state.Ui().NoticeText(Message{0}, path + ": " + lost + '.');
+  for (const CString& path : context.originals.GetLost()) {
+    state.Note({Failure::kOther, path, kLostOriginal, 0, CString(), CString(), false});
+    state.Ui().NoticeText(Message{0}, path + ": " + kLostOriginal + '.');
   }
   return true;
+}
+
+bool DropOriginals(Context& context) {
+  References references(context.state, &context.product, &context.extension);
+  return ForEachPlace(context, [&](const CKestExtensionFile&, const CString& path) {
+    CString copy;
+    const Answer presence = Originals::GetCopy(path, copy) ? CKestOS::GetMachine().FileExists(copy) : Answer::kNo;
+    if (presence == Answer::kNo || (presence == Answer::kYes && references.Holds(path))) {
+      return true;
+    }
+    if (presence == Answer::kCannotTell || RunStep<CInstallDeleteFile>(context.state.journal, copy) != 0) {
+      context.state.FailByMachine(path, "the copy of what stood there could not be deleted");
+      return false;
+    }
+    return true;
+  });
 }
 
 bool CheckFiles(Context& context) {
@@ -268,10 +313,7 @@ bool CheckFiles(Context& context) {
       return true;
     }
     const bool goes = !WhyKept(file, path, references);
-    if (!references.GetUnread().empty()) {
-      context.state.Fail(Failure::kBadDescription, references.GetUnread(),
-                         "whether it lists a file that others share cannot be told any more", 0,
-                         "list the extensions again");
+    if (!HasReadAll(context, references)) {
       return false;
     }
     if (goes && !FreeFile(context, path)) {
@@ -289,31 +331,9 @@ bool ConvertExtension(Context& context) {
 
 bool DeleteFiles(Context& context) {
   CKestExtensionManager::State& state = context.state;
-  References references(state, &context.product, &context.extension);
   std::vector<FilesOfFolder> folders;
-  std::unordered_map<CString, std::size_t> known;
-  std::unordered_set<CString> planned;
   std::vector<CString> returning;
-  const bool looked = ForEachFile(context, [&](const CKestExtensionFile& file, const CString& path) {
-    if (const auto why = WhyKept(file, path, references)) {
-      state.report.kept.push_back({path, *why, HolderOf(*why, path, references)});
-      context.Advance();
-    } else if (const bool isNew = planned.insert(text::Lower(path)).second; isNew && context.originals.Has(path)) {
-      returning.push_back(path);
-    } else if (isNew) {
-      const CString folder = WithoutBackslash(CKestPath(path).GetFolder());
-      const auto [place, isNewFolder] = known.try_emplace(text::Lower(folder), folders.size());
-      if (isNewFolder) {
-        folders.push_back({folder, {}, {}});
-        context.folders.push_back(folder);
-      }
-      folders[place->second].paths.push_back(path);
-    } else {
-      context.Advance(); // listed twice
-    }
-    return true;
-  });
-  if (!looked) {
+  if (!SortFiles(context, folders, returning)) {
     return false;
   }
   std::vector<std::unique_ptr<CKestExtensionInstallStep>> steps;
@@ -335,10 +355,10 @@ bool DeleteFiles(Context& context) {
     }
   }
   state.journal.EndPass();
-  for (const CString& path : returning) {
-    if (state.IsCancelled() || !context.originals.PutBack(state, path)) {
-      return false;
-    }
+  if (!returning.empty() && !Originals::PutBack(state, returning, context.remove)) {
+    return false;
+  }
+  for (std::size_t i = 0; i < returning.size(); ++i) {
     context.Advance();
   }
   return true;
@@ -504,6 +524,8 @@ UninstallPreview CKestExtensionManager::PreviewUninstall(const CKestProduct* pro
   }
   m_state->placement.Forget();
   References references(*m_state, product, extension);
+  Originals originals;
+  static_cast<void>(originals.Find(*extension)); // the operation itself refuses when that cannot be told
   const CKestExtension converted = GetConverted(*product, *extension);
   const FilePlacement::Resolver resolver(m_state->placement, product, &converted);
   for (const CKestExtensionFile& file : converted.GetFiles()) {
@@ -521,7 +543,9 @@ UninstallPreview CKestExtensionManager::PreviewUninstall(const CKestProduct* pro
     }
     const auto why = uninstall::WhyKept(file, path, references);
     preview.files.push_back({path, why.has_value(), why.value_or(OperationReport::Why::kShared),
-                             why ? uninstall::HolderOf(*why, path, references) : CString()});
+                             why ? uninstall::HolderOf(*why, path, references) : CString(),
+                             !why && originals.Get(path) == Originals::Fate::kReturns,
+                             !why && originals.Get(path) == Originals::Fate::kLost});
   }
   preview.described.push_back(extension->GetPath());
   CKestPath package(extension->GetPath());

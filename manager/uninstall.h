@@ -44,6 +44,7 @@ using Phase = bool (*)(Context&);
 /// What is to come back is there and as it was; else the user is told before anything is changed.
 bool CheckOriginals(Context&);
 bool CheckConfiguration(Context&); ///< what is to be changed back may be
+bool DropOriginals(Context&);      ///< of a disabled one, whose files are not there: the copies
 bool CheckFiles(Context&);         ///< every file that is to go can go
 bool ConvertExtension(Context&);
 bool DeleteFiles(Context&);        ///< or puts back what stood there; notes their folders

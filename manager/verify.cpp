@@ -212,7 +212,8 @@ std::vector<VerifyReport::Entry> CKestExtensionManager::FindLost(const CKestProd
     }
   }
   for (const FolderEntry& record : records) {
-    if (record.isFolder || known.contains(text::Lower(folder + record.name))) {
+    if (record.isFolder || !text::EndsWithNoCase(record.name, ".record") ||
+        known.contains(text::Lower(folder + record.name))) {
       continue;
     }
     const CString description = installed_record::FindDescription(record.name);

@@ -72,10 +72,15 @@ TEST_F(EnableTest, DisableAndEnableGoRoundWithoutATrace) {
 
 TEST_F(EnableTest, WhatStoodThereBeforeComesBackWithTheLastOfItsReplacements) {
   const std::string path = kCommands + "tool.htm";
-  const std::string copies = "C:\\ProgramData\\Kest\\installed\\";
   m_pc.Write(path, "the product's own");
+  ASSERT_TRUE(CKestOS::GetMachine().SetFileReadOnly(path, true));
   const MachineSnapshot before = m_pc.Snapshot();
   const auto is = [&](const char* content) { return m_pc.Read(path) == content; };
+  const auto expectAsBefore = [&](const char* when) {
+    std::filesystem::remove_all(m_pc.HostPath("C:\\Work")); // the packages
+    m_pc.Write(kConfiguration + "Extensions.txt", "HTM,HTML:HTML Documents\r\nTXT:Text Files\r\n");
+    EXPECT_EQ(difference(before, m_pc.Snapshot()), "") << when;
+  };
   m_host.accept().answer(Message::kExistingEqual, kAll);
   ASSERT_NE(tryInstall(pack(tool())), nullptr);
   EXPECT_TRUE(is("tool"));
@@ -88,23 +93,36 @@ TEST_F(EnableTest, WhatStoodThereBeforeComesBackWithTheLastOfItsReplacements) {
   ASSERT_EQ(manager().UndoOperation(0), 0);
   EXPECT_TRUE(is("tool"));
   restart();
+  m_host.accept().answer(Message::kNewerVersion, kYes);
   ASSERT_NE(tryInstall(pack(tool().version("2.0"))), nullptr) << "over the version that is there";
   EXPECT_TRUE(is("tool"));
-  std::filesystem::remove(m_pc.HostPath(path));
-  restart();
+  // a second one in the place, which nobody marked as shared
+  m_host.accept().answer(Message::kExistingEqual, kYes);
+  ASSERT_NE(tryInstall(pack(package("Other").file("tool.htm", kToCommands, "other"))), nullptr);
+  EXPECT_TRUE(manager().VerifyExtension(nova(), find("Other")).recorded);
   ASSERT_EQ(uninstall(find("Tool")), 0);
-  EXPECT_TRUE(is("the product's own")) << "whoever removed the extension's file";
-  m_pc.Write(kConfiguration + "Extensions.txt", "HTM,HTML:HTML Documents\r\nTXT:Text Files\r\n");
-  m_pc.Write(path, "the product's own");
-  EXPECT_EQ(difference(before, m_pc.Snapshot()), "");
-  // the copy is not what was noted
+  EXPECT_FALSE(m_pc.Exists(path)) << "there is one more that wants it";
+  restart();
+  ASSERT_EQ(uninstall(find("Other")), 0);
+  expectAsBefore("whoever removed the extension's file");
+  // one that is not enabled again
+  m_host.accept().answer(Message::kExistingEqual, kAll);
   ASSERT_NE(tryInstall(pack(tool())), nullptr);
-  for (const auto& entry : std::filesystem::directory_iterator(m_pc.HostPath(copies))) {
+  ASSERT_EQ(disable(find("Tool")), 0);
+  ASSERT_EQ(uninstall(find("Tool")), 0);
+  expectAsBefore("the copy went as well");
+  // the copy is not what was noted
+  m_host.accept().answer(Message::kExistingEqual, kAll);
+  ASSERT_NE(tryInstall(pack(tool())), nullptr);
+  EXPECT_TRUE(manager().PreviewUninstall(nova(), find("Tool")).files[0].returns);
+  for (const auto& entry : std::filesystem::directory_iterator(m_pc.HostPath("C:\\ProgramData\\Kest\\installed"))) {
     if (entry.path().extension() == ".original") {
+      std::filesystem::remove(entry.path());
       std::ofstream(entry.path()) << "something else";
     }
   }
   m_host.clear();
+  EXPECT_TRUE(manager().PreviewUninstall(nova(), find("Tool")).files[0].lostOriginal);
   ASSERT_EQ(uninstall(find("Tool")), 0);
   EXPECT_FALSE(m_pc.Exists(path));
   ASSERT_EQ(report().problems.size(), 1u);
