@@ -135,7 +135,7 @@ void PrintError(Terminal& terminal, const ErrorReport& error) {
 }
 
 Json ErrorJson(const ErrorReport& error) {
-  Json json;
+  Json json = Json::object();
   json["what"] = error.what;
   json["why"] = error.why;
   json["changed"] = error.changed;

@@ -16,7 +16,7 @@ namespace {
 Json CandidateJson(Session& session, const Explanation::Candidate& candidate) {
   CKestVersionNumber version;
   candidate.product->GetVersion(version);
-  Json json;
+  Json json = Json::object();
   json["product"] = NameOf(*candidate.product);
   json["version"] = ToUtf8(version.ToText());
   json["fits"] = candidate.fits;

@@ -34,16 +34,24 @@ void ReadPackage(ExtensionFile& file) {
 
 } // namespace
 
-std::string WhyNoFile(const std::string& hostFile) {
+int FailNoFile(Session& session, const std::string& hostFile, const std::string& failed, const std::string& wanted) {
+  using Type = std::filesystem::file_type;
   std::error_code error;
-  const auto status = std::filesystem::status(hostFile, error);
-  if (status.type() == std::filesystem::file_type::not_found) {
-    return "there is no such file";
+  const Type type = std::filesystem::status(hostFile, error).type();
+  ExitCode exit = kNotFoundHere;
+  std::string why = "it is no plain file";
+  if (type == Type::not_found) {
+    why = "there is no such file";
+  } else if (error) {
+    why = "it cannot be looked at: " + error.message();
+    exit = error == std::errc::permission_denied ? kInUseOrLocked : kFailed;
+  } else if (type == Type::directory) {
+    why = "it is a folder";
+  } else if (type == Type::regular) {
+    why = "it is there, and could not be looked at";
+    exit = kFailed;
   }
-  if (error) {
-    return "it cannot be looked at: " + error.message();
-  }
-  return status.type() == std::filesystem::file_type::directory ? "it is a folder" : "it is no plain file";
+  return session.Fail(exit, {failed, why, "nothing", {}, exit == kFailed ? "try again" : wanted, 0});
 }
 
 ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile, DescriptionObserver* observer) {

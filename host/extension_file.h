@@ -25,8 +25,9 @@ struct ExtensionFile {
   CKestTypedList<CKestString> messages;   ///< of the load
 };
 
-/// Why what the user named is no file to be read: it is not there, is a folder, or cannot be looked at.
-[[nodiscard]] std::string WhyNoFile(const std::string& hostFile);
+/// Fails the command since what the user named is no file to be read: it is not there, is a folder, or cannot be looked
+/// at. `failed` says what was not done, `wanted` what to name instead. Returns the exit code.
+int FailNoFile(Session& session, const std::string& hostFile, const std::string& failed, const std::string& wanted);
 
 /// Reads the file; `observer` (may be null) hears what the description says in vain.
 [[nodiscard]] ExtensionFile ReadExtensionFile(Session& session, const std::string& hostFile,

@@ -42,7 +42,7 @@ Json NamedJson(const CString& name, const CString& author, const CString& versio
   if (name.empty()) {
     return nullptr;
   }
-  Json json;
+  Json json = Json::object();
   json["name"] = PlainText(name);
   if (!author.empty()) {
     json["author"] = PlainText(author);
@@ -52,7 +52,7 @@ Json NamedJson(const CString& name, const CString& author, const CString& versio
 }
 
 Json EntryJson(HostedMachine* machine, const HistoryEntry& entry) {
-  Json json;
+  Json json = Json::object();
   json["number"] = entry.number;
   json["time"] = TimeJson(entry.time);
   json["user"] = entry.user.empty() ? Json(nullptr) : Json(ToUtf8(entry.user));
@@ -147,7 +147,7 @@ Json TrashJson(Session& session, const Trash& trash, const std::vector<TrashEntr
   Json list = Json::array();
   for (const TrashEntry& entry : entries) {
     const auto known = trash.operations.find(entry.number);
-    Json json;
+    Json json = Json::object();
     json["number"] = entry.number;
     json["time"] = TimeJson(entry.time);
     json["bytes"] = entry.bytes;

@@ -88,7 +88,7 @@ void EachFile(Session& session, const Subject& subject, const Take& take) {
   }
   std::size_t next = 0;
   ForEach<CKestExtensionFile>(record->GetFiles(), [&](const CKestExtensionFile& file) {
-    Json json;
+    Json json = Json::object();
     json["source"] = PlainText(file.GetSource());
     json["destination"] = PlainText(file.GetDestination());
     json["platform"] = PlatformWord(file.GetPlatform());
@@ -105,7 +105,7 @@ template <class Change, class Set> void EachChangeOf(const Set& set, const Take&
   const std::size_t start = path.find_first_not_of('\\');
   for (const auto& child : set.GetChildren()) {
     if (const auto* change = dynamic_cast<const Change*>(child.get())) {
-      Json json;
+      Json json = Json::object();
       json["set"] = ToUtf8(set.GetTag());
       json["file"] = ToUtf8(start == CString::npos ? CString() : path.substr(start));
       json["change"] = ToUtf8(change->GetTag());

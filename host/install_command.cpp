@@ -135,12 +135,7 @@ int FailUnread(Session& session, const ExtensionFile& file, const std::string& h
                                            0});
   }
   if (!file.exists) {
-    return session.Fail(kNotFoundHere, {fmt::format("{} was not installed", name),
-                                        WhyNoFile(hostFile),
-                                        "nothing",
-                                        {},
-                                        "name a package (.kep) or a description (.kei)",
-                                        0});
+    return FailNoFile(session, hostFile, name + " was not installed", "name a package (.kep) or a description (.kei)");
   }
   const std::string why = file.isPackage && !file.record ? "the package cannot be used: " + file.problem
                           : !file.problem.empty()        ? file.problem

@@ -9,7 +9,8 @@
 namespace kest::host {
 
 Json MakeDocument(const char* name, bool ok) {
-  Json document;
+  // an empty value that becomes an object for want of memory half-way cannot be destroyed: begin with an object
+  Json document = Json::object();
   document["schema"] = std::string("kest.") + name + "/1";
   document["ok"] = ok;
   return document;
@@ -19,7 +20,7 @@ Json PathJson(HostedMachine* machine, const CString& windowsPath) {
   if (windowsPath.empty()) {
     return nullptr;
   }
-  Json json;
+  Json json = Json::object();
   json["windows"] = ToUtf8(windowsPath);
   const CString host = machine ? machine->ToHostPath(windowsPath) : CString();
   json["host"] = host.empty() ? Json(nullptr) : Json(ToUtf8(host));
@@ -29,7 +30,7 @@ Json PathJson(HostedMachine* machine, const CString& windowsPath) {
 Json TypeJson(const CKestExtensionManager& manager, const CKestExtension& extension) {
   CString label;
   static_cast<void>(manager.GetTypeLabel(extension.GetType(), label));
-  Json json;
+  Json json = Json::object();
   json["id"] = extension.GetType();
   json["keyword"] = ToUtf8(extension.GetTypeLabel());
   json["label"] = ToUtf8(label);
@@ -38,7 +39,7 @@ Json TypeJson(const CKestExtensionManager& manager, const CKestExtension& extens
 
 Json ExtensionJson(const CKestExtensionManager& manager, HostedMachine* machine, const CKestProduct* product,
                    const CKestExtension& extension) {
-  Json json;
+  Json json = Json::object();
   CString name;
   if (product) {
     product->GetName(name);

@@ -26,7 +26,7 @@ Json ProductJson(Session& session, const CKestProduct& product) {
   product.GetVersion(version);
   // The extensions folder is the last one of the configuration folder.
   const CString configuration = CKestPath(WithoutBackslash(extensions)).GetFolder();
-  Json json;
+  Json json = Json::object();
   json["name"] = NameOf(product);
   json["version"] = product.IsInstalled() ? Json(version.ToText()) : Json(nullptr);
   json["family"] = ToUtf8(family);

@@ -61,7 +61,7 @@ std::string WordOf(const OperationReport::Kept& kept) {
 Json MessagesJson(const Outcome& outcome) {
   Json list = Json::array();
   for (const ShownMessage& message : outcome.messages) {
-    Json json;
+    Json json = Json::object();
     json["number"] = message.number;
     json["style"] = message.style;
     json["text"] = message.text;

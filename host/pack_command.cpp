@@ -61,8 +61,7 @@ int RunPack(Session& session) {
   const CString target = session.ReachFile(output, true);
   const CString source = session.ReachFile(input, false);
   if (source.empty() || !CKestOS::FileExists(source)) {
-    return session.Fail(kNotFoundHere,
-                        {name + " was not packed", WhyNoFile(input), "nothing", {}, "name a description (.kei)", 0});
+    return FailNoFile(session, input, name + " was not packed", "name a description (.kei)");
   }
   if (target.empty()) {
     return session.Fail(kNotFoundHere, {name + " was not packed",

@@ -200,7 +200,7 @@ Json ToJson(HostedMachine* machine, const PreviewEntry& entry) {
   const auto* const row =
       std::find_if(std::begin(kKinds), std::end(kKinds), [&](const auto& one) { return one.kind == entry.kind; });
   const auto orNull = [](const CString& text) { return text.empty() ? Json(nullptr) : Json(ToUtf8(text)); };
-  Json json;
+  Json json = Json::object();
   json["kind"] = row->word;
   json["change"] = orNull(WordOf(entry.change));
   json["name"] = ToUtf8(entry.name);

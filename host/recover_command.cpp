@@ -62,7 +62,7 @@ int RunRecover(Session& session) {
   bool refused = false;
   std::string text;
   for (const RecoveryReport::Entry& entry : report.entries) {
-    Json json;
+    Json json = Json::object();
     json["operation"] = ToUtf8(entry.operation);
     json["finished"] = entry.finished;
     json["restored"] = Json::array();

@@ -112,9 +112,10 @@ Installed Select(Session& session, const std::vector<Installed>& all, const std:
     return {};
   }
   if (found.empty()) {
-    exit = session.Fail(kNotFoundHere,
+    const std::string closed = all.empty() ? session.GetClosedPlace() : "";
+    exit = session.Fail(closed.empty() ? kNotFoundHere : kInUseOrLocked,
                         {fmt::format("no extension \"{}\" is installed on {}", shown, session.GetMachineName()),
-                         all.empty() ? "nothing is installed there" : "none has this name or description file",
+                         all.empty() ? "nothing is installed there" + closed : "none has this name or description file",
                          "nothing",
                          {},
                          "see what is: kest list",

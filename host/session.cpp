@@ -138,6 +138,7 @@ void Session::StartEngine() {
     m_manager->SetFileWait(std::min<std::int64_t>(10000, std::int64_t{options.wait} * 1000));
   }
   m_manager->Init();
+  m_closed = m_machine->GetUnanswered();
   if (command == nullptr || std::string_view(command->name) != "recover") {
     TellOfRecovery(m_manager->GetRecoveryReport());
   }
@@ -184,13 +185,22 @@ const CKestProduct* Session::FindProduct(const std::string& name, int& exit) {
     }
     found += (found.empty() ? "" : ", ") + NameOf(*product);
   }
-  exit = Fail(kNotFoundHere, {fmt::format("there is no product \"{}\" on {}", ForTerminal(name), m_machineName),
-                              found.empty() ? "no product was found there" : "these were found: " + found,
-                              "nothing",
-                              {},
-                              "see: kest products --all",
-                              0});
+  const std::string closed = GetClosedPlace();
+  exit = Fail(closed.empty() ? kNotFoundHere : kInUseOrLocked,
+              {fmt::format("there is no product \"{}\" on {}", ForTerminal(name), m_machineName),
+               (found.empty() ? "no product was found there" : "these were found: " + found) + closed,
+               "nothing",
+               {},
+               "see: kest products --all",
+               0});
   return nullptr;
+}
+
+std::string Session::GetClosedPlace() {
+  return m_closed.kind != MachineError::Kind::kAccess
+             ? ""
+             : fmt::format("; what is closed to user {} is not seen: {}: {}", GetUserName(), Shown(m_closed.path),
+                           Shown(m_closed.reason));
 }
 
 CString Session::ReachFile(const std::string& hostFile, bool writable) {

@@ -60,6 +60,8 @@ public:
   /// The machine as notices name it.
   [[nodiscard]] const std::string& GetMachineName() const { return m_machineName; }
   [[nodiscard]] std::string GetUserName();
+  /// To add to why something was not found: what was closed to the user when the products were looked for; or empty.
+  [[nodiscard]] std::string GetClosedPlace();
 
   /// The products in the order of the engine; borrowed.
   [[nodiscard]] std::vector<CKestProduct*> GetProducts() const;
@@ -98,6 +100,7 @@ private:
   std::unique_ptr<ConsoleUi> m_ui;
   std::unique_ptr<CKestExtensionManager> m_manager;
   std::string m_machineName;
+  MachineError m_closed;          ///< what the products could not be looked for in
   std::string m_temporaryMachine; ///< removed at the end; empty: none was made
   std::optional<ErrorReport> m_error;
 };

@@ -102,12 +102,7 @@ int ValidateOne(Session& session, const std::string& word, const CKestProduct* p
   const std::string name = ForTerminal(word);
   session.document["file"] = name;
   if (!file.exists) {
-    return session.Fail(kNotFoundHere, {name + " was not checked",
-                                        WhyNoFile(word),
-                                        "nothing",
-                                        {},
-                                        "name a package (.kep) or a description (.kei)",
-                                        0});
+    return FailNoFile(session, word, name + " was not checked", "name a package (.kep) or a description (.kei)");
   }
   int code = 0;
   std::vector<ValidationFinding> findings = Check(session, file, product, code);

@@ -3,11 +3,12 @@
 #include "platform/machine/os.h"
 #include "platform/text/sha256.h"
 
+#include <array>
+
 namespace kest {
 
 bool DigestFile(const CString& path, FileDigest& digest) {
-  constexpr std::size_t kPart = 256u << 10;
-  static thread_local std::vector<char> buffer(kPart);
+  std::array<char, 64u << 10> buffer; // not filled before it is read into
   const std::unique_ptr<MachineFile> file = CKestOS::GetMachine().Open(path, OpenMode::kRead);
   if (file == nullptr) {
     return false;

@@ -3,10 +3,13 @@
 #include "journal/journal.h"
 #include "journal/journal_file.h"
 
+#include <unordered_set>
+
 namespace kest {
 
 /// Undoes steps from the last to the first, the same way for a failed operation and for one that a dead process left:
-/// a step that cannot be undone does not keep the others from it.
+/// a step that cannot be undone keeps those before it back that are about the same place, or one below or above it.
+/// They would take what it left for what they themselves have to find, and be called undone. The others are undone.
 class UndoWalk {
 public:
   /// `file` may be null (or not open): then nothing is noted.
@@ -21,12 +24,16 @@ public:
   [[nodiscard]] std::vector<CString>& GetRestored() { return m_restored; }
 
 private:
+  [[nodiscard]] bool IsHeldBack(const CString& path) const;
+  void HoldBack(const CString& path);
   void SyncRestored();
   void Note(const CKestExtensionInstallStep& step, long number);
 
   JournalFile* m_file;
   CKestTypedList<CKestString> m_touched;
   std::vector<CString> m_restored;
+  std::unordered_set<CString> m_held;  ///< lower-case paths of steps that could not be undone
+  std::unordered_set<CString> m_above; ///< those and the folders that they lie in
   std::vector<std::pair<std::unique_ptr<CKestExtensionInstallStep>, long>> m_failed;
 };
 

@@ -284,8 +284,10 @@ bool StepScope::Commit() {
     return false;
   }
   m_open = false;
-  NoteEffects(effects);
-  m_state.report.registry.insert(m_state.report.registry.end(), values.begin(), values.end());
+  AfterDone([&] { // a report that lacks something is told of an operation that is done
+    NoteEffects(effects);
+    m_state.report.registry.insert(m_state.report.registry.end(), values.begin(), values.end());
+  });
   if (outermost && m_scope.IsRecordMissing()) {
     AfterDone([this] {
       m_state.Note({OperationReport::Failure::kOther, CString(),

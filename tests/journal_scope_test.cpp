@@ -161,6 +161,43 @@ TEST_F(JournalScopeTest, AFailedUndoKeepsWhatItNeedsForTheNextStart) {
   CKestOS::SetMachine(&m_pc.Get());
 }
 
+/// Renames nothing any more.
+class MachineWithoutRenames : public ForwardingMachine {
+public:
+  using ForwardingMachine::ForwardingMachine;
+  bool Allow(const Call& call) override {
+    const std::string_view name = call.name;
+    return !name.starts_with("Move") && !name.starts_with("Replace");
+  }
+};
+
+// The steps before it would take the folder and the file that it left for those which they themselves have to bring
+// back.
+TEST_F(JournalScopeTest, AStepThatCannotBeUndoneHoldsThoseBackThatCameBeforeItInItsPlace) {
+  m_pc.Write("C:\\app\\folder\\f.txt", "f", 300);
+  ASSERT_TRUE(m_pc.Get().SetFileReadOnly("C:\\app\\a.txt", true));
+  m_before = StateOf(m_pc);
+  MachineWithoutRenames machine(m_pc.Get());
+  {
+    JournalScope scope(m_journal);
+    EXPECT_EQ(AppendMakeWritable(&m_journal, "C:\\app\\a.txt"), 0);
+    EXPECT_EQ(Copy("a.txt"), 0);
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallDeleteFile>("C:\\app\\folder\\f.txt")), 0);
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallDeleteFolder>("C:\\app\\folder")), 0);
+    EXPECT_EQ(m_journal.Run(std::make_unique<CInstallCreateFolder>("C:\\app\\folder")), 0);
+    EXPECT_EQ(
+        m_journal.Run(std::make_unique<CInstallCopyFile>("C:\\src\\b.txt", "C:\\app\\folder\\b.txt", false, false)), 0);
+    CKestOS::SetMachine(&machine);
+    EXPECT_FALSE(scope.RollBack());
+    CKestOS::SetMachine(&m_pc.Get());
+  }
+  EXPECT_EQ(m_journal.GetLeftovers().size(), 6u);
+  const RecoveryReport report = RecoverInterruptedOperations();
+  ASSERT_EQ(report.entries.size(), 1u);
+  EXPECT_TRUE(report.entries[0].leftovers.empty());
+  EXPECT_EQ(Difference(), "");
+}
+
 TEST_F(JournalScopeTest, DeletedFilesOfAnOperationAreOneEntryOfTheTrash) {
   m_pc.Write("C:\\app\\one\\same.txt", "1");
   m_pc.Write("C:\\app\\two\\same.txt", "2");

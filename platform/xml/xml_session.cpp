@@ -3,6 +3,7 @@
 #include "platform/xml/xml_references.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -26,14 +27,14 @@ struct ExpatDeleter {
 };
 using ExpatOwner = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ExpatDeleter>;
 
-// Making a parser costs as much as reading a small description.
-thread_local ExpatOwner t_idleExpat;
+// Making a parser costs as much as reading a small description. One for all threads: what a thread keeps for itself has
+// to be registered for its end, and without memory for that the C library ends the program.
+std::atomic<XML_Parser> s_idleExpat{nullptr};
 
 XML_Parser TakeExpat(const char* encoding) {
-  if (t_idleExpat != nullptr) {
-    XML_Parser parser = t_idleExpat.release();
-    XML_ParserReset(parser, encoding);
-    return parser;
+  if (XML_Parser idle = s_idleExpat.exchange(nullptr); idle != nullptr) {
+    XML_ParserReset(idle, encoding);
+    return idle;
   }
   XML_Parser parser = XML_ParserCreate(encoding);
   if (parser == nullptr) {
@@ -144,7 +145,7 @@ CKestXMLParser::Session::~Session() {
   m_owner.m_session = nullptr;
   ExpatOwner expat(m_expat);
   if (m_isWhole && m_keepExpat && expat != nullptr) {
-    t_idleExpat = std::move(expat);
+    expat.reset(s_idleExpat.exchange(expat.release()));
   }
 }
 

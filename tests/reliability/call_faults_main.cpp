@@ -143,7 +143,7 @@ private:
       tally.wrong += 1;
       std::printf("%s, %s call %ld %s (errno %d), %s: %s\n%s---\n", m_operation.c_str(), kind.name, at,
                   once ? "once" : "and all after it", kind.error, m_shared->first, wrong.c_str(),
-                  result.err.substr(0, 1500).c_str());
+                  result.err.size() <= 1500 ? result.err.c_str() : result.err.substr(result.err.size() - 1500).c_str());
     }
     if (!m_old.difference(found).empty()) {
       m_pc.restore("prepared");
