@@ -49,6 +49,7 @@ void DeleteByRename::CollectTouched(CKestTypedList<CKestString>& paths) const {
 }
 
 bool CInstallDeleteFile::Take() {
+  m_open = true; // a rename from which something is thrown may have been done
   m_open = CKestOS::GetMachine().MoveFile(m_path, m_kept);
   return m_open;
 }

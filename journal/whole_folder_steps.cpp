@@ -169,10 +169,14 @@ std::unique_ptr<CKestExtensionInstallStep> CInstallPlaceFolder::FromRecord(const
 // looked into before and after, since somebody may put something into it meanwhile
 bool CInstallDeleteWholeFolder::Take() {
   Machine& machine = CKestOS::GetMachine();
-  if (!HoldsOnly(m_path, m_names, true) || !machine.MoveFolder(m_path, m_kept)) {
+  if (!HoldsOnly(m_path, m_names, true)) {
     return false;
   }
-  m_open = true;
+  m_open = true; // a move from which something is thrown may have been done
+  m_open = machine.MoveFolder(m_path, m_kept);
+  if (!m_open) {
+    return false;
+  }
   if (HoldsOnly(m_kept, m_names, true)) {
     return true;
   }

@@ -65,8 +65,9 @@ bool MakeTempFolder() {
   const CString prefix = WithBackslash(root) + "kest-" + std::to_string(getpid()) + "-";
   for (int i = 0; i < kNameTries; ++i) {
     const CString folder = prefix + RandomName();
+    CString made = folder + '\\';
     if (Current().CreatePrivateDirectory(folder)) {
-      state.tempFolder = folder + '\\';
+      state.tempFolder = std::move(made);
       state.owner = getpid();
       state.keep = false;
       static const bool registered = std::atexit(CKestOS::RemoveTempFolder) == 0;

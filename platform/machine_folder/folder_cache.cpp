@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <exception>
 #include <fcntl.h>
 
 namespace kest {
@@ -290,9 +291,14 @@ void FolderCache::Added(const FoundFolder& folder, const CString& name) {
 
 void FolderCache::AddedTo(HostIdentity folder, int descriptor, const CString& name) {
   const auto it = m_folders.find(folder);
-  if (it != m_folders.end() && it->second->namesKnown) {
+  if (it == m_folders.end() || !it->second->namesKnown) {
+    return;
+  }
+  try {
     AddName(*it->second, name);
     AcceptDate(*it->second, descriptor);
+  } catch (const std::exception&) {
+    it->second->namesKnown = false; // the change is made: nobody may hear that it failed
   }
 }
 
@@ -301,14 +307,18 @@ void FolderCache::Removed(const FoundFolder& folder, const CString& name) {
   if (!known.namesKnown) {
     return;
   }
-  const auto it = known.names.find(KeyOfName(name));
-  if (it != known.names.end() && it->second == name) {
-    known.names.erase(it);
-  }
-  if (known.hasTwins) {
-    known.namesKnown = false; // the name left may be the one that this one hid
-  } else {
-    AcceptDate(known, folder.Get());
+  try {
+    const auto it = known.names.find(KeyOfName(name));
+    if (it != known.names.end() && it->second == name) {
+      known.names.erase(it);
+    }
+    if (known.hasTwins) {
+      known.namesKnown = false; // the name left may be the one that this one hid
+    } else {
+      AcceptDate(known, folder.Get());
+    }
+  } catch (const std::exception&) {
+    known.namesKnown = false;
   }
 }
 

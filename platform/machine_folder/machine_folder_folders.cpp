@@ -156,14 +156,16 @@ bool MachineFolder::CreatePrivateDirectory(const CString& path) {
   if (entry.Exists()) {
     return m_state->Fail(EEXIST, path);
   }
+  // all that needs memory comes first: what was made is remembered
+  const CString& parent = entry.folder.storedPath;
+  CString stored = parent + (parent.size() == 3 ? "" : "\\") + m_state->GetFolders().FromDisk(entry.name) + '\\';
+  m_state->privateFolders.reserve(m_state->privateFolders.size() + 1);
   m_state->GetFolders().BeginChange(entry.folder);
   if (mkdirat(entry.folder.Get(), entry.name.c_str(), kPrivateMode) != 0) {
     return m_state->Fail(errno, path);
   }
   m_state->GetFolders().Added(entry.folder, entry.name);
-  const CString& parent = entry.folder.storedPath;
-  m_state->privateFolders.push_back(parent + (parent.size() == 3 ? "" : "\\") +
-                                    m_state->GetFolders().FromDisk(entry.name) + '\\');
+  m_state->privateFolders.push_back(std::move(stored));
   return true;
 }
 
