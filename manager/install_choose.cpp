@@ -58,7 +58,8 @@ bool ReplaceNamesake(Context& context, CKestExtension& existing) {
   }
   const CString name = existing.GetName();
   const CString version = existing.GetVersion().ToText();
-  if (installed_record::Record record; IsYes(installed_record::Read(existing.GetPath(), record))) {
+  bool isDamaged = false;
+  if (installed_record::Record record; IsYes(installed_record::Read(existing.GetPath(), record, isDamaged))) {
     for (auto& [path, digest] : record.originals) {
       context.agreed.emplace(text::Lower(path), std::move(digest));
     }

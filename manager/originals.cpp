@@ -144,7 +144,8 @@ bool Originals::PutBack(State& state, const std::vector<CString>& paths, bool fo
 
 bool Originals::Find(const CKestExtension& extension) {
   installed_record::Record record;
-  const Answer isRecorded = installed_record::Read(extension.GetPath(), record);
+  bool isDamaged = false;
+  const Answer isRecorded = installed_record::Read(extension.GetPath(), record, isDamaged);
   if (isRecorded != Answer::kYes) {
     return isRecorded == Answer::kNo;
   }
