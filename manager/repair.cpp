@@ -147,8 +147,14 @@ bool TakeFromPackage(RepairContext& context, const CString& path, const char* na
   }
   const CString folder = temp + name + '\\';
   CKestPackage package(path.c_str());
-  if (package.UnPackTo(folder, [&state] { return state.WantsCancel(); }) != CKestPackage::kGood) {
-    state.Fail(Failure::kBadPackage, path, "it could not be unpacked: " + package.GetProblem());
+  CKestOS::GetMachine().ClearLastError();
+  if (const int unpacked = package.UnPackTo(folder, [&state] { return state.WantsCancel(); });
+      unpacked != CKestPackage::kGood) {
+    const MachineError error = CKestOS::GetMachine().GetLastError();
+    const bool isOfMachine = unpacked == CKestPackage::kCannotWrite || error.kind == MachineError::Kind::kOther ||
+                             FailureOf(error) != Failure::kOther;
+    state.Fail(isOfMachine ? FailureOf(error) : Failure::kBadPackage, path,
+               "it could not be unpacked: " + package.GetProblem());
     return false;
   }
   const CString description = FindDescription(context, package, folder);

@@ -167,8 +167,9 @@ public:
   using ForwardingMachine::ForwardingMachine;
   bool Allow(const Call& call) override {
     const std::string_view name = call.name;
-    return !name.starts_with("Move") && !name.starts_with("Replace");
+    return !isArmed || (!name.starts_with("Move") && !name.starts_with("Replace"));
   }
+  bool isArmed = false;
 };
 
 // The steps before it would take the folder and the file that it left for those which they themselves have to bring
@@ -178,6 +179,7 @@ TEST_F(JournalScopeTest, AStepThatCannotBeUndoneHoldsThoseBackThatCameBeforeItIn
   ASSERT_TRUE(m_pc.Get().SetFileReadOnly("C:\\app\\a.txt", true));
   m_before = StateOf(m_pc);
   MachineWithoutRenames machine(m_pc.Get());
+  CKestOS::SetMachine(&machine);
   {
     JournalScope scope(m_journal);
     EXPECT_EQ(AppendMakeWritable(&m_journal, "C:\\app\\a.txt"), 0);
@@ -187,15 +189,16 @@ TEST_F(JournalScopeTest, AStepThatCannotBeUndoneHoldsThoseBackThatCameBeforeItIn
     EXPECT_EQ(m_journal.Run(std::make_unique<CInstallCreateFolder>("C:\\app\\folder")), 0);
     EXPECT_EQ(
         m_journal.Run(std::make_unique<CInstallCopyFile>("C:\\src\\b.txt", "C:\\app\\folder\\b.txt", false, false)), 0);
-    CKestOS::SetMachine(&machine);
+    machine.isArmed = true;
     EXPECT_FALSE(scope.RollBack());
-    CKestOS::SetMachine(&m_pc.Get());
+    machine.isArmed = false;
   }
   EXPECT_EQ(m_journal.GetLeftovers().size(), 6u);
   const RecoveryReport report = RecoverInterruptedOperations();
   ASSERT_EQ(report.entries.size(), 1u);
   EXPECT_TRUE(report.entries[0].leftovers.empty());
   EXPECT_EQ(Difference(), "");
+  CKestOS::SetMachine(&m_pc.Get());
 }
 
 TEST_F(JournalScopeTest, DeletedFilesOfAnOperationAreOneEntryOfTheTrash) {
