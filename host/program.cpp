@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -78,14 +79,20 @@ int Dispatch(Session& session, const CommandLine& line) {
 /// code.
 int ReportThrown(const OperationReport* report, bool isOneOfSeveral, const char* what) {
   const bool ran = report != nullptr && report->operation != OperationReport::Operation::kNone;
+  const auto isDone = [](const OperationReport& part) { return part.Succeeded(); };
+  const bool isAll = ran && std::all_of(report->parts.begin(), report->parts.end(), isDone);
+  const bool isAny = ran && std::any_of(report->parts.begin(), report->parts.end(), isDone);
   const char* changed = "nothing";
   int exit = kFailed;
-  if (ran && report->Succeeded()) {
+  if (ran && report->Succeeded() && isAll) {
     changed = "what the command did stays; only its words are lost";
     exit = isOneOfSeveral ? kSomeFailed : kDone;
   } else if (ran && !report->rolledBack) {
     changed = "the undo is incomplete\n  left     what the operation had done so far";
     exit = kUndoIncomplete;
+  } else if (isAny) {
+    changed = "what was done of it is in: kest history";
+    exit = kSomeFailed;
   } else if (isOneOfSeveral) {
     changed = "nothing by the operation at hand; those before it are in: kest history";
   }

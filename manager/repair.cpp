@@ -368,40 +368,42 @@ int CKestExtensionManager::RepairExtension(const CKestProduct* product, CKestExt
   if (product == nullptr || extension == nullptr) {
     return -1;
   }
-  OperationScope operation(state, OperationReport::Operation::kRepair);
-  if (!operation.MayWrite()) {
-    return -1;
-  }
-  state.NameInReport(*product, *extension);
-  if (!extension->IsEnabled()) {
-    state.Fail(Failure::kOther, extension->GetPath(), "it is disabled", 0,
-               "enable it: kest enable \"" + extension->GetName() + '"');
-    return -1;
-  }
-  if (!state.HasWholeRecord(*extension)) {
-    return -1;
-  }
-  state.placement.Forget();
-  StepScope steps(state, "repair " + extension->GetName());
-  RepairContext context{state, *product, *extension, options};
-  if (!FindWanted(context) || !FindSources(context) || !PutFiles(context) || !PutEntries(context)) {
-    state.Fail(Failure::kOther, CString(), "the extension could not be repaired");
-    return -1;
-  }
-  if (!context.lines.empty() && !NoteLeft(context)) {
-    return -1;
-  }
-  if (context.left > 0 && !steps.HasSteps()) {
-    state.Fail(Failure::kNotFound, extension->GetPath(), "nothing of what is missing could be put back", 0,
-               "name its package: kest repair \"" + extension->GetName() + "\" --from FILE.kep");
-    return -1;
-  }
-  if (!steps.Commit()) {
-    state.Fail(Failure::kOther, CString(), "the extension could not be repaired");
-    return -1;
-  }
-  state.report.restartProduct = state.report.restartProduct || (!context.lines.empty() && product->IsRunning());
-  return 0;
+  return Guarded(state, -1, [&] {
+    OperationScope operation(state, OperationReport::Operation::kRepair);
+    if (!operation.MayWrite()) {
+      return -1;
+    }
+    state.NameInReport(*product, *extension);
+    if (!extension->IsEnabled()) {
+      state.Fail(Failure::kOther, extension->GetPath(), "it is disabled", 0,
+                 "enable it: kest enable \"" + extension->GetName() + '"');
+      return -1;
+    }
+    if (!state.HasWholeRecord(*extension)) {
+      return -1;
+    }
+    state.placement.Forget();
+    StepScope steps(state, "repair " + extension->GetName());
+    RepairContext context{state, *product, *extension, options};
+    if (!FindWanted(context) || !FindSources(context) || !PutFiles(context) || !PutEntries(context)) {
+      state.Fail(Failure::kOther, CString(), "the extension could not be repaired");
+      return -1;
+    }
+    if (!context.lines.empty() && !NoteLeft(context)) {
+      return -1;
+    }
+    if (context.left > 0 && !steps.HasSteps()) {
+      state.Fail(Failure::kNotFound, extension->GetPath(), "nothing of what is missing could be put back", 0,
+                 "name its package: kest repair \"" + extension->GetName() + "\" --from FILE.kep");
+      return -1;
+    }
+    if (!steps.Commit()) {
+      state.Fail(Failure::kOther, CString(), "the extension could not be repaired");
+      return -1;
+    }
+    state.report.restartProduct = state.report.restartProduct || (!context.lines.empty() && product->IsRunning());
+    return 0;
+  });
 }
 
 } // namespace kest

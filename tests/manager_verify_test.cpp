@@ -194,6 +194,23 @@ TEST_F(VerifyTest, WithoutAWholeRecordNothingIsAsInstalled) {
   EXPECT_TRUE(verify().recorded);
 }
 
+/// There is no memory left when a file of this name gets its place.
+class WithoutMemory : public ForwardingMachine {
+public:
+  WithoutMemory(Machine& next, const char* name) : ForwardingMachine(next), m_name(name) {}
+
+protected:
+  bool Allow(const Call& call) override {
+    if (call.changes && call.path != nullptr && call.path->ends_with(m_name)) {
+      throw std::bad_alloc();
+    }
+    return true;
+  }
+
+private:
+  const char* m_name;
+};
+
 TEST_F(VerifyTest, ARepairPutsBackWhatIsMissingAndLeavesWhatSomebodyChanged) {
   const auto repair = [this](const CString& from, bool all) {
     return m_manager->RepairExtension(nova(), find("Tool"), {from, all});
@@ -214,6 +231,15 @@ TEST_F(VerifyTest, ARepairPutsBackWhatIsMissingAndLeavesWhatSomebodyChanged) {
   const CString own = pack(package("Tool")
                                .file("tool.htm", kToCommands, "tool")
                                .file("code.js", "$tidemark/Configuration/Shared/tool", "code"));
+  {
+    const MachineSnapshot before = m_pc.Snapshot();
+    WithoutMemory machine(m_pc.Get(), "tool.htm");
+    CKestOS::SetMachine(&machine);
+    EXPECT_EQ(repair(own, false), -1);
+    EXPECT_EQ(report().failure, OperationReport::Failure::kNoMemory);
+    CKestOS::SetMachine(&m_pc.Get());
+    EXPECT_EQ(DescribeDifference(before, m_pc.Snapshot()), "");
+  }
   EXPECT_EQ(repair(own, false), 0) << report().problems.size();
   EXPECT_EQ(m_pc.Read(kConfiguration + "Commands\\tool.htm"), "tool");
   EXPECT_EQ(m_pc.Read(kConfiguration + "Shared\\tool\\code.js"), "mine");
