@@ -32,8 +32,8 @@ class HostUi;
 /// hands out is borrowed unless said otherwise. One thread. No call throws.
 ///
 /// An operation that changes the machine takes the right to write first. When another process has it the operation
-/// fails at once (or after the wait set with SetLockWait), changes nothing and shows nothing; GetLastReport says who
-/// has it. A failed or cancelled operation takes back everything it did.
+/// fails after a moment (or after the wait set with SetLockWait), changes nothing and shows nothing; GetLastReport says
+/// who has it. A failed or cancelled operation takes back everything it did.
 class KEST_API CKestExtensionManager : public CatalogueOperations {
 public:
   /// `ui` is borrowed; with null, operations that need a host fail at once and do nothing.

@@ -15,12 +15,14 @@
 namespace kest {
 namespace {
 
-// The lock in short turns, so that a wait for it can be cancelled.
+// The lock in short turns, so that a wait for it can be cancelled. One at least: who only reads has it for a moment,
+// too, to see whether an operation was interrupted.
 WriterLock WaitForLock(CKestExtensionManager::State& state) {
   constexpr std::int64_t kTurn = 100;
   Machine& machine = CKestOS::GetMachine();
-  const std::int64_t end = machine.MonotonicMilliseconds() + state.lockWait;
-  for (std::int64_t left = state.lockWait;; left = end - machine.MonotonicMilliseconds()) {
+  const std::int64_t wait = std::max(state.lockWait, kTurn);
+  const std::int64_t end = machine.MonotonicMilliseconds() + wait;
+  for (std::int64_t left = wait;; left = end - machine.MonotonicMilliseconds()) {
     WriterLock lock = machine.LockWriter(std::min(std::max<std::int64_t>(left, 0), kTurn));
     if (lock.held || machine.GetLastError().kind != MachineError::Kind::kInUse || left <= kTurn ||
         state.IsCancelled()) {

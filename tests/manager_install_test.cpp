@@ -4,6 +4,7 @@
 #include "support/kest_fixture.h"
 
 #include <chrono>
+#include <thread>
 #include <tuple>
 
 namespace kest::test {
@@ -65,6 +66,18 @@ TEST_F(InstallTest, ABareDescriptionInstallsWithTheFilesBesideItAndKeepsThem) {
   EXPECT_EQ(m_pc.Read(kCommands + "wc.htm"), "count");
   EXPECT_TRUE(m_pc.Exists("C:\\Work\\Word Count\\wc.htm"));
   EXPECT_TRUE(m_pc.Exists("C:\\Work\\Word Count\\word_count.kei"));
+}
+
+TEST_F(InstallTest, AReaderThatLooksForWhatWasInterruptedIsWaitedFor) {
+  const CString kep = pack(wordCount());
+  MachineFolder reader(m_pc.GetRoot().string());
+  ASSERT_TRUE(reader.LockWriter(0).held);
+  std::thread moment([&reader] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    reader.UnlockWriter();
+  });
+  EXPECT_NE(tryInstall(kep), nullptr);
+  moment.join();
 }
 
 TEST_F(InstallTest, BadInputIsRefusedWithItsMessageAndChangesNothing) {
