@@ -1,6 +1,7 @@
 #include "host/commands.h"
 
 #include "description/extension.h"
+#include "host/extension_file.h"
 #include "host/operation.h"
 #include "host/selector.h"
 #include "host/session.h"
@@ -31,12 +32,9 @@ int RunRepair(Session& session) {
   if (!options.from.empty()) {
     how.package = session.ReachFile(options.from, false);
     if (how.package.empty() || !CKestOS::FileExists(how.package)) {
-      return session.Fail(kNotFoundHere, {fmt::format("{} was not repaired", Quote(*one.extension)),
-                                          fmt::format("there is no file {}", ForTerminal(options.from)),
-                                          "nothing",
-                                          {},
-                                          "name the package that was installed",
-                                          0});
+      return FailNoFile(session, options.from,
+                        fmt::format("{} was not repaired from {}", Quote(*one.extension), ForTerminal(options.from)),
+                        "name the package that was installed");
     }
   }
   CKestExtensionManager& manager = session.GetManager();
