@@ -36,23 +36,37 @@ template <class IsOwn> void BuildInner(const CKestXmlObject& element, int level,
   }
 }
 
+// The text of an element alone, through the general writer, whose escapes are taken back.
+void BuildText(const CKestXmlObject& element, CString& text) {
+  CKestXmlObject alone;
+  alone.SetValue(element.GetValue());
+  alone.SetInCData(element.IsInCData());
+  CString piece;
+  alone.BuildXml(0, piece);
+  const std::size_t start = piece.find('>') + 1;
+  piece = piece.substr(start, piece.rfind('<') - start);
+  RevertEscapes(piece);
+  text += piece;
+}
+
 template <class IsOwn> void BuildElement(const CKestXmlObject& element, int level, IsOwn isOwn, CString& text) {
-  if (!element.GetValue().empty()) { // stray text: rare enough to be written with the records' escapes taken back, too
-    CString piece;
-    element.BuildXml(level, piece);
-    RevertEscapes(piece);
-    text += piece;
-    return;
-  }
   const CString indent = Tabs(level);
+  const bool hasText = !element.GetValue().empty();
   text += indent + "<" + element.GetTag();
-  if (!element.HasChildren()) {
+  if (!element.HasChildren() && !hasText) {
     text += " />\r\n";
     return;
   }
-  text += ">\r\n";
-  BuildInner(element, level + 1, isOwn, text);
-  text += indent + "</" + element.GetTag() + ">\r\n";
+  text += '>';
+  if (hasText) {
+    BuildText(element, text);
+  }
+  if (element.HasChildren()) {
+    text += kLineEnd;
+    BuildInner(element, level + 1, isOwn, text);
+    text += indent;
+  }
+  text += "</" + element.GetTag() + ">\r\n";
 }
 
 template <class Record> void BuildContainer(const CKestTypedContainer<Record>& container, int level, CString& text) {

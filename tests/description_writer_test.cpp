@@ -169,6 +169,20 @@ TEST(DescriptionWriter, WhatIsNoRecordIsWrittenAsItWasRead) {
   }
 }
 
+// Text between the records changes nothing in how those are written.
+TEST(DescriptionWriter, RecordsBesideTextKeepTheirReferences) {
+  const std::string file = "<file source=\"S&apos;a &amp;amp; +&gt;b.htm\" destination=\"$x\" />";
+  const CKestExtension record = RecordOf("<files>1 &lt; 2" + file + "<note by=\"&amp;\"/></files>");
+  const std::string plain = Written(RecordOf("<files>" + file + "</files>"));
+  const std::string text = Written(record);
+  EXPECT_EQ(Written(Record(text)), text);
+  EXPECT_EQ(Told(Record(text)), Told(record));
+  const std::size_t at = plain.find("<file ");
+  const std::string line = plain.substr(at, plain.find('\n', at) - at);
+  EXPECT_NE(text.find(line), std::string::npos) << line << "\n" << text;
+  EXPECT_NE(text.find("<files>1 &lt; 2"), std::string::npos) << text;
+}
+
 TEST(DescriptionWriter, SetsNeedNoMasterSetInFront) {
   const CKestExtension lone = RecordOf("<toolbar-changes file=\"own.xml\"><toolbar-remove id=\"t\"/></toolbar-changes>"
                                        "<helpbook-changes><helpbook-remove id=\"h\"/></helpbook-changes>");

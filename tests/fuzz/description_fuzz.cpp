@@ -25,13 +25,12 @@ template <class Container> CString WrittenEach(const Container& container) {
 }
 
 // What a record says, but for its free texts and for elements that it does not know: those gain an escape each time
-// they are stored. The stored text does not tell an apostrophe from one that was written as a reference.
+// they are stored.
 CString Told(const CKestExtension& record) {
   CString told = record.GetName() + '|' + record.GetID() + '|' + record.GetVersion().ToText() + '|' +
                  record.GetTypeLabel() + '|' + record.GetAuthorName() + '|' +
                  (record.RequiresRestart() ? "restart\n" : "\n");
   told += WrittenEach(record.GetProducts()) + WrittenEach(record.GetTokens()) + WrittenEach(record.GetFiles());
-  text::ReplaceAll(told, "&apos;", "'");
   return told;
 }
 
